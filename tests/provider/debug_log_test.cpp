@@ -1,0 +1,91 @@
+// DEBUG_LOG: formatting, level filtering and the sinks.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "provider/DebugLog.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+TEST(DebugLog, FormatsPrintfStyleAtItsLevel) {
+    kvitest::LogCapture log;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", "getCtlrInfo", -1);
+    DEBUG_LOG(WARNING, "%s %05.1f %x %c%%", "mixed", 2.5, 255u, 'z');
+    ASSERT_EQ(log.lines().size(), 2u);
+    EXPECT_EQ(log.lines()[0].level, INFO);
+    EXPECT_EQ(log.lines()[0].text, "Exiting AdapterDataKvi::getCtlrInfo retCode = -1");
+    EXPECT_EQ(log.lines()[1].text, "mixed 002.5 ff z%");
+    EXPECT_EQ(log.texts(WARNING), std::vector<std::string>{"mixed 002.5 ff z%"});
+}
+
+TEST(DebugLog, MaximumLevelFiltersAndNologIsNeverWritten) {
+    struct Row {
+        int maxLevel;
+        std::vector<int> written;
+    };
+    const Row rows[] = {
+        {EVERYTHING, {CRITICAL, WARNING, INFO, EVERYTHING}},
+        {INFO, {CRITICAL, WARNING, INFO}},
+        {WARNING, {CRITICAL, WARNING}},
+        {CRITICAL, {CRITICAL}},
+        {NOLOG, {}},
+    };
+    for (const Row& r : rows) {
+        kvitest::LogCapture log(r.maxLevel);
+        for (int level = NOLOG; level <= EVERYTHING; ++level)
+            DEBUG_LOG(level, "line %d", level);
+        std::vector<int> levels;
+        for (const kvi::LogLine& line : log.lines()) {
+            levels.push_back(line.level);
+            EXPECT_EQ(line.text, "line " + std::to_string(line.level));
+        }
+        EXPECT_EQ(levels, r.written) << "max level " << r.maxLevel;
+    }
+}
+
+TEST(DebugLog, LongLinesAreKeptWhole) {
+    kvitest::LogCapture log;
+    std::string big(3000, 'x');
+    DEBUG_LOG(INFO, "<%s>", big.c_str());
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].text, "<" + big + ">");
+}
+
+TEST(DebugLog, NothingIsWrittenWithoutASinkAndCaptureRestores) {
+    kvi::LogSink* before = kvi::logSink();
+    {
+        kvitest::LogCapture outer;
+        {
+            kvitest::LogCapture inner(WARNING);
+            DEBUG_LOG(WARNING, "inner");
+        }
+        EXPECT_EQ(kvi::logLevel(), EVERYTHING);
+        DEBUG_LOG(INFO, "outer");
+        EXPECT_EQ(outer.texts(), std::vector<std::string>{"outer"});
+    }
+    EXPECT_EQ(kvi::logSink(), before);
+    EXPECT_FALSE(kvi::logEnabled(CRITICAL) && before == nullptr);
+}
+
+TEST(DebugLog, FileSinkWritesOneLinePerCallWithTheLevelName) {
+    std::FILE* file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    kvi::FileLogSink sink(file);
+    kvi::LogSink* previous = kvi::setLogSink(&sink);
+    int previousLevel = kvi::setLogLevel(INFO);
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", "getShowBus");
+    DEBUG_LOG(WARNING, "careful");
+    DEBUG_LOG(EVERYTHING, "dropped");
+    kvi::setLogSink(previous);
+    kvi::setLogLevel(previousLevel);
+
+    std::rewind(file);
+    char text[256] = {};
+    std::size_t n = std::fread(text, 1, sizeof text - 1, file);
+    std::fclose(file);
+    EXPECT_EQ(std::string(text, n), "INFO Entering AdapterDataKvi::getShowBus\nWARNING careful\n");
+}
+
+} // namespace

@@ -1,0 +1,220 @@
+// The opcode and status tables: names, uniqueness, standard sizes and
+// directions, and the mailbox views.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "firmware/kvistat.h"
+
+namespace {
+
+TEST(OpcodeTable, EveryRowIsNamedUniqueAndFoundByValue) {
+    ASSERT_EQ(kKvDcmdCount, 97u);
+    std::set<std::uint32_t> values;
+    std::set<std::string> names;
+    for (unsigned i = 0; i < kKvDcmdCount; ++i) {
+        const KV_DCMD_INFO& row = kvDcmdRow(i);
+        SCOPED_TRACE(row.name);
+        std::string name = row.name;
+        EXPECT_TRUE(name.rfind("KV_DCMD_", 0) == 0 || name.rfind("KV_DRV_", 0) == 0);
+        EXPECT_TRUE(values.insert(row.opcode).second) << "duplicate value";
+        EXPECT_TRUE(names.insert(name).second) << "duplicate name";
+        ASSERT_EQ(kvDcmdInfo(row.opcode), &row);
+        EXPECT_STREQ(kvDcmdName(row.opcode), row.name);
+        // A row moves data exactly when it has a size.
+        EXPECT_EQ(row.direction == KVI_XFER_NONE, row.standardSize == 0);
+        // The command class byte is one the firmware defines.
+        std::set<unsigned> classes = {0x01, 0x03, 0x04, 0x05, 0x07, 0x0A, 0x0B, 0x0C, 0xF0};
+        EXPECT_TRUE(classes.count(row.opcode >> 24)) << std::hex << row.opcode;
+    }
+    EXPECT_EQ(kvDcmdInfo(0x01010001), nullptr);
+    EXPECT_EQ(kvDcmdName(0xDEADBEEF), nullptr);
+}
+
+TEST(OpcodeTable, ValuesOfTheEnumerationAreTheFirmwareValues) {
+    struct Row {
+        std::uint32_t value;
+        std::uint32_t expected;
+        const char* name;
+    };
+    const Row rows[] = {
+        {KV_DCMD_CTRL_GET_INFO, 0x01010000, "KV_DCMD_CTRL_GET_INFO"},
+        {KV_DCMD_CTRL_TIME_GET, 0x01080101, "KV_DCMD_CTRL_TIME_GET"},
+        {KV_DCMD_CTRL_OEM_ID_GET, 0x010E8481, "KV_DCMD_CTRL_OEM_ID_GET"},
+        {KV_DCMD_CTRL_MFC_MFG_2_GET, 0x010E0302, "KV_DCMD_CTRL_MFC_MFG_2_GET"},
+        {KV_DCMD_CTRL_SSC_FLUSH_STATUS, 0x01102000, "KV_DCMD_CTRL_SSC_FLUSH_STATUS"},
+        {KV_DCMD_CTRL_LOCK_KEY_KEYID_SET, 0x01150302, "KV_DCMD_CTRL_LOCK_KEY_KEYID_SET"},
+        {KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV, 0x01190000, "KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV"},
+        {KV_DCMD_LD_GET_PINNED_LIST, 0x030D0000, "KV_DCMD_LD_GET_PINNED_LIST"},
+        {KV_DCMD_CFG_AUTOCFG, 0x04070100, "KV_DCMD_CFG_AUTOCFG"},
+        {KV_DCMD_BBU_PROPERTIES_SET, 0x05050200, "KV_DCMD_BBU_PROPERTIES_SET"},
+        {KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, 0x07050000, "KV_DCMD_SAS_CONFIG_SET_LINK_SPEED"},
+        {KV_DCMD_PCIE_NVME_REPAIR, 0x0C060000, "KV_DCMD_PCIE_NVME_REPAIR"},
+        {KV_DRV_GET_DRIVER_VERSION, 0xF0010100, "KV_DRV_GET_DRIVER_VERSION"},
+    };
+    for (const Row& r : rows) {
+        EXPECT_EQ(r.value, r.expected) << r.name;
+        EXPECT_STREQ(kvDcmdName(r.expected), r.name);
+    }
+}
+
+// Standard sizes of the record reads and writes must equal the records' sizes,
+// so a record that changes size cannot drift from the table.
+TEST(OpcodeTable, StandardSizesOfRecordCommandsAreTheRecordSizes) {
+    struct Row {
+        std::uint32_t opcode;
+        std::size_t size;
+        KVI_XFER_DIR dir;
+    };
+    const Row rows[] = {
+        {KV_DCMD_CTRL_GET_INFO, sizeof(KV_CTRL_INFO), KVI_XFER_READ},
+        {KV_DCMD_CTRL_PROPERTIES_GET, sizeof(KV_CTRL_PROP), KVI_XFER_READ},
+        {KV_DCMD_CTRL_PROPERTIES_SET, sizeof(KV_CTRL_PROP), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_MFC_DEFAULTS_GET, sizeof(KV_MFC_DEFAULTS), KVI_XFER_READ},
+        {KV_DCMD_CTRL_MFC_DEFAULTS_SET, sizeof(KV_MFC_DEFAULTS), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_BIOS_DATA_GET, sizeof(KV_BIOS_DATA), KVI_XFER_READ},
+        {KV_DCMD_CTRL_BIOS_DATA_SET, sizeof(KV_BIOS_DATA), KVI_XFER_WRITE},
+        {KV_DCMD_BBU_GET_STATUS, sizeof(KV_BBU_STATUS), KVI_XFER_READ},
+        {KV_DCMD_BBU_GET_CAPACITY_INFO, sizeof(KV_BBU_CAPACITY_INFO), KVI_XFER_READ},
+        {KV_DCMD_BBU_GET_DESIGN_INFO, sizeof(KV_BBU_DESIGN_INFO), KVI_XFER_READ},
+        {KV_DCMD_BBU_PROPERTIES_GET, sizeof(KV_BBU_PROPERTIES), KVI_XFER_READ},
+        {KV_DCMD_BBU_PROPERTIES_SET, sizeof(KV_BBU_PROPERTIES), KVI_XFER_WRITE},
+        {KV_DCMD_CFG_GET_ALLOWED_OPS, sizeof(KV_CONFIG_ALLOWED_OPS), KVI_XFER_READ},
+        {KV_DCMD_CTRL_PR_GET_PROPERTIES, sizeof(KV_PR_PROPERTIES), KVI_XFER_READ},
+        {KV_DCMD_CTRL_PR_SET_PROPERTIES, sizeof(KV_PR_PROPERTIES), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, sizeof(KV_CC_SCHEDULE_PROPERTIES), KVI_XFER_READ},
+        {KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES, sizeof(KV_CC_SCHEDULE_PROPERTIES),
+         KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_PR_GET_STATUS, sizeof(KV_PR_STATUS), KVI_XFER_READ},
+        {KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, sizeof(KV_CC_SCHEDULE_STATUS), KVI_XFER_READ},
+        {KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, sizeof(KV_SAS_MUX_LIST), KVI_XFER_READ},
+        {KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, sizeof(KV_SAS_MUX_LIST), KVI_XFER_WRITE},
+        {KV_DCMD_SAS_CONFIG_GET_CONNECTORS, sizeof(KV_SAS_CONNECTORS), KVI_XFER_READ},
+        {KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, sizeof(KV_SAS_PHY_CONNECTIONS), KVI_XFER_READ},
+        {KV_DCMD_CTRL_TIME_GET, sizeof(KV_TIME_STAMP), KVI_XFER_READ},
+        {KV_DCMD_CTRL_EVENT_GET_INFO, sizeof(KV_EVT_LOG_INFO), KVI_XFER_READ},
+        {KV_DCMD_CTRL_HOST_INFO_GET, sizeof(KV_HOST_INFO), KVI_XFER_READ},
+        {KV_DCMD_CTRL_MFC_MFG_GET, sizeof(KV_MFC_MFG), KVI_XFER_READ},
+        {KV_DCMD_CTRL_PERSONALITY_GET, sizeof(KV_CTRL_PERSONALITY_INFO), KVI_XFER_READ},
+        {KV_DRV_GET_DRIVER_VERSION, sizeof(KV_DRV_DRIVER_VERSION), KVI_XFER_READ},
+        {KV_DCMD_CTRL_AEC_GET_SETTINGS, sizeof(KV_AEC_SETTINGS), KVI_XFER_READ},
+        {KV_DCMD_CTRL_LOCK_KEY_CREATE, sizeof(KV_CTRL_LOCK_KEY_PARAMS), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_LOCK_KEY_REKEY, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), KVI_XFER_WRITE},
+        {KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, sizeof(KV_CTRL_LOCK_KEY_PASSPHRASE),
+         KVI_XFER_READ},
+        // The flash list read takes the head and one entry.
+        {KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 8 + 72, KVI_XFER_READ},
+    };
+    for (const Row& r : rows) {
+        const KV_DCMD_INFO* row = kvDcmdInfo(r.opcode);
+        ASSERT_NE(row, nullptr) << std::hex << r.opcode;
+        EXPECT_EQ(row->standardSize, r.size) << row->name;
+        EXPECT_EQ(row->direction, r.dir) << row->name;
+    }
+}
+
+TEST(OpcodeTable, FixedSizesAndDataFreeCommands) {
+    struct Row {
+        std::uint32_t opcode;
+        std::uint32_t size;
+        KVI_XFER_DIR dir;
+    };
+    const Row rows[] = {
+        {KV_DCMD_CTRL_ALARM_GET, 1, KVI_XFER_READ},
+        {KV_DCMD_CTRL_EVENT_COUNT, 4, KVI_XFER_READ},
+        {KV_DCMD_CTRL_OEM_ID_GET, 4, KVI_XFER_READ},
+        {KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, 256, KVI_XFER_READ},
+        {KV_DCMD_CTRL_LOCK_KEY_KEYID_SET, 256, KVI_XFER_WRITE},
+        {KV_DCMD_LD_LIST_QUERY, 16, KVI_XFER_READ},
+        {KV_DCMD_CTRL_NVCACHE_ERASE, 16, KVI_XFER_READ},
+        {KV_DCMD_CTRL_MFC_MFG_2_GET, 32, KVI_XFER_READ},
+        {KV_DCMD_CTRL_AEC_GET, 32768, KVI_XFER_READ},
+        {KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, 392, KVI_XFER_READ},
+        {KV_DCMD_CFG_AUTOCFG, 8, KVI_XFER_BOTH},
+        {KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, 256, KVI_XFER_BOTH},
+        {KV_DCMD_CTRL_ALARM_ENABLE, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_ALARM_DISABLE, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_ALARM_SILENCE, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_EVENT_CLEAR, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_SHUTDOWN, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_PR_START, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_PR_SUSPEND_RESUME, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_SET_FACTORY_DEFAULTS, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_CACHE_FLUSH, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_LOCK_KEY_DESTROY, 0, KVI_XFER_NONE},
+        {KV_DCMD_CTRL_AEC_CONTROL, 0, KVI_XFER_NONE},
+        {KV_DCMD_BBU_LEARN, 0, KVI_XFER_NONE},
+        {KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, 0, KVI_XFER_NONE},
+    };
+    for (const Row& r : rows) {
+        const KV_DCMD_INFO* row = kvDcmdInfo(r.opcode);
+        ASSERT_NE(row, nullptr) << std::hex << r.opcode;
+        EXPECT_EQ(row->standardSize, r.size) << row->name;
+        EXPECT_EQ(row->direction, r.dir) << row->name;
+    }
+}
+
+TEST(FrameKinds, ValuesAndNames) {
+    EXPECT_EQ(KVI_CMD_OP_DCMD, 5);
+    EXPECT_EQ(KVI_CMD_OP_SMP, 7);
+    EXPECT_EQ(KVI_CMD_OP_COUNT, 11);
+    EXPECT_STREQ(kviCmdOpName(KVI_CMD_OP_INIT), "KVI_CMD_OP_INIT");
+    EXPECT_STREQ(kviCmdOpName(KVI_CMD_OP_TOOLBOX), "KVI_CMD_OP_TOOLBOX");
+    EXPECT_EQ(kviCmdOpName(12), nullptr);
+    EXPECT_EQ(kviCmdOpName(-1), nullptr);
+}
+
+TEST(Mailbox, ViewsShareLittleEndianBytes) {
+    DCMD_MBOX mbox{};
+    mbox.w[0] = 0x04030201u;
+    mbox.s[3] = 0xBBAA; // bytes 6 and 7
+    mbox.b[8] = 0x7F;
+    const unsigned char expected[12] = {1, 2, 3, 4, 0, 0, 0xAA, 0xBB, 0x7F, 0, 0, 0};
+    EXPECT_EQ(std::memcmp(mbox.b, expected, 12), 0);
+    EXPECT_EQ(mbox.s[1], 0x0403);
+    EXPECT_EQ(mbox.w[1], 0xBBAA0000u);
+    EXPECT_EQ(mbox.w[2], 0x7Fu);
+}
+
+TEST(StatusNames, KnownStatusesByNameAndUnknownAsHex) {
+    struct Row {
+        int status;
+        const char* name;
+    };
+    const Row rows[] = {
+        {0x00, "KVI_STAT_OK"},
+        {0x01, "KVI_STAT_INVALID_CMD"},
+        {0x02, "KVI_STAT_INVALID_DCMD"},
+        {0x03, "KVI_STAT_INVALID_PARAMETER"},
+        {0x22, "KVI_STAT_NO_HW_PRESENT"},
+        {0xFF, "KVI_STAT_INVALID_STATUS"},
+        {0x9a, "0x9a"},
+        {0x21, "0x21"},
+        {0x0c, "0x0c"},
+    };
+    for (const Row& r : rows)
+        EXPECT_EQ(kviStatusName(r.status), r.name);
+    EXPECT_EQ(kviStatusEnumName(0x9a), nullptr);
+    EXPECT_EQ(kviStatusDescription(0x9a), nullptr);
+    EXPECT_EQ(KVI_STAT_NO_HW_PRESENT, 0x22);
+}
+
+TEST(StatusNames, TableRowsAreUniqueAndDescribed) {
+    std::set<int> values;
+    for (unsigned i = 0; i < kKviStatCount; ++i) {
+        const KviStatRow& row = kviStatRow(i);
+        EXPECT_TRUE(values.insert(row.value).second) << row.name;
+        EXPECT_EQ(kviStatusName(row.value), row.name);
+        ASSERT_NE(row.description, nullptr);
+        EXPECT_GT(std::strlen(row.description), 0u);
+    }
+}
+
+} // namespace

@@ -1,0 +1,330 @@
+// The request path: standard-size rule, buffer bound, direction, mailbox views,
+// request kinds, PCI information, and the fake controller's own script.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "firmware/kvistat.h"
+#include "provider/Controller.h"
+#include "provider/Transfer.h"
+#include "tests/support/FakeController.h"
+
+namespace {
+
+using kvi::Direction;
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using kvitest::FakeController;
+using kvitest::RequestKind;
+
+Bytes pattern(std::size_t n, std::uint8_t start = 1) {
+    Bytes b(n);
+    for (std::size_t i = 0; i < n; ++i)
+        b[i] = static_cast<std::uint8_t>(start + i);
+    return b;
+}
+
+TEST(Request, LengthZeroTakesTheStandardSizeAndDirection) {
+    struct Row {
+        std::uint32_t opcode;
+        std::uint32_t length;
+        Direction dir;
+    };
+    const Row rows[] = {
+        {KV_DCMD_CTRL_GET_INFO, 2464, Direction::Read},
+        {KV_DCMD_CTRL_PROPERTIES_SET, 64, Direction::Write},
+        {KV_DCMD_CFG_AUTOCFG, 8, Direction::Both},
+        {KV_DCMD_CTRL_CACHE_FLUSH, 0, Direction::None},
+        {KV_DRV_GET_DRIVER_VERSION, 112, Direction::Read},
+    };
+    for (const Row& r : rows) {
+        FakeController ctrl;
+        std::vector<unsigned char> buf(4096);
+        DcmdKviDpParams req(r.opcode, 0, 0, 0, buf.data(), 0, 0, 0,
+                            static_cast<unsigned>(buf.size()));
+        EXPECT_EQ(ctrl.execute(&req), 0);
+        const kvitest::FakeRequest* sent = ctrl.last(r.opcode);
+        ASSERT_NE(sent, nullptr);
+        SCOPED_TRACE(sent->describe());
+        EXPECT_EQ(sent->callerLength, 0u);
+        EXPECT_EQ(sent->length, r.length);
+        EXPECT_EQ(sent->direction, r.dir);
+        EXPECT_EQ(sent->capacity, 4096u);
+    }
+}
+
+TEST(Request, ReadIntoABufferOfTheStandardSizeFillsItInPlace) {
+    FakeController ctrl;
+    Bytes answer = pattern(64);
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(answer));
+    auto status = std::make_unique<KV_BBU_STATUS>();
+    DcmdKviDpParams req(KV_DCMD_BBU_GET_STATUS, 0, 0, 0,
+                        reinterpret_cast<unsigned char*>(status.get()), 0, 0, 0,
+                        sizeof(KV_BBU_STATUS));
+    ASSERT_EQ(ctrl.execute(&req), 0);
+    EXPECT_EQ(std::memcmp(status.get(), answer.data(), 64), 0);
+}
+
+// A caller whose buffer is smaller than the standard size: the backend sees the
+// full transfer, the caller receives exactly its capacity (ASan checks the
+// heap buffer of exactly that size is never overrun).
+TEST(Request, SmallCallerBufferGetsABoundedCopyOfAFullTransfer) {
+    FakeController ctrl;
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(pattern(2464)));
+    std::vector<unsigned char> small(100, 0xEE);
+    DcmdKviDpParams req(KV_DCMD_CTRL_GET_INFO, 0, 0, 0, small.data(), 0, 0, 0, 100);
+    ASSERT_EQ(ctrl.execute(&req), 0);
+    EXPECT_EQ(small, pattern(100));
+    const kvitest::FakeRequest* sent = ctrl.last(KV_DCMD_CTRL_GET_INFO);
+    ASSERT_NE(sent, nullptr);
+    EXPECT_EQ(sent->length, 2464u);
+    EXPECT_EQ(sent->capacity, 100u);
+}
+
+TEST(Request, SmallCallerBufferOnAWriteSendsItsBytesThenZeros) {
+    FakeController ctrl;
+    std::vector<unsigned char> small = pattern(10, 0x41);
+    DcmdKviDpParams req(KV_DCMD_CTRL_PROPERTIES_SET, 0, 0, 0, small.data(), 0, 0, 0, 10);
+    ASSERT_EQ(ctrl.execute(&req), 0);
+    const kvitest::FakeRequest* sent = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+    ASSERT_NE(sent, nullptr);
+    Bytes expected = pattern(10, 0x41);
+    expected.resize(64, 0);
+    EXPECT_EQ(sent->sent, expected);
+}
+
+TEST(Request, ReadIntoNoBufferStillMovesTheStandardSize) {
+    FakeController ctrl;
+    ctrl.answer(KV_DCMD_CTRL_ALARM_GET, FakeAnswer::ok({2}));
+    DcmdKviDpParams req(KV_DCMD_CTRL_ALARM_GET, 0, 0, 0, nullptr, 0, 0, 0);
+    EXPECT_EQ(ctrl.execute(&req), 0);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_ALARM_GET)->length, 1u);
+    EXPECT_FALSE(ctrl.last(KV_DCMD_CTRL_ALARM_GET)->callerBuffer);
+}
+
+TEST(Request, ExplicitLengthWinsOverTheStandardSize) {
+    FakeController ctrl;
+    std::vector<unsigned char> ext(128);
+    DCMD_MBOX mbox{};
+    mbox.b[0] = 1;
+    DcmdKviDpParams req(KV_DCMD_CTRL_PROPERTIES_GET, mbox, ext.data(), 128, 0, 0, 128);
+    ASSERT_EQ(ctrl.execute(&req), 0);
+    const kvitest::FakeRequest* sent = ctrl.last(KV_DCMD_CTRL_PROPERTIES_GET);
+    EXPECT_EQ(sent->callerLength, 128u);
+    EXPECT_EQ(sent->length, 128u);
+    EXPECT_EQ(sent->direction, Direction::Read);
+    EXPECT_EQ(sent->mbox[0], 1);
+}
+
+TEST(Request, UnknownCapacityTrustsTheTransferLength) {
+    FakeController ctrl;
+    ctrl.answer(KV_DCMD_CTRL_EVENT_COUNT, FakeAnswer::ok({0x10, 0x20, 0, 0}));
+    unsigned int count = 0;
+    DcmdKviDpParams req(KV_DCMD_CTRL_EVENT_COUNT, 0, 0, 0, reinterpret_cast<unsigned char*>(&count),
+                        0, 0, 0);
+    ASSERT_EQ(ctrl.execute(&req), 0);
+    EXPECT_EQ(count, 0x2010u);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_EVENT_COUNT)->capacity, DpParams::kCapacityUnknown);
+}
+
+TEST(Request, TransferPlanForUnknownAndDataFreeOpcodes) {
+    struct Row {
+        std::uint32_t opcode;
+        std::uint32_t length;
+        int over;
+        std::uint32_t wantLen;
+        Direction wantDir;
+    };
+    const Row rows[] = {
+        {0x0199FF00, 0, -1, 0, Direction::None},   // unknown, no length
+        {0x0199FF00, 24, -1, 24, Direction::Both}, // unknown, explicit length
+        {KV_DCMD_CTRL_PR_START, 0, -1, 0, Direction::None},
+        {KV_DCMD_CTRL_PR_START, 12, -1, 12, Direction::Both}, // data on a data-free opcode
+        {KV_DCMD_CTRL_GET_INFO, 0, KVI_XFER_BOTH, 2464, Direction::Both},
+        {KV_DCMD_CTRL_GET_INFO, 0, KVI_XFER_NONE, 0, Direction::None},
+    };
+    for (const Row& r : rows) {
+        kvi::TransferPlan plan = kvi::planTransfer(r.opcode, r.length, r.over);
+        EXPECT_EQ(plan.length, r.wantLen) << std::hex << r.opcode;
+        EXPECT_EQ(plan.direction, r.wantDir) << std::hex << r.opcode;
+    }
+}
+
+TEST(Request, DirectionOverrideReachesTheBackend) {
+    FakeController ctrl;
+    std::vector<unsigned char> page(256);
+    DcmdKviDpParams req(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, 0, 0, 0, page.data(), 0, 0, 0, 256);
+    req.setDirection(KVI_XFER_READ);
+    ctrl.execute(&req);
+    EXPECT_EQ(ctrl.lastRequest()->direction, Direction::Read);
+    EXPECT_TRUE(ctrl.lastRequest()->sent.empty());
+}
+
+TEST(Request, MailboxWordAndByteFormsCarryTheSameBytes) {
+    FakeController ctrl;
+    DcmdKviDpParams words(KV_DCMD_CTRL_EVENT_GET, 0x11223344u, 0xFF000102u, 7u, nullptr, 0, 0, 0);
+    ctrl.execute(&words);
+    const unsigned char expected[12] = {0x44, 0x33, 0x22, 0x11, 0x02, 0x01, 0x00, 0xFF, 7, 0, 0, 0};
+    EXPECT_EQ(std::memcmp(ctrl.lastRequest()->mbox.data(), expected, 12), 0);
+
+    DCMD_MBOX mbox{};
+    mbox.s[0] = 0xFFFF;
+    mbox.b[2] = 5;
+    DcmdKviDpParams bytes(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, mbox, nullptr, 0, 0, 0);
+    ctrl.execute(&bytes);
+    EXPECT_EQ(ctrl.lastRequest()->mbox, (kvitest::Mbox{0xFF, 0xFF, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+
+    // A word whose low byte is set is the same request as setting b[0].
+    DcmdKviDpParams low(KV_DCMD_CTRL_SHUTDOWN, 1, 0, 0, nullptr, 0, 0, 0);
+    ctrl.execute(&low);
+    EXPECT_EQ(ctrl.lastRequest()->mbox[0], 1);
+    EXPECT_EQ(ctrl.lastRequest()->mboxWord(0), 1u);
+}
+
+TEST(Request, MailboxAfterExecutionIsReadBack) {
+    FakeController ctrl;
+    ctrl.answer(
+        KV_DCMD_CTRL_AEC_GET,
+        FakeAnswer::fail(KVI_STAT_INVALID_PARAMETER).withMboxWord(1, 77).withMboxWord(2, 9));
+    std::vector<unsigned char> capture(32768);
+    DcmdKviDpParams req(KV_DCMD_CTRL_AEC_GET, 3, 0, 0, capture.data(), 32768, 0, 0, 32768);
+    EXPECT_EQ(ctrl.execute(&req), KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(req.getmboxW0(), 3u); // not answered: stays as sent
+    EXPECT_EQ(req.getmboxW1(), 77u);
+    EXPECT_EQ(req.getmboxW2(), 9u);
+    EXPECT_EQ(ctrl.lastRequest()->mboxWord(1), 0u); // as sent
+}
+
+TEST(Request, KindsOfRequest) {
+    FakeController ctrl;
+    KV_DRV_DRIVER_VERSION version{};
+    DriverKviDPParams drv(KV_DRV_GET_DRIVER_VERSION, 0, 0, 0,
+                          reinterpret_cast<unsigned char*>(&version), 0, 0, 0, sizeof version);
+    ctrl.execute(&drv);
+    EXPECT_EQ(ctrl.lastRequest()->kind, RequestKind::Driver);
+    EXPECT_EQ(ctrl.lastRequest()->length, 112u);
+
+    DCMD_MBOX mbox{};
+    mbox.b[0] = 3;
+    DcmdKviDpPrvParams prv(KV_DCMD_CTRL_DIAG_PHY_LOOPBACK, mbox, nullptr, 0, 0, 0);
+    ctrl.execute(&prv);
+    EXPECT_EQ(ctrl.lastRequest()->kind, RequestKind::Private);
+    EXPECT_EQ(ctrl.lastRequest()->opcode, KV_DCMD_CTRL_DIAG_PHY_LOOPBACK);
+
+    unsigned char request[8] = {0x40, 0x10};
+    unsigned char response[56] = {};
+    ctrl.backend().answerSmp(FakeAnswer::ok({0x41, 0x10, 0x00}));
+    SMPKviDpParams smp(KVI_CMD_OP_SMP, 0x500605B000000001ull, 0, request, response, 8, 56, 0, 0, 0,
+                       0, 0, 0, 0);
+    EXPECT_EQ(ctrl.execute(&smp), 0);
+    EXPECT_EQ(ctrl.lastRequest()->kind, RequestKind::Smp);
+    EXPECT_EQ(ctrl.lastRequest()->sasAddress, 0x500605B000000001ull);
+    EXPECT_EQ(ctrl.lastRequest()->sent, Bytes(request, request + 8));
+    EXPECT_EQ(response[0], 0x41);
+
+    EXPECT_EQ(ctrl.execute(nullptr), -1);
+}
+
+// A backend that only knows direct commands refuses SMP.
+class DirectOnlyBackend : public kvi::Backend {
+public:
+    int submit(kvi::DirectCommand&) override { return 0; }
+    int pciLocation(kvi::PciLocation&) override { return kvi::kTransportFailed; }
+    std::string driverName() override { return {}; }
+    std::string driverVersion() override { return {}; }
+};
+
+TEST(Request, SmpOnABackendWithoutSmpIsUnsupported) {
+    DirectOnlyBackend backend;
+    BackendController ctrl(backend);
+    unsigned char frame[8] = {};
+    SMPKviDpParams smp(KVI_CMD_OP_SMP, 1, 0, frame, frame, 8, 8, 0, 0, 0, 0, 0, 0, 0);
+    EXPECT_EQ(ctrl.execute(&smp), kvi::kUnsupported);
+    KV_DRV_PCI_INFORMATION pci{};
+    EXPECT_EQ(ctrl.getPciInfo(&pci), kvi::kTransportFailed);
+}
+
+TEST(Request, StatusesPassThrough) {
+    FakeController ctrl;
+    ctrl.answer(KV_DCMD_CTRL_ALARM_GET, FakeAnswer::fail(KVI_STAT_NO_HW_PRESENT));
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kvi::kTransportFailed));
+    unsigned char state = 0;
+    DcmdKviDpParams alarm(KV_DCMD_CTRL_ALARM_GET, 0, 0, 0, &state, 0, 0, 0, 1);
+    EXPECT_EQ(ctrl.execute(&alarm), 0x22);
+    DcmdKviDpParams info(KV_DCMD_CTRL_GET_INFO, 0, 0, 0, nullptr, 0, 0, 0);
+    EXPECT_EQ(ctrl.execute(&info), kvi::kTransportFailed);
+}
+
+TEST(PciInfo, FieldsLandAtTheirOffsetsAndBits) {
+    FakeController ctrl;
+    ctrl.backend().pci.domain = 0x12345678;
+    ctrl.backend().pci.bus = 0x3B;
+    ctrl.backend().pci.device = 0x1F;
+    ctrl.backend().pci.function = 0x07;
+    ctrl.backend().pci.linkWidth = 16;
+    unsigned char raw[112];
+    std::memset(raw, 0xAA, sizeof raw);
+    ASSERT_EQ(ctrl.getPciInfo(reinterpret_cast<KV_DRV_PCI_INFORMATION*>(raw)), 0);
+    auto u32 = [&](int off) {
+        std::uint32_t v;
+        std::memcpy(&v, raw + off, 4);
+        return v;
+    };
+    EXPECT_EQ(u32(0), 0x3Bu);
+    EXPECT_EQ(raw[4], 0x1F);
+    EXPECT_EQ(raw[5], 0x07);
+    EXPECT_EQ(u32(72), 16u << 4); // linkWidth in bits 4-9, nothing else set
+    EXPECT_EQ(u32(80), 0x12345678u);
+    EXPECT_EQ(raw[6], 0); // the rest is cleared
+    EXPECT_EQ(raw[111], 0);
+
+    ctrl.backend().pciStatus = kvi::kTransportFailed;
+    std::memset(raw, 0xAA, sizeof raw);
+    EXPECT_EQ(ctrl.getPciInfo(reinterpret_cast<KV_DRV_PCI_INFORMATION*>(raw)),
+              kvi::kTransportFailed);
+    EXPECT_EQ(raw[0], 0xAA); // untouched on failure
+    EXPECT_EQ(ctrl.getPciInfo(nullptr), -1);
+}
+
+TEST(FakeController, ScriptPrecedenceAndRecording) {
+    FakeController ctrl;
+    ctrl.setDefault(FakeAnswer::fail(0x55));
+    ctrl.answer(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, FakeAnswer::fail(1));
+    ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2, FakeAnswer::fail(2));
+    ctrl.answerMbox(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, kvitest::mboxWords(2, 5),
+                    FakeAnswer::fail(3));
+    ctrl.answerOnce(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, FakeAnswer::fail(4));
+
+    auto send = [&](std::uint32_t opcode, std::uint32_t w0, std::uint32_t w1) {
+        DcmdKviDpParams req(opcode, w0, w1, 0, nullptr, 0, 0, 0);
+        return ctrl.execute(&req);
+    };
+    EXPECT_EQ(send(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2, 5), 4); // one-shot first
+    EXPECT_EQ(send(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2, 5), 3); // full mailbox
+    EXPECT_EQ(send(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2, 0), 2); // byte 0
+    EXPECT_EQ(send(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 1, 0), 1); // opcode
+    EXPECT_EQ(send(KV_DCMD_CTRL_GET_INFO, 0, 0), 0x55);         // default
+
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_FLASH_COMP_INFO_GET), 4u);
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 3u);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_FLASH_COMP_INFO_GET)->status, 1);
+    EXPECT_EQ(ctrl.opcodes().back(), KV_DCMD_CTRL_GET_INFO);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_ALARM_GET), nullptr);
+    ctrl.clear();
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+TEST(FakeController, AnswerNeverExceedsTheTransfer) {
+    FakeController ctrl;
+    ctrl.answer(KV_DCMD_CTRL_MFC_MFG_GET, FakeAnswer::ok(pattern(500)));
+    std::vector<unsigned char> mfg(32);
+    DcmdKviDpParams req(KV_DCMD_CTRL_MFC_MFG_GET, 0, 0, 0, mfg.data(), 0, 0, 0, 32);
+    EXPECT_EQ(ctrl.execute(&req), 0);
+    EXPECT_EQ(mfg, pattern(32));
+}
+
+} // namespace
