@@ -1,0 +1,356 @@
+// The text and JSON renderers: golden output for a document with every
+// element kind, string escaping, and a round trip through a real JSON parser.
+//
+// Set KVI_UPDATE_GOLDEN=1 to rewrite the golden files from the current output.
+#include "json/JsonWriter.h"
+#include "json/TextWriter.h"
+#include "json/elements.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <ostream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using json::Array;
+using json::Boolean;
+using json::JsonWriter;
+using json::Null;
+using json::Number;
+using json::Object;
+using json::String;
+using json::TextWriter;
+using json::UnknownElement;
+using json::UNumber;
+using Ordered = nlohmann::ordered_json;
+
+Object Row(const char* name, const char* version) {
+    Object row;
+    row["Name"] = String(name);
+    row["Version"] = String(version);
+    return row;
+}
+
+// One section with every kind of element, nesting and table the reports use.
+Object SampleSection() {
+    Object s;
+    s["Model"] = String("Example 16i");
+    s["Serial Number"] = String("SN0042");
+    s["Vendor Id"] = Number(0x1000, Number::HexDump);
+    s["Device Id"] = Number(0x10e2, Number::HexDump);
+    s["SubVendor Id"] = Number(0x1d, Number::HexDump);
+    s["Bus Number"] = Number(59);
+    s["Temperature Offset"] = Number(-3);
+    s["Plain Count"] = Number(1234567, Number::NoDecimal);
+    s["Largest Counter"] = UNumber(18446744073709551615ULL);
+    s["SAS Address"] = UNumber(0x500605b0000272f0ULL, UNumber::HexDump);
+    s["Alarm Present"] = Boolean(true);
+    s["Cache Dirty"] = Boolean(false);
+    s["Not Reported"]; // left Null
+    s["Location"] = String("Bay \"3\" \\ rack\tA");
+    s["Padded Text"] = String("APP  ");
+    s["Empty Text"] = String("");
+    s["Note"] = String("Größe ✓ 温度");
+
+    Object active;
+    active["FW Version"] = String("5.1.0-0042");
+    active["BIOS Version"] = String("7.10.03.0");
+    s["Active Firmware"] = active;
+    s["Backup Firmware"] = Object();
+
+    Object memory;
+    memory["Size"] = String("4096MB");
+    memory["Correctable Errors"] = Number(0);
+    Object hardware;
+    hardware["Memory"] = memory;
+    hardware["Sensors"] = Number(2);
+    s["Hardware"] = hardware;
+
+    Array details;
+    details.Insert(Row("Bios Version", "7.10"));
+    details.Insert(Row("Firmware Version", "5.1.0-0042"));
+    Object odd;
+    odd["Name"] = String("NVDATA Version");
+    odd["Comment"] = String("no version");
+    details.Insert(odd);
+    s["Details"] = details;
+
+    Array levels;
+    for (long level : {0L, 1L, 5L, 6L}) {
+        levels.Insert(Number(level));
+    }
+    s["Supported RAID Levels"] = levels;
+    s["Excluded Drives"] = Array();
+
+    Array policies;
+    Object policy;
+    policy["Policy"] = String("Rebuild Rate");
+    policy["Current"] = String("30 %");
+    Object limits;
+    limits["min"] = Number(0);
+    limits["max"] = Number(100);
+    policy["Limits"] = limits;
+    policies.Insert(policy);
+    s["Policies"] = policies;
+
+    Array mixed;
+    mixed.Insert(String("first"));
+    Object entry;
+    entry["k"] = Number(1);
+    mixed.Insert(entry);
+    Array pair;
+    pair.Insert(Number(1));
+    pair.Insert(Null());
+    mixed.Insert(pair);
+    s["Mixed"] = mixed;
+    s["Model"] = String("Example 16i"); // rewritten: keeps its first place
+    return s;
+}
+
+std::string GoldenPath(const std::string& name) {
+    return std::string(KVI_SOURCE_DIR) + "/tests/golden/json/" + name;
+}
+
+void ExpectGolden(const std::string& name, const std::string& actual) {
+    const std::string path = GoldenPath(name);
+    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
+    if (update != nullptr && std::string(update) == "1") {
+        std::ofstream(path, std::ios::binary) << actual;
+    }
+    std::ifstream in(path, std::ios::binary);
+    ASSERT_TRUE(in.good()) << "missing golden file " << path;
+    std::stringstream expected;
+    expected << in.rdbuf();
+    EXPECT_EQ(expected.str(), actual) << "golden file " << path;
+}
+
+TEST(Renderers, TextMatchesGolden) {
+    ExpectGolden("section.txt", TextWriter::ToString(SampleSection(), "Basics"));
+}
+
+TEST(Renderers, PrettyJsonMatchesGolden) {
+    ExpectGolden("section.json", JsonWriter::ToString(SampleSection(), JsonWriter::Pretty) + "\n");
+}
+
+TEST(Renderers, CompactJsonMatchesGolden) {
+    const std::string compact = JsonWriter::ToString(SampleSection(), JsonWriter::Compact);
+    EXPECT_EQ(std::string::npos, compact.find('\n'));
+    ExpectGolden("section.compact.json", compact + "\n");
+}
+
+TEST(Renderers, TextWithoutTitleStartsWithMembers) {
+    Object s;
+    s["A"] = Number(1);
+    EXPECT_EQ("A = 1\n", TextWriter::ToString(s, ""));
+    EXPECT_EQ("T\n=\n", TextWriter::ToString(Object(), "T"));
+}
+
+TEST(Renderers, TopLevelScalarsAndContainers) {
+    EXPECT_EQ("null", JsonWriter::ToString(UnknownElement()));
+    EXPECT_EQ("{}", JsonWriter::ToString(Object()));
+    EXPECT_EQ("[]", JsonWriter::ToString(Array(), JsonWriter::Compact));
+    EXPECT_EQ("\"0xFFFFFFFFFFFFFFFF\"",
+              JsonWriter::ToString(UnknownElement(Number(-1, Number::HexDump))));
+    EXPECT_EQ("-9223372036854775808", JsonWriter::ToString(UnknownElement(Number(LONG_MIN))));
+}
+
+struct QuoteCase {
+    const char* name;
+    std::string raw;
+    std::string quoted;
+};
+
+// Parameters print by name (the default byte dump reads struct padding).
+void PrintTo(const QuoteCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class JsonQuote : public ::testing::TestWithParam<QuoteCase> {};
+
+TEST_P(JsonQuote, EscapesAndRepairs) {
+    EXPECT_EQ(GetParam().quoted, JsonWriter::Quote(GetParam().raw));
+}
+
+const std::string kFFFD = "\xEF\xBF\xBD";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, JsonQuote,
+    ::testing::Values(
+        QuoteCase{"Plain", "abc", "\"abc\""},
+        QuoteCase{"QuoteAndBackslash", "a\"b\\c", "\"a\\\"b\\\\c\""},
+        QuoteCase{"ShortEscapes", "\b\f\n\r\t", "\"\\b\\f\\n\\r\\t\""},
+        QuoteCase{"OtherControls", std::string("\x00\x01\x1b\x1f", 4),
+                  "\"\\u0000\\u0001\\u001b\\u001f\""},
+        QuoteCase{"DelAndSlashPass", "\x7f/", "\"\x7f/\""},
+        QuoteCase{"NonAsciiPasses",
+                  "Gr\xC3\xB6\xC3\x9F"
+                  "e \xE2\x9C\x93 \xF0\x9F\x98\x80",
+                  "\"Gr\xC3\xB6\xC3\x9F"
+                  "e \xE2\x9C\x93 \xF0\x9F\x98\x80\""},
+        QuoteCase{"LineSeparatorPasses", "\xE2\x80\xA8", "\"\xE2\x80\xA8\""},
+        QuoteCase{"StrayContinuation",
+                  "a\x80"
+                  "b",
+                  "\"a" + kFFFD + "b\""},
+        QuoteCase{"InvalidLead", "\xFF\xFE", "\"" + kFFFD + kFFFD + "\""},
+        QuoteCase{"TruncatedAtEnd", "x\xE2\x82", "\"x" + kFFFD + "\""},
+        QuoteCase{"TruncatedBeforeQuote", "\xE2\x82\"", "\"" + kFFFD + "\\\"\""},
+        QuoteCase{"Overlong", "\xC0\xAF", "\"" + kFFFD + kFFFD + "\""},
+        QuoteCase{"OverlongThreeByte", "\xE0\x80\xAF", "\"" + kFFFD + kFFFD + kFFFD + "\""},
+        QuoteCase{"Surrogate", "\xED\xA0\x80", "\"" + kFFFD + kFFFD + kFFFD + "\""},
+        QuoteCase{"AboveMaximum", "\xF4\x90\x80\x80", "\"" + kFFFD + kFFFD + kFFFD + kFFFD + "\""},
+        QuoteCase{"LongestValid", "\xF4\x8F\xBF\xBF", "\"\xF4\x8F\xBF\xBF\""}),
+    [](const ::testing::TestParamInfo<QuoteCase>& info) { return info.param.name; });
+
+struct PrintableCase {
+    const char* name;
+    std::string raw;
+    std::string printable;
+    std::size_t width;
+};
+
+// Parameters print by name (the default byte dump reads struct padding).
+void PrintTo(const PrintableCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class TextPrintable : public ::testing::TestWithParam<PrintableCase> {};
+
+TEST_P(TextPrintable, NeutralisesControlsAndCountsCharacters) {
+    const PrintableCase& c = GetParam();
+    EXPECT_EQ(c.printable, TextWriter::Printable(c.raw));
+    EXPECT_EQ(c.width, TextWriter::Width(TextWriter::Printable(c.raw)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, TextPrintable,
+    ::testing::Values(PrintableCase{"AsItStands", "a \"b\" \\c  ", "a \"b\" \\c  ", 10},
+                      PrintableCase{"NewlineAndEscape", "a\nb\x1b[2J", "a\\x0Ab\\x1B[2J", 13},
+                      PrintableCase{"Del", "\x7f", "\\x7F", 4},
+                      PrintableCase{"C1Control",
+                                    "\xC2\x9B"
+                                    "1m",
+                                    "\\u009B1m", 8},
+                      PrintableCase{"NonAscii",
+                                    "Gr\xC3\xB6\xC3\x9F"
+                                    "e",
+                                    "Gr\xC3\xB6\xC3\x9F"
+                                    "e",
+                                    5},
+                      PrintableCase{"Malformed", "a\xFF", "a" + kFFFD, 2}),
+    [](const ::testing::TestParamInfo<PrintableCase>& info) { return info.param.name; });
+
+// Compares a document element with what a real parser read back: same kinds,
+// same values, members in the same order; HexDump numbers come back as their
+// hexadecimal text.
+::testing::AssertionResult SameValue(const UnknownElement& e, const Ordered& j,
+                                     const std::string& at) {
+    auto fail = [&]() { return ::testing::AssertionFailure() << "at " << at << ": " << j.dump(); };
+    if (e.Is<Null>()) {
+        return j.is_null() ? ::testing::AssertionSuccess() : fail();
+    }
+    if (const Number* n = e.As<Number>()) {
+        if (n->Flags() == Number::HexDump) {
+            char hex[32];
+            std::snprintf(hex, sizeof hex, "0x%04llX", static_cast<unsigned long long>(n->Value()));
+            return j.is_string() && j.get<std::string>() == hex ? ::testing::AssertionSuccess()
+                                                                : fail();
+        }
+        return j.is_number_integer() && j.get<long>() == n->Value() ? ::testing::AssertionSuccess()
+                                                                    : fail();
+    }
+    if (const UNumber* n = e.As<UNumber>()) {
+        if (n->Flags() == UNumber::HexDump) {
+            char hex[32];
+            std::snprintf(hex, sizeof hex, "0x%04llX", n->Value());
+            return j.is_string() && j.get<std::string>() == hex ? ::testing::AssertionSuccess()
+                                                                : fail();
+        }
+        return j.is_number_unsigned() && j.get<unsigned long long>() == n->Value()
+                   ? ::testing::AssertionSuccess()
+                   : fail();
+    }
+    if (const Boolean* b = e.As<Boolean>()) {
+        return j.is_boolean() && j.get<bool>() == b->Value() ? ::testing::AssertionSuccess()
+                                                             : fail();
+    }
+    if (const String* s = e.As<String>()) {
+        return j.is_string() && j.get<std::string>() == s->Value() ? ::testing::AssertionSuccess()
+                                                                   : fail();
+    }
+    if (const Array* a = e.As<Array>()) {
+        if (!j.is_array() || j.size() != a->Size()) {
+            return fail();
+        }
+        std::size_t i = 0;
+        for (const UnknownElement& item : *a) {
+            auto r = SameValue(item, j[i], at + "[" + std::to_string(i) + "]");
+            if (!r) {
+                return r;
+            }
+            ++i;
+        }
+        return ::testing::AssertionSuccess();
+    }
+    const Object* o = e.As<Object>();
+    if (o == nullptr || !j.is_object() || j.size() != o->Size()) {
+        return fail();
+    }
+    auto it = j.begin();
+    for (const Object::Member& m : *o) {
+        if (it.key() != m.name) {
+            return ::testing::AssertionFailure()
+                   << "at " << at << ": member " << it.key() << " where " << m.name << " belongs";
+        }
+        auto r = SameValue(m.element, it.value(), at + "/" + m.name);
+        if (!r) {
+            return r;
+        }
+        ++it;
+    }
+    return ::testing::AssertionSuccess();
+}
+
+TEST(Renderers, JsonRoundTripKeepsValuesAndOrder) {
+    const UnknownElement document(SampleSection());
+    for (JsonWriter::Style style : {JsonWriter::Pretty, JsonWriter::Compact}) {
+        const Ordered parsed = Ordered::parse(JsonWriter::ToString(document, style));
+        EXPECT_TRUE(SameValue(document, parsed, "")) << "style " << style;
+    }
+}
+
+TEST(Renderers, HostileStringsSurviveTheRoundTrip) {
+    std::string everyByte;
+    for (int c = 1; c < 0x80; ++c) {
+        everyByte += static_cast<char>(c);
+    }
+    const std::string valid[] = {everyByte,       std::string("nul\0inside", 10),
+                                 "\"}],{\"x\":1", "\\u0041 is not decoded",
+                                 "</script>",     "\xE2\x80\xA8\xE2\x80\xA9"};
+    for (const std::string& text : valid) {
+        Object o;
+        o[text] = String(text); // hostile keys too
+        const Ordered parsed = Ordered::parse(JsonWriter::ToString(o, JsonWriter::Compact));
+        ASSERT_EQ(1u, parsed.size());
+        EXPECT_EQ(text, parsed.begin().key());
+        EXPECT_EQ(text, parsed.begin().value().get<std::string>());
+    }
+    // Malformed UTF-8 cannot survive as it is, but the output still parses.
+    Object bad;
+    bad["k\xC3"] = String("\xFF\xC0\xAF\xED\xA0\x80"
+                          "end\xE2\x82");
+    Ordered parsed;
+    ASSERT_NO_THROW(parsed = Ordered::parse(JsonWriter::ToString(bad)));
+    EXPECT_EQ("k" + kFFFD, parsed.begin().key());
+    EXPECT_EQ(kFFFD + kFFFD + kFFFD + kFFFD + kFFFD + kFFFD + "end" + kFFFD,
+              parsed.begin().value().get<std::string>());
+}
+
+} // namespace
