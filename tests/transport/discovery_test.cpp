@@ -1,0 +1,228 @@
+// Discovery on a fake sysfs tree laid out like the real one: class entries are
+// links into /devices, each host's `device` link points at its Scsi_Host, and
+// the PCI functions sit above it.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <unistd.h>
+
+#include "transport/PassThrough.h"
+#include "transport/Session.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class FakeSysfs : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string tmpl = (fs::temp_directory_path() / "kvi-sysfs-XXXXXX").string();
+        ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
+        root = tmpl;
+        // host10: second controller, on a function below a bridge in domain 1.
+        addHost(10, "devices/pci0001:ae/0001:ae:00.0/0001:af:00.1", "kvdrv", "16");
+        // host3: an unrelated storage host.
+        addHost(3, "devices/pci0000:00/0000:00:17.0/ata1", "ahci", "1");
+        // host2: first controller.
+        addHost(2, "devices/pci0000:3a/0000:3a:00.0/0000:3b:00.0", "kvdrv", "8\n");
+        write(root / "module/kvdrv/version", "07.725.01.00\n");
+        fs::create_directories(root / "class/scsi_host/not-a-host");
+    }
+    void TearDown() override {
+        std::error_code ec;
+        fs::remove_all(root, ec);
+    }
+
+    static void write(const fs::path& path, const std::string& text) {
+        fs::create_directories(path.parent_path());
+        std::ofstream(path) << text;
+    }
+
+    // <parent>/hostN/scsi_host/hostN with proc_name, the class link and the
+    // `device` link; max_link_width on the first PCI function above.
+    void addHost(unsigned n, const std::string& parent, const std::string& proc, const std::string& width) {
+        const std::string name = "host" + std::to_string(n);
+        const fs::path hostDir = root / parent / name;
+        const fs::path classObj = hostDir / "scsi_host" / name;
+        fs::create_directories(classObj);
+        write(classObj / "proc_name", proc + "\n");
+        fs::create_directory_symlink("../../../" + name, classObj / "device");
+        fs::create_directories(root / "class/scsi_host");
+        fs::create_directory_symlink(fs::path("../..") / parent / name / "scsi_host" / name,
+                                     root / "class/scsi_host" / name);
+        fs::path pci = root / parent;
+        if (pci.filename() == "ata1")
+            pci = pci.parent_path();
+        write(pci / "max_link_width", width);
+    }
+
+    fs::path root;
+};
+
+TEST_F(FakeSysfs, ListsHostsInHostNumberOrderWithTheirFacts) {
+    auto hosts = kvi::listScsiHosts(root.string());
+    ASSERT_EQ(hosts.size(), 3u);
+    EXPECT_EQ(hosts[0].number, 2u);
+    EXPECT_EQ(hosts[1].number, 3u);
+    EXPECT_EQ(hosts[2].number, 10u);
+
+    EXPECT_EQ(hosts[0].driverName, "kvdrv");
+    EXPECT_EQ(hosts[0].driverVersion, "07.725.01.00");
+    ASSERT_TRUE(hosts[0].hasPci);
+    EXPECT_EQ(hosts[0].pciName, "0000:3b:00.0");
+    EXPECT_EQ(hosts[0].pci.domain, 0u);
+    EXPECT_EQ(hosts[0].pci.bus, 0x3bu);
+    EXPECT_EQ(hosts[0].pci.device, 0u);
+    EXPECT_EQ(hosts[0].pci.function, 0u);
+    EXPECT_EQ(hosts[0].pci.linkWidth, 8u);
+
+    EXPECT_EQ(hosts[1].driverName, "ahci");
+    EXPECT_EQ(hosts[1].driverVersion, "") << "no module version file";
+    EXPECT_EQ(hosts[1].pciName, "0000:00:17.0");
+
+    ASSERT_TRUE(hosts[2].hasPci);
+    EXPECT_EQ(hosts[2].pci.domain, 1u);
+    EXPECT_EQ(hosts[2].pci.bus, 0xafu);
+    EXPECT_EQ(hosts[2].pci.function, 1u);
+    EXPECT_EQ(hosts[2].pci.linkWidth, 16u);
+}
+
+// A device that answers the controller-information read for some hosts only.
+struct ProbeDevice {
+    std::map<unsigned, int> errnoByHost; // hosts not listed answer status 0
+    int openResult = 5;
+    std::vector<std::pair<unsigned, std::uint32_t>> seen; // host, opcode
+
+    kvi::DeviceOps ops() {
+        kvi::DeviceOps o;
+        o.open = [this](const std::string&) { return openResult; };
+        o.ioctl = [this](int, unsigned long, void* arg) {
+            auto* p = static_cast<kvi::KviIoctlPacket*>(arg);
+            seen.emplace_back(p->host, kvi::frameOf(*p).opcode);
+            auto it = errnoByHost.find(p->host);
+            return it == errnoByHost.end() ? 0 : it->second;
+        };
+        o.close = [](int) {};
+        return o;
+    }
+};
+
+TEST_F(FakeSysfs, ControllersAreTheHostsThatAnswerTheInformationRead) {
+    ProbeDevice dev;
+    dev.errnoByHost[3] = ENODEV;
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", dev.ops());
+    kvi::Discovery found = kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
+
+    EXPECT_EQ(found.fault, kvi::TransportFault::None);
+    ASSERT_EQ(found.controllers.size(), 2u);
+    EXPECT_EQ(found.controllers[0].name, "host2");
+    EXPECT_EQ(found.controllers[1].name, "host10");
+    ASSERT_EQ(found.others.size(), 1u);
+    EXPECT_EQ(found.others[0].name, "host3");
+    ASSERT_EQ(dev.seen.size(), 3u);
+    for (const auto& s : dev.seen)
+        EXPECT_EQ(s.second, 0x01010000u) << "probe is the controller-information read";
+    EXPECT_EQ(dev.seen[0].first, 2u);
+    EXPECT_EQ(dev.seen[2].first, 10u);
+
+    // Each backend answers from its host's facts.
+    kvi::PassThroughBackend second(device, found.controllers[1]);
+    kvi::PciLocation loc;
+    ASSERT_EQ(second.pciLocation(loc), 0);
+    EXPECT_EQ(loc.linkWidth, 16u);
+    EXPECT_EQ(second.driverVersion(), "07.725.01.00");
+}
+
+TEST_F(FakeSysfs, FirmwareStatusMeansNotAController) {
+    int calls = 0;
+    kvi::Discovery found = kvi::discoverControllers(root.string(), [&](const kvi::ScsiHost& h) {
+        ++calls;
+        return kvi::ProbeResult{h.number == 10 ? 0 : 1, kvi::TransportFault::None, ""};
+    });
+    EXPECT_EQ(calls, 3);
+    ASSERT_EQ(found.controllers.size(), 1u);
+    EXPECT_EQ(found.controllers[0].number, 10u);
+    EXPECT_EQ(found.others.size(), 2u);
+}
+
+TEST_F(FakeSysfs, UnusableDeviceStopsDiscoveryWithItsMessage) {
+    ProbeDevice dev;
+    dev.openResult = -EACCES;
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", dev.ops());
+    kvi::Discovery found = kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
+    EXPECT_EQ(found.fault, kvi::TransportFault::PermissionDenied);
+    EXPECT_EQ(found.error, "permission denied opening /dev/kvtest: run as root");
+    EXPECT_TRUE(found.controllers.empty());
+    EXPECT_TRUE(dev.seen.empty());
+}
+
+TEST_F(FakeSysfs, OpenPassThroughGivesOneBackendPerControllerOrAnExitStatus) {
+    ProbeDevice dev;
+    dev.errnoByHost[3] = ENODEV;
+    kvi::TransportSet set = kvi::openPassThrough("/dev/kvtest", root.string(), dev.ops());
+    ASSERT_EQ(set.controllers.size(), 2u) << set.error;
+    EXPECT_EQ(set.controllers[1]->driverName(), "kvdrv");
+    kvi::PciLocation loc;
+    ASSERT_EQ(set.controllers[1]->pciLocation(loc), 0);
+    EXPECT_EQ(loc.bus, 0xafu);
+
+    ProbeDevice none;
+    none.errnoByHost = {{2, ENODEV}, {3, ENODEV}, {10, EINVAL}};
+    set = kvi::openPassThrough("/dev/kvtest", root.string(), none.ops());
+    EXPECT_TRUE(set.controllers.empty());
+    EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
+    EXPECT_EQ(set.error, "no controller answered through /dev/kvtest; hosts tried: host2 (kvdrv), host3 (ahci), host10 (kvdrv)");
+
+    ProbeDevice denied;
+    denied.openResult = -EPERM;
+    set = kvi::openPassThrough("/dev/kvtest", root.string(), denied.ops());
+    EXPECT_EQ(kvi::exitCodeFor(set.fault), 4);
+    EXPECT_EQ(set.error, "permission denied opening /dev/kvtest: run as root");
+
+    set = kvi::openPassThrough("/dev/kvtest", (root / "nothing").string(), dev.ops());
+    EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
+    EXPECT_NE(set.error.find("no SCSI hosts"), std::string::npos);
+}
+
+TEST(Discovery, MissingTreeHasNoHosts) {
+    EXPECT_TRUE(kvi::listScsiHosts("/nonexistent/kvi-sysfs").empty());
+}
+
+TEST(Discovery, PciNames) {
+    struct Case {
+        const char* text;
+        bool ok;
+        std::uint32_t domain, bus;
+        unsigned device, function;
+    } cases[] = {
+        {"0000:3b:00.0", true, 0, 0x3b, 0, 0},
+        {"0001:AF:1f.7", true, 1, 0xaf, 0x1f, 7},
+        {"10000:00:02.3", true, 0x10000, 0, 2, 3},
+        {"0000:3b:00", false, 0, 0, 0, 0},
+        {"0000:3b:20.0", false, 0, 0, 0, 0},
+        {"0000:3b:00.8", false, 0, 0, 0, 0},
+        {"pci0000:00", false, 0, 0, 0, 0},
+        {"00:3b:00.0", false, 0, 0, 0, 0},
+        {"0000:3g:00.0", false, 0, 0, 0, 0},
+        {"host2", false, 0, 0, 0, 0},
+    };
+    for (const Case& c : cases) {
+        kvi::PciLocation loc;
+        loc.linkWidth = 4;
+        ASSERT_EQ(kvi::parsePciName(c.text, loc), c.ok) << c.text;
+        if (!c.ok)
+            continue;
+        EXPECT_EQ(loc.domain, c.domain) << c.text;
+        EXPECT_EQ(loc.bus, c.bus) << c.text;
+        EXPECT_EQ(loc.device, c.device) << c.text;
+        EXPECT_EQ(loc.function, c.function) << c.text;
+        EXPECT_EQ(loc.linkWidth, 4u) << c.text;
+    }
+}
+
+} // namespace

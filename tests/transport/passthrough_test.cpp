@@ -1,0 +1,320 @@
+// The pass-through backend through an injected device: packet bytes for each
+// kind of request, status and mailbox read back from the frame, errno mapping.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "provider/Controller.h"
+#include "provider/DpParams.h"
+#include "transport/PassThrough.h"
+
+namespace {
+
+using kvi::KviIoctlPacket;
+
+template <class T>
+T at(const std::vector<std::uint8_t>& bytes, std::size_t offset) {
+    T value{};
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+// A device whose open and ioctl are scripted; every packet is kept as bytes
+// as the backend handed it over.
+struct FakeDevice {
+    int openResult = 7;
+    int openCalls = 0;
+    int closedFd = -1;
+    std::deque<int> errnos;                       // next ioctl results (default 0)
+    std::function<void(KviIoctlPacket&)> answer;  // acts as the driver on success
+    std::vector<std::vector<std::uint8_t>> packets;
+    std::vector<unsigned long> requests;
+    std::vector<int> fds;
+
+    kvi::DeviceOps ops() {
+        kvi::DeviceOps o;
+        o.open = [this](const std::string&) {
+            ++openCalls;
+            return openResult;
+        };
+        o.ioctl = [this](int fd, unsigned long request, void* arg) {
+            auto* packet = static_cast<KviIoctlPacket*>(arg);
+            const auto* raw = static_cast<const std::uint8_t*>(arg);
+            packets.emplace_back(raw, raw + sizeof(KviIoctlPacket));
+            requests.push_back(request);
+            fds.push_back(fd);
+            int err = 0;
+            if (!errnos.empty()) {
+                err = errnos.front();
+                errnos.pop_front();
+            }
+            if (err == 0 && answer)
+                answer(*packet);
+            return err;
+        };
+        o.close = [this](int fd) { closedFd = fd; };
+        return o;
+    }
+};
+
+kvi::ScsiHost hostNumber(unsigned n) {
+    kvi::ScsiHost host;
+    host.number = n;
+    host.name = "host" + std::to_string(n);
+    host.driverName = "kvdrv";
+    host.driverVersion = "7.1";
+    return host;
+}
+
+struct PacketCase {
+    const char* name;
+    std::uint32_t opcode;
+    bool driver;
+    std::uint32_t callerLength; // 0 = standard size
+    std::uint8_t mboxB0;
+    std::uint16_t flags;        // expected frame flags
+    std::uint32_t length;       // expected transfer length
+};
+
+// gtest would otherwise dump the struct's bytes, padding included.
+void PrintTo(const PacketCase& c, std::ostream* os) { *os << c.name; }
+
+class PacketBytes : public ::testing::TestWithParam<PacketCase> {};
+
+TEST_P(PacketBytes, FrameAndPacketAtTheirOffsets) {
+    const PacketCase& c = GetParam();
+    FakeDevice fake;
+    std::vector<std::uint8_t> seen; // what the "driver" found in the user buffer
+    fake.answer = [&](KviIoctlPacket& p) {
+        const kvi::KviDcmdFrame frame = kvi::frameOf(p);
+        if (p.sgeCount) {
+            auto* user = reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(p.iov[0].base));
+            seen.assign(user, user + p.iov[0].len);
+            if (frame.flags & kvi::kFrameFlagRead)
+                std::memset(user, 0xA5, p.iov[0].len);
+        }
+        p.frame[2] = 0x00;
+    };
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+    kvi::PassThroughBackend backend(device, hostNumber(0x0102));
+    BackendController ctrl(backend);
+
+    std::vector<unsigned char> buffer(c.length ? c.length : 1, 0x3C);
+    DCMD_MBOX mbox{};
+    mbox.b[0] = c.mboxB0;
+    mbox.b[11] = 0xEE;
+    int status;
+    if (c.driver) {
+        DriverKviDPParams params(c.opcode, mbox.w[0], mbox.w[1], mbox.w[2], buffer.data(), c.callerLength, 0, 0);
+        status = ctrl.execute(&params);
+    } else {
+        DcmdKviDpParams params(c.opcode, mbox, c.length ? buffer.data() : nullptr, c.callerLength, 0, 0);
+        status = ctrl.execute(&params);
+    }
+    ASSERT_EQ(status, 0) << backend.lastError();
+    ASSERT_EQ(fake.packets.size(), 1u);
+    const auto& p = fake.packets[0];
+    EXPECT_EQ(fake.requests[0], 0xC1944D01ul);
+    EXPECT_EQ(fake.fds[0], 7);
+
+    const bool data = c.length != 0;
+    EXPECT_EQ(at<std::uint16_t>(p, 0), 0x0102u) << "host";
+    EXPECT_EQ(at<std::uint16_t>(p, 2), 0u) << "pad";
+    EXPECT_EQ(at<std::uint32_t>(p, 4), 40u) << "sglOffset";
+    EXPECT_EQ(at<std::uint32_t>(p, 8), data ? 1u : 0u) << "packet sgeCount";
+    EXPECT_EQ(at<std::uint32_t>(p, 12), 0u) << "senseOffset";
+    EXPECT_EQ(at<std::uint32_t>(p, 16), 0u) << "senseLength";
+    EXPECT_EQ(p[20 + 0], 5u) << "frame cmd";
+    EXPECT_EQ(p[20 + 2], 0u) << "status is clear when sent";
+    EXPECT_EQ(p[20 + 7], data ? 1u : 0u) << "frame sgeCount";
+    EXPECT_EQ(at<std::uint16_t>(p, 20 + 16), c.flags) << "flags";
+    EXPECT_EQ(at<std::uint32_t>(p, 20 + 20), c.length) << "dataLength";
+    EXPECT_EQ(at<std::uint32_t>(p, 20 + 24), c.opcode) << "opcode";
+    EXPECT_EQ(p[20 + 28], c.mboxB0) << "mailbox b[0]";
+    EXPECT_EQ(p[20 + 28 + 11], 0xEEu) << "mailbox b[11]";
+    EXPECT_EQ(at<std::uint32_t>(p, 20 + 40), 0u) << "sge address (the driver's)";
+    EXPECT_EQ(at<std::uint32_t>(p, 20 + 44), c.length) << "sge length";
+    EXPECT_EQ(at<std::uint64_t>(p, 148 + 8), std::uint64_t(c.length)) << "iov[0].len";
+    EXPECT_EQ(at<std::uint64_t>(p, 148) != 0, data) << "iov[0].base";
+    for (std::size_t i = 148 + 16; i < 404; ++i)
+        ASSERT_EQ(p[i], 0u) << "iov entries past the first are clear, offset " << i;
+
+    // Writes carry the caller's bytes; reads land in the caller's buffer.
+    if (c.flags & kvi::kFrameFlagWrite) {
+        EXPECT_EQ(seen, std::vector<std::uint8_t>(c.length, 0x3C));
+    }
+    if (c.flags & kvi::kFrameFlagRead) {
+        EXPECT_EQ(buffer[c.length - 1], 0xA5);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Directions, PacketBytes,
+    ::testing::Values(
+        PacketCase{"read", KV_DCMD_CTRL_GET_INFO, false, 0, 0, 0x0010, 2464},
+        PacketCase{"write", KV_DCMD_CTRL_PROPERTIES_SET, false, 0, 0, 0x0008, 64},
+        PacketCase{"both", KV_DCMD_CFG_AUTOCFG, false, 0, 3, 0x0018, 8},
+        PacketCase{"none", KV_DCMD_CTRL_PR_SUSPEND_RESUME, false, 0, 1, 0x0000, 0},
+        PacketCase{"explicit", KV_DCMD_CTRL_PROPERTIES_GET, false, 128, 1, 0x0010, 128},
+        PacketCase{"driver", KV_DRV_GET_DRIVER_VERSION, true, 0, 0, 0x0010, 112}),
+    [](const ::testing::TestParamInfo<PacketCase>& info) { return std::string(info.param.name); });
+
+TEST(PassThrough, StatusAndMailboxComeBackFromTheFrame) {
+    FakeDevice fake;
+    fake.answer = [](KviIoctlPacket& p) {
+        p.frame[2] = 0x22;
+        const std::uint32_t w1 = 0x00001234, w2 = 0xCAFEF00D;
+        std::memcpy(p.frame + 28 + 4, &w1, 4);
+        std::memcpy(p.frame + 28 + 8, &w2, 4);
+    };
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+    kvi::PassThroughBackend backend(device, hostNumber(3));
+    BackendController ctrl(backend);
+
+    std::vector<unsigned char> buffer(32768);
+    DcmdKviDpParams params(KV_DCMD_CTRL_AEC_GET, 5, 0, 0, buffer.data(), 32768, 0, 0);
+    EXPECT_EQ(ctrl.execute(&params), 0x22);
+    EXPECT_EQ(params.getmboxW0(), 5u);
+    EXPECT_EQ(params.getmboxW1(), 0x1234u);
+    EXPECT_EQ(params.getmboxW2(), 0xCAFEF00Du);
+    const auto& p = fake.packets.at(0);
+    EXPECT_EQ(at<std::uint32_t>(p, 20 + 20), 32768u);
+    EXPECT_EQ(at<std::uint32_t>(p, 20 + 28), 5u) << "w[0] as sent";
+}
+
+struct ErrnoCase {
+    int err;
+    bool opening;
+    kvi::TransportFault fault;
+    const char* text; // part of the message
+};
+
+void PrintTo(const ErrnoCase& c, std::ostream* os) { *os << "errno " << c.err << (c.opening ? " opening" : ""); }
+
+class ErrnoMapping : public ::testing::TestWithParam<ErrnoCase> {};
+
+TEST_P(ErrnoMapping, NegativeStatusFaultAndMessage) {
+    const ErrnoCase& c = GetParam();
+    FakeDevice fake;
+    if (c.opening)
+        fake.openResult = -c.err;
+    else
+        fake.errnos.assign(kvi::kMaxEintrRetries + 1, c.err);
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+    kvi::PassThroughBackend backend(device, hostNumber(4));
+
+    std::vector<std::uint8_t> buffer(64);
+    kvi::DirectCommand cmd;
+    cmd.opcode = KV_DCMD_CTRL_BIOS_DATA_GET;
+    cmd.data = buffer.data();
+    cmd.length = 64;
+    cmd.direction = kvi::Direction::Read;
+    cmd.mbox[0] = 9;
+    EXPECT_EQ(backend.submit(cmd), kvi::kTransportFailed);
+    EXPECT_EQ(backend.lastErrno(), c.err);
+    EXPECT_EQ(backend.lastFault(), c.fault);
+    EXPECT_NE(backend.lastError().find(c.text), std::string::npos) << backend.lastError();
+    EXPECT_EQ(cmd.mbox[0], 9u) << "a failed ioctl leaves the mailbox as sent";
+    if (c.opening) {
+        EXPECT_TRUE(fake.packets.empty());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ErrnoMapping,
+    ::testing::Values(
+        ErrnoCase{ENOENT, true, kvi::TransportFault::NoDevice, "no device node /dev/kvtest"},
+        ErrnoCase{ENXIO, true, kvi::TransportFault::NoDevice, "no driver behind /dev/kvtest"},
+        ErrnoCase{EACCES, true, kvi::TransportFault::PermissionDenied, "permission denied opening /dev/kvtest: run as root"},
+        ErrnoCase{EPERM, true, kvi::TransportFault::PermissionDenied, "run as root"},
+        ErrnoCase{EBUSY, true, kvi::TransportFault::Other, "cannot open /dev/kvtest"},
+        ErrnoCase{EACCES, false, kvi::TransportFault::PermissionDenied, "run as root"},
+        ErrnoCase{EPERM, false, kvi::TransportFault::PermissionDenied, "run as root"},
+        ErrnoCase{ENODEV, false, kvi::TransportFault::NotController, "host4 is not a controller"},
+        ErrnoCase{ENOTTY, false, kvi::TransportFault::NoDevice, "does not take controller commands"},
+        ErrnoCase{EFAULT, false, kvi::TransportFault::DriverRejected, "KV_DCMD_CTRL_BIOS_DATA_GET (0x010C0100)"},
+        ErrnoCase{EINVAL, false, kvi::TransportFault::DriverRejected, "rejected KV_DCMD_CTRL_BIOS_DATA_GET"},
+        ErrnoCase{ETIMEDOUT, false, kvi::TransportFault::Timeout, "did not answer"},
+        ErrnoCase{EINTR, false, kvi::TransportFault::Other, "interrupted"},
+        ErrnoCase{EIO, false, kvi::TransportFault::Other, "failed on /dev/kvtest"}));
+
+TEST(PassThrough, InterruptedIoctlIsReissued) {
+    FakeDevice fake;
+    fake.errnos = {EINTR, EINTR};
+    fake.answer = [](KviIoctlPacket& p) { p.frame[2] = 0x03; };
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+    kvi::PassThroughBackend backend(device, hostNumber(0));
+    kvi::DirectCommand cmd;
+    cmd.opcode = KV_DCMD_CTRL_ALARM_ENABLE;
+    EXPECT_EQ(backend.submit(cmd), 3);
+    EXPECT_EQ(fake.packets.size(), 3u);
+}
+
+TEST(PassThrough, DeviceIsOpenedOnceAndClosedWithTheLastBackend) {
+    FakeDevice fake;
+    fake.openResult = -EACCES;
+    {
+        auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+        kvi::PassThroughBackend a(device, hostNumber(0)), b(device, hostNumber(1));
+        kvi::DirectCommand cmd;
+        EXPECT_EQ(a.submit(cmd), kvi::kTransportFailed);
+        EXPECT_EQ(b.submit(cmd), kvi::kTransportFailed);
+        EXPECT_EQ(b.lastFault(), kvi::TransportFault::PermissionDenied);
+    }
+    EXPECT_EQ(fake.openCalls, 1);
+    EXPECT_EQ(fake.closedFd, -1) << "nothing to close after a failed open";
+
+    FakeDevice good;
+    {
+        auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", good.ops());
+        kvi::PassThroughBackend a(device, hostNumber(0));
+        kvi::DirectCommand cmd;
+        EXPECT_EQ(a.submit(cmd), 0);
+        EXPECT_EQ(a.submit(cmd), 0);
+    }
+    EXPECT_EQ(good.openCalls, 1);
+    EXPECT_EQ(good.closedFd, 7);
+}
+
+TEST(PassThrough, HostFactsAndSmp) {
+    FakeDevice fake;
+    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+    kvi::ScsiHost host = hostNumber(2);
+    kvi::PassThroughBackend noPci(device, host);
+    kvi::PciLocation loc;
+    EXPECT_LT(noPci.pciLocation(loc), 0);
+    EXPECT_NE(noPci.lastError().find("host2"), std::string::npos);
+
+    host.hasPci = true;
+    host.pci.domain = 1;
+    host.pci.bus = 0x3b;
+    host.pci.device = 2;
+    host.pci.function = 1;
+    host.pci.linkWidth = 8;
+    kvi::PassThroughBackend backend(device, host);
+    ASSERT_EQ(backend.pciLocation(loc), 0);
+    EXPECT_EQ(loc.bus, 0x3bu);
+    EXPECT_EQ(loc.linkWidth, 8u);
+    EXPECT_EQ(backend.driverName(), "kvdrv");
+    EXPECT_EQ(backend.driverVersion(), "7.1");
+
+    BackendController ctrl(backend);
+    KV_DRV_PCI_INFORMATION info;
+    ASSERT_EQ(ctrl.getPciInfo(&info), 0);
+    EXPECT_EQ(info.domainID, 1u);
+    EXPECT_EQ(info.functionNumber, 1u);
+    EXPECT_EQ(info.capability.linkCapability.linkWidth, 8u);
+
+    kvi::SmpCommand smp;
+    EXPECT_EQ(backend.submitSmp(smp), kvi::kUnsupported);
+    EXPECT_TRUE(fake.packets.empty());
+}
+
+} // namespace
