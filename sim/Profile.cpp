@@ -1,0 +1,730 @@
+// Profiles: JSON files that build a simulated controller.
+//
+// A profile names an optional base ("base": a bundled profile name or a path,
+// relative to the including file) and then sets, on top of the base:
+//   "records":   {RECORD: {FIELD: VALUE, ...}, ...}  fields by dotted name
+//                through the field registry; numbers (or "0x..." strings, or
+//                true/false) for integers and bit fields, strings for texts and
+//                byte arrays ("hex:..." for raw bytes), a JSON array for a whole
+//                integer array
+//   "flash":     {"running"|"backup"|"pending": [{KV_FLASH_COMP_INFO fields}]}
+//                (running and pending also fill the component lists of
+//                KV_CTRL_INFO, at most 8 each)
+//   "phys":      [{KV_SAS_PHY_CONNECTION fields}]   (at most 24)
+//   "connectors":[{KV_SAS_CONNECTOR_INFO fields}]   (at most 8)
+//   "mux":       [mode, ...]                        (at most 4)
+//   "lanes":     [{wwid, laneIdentifier, currentClkMode, deviceType,
+//                  connectorIndex, supportedLaneSpeed, disabled, pcieLinkNumber,
+//                  linkNumberValid, laneSpeedControl, currentSpeed}] (at most 24)
+//   "events":    [{code, class, locale, argType, args, description, age}]
+//                appended in order; "age" = seconds before now (default 0)
+//   "eventLog":  {"generate": N, "firstSeq": S}  N synthetic events (lazy)
+//   "pci":       {domain, bus, device, function, linkWidth}
+//   "driver":    {name, version}
+//   "oem", "controllerType", "isOEMhp", "haMode"
+//   "personality": {KV_CTRL_PERSONALITY_INFO fields}
+//   "mfg2":      text of the second manufacturing record
+//   "alarm":     "present" | "absent" | "enabled" | "disabled" | "silenced"
+//   "lockKey":   {"passphrase": TEXT, "keyId": TEXT}  a key assigned at start
+//   "fail":      {"OPCODE[@bN=V]": STATUS}  OPCODE as hex, decimal or KV_DCMD_ name
+//   "description", "comment": free text
+// The copies of the properties inside KV_CTRL_INFO ("properties." and "prop.")
+// always mirror KV_CTRL_PROP_EXT; set them there.
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "firmware/fields.h"
+#include "firmware/kvi.h"
+#include "sim/BundledProfiles.h"
+#include "sim/ControllerState.h"
+#include "sim/SimInternal.h"
+#include "sim/Simulator.h"
+
+namespace kvi::sim {
+namespace {
+
+using json = nlohmann::json;
+namespace fld = kvi::fields;
+
+constexpr int kMaxBaseDepth = 8;
+
+[[noreturn]] void fail(const std::string& file, const std::string& field, const std::string& reason) {
+    throw SimError(file + ": " + (field.empty() ? std::string() : field + ": ") + reason);
+}
+
+std::string describe(const json& v) {
+    std::string s = v.dump();
+    if (s.size() > 40)
+        s = s.substr(0, 37) + "...";
+    return s;
+}
+
+// ---- values ----
+
+bool parseUnsignedText(const std::string& text, std::uint64_t& out) {
+    if (text.empty())
+        return false;
+    std::size_t pos = 0;
+    int base = 10;
+    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+        base = 16;
+        pos = 2;
+    }
+    std::uint64_t v = 0;
+    for (; pos < text.size(); ++pos) {
+        char c = text[pos];
+        unsigned d;
+        if (c >= '0' && c <= '9')
+            d = unsigned(c - '0');
+        else if (base == 16 && c >= 'a' && c <= 'f')
+            d = unsigned(c - 'a' + 10);
+        else if (base == 16 && c >= 'A' && c <= 'F')
+            d = unsigned(c - 'A' + 10);
+        else
+            return false;
+        if (v > (~std::uint64_t(0) - d) / unsigned(base))
+            return false;
+        v = v * unsigned(base) + d;
+    }
+    out = v;
+    return true;
+}
+
+// An integer value: a JSON number, true/false, or a "0x..."/decimal string.
+// Returns false when the value is no integer; sets `negative` for values below 0.
+bool integerValue(const json& v, std::uint64_t& u, std::int64_t& s, bool& negative) {
+    negative = false;
+    if (v.is_boolean()) {
+        u = v.get<bool>() ? 1 : 0;
+        s = std::int64_t(u);
+        return true;
+    }
+    if (v.is_number_unsigned()) {
+        u = v.get<std::uint64_t>();
+        s = std::int64_t(u);
+        return true;
+    }
+    if (v.is_number_integer()) {
+        s = v.get<std::int64_t>();
+        negative = s < 0;
+        u = std::uint64_t(s);
+        return true;
+    }
+    if (v.is_string()) {
+        std::string t = v.get<std::string>();
+        bool neg = !t.empty() && t[0] == '-';
+        if (!parseUnsignedText(neg ? t.substr(1) : t, u))
+            return false;
+        if (neg) {
+            if (u > std::uint64_t(1) << 63)
+                return false;
+            s = -std::int64_t(u - 1) - 1;
+            negative = u != 0;
+            u = std::uint64_t(s);
+        } else {
+            s = std::int64_t(u);
+        }
+        return true;
+    }
+    return false;
+}
+
+bool decodeHex(const std::string& text, std::vector<std::uint8_t>& out) {
+    out.clear();
+    std::string digits;
+    for (char c : text)
+        if (c != ' ' && c != ':' && c != '-')
+            digits += c;
+    if (digits.size() % 2 != 0)
+        return false;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        std::uint64_t v = 0;
+        if (!parseUnsignedText("0x" + digits.substr(i, 2), v))
+            return false;
+        out.push_back(std::uint8_t(v));
+    }
+    return true;
+}
+
+void writeInteger(std::uint8_t* image, const fld::FieldRef& ref, const json& value,
+                  const std::string& file, const std::string& where) {
+    std::uint64_t u = 0;
+    std::int64_t s = 0;
+    bool negative = false;
+    if (!integerValue(value, u, s, negative))
+        fail(file, where, "expected an integer, got " + describe(value));
+    const fld::FieldInfo& f = *ref.field;
+    bool ok;
+    if (f.kind == fld::FieldKind::Signed)
+        ok = fld::writeSigned(image, ref, s);
+    else
+        ok = !negative && fld::writeUnsigned(image, ref, u);
+    if (!ok) {
+        unsigned bits = f.isBitField() ? f.bitWidth : 8u * f.unitSize;
+        fail(file, where,
+             "value " + describe(value) + " does not fit " + std::to_string(bits) + " bits" +
+                 (f.kind == fld::FieldKind::Signed ? " (signed)" : ""));
+    }
+}
+
+// Sets one field of a record image by its dotted path.
+void setField(std::uint8_t* image, const fld::RecordInfo& record, const std::string& path,
+              const json& value, const std::string& file, const std::string& where) {
+    fld::FieldRef ref = fld::findField(record, path);
+    if (!ref)
+        fail(file, where, std::string("unknown field of ") + record.name);
+    const fld::FieldInfo& f = *ref.field;
+    bool indexed = path != f.path;
+    switch (f.kind) {
+    case fld::FieldKind::Char:
+    case fld::FieldKind::Bytes: {
+        if (indexed) {
+            writeInteger(image, ref, value, file, where);
+            return;
+        }
+        if (!value.is_string())
+            fail(file, where, "expected a text or \"hex:...\"");
+        std::string text = value.get<std::string>();
+        if (text.rfind("hex:", 0) == 0) {
+            std::vector<std::uint8_t> bytes;
+            if (!decodeHex(text.substr(4), bytes))
+                fail(file, where, "malformed hex bytes");
+            if (bytes.size() > f.byteSize())
+                fail(file, where,
+                     std::to_string(bytes.size()) + " bytes do not fit " + std::to_string(f.byteSize()) +
+                         " bytes");
+            std::memset(image + f.offset, 0, f.byteSize());
+            if (!bytes.empty())
+                std::memcpy(image + f.offset, bytes.data(), bytes.size());
+            return;
+        }
+        if (text.find('\0') != std::string::npos)
+            fail(file, where, "text holds a NUL character");
+        if (!fld::writeText(image, f, text))
+            fail(file, where,
+                 "text of " + std::to_string(text.size()) + " characters does not fit " +
+                     std::to_string(f.byteSize()) + " bytes");
+        return;
+    }
+    case fld::FieldKind::Unsigned:
+    case fld::FieldKind::Signed:
+        if (value.is_array()) {
+            if (indexed || f.count < 2)
+                fail(file, where, "expected an integer, got an array");
+            if (value.size() > f.count)
+                fail(file, where,
+                     std::to_string(value.size()) + " values do not fit " + std::to_string(f.count) +
+                         " elements");
+            for (std::size_t i = 0; i < value.size(); ++i)
+                writeInteger(image, fld::FieldRef{&f, std::uint16_t(i)}, value[i], file,
+                             where + "[" + std::to_string(i) + "]");
+            return;
+        }
+        writeInteger(image, ref, value, file, where);
+        return;
+    }
+}
+
+void setFields(std::uint8_t* image, const char* recordName, const json& fields,
+               const std::string& file, const std::string& where) {
+    const fld::RecordInfo* record = fld::findRecord(recordName);
+    if (!record)
+        fail(file, where, std::string("no registry entry for ") + recordName);
+    if (!fields.is_object())
+        fail(file, where, "expected an object of fields");
+    for (auto it = fields.begin(); it != fields.end(); ++it)
+        setField(image, *record, it.key(), it.value(), file, where + "." + it.key());
+}
+
+const json& need(const json& obj, const char* key, const std::string& file, const std::string& where) {
+    auto it = obj.find(key);
+    if (it == obj.end())
+        fail(file, where, std::string("missing \"") + key + "\"");
+    return *it;
+}
+
+std::uint64_t uintValue(const json& v, std::uint64_t max, const std::string& file,
+                        const std::string& where) {
+    std::uint64_t u = 0;
+    std::int64_t s = 0;
+    bool negative = false;
+    if (!integerValue(v, u, s, negative))
+        fail(file, where, "expected an integer, got " + describe(v));
+    if (negative || u > max)
+        fail(file, where, "value " + describe(v) + " is outside 0.." + std::to_string(max));
+    return u;
+}
+
+std::string textValue(const json& v, std::size_t maxLen, const std::string& file,
+                      const std::string& where) {
+    if (!v.is_string())
+        fail(file, where, "expected a text");
+    std::string t = v.get<std::string>();
+    if (t.size() > maxLen)
+        fail(file, where, "text longer than " + std::to_string(maxLen) + " characters");
+    if (t.find('\0') != std::string::npos)
+        fail(file, where, "text holds a NUL character");
+    return t;
+}
+
+void checkKeys(const json& obj, std::initializer_list<const char*> allowed, const std::string& file,
+               const std::string& where) {
+    for (auto it = obj.begin(); it != obj.end(); ++it) {
+        bool known = false;
+        for (const char* k : allowed)
+            known = known || it.key() == k;
+        if (!known)
+            fail(file, where.empty() ? it.key() : where + "." + it.key(), "unknown key");
+    }
+}
+
+// ---- sections ----
+
+void applyRecords(ControllerState& st, const json& records, const std::string& file) {
+    if (!records.is_object())
+        fail(file, "records", "expected an object of records");
+    std::vector<RecordSlot> slots = profileRecords(st);
+    for (auto it = records.begin(); it != records.end(); ++it) {
+        const RecordSlot* target = nullptr;
+        for (const RecordSlot& s : slots)
+            if (it.key() == s.name)
+                target = &s;
+        std::string where = "records." + it.key();
+        if (!target)
+            fail(file, where, "unknown record (or one the simulator does not keep)");
+        if (it.key() == "KV_CTRL_INFO" && it.value().is_object()) {
+            for (auto f = it.value().begin(); f != it.value().end(); ++f)
+                if (f.key().rfind("properties.", 0) == 0 || f.key().rfind("prop.", 0) == 0)
+                    fail(file, where + "." + f.key(),
+                         "mirrors the controller properties; set KV_CTRL_PROP or KV_CTRL_PROP_EXT");
+        }
+        setFields(target->data, target->name, it.value(), file, where);
+    }
+}
+
+std::vector<KV_FLASH_COMP_INFO> flashList(const json& list, const std::string& file,
+                                          const std::string& where) {
+    if (!list.is_array())
+        fail(file, where, "expected an array of image components");
+    if (list.size() > kMaxFlashComponents)
+        fail(file, where, "more than " + std::to_string(kMaxFlashComponents) + " components");
+    std::vector<KV_FLASH_COMP_INFO> out(list.size());
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        std::memset(&out[i], 0, sizeof out[i]);
+        setFields(reinterpret_cast<std::uint8_t*>(&out[i]), "KV_FLASH_COMP_INFO", list[i], file,
+                  where + "[" + std::to_string(i) + "]");
+    }
+    return out;
+}
+
+void applyFlash(ControllerState& st, const json& flash, const std::string& file) {
+    if (!flash.is_object())
+        fail(file, "flash", "expected an object with running, backup and pending lists");
+    checkKeys(flash, {"running", "backup", "pending"}, file, "flash");
+    if (flash.contains("running")) {
+        st.running = flashList(flash["running"], file, "flash.running");
+        std::memset(st.info.imageComponent, 0, sizeof st.info.imageComponent);
+        std::size_t n = std::min<std::size_t>(st.running.size(), 8);
+        if (n)
+            std::memcpy(st.info.imageComponent, st.running.data(), n * sizeof(KV_FLASH_COMP_INFO));
+        st.info.imageComponentCount = std::uint32_t(n);
+    }
+    if (flash.contains("backup"))
+        st.backup = flashList(flash["backup"], file, "flash.backup");
+    if (flash.contains("pending")) {
+        st.pending = flashList(flash["pending"], file, "flash.pending");
+        std::memset(st.info.pendingImageComponent, 0, sizeof st.info.pendingImageComponent);
+        std::size_t n = std::min<std::size_t>(st.pending.size(), 8);
+        if (n)
+            std::memcpy(st.info.pendingImageComponent, st.pending.data(), n * sizeof(KV_FLASH_COMP_INFO));
+        st.info.pendingImageComponentCount = std::uint32_t(n);
+    }
+}
+
+// Returns the number of entries set.
+template <class Entry>
+std::uint32_t applyEntryList(const json& list, const char* recordName, Entry* entries, std::size_t capacity,
+                             const std::string& file, const char* where) {
+    if (!list.is_array())
+        fail(file, where, "expected an array");
+    if (list.size() > capacity)
+        fail(file, where, "more than " + std::to_string(capacity) + " entries");
+    std::memset(entries, 0, capacity * sizeof(Entry));
+    for (std::size_t i = 0; i < list.size(); ++i)
+        setFields(reinterpret_cast<std::uint8_t*>(&entries[i]), recordName, list[i], file,
+                  std::string(where) + "[" + std::to_string(i) + "]");
+    return std::uint32_t(list.size());
+}
+
+// The lane entry has no registry record; its fields are listed here.
+const fld::FieldInfo kLaneFields[] = {
+    {"wwid", 0, 8, 1, 0, 0, fld::FieldKind::Unsigned},
+    {"laneIdentifier", 8, 2, 1, 0, 0, fld::FieldKind::Unsigned},
+    {"currentClkMode", 10, 1, 1, 0, 2, fld::FieldKind::Unsigned},
+    {"deviceType", 10, 1, 1, 2, 4, fld::FieldKind::Unsigned},
+    {"connectorIndex", 11, 1, 1, 0, 0, fld::FieldKind::Unsigned},
+    {"supportedLaneSpeed", 12, 4, 1, 0, 8, fld::FieldKind::Unsigned},
+    {"disabled", 12, 4, 1, 8, 1, fld::FieldKind::Unsigned},
+    {"pcieLinkNumber", 12, 4, 1, 9, 6, fld::FieldKind::Unsigned},
+    {"linkNumberValid", 12, 4, 1, 15, 1, fld::FieldKind::Unsigned},
+    {"laneSpeedControl", 12, 4, 1, 16, 8, fld::FieldKind::Unsigned},
+    {"currentSpeed", 12, 4, 1, 24, 8, fld::FieldKind::Unsigned},
+};
+
+void applyLanes(ControllerState& st, const json& list, const std::string& file) {
+    if (!list.is_array())
+        fail(file, "lanes", "expected an array");
+    if (list.size() > 24)
+        fail(file, "lanes", "more than 24 entries");
+    std::memset(&st.lanes, 0, sizeof st.lanes);
+    fld::RecordInfo record{"lane", 16, kLaneFields, sizeof kLaneFields / sizeof kLaneFields[0]};
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        std::string where = "lanes[" + std::to_string(i) + "]";
+        if (!list[i].is_object())
+            fail(file, where, "expected an object of fields");
+        for (auto it = list[i].begin(); it != list[i].end(); ++it)
+            setField(reinterpret_cast<std::uint8_t*>(&st.lanes.lane[i]), record, it.key(), it.value(),
+                     file, where + "." + it.key());
+    }
+    st.lanes.count = std::uint32_t(list.size());
+}
+
+void applyMux(ControllerState& st, const json& list, const std::string& file) {
+    if (!list.is_array())
+        fail(file, "mux", "expected an array of mux modes");
+    if (list.size() > 4)
+        fail(file, "mux", "more than 4 muxes");
+    std::memset(&st.mux, 0, sizeof st.mux);
+    for (std::size_t i = 0; i < list.size(); ++i)
+        st.mux.sasMuxMode[i] =
+            std::uint8_t(uintValue(list[i], 3, file, "mux[" + std::to_string(i) + "]"));
+    st.mux.sasMuxCount = std::uint8_t(list.size());
+}
+
+void applyEvents(ControllerState& st, const json& list, const Clock& clock, const std::string& file) {
+    if (!list.is_array())
+        fail(file, "events", "expected an array of events");
+    std::uint32_t now = clock.firmwareTime();
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        std::string where = "events[" + std::to_string(i) + "]";
+        const json& e = list[i];
+        if (!e.is_object())
+            fail(file, where, "expected an object");
+        checkKeys(e, {"code", "class", "locale", "argType", "args", "description", "age"}, file, where);
+        SimEvent ev;
+        ev.code = std::uint32_t(uintValue(need(e, "code", file, where), 0xFFFFFFFFu, file, where + ".code"));
+        if (e.contains("class")) {
+            std::uint64_t u = 0;
+            std::int64_t s = 0;
+            bool negative = false;
+            if (!integerValue(e["class"], u, s, negative) || s < -2 || s > 4)
+                fail(file, where + ".class", "expected a class from -2 to 4");
+            ev.eventClass = std::int8_t(s);
+        }
+        if (e.contains("locale"))
+            ev.locale = std::uint16_t(uintValue(e["locale"], 0xFFFF, file, where + ".locale"));
+        if (e.contains("argType"))
+            ev.argType = std::uint8_t(uintValue(e["argType"], 0xFF, file, where + ".argType"));
+        if (e.contains("args")) {
+            std::string t = textValue(e["args"], 400, file, where + ".args");
+            if (t.rfind("hex:", 0) != 0 || !decodeHex(t.substr(4), ev.args))
+                fail(file, where + ".args", "expected \"hex:...\"");
+            if (ev.args.size() > 96)
+                fail(file, where + ".args", "more than 96 argument bytes");
+        }
+        ev.description = textValue(need(e, "description", file, where), 127, file, where + ".description");
+        std::uint64_t age = 0;
+        if (e.contains("age"))
+            age = uintValue(e["age"], 0xFFFFFFFFu, file, where + ".age");
+        ev.timeStamp = age <= now ? std::uint32_t(now - age) : 0;
+        st.events.append(std::move(ev));
+    }
+}
+
+void applyFaults(ControllerState& st, const json& faults, const std::string& file) {
+    if (!faults.is_object())
+        fail(file, "fail", "expected an object mapping opcodes to statuses");
+    for (auto it = faults.begin(); it != faults.end(); ++it) {
+        std::string where = "fail." + it.key();
+        Fault f;
+        f.key = it.key();
+        std::string op = it.key();
+        std::size_t at = op.find('@');
+        std::string qualifier;
+        if (at != std::string::npos) {
+            qualifier = op.substr(at + 1);
+            op = op.substr(0, at);
+        }
+        std::uint64_t value = 0;
+        if (op.rfind("KV_", 0) == 0) {
+            bool found = false;
+            for (unsigned i = 0; i < kKvDcmdCount && !found; ++i)
+                if (op == kvDcmdRow(i).name) {
+                    value = kvDcmdRow(i).opcode;
+                    found = true;
+                }
+            if (!found)
+                fail(file, where, "unknown opcode name");
+        } else if (!parseUnsignedText(op, value) || value > 0xFFFFFFFFu) {
+            fail(file, where, "expected an opcode (\"0x05010000\" or a KV_DCMD_ name)");
+        }
+        f.opcode = std::uint32_t(value);
+        if (!qualifier.empty()) {
+            // "bN=V": mailbox byte N must hold V.
+            std::size_t eq = qualifier.find('=');
+            std::uint64_t index = 0, byte = 0;
+            if (qualifier[0] != 'b' || eq == std::string::npos ||
+                !parseUnsignedText(qualifier.substr(1, eq - 1), index) || index > 11 ||
+                !parseUnsignedText(qualifier.substr(eq + 1), byte) || byte > 0xFF)
+                fail(file, where, "mailbox qualifier must read @bN=V with N 0..11 and V 0..255");
+            f.mboxByte = int(index);
+            f.mboxValue = std::uint8_t(byte);
+        }
+        std::uint64_t u = 0;
+        std::int64_t s = 0;
+        bool negative = false;
+        if (!integerValue(it.value(), u, s, negative))
+            fail(file, where, "expected a status, got " + describe(it.value()));
+        bool local = s == kTransportFailed || s == kReplayMismatch || s == kUnsupported;
+        if (!local && (negative || u < 1 || u > 255))
+            fail(file, where, "status must be 1..255 (or a local failure code -10, -11, -12)");
+        f.status = int(s);
+        // A later entry for the same opcode and qualifier replaces the earlier one.
+        for (auto old = st.faults.begin(); old != st.faults.end(); ++old)
+            if (old->opcode == f.opcode && old->mboxByte == f.mboxByte && old->mboxValue == f.mboxValue) {
+                st.faults.erase(old);
+                break;
+            }
+        st.faults.push_back(f);
+    }
+}
+
+void applyAlarm(ControllerState& st, const json& v, const std::string& file) {
+    std::string t = textValue(v, 16, file, "alarm");
+    if (t == "absent") {
+        st.info.hwPresent.alarm = 0;
+    } else if (t == "present") {
+        st.info.hwPresent.alarm = 1;
+        st.alarmState = kAlarmUnset;
+    } else if (t == "enabled" || t == "disabled" || t == "silenced") {
+        st.info.hwPresent.alarm = 1;
+        st.alarmState = t == "disabled" ? 0 : t == "enabled" ? 1 : 2;
+    } else {
+        fail(file, "alarm", "expected present, absent, enabled, disabled or silenced");
+    }
+}
+
+void applyLockKey(ControllerState& st, const json& v, const std::string& file) {
+    if (!v.is_object())
+        fail(file, "lockKey", "expected an object");
+    checkKeys(v, {"passphrase", "keyId"}, file, "lockKey");
+    std::string pass = textValue(need(v, "passphrase", file, "lockKey"), 32, file, "lockKey.passphrase");
+    if (pass.empty())
+        fail(file, "lockKey.passphrase", "empty passphrase");
+    std::string keyId;
+    if (v.contains("keyId"))
+        keyId = textValue(v["keyId"], 255, file, "lockKey.keyId");
+    assignLockKey(st, pass, keyId, false);
+}
+
+struct Source {
+    std::string text;
+    std::string label;   // for messages
+    std::string baseDir; // for a relative base path
+};
+
+bool isPathLike(const std::string& s) {
+    return s.find('/') != std::string::npos ||
+           (s.size() > 5 && s.compare(s.size() - 5, 5, ".json") == 0);
+}
+
+Source resolve(const std::string& profile, const std::string& baseDir, const std::string& from,
+               const std::string& fromField) {
+    if (!isPathLike(profile)) {
+        if (const char* text = Simulator::bundledProfileText(profile))
+            return {text, profile + ".json (bundled)", ""};
+        if (from.empty())
+            fail(profile, "", "no bundled profile of that name and no such file");
+        fail(from, fromField, "unknown base profile \"" + profile + "\"");
+    }
+    std::string path = profile;
+    if (!path.empty() && path[0] != '/' && !baseDir.empty())
+        path = baseDir + "/" + path;
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        std::string reason = std::string("cannot open: ") + std::strerror(errno);
+        if (from.empty())
+            fail(path, "", reason);
+        fail(from, fromField, "base \"" + profile + "\": " + reason);
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    std::size_t slash = path.rfind('/');
+    return {text.str(), path, slash == std::string::npos ? std::string() : path.substr(0, slash)};
+}
+
+void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int depth,
+                std::set<std::string>& chain);
+
+void applyDocument(ControllerState& st, const json& doc, const Source& src, const Clock& clock,
+                   int depth, std::set<std::string>& chain) {
+    const std::string& file = src.label;
+    if (!doc.is_object())
+        fail(file, "", "a profile is a JSON object");
+    checkKeys(doc,
+              {"base", "description", "comment", "records", "flash", "phys", "connectors", "mux",
+               "lanes", "events", "eventLog", "pci", "driver", "oem", "controllerType", "isOEMhp",
+               "haMode", "personality", "mfg2", "alarm", "lockKey", "fail"},
+              file, "");
+    if (doc.contains("base")) {
+        if (!doc["base"].is_string())
+            fail(file, "base", "expected a profile name or path");
+        if (depth >= kMaxBaseDepth)
+            fail(file, "base", "bases nest more than " + std::to_string(kMaxBaseDepth) + " deep");
+        Source base = resolve(doc["base"].get<std::string>(), src.baseDir, file, "base");
+        if (chain.count(base.label))
+            fail(file, "base", "profile \"" + doc["base"].get<std::string>() + "\" includes itself");
+        applyLayer(st, base, clock, depth + 1, chain);
+    }
+    for (const char* key : {"description", "comment"})
+        if (doc.contains(key) && !doc[key].is_string())
+            fail(file, key, "expected a text");
+    if (doc.contains("records"))
+        applyRecords(st, doc["records"], file);
+    if (doc.contains("personality"))
+        setFields(reinterpret_cast<std::uint8_t*>(&st.personality), "KV_CTRL_PERSONALITY_INFO",
+                  doc["personality"], file, "personality");
+    if (doc.contains("flash"))
+        applyFlash(st, doc["flash"], file);
+    if (doc.contains("phys"))
+        st.phys.count = applyEntryList(doc["phys"], "KV_SAS_PHY_CONNECTION", st.phys.phy, 24, file, "phys");
+    if (doc.contains("connectors"))
+        st.connectors.count = applyEntryList(doc["connectors"], "KV_SAS_CONNECTOR_INFO",
+                                             st.connectors.connectors, 8, file, "connectors");
+    if (doc.contains("mux"))
+        applyMux(st, doc["mux"], file);
+    if (doc.contains("lanes"))
+        applyLanes(st, doc["lanes"], file);
+    if (doc.contains("eventLog")) {
+        const json& g = doc["eventLog"];
+        if (!g.is_object())
+            fail(file, "eventLog", "expected an object");
+        checkKeys(g, {"generate", "firstSeq"}, file, "eventLog");
+        std::uint64_t n = g.contains("generate")
+                              ? uintValue(g["generate"], 100000000, file, "eventLog.generate")
+                              : 0;
+        std::uint64_t first = g.contains("firstSeq")
+                                  ? uintValue(g["firstSeq"], 0x7FFFFFFF, file, "eventLog.firstSeq")
+                                  : 1;
+        if (first == 0)
+            fail(file, "eventLog.firstSeq", "sequence numbers start at 1 or later");
+        st.events.generate(std::uint32_t(first), std::uint32_t(n), clock.firmwareTime());
+    }
+    if (doc.contains("events"))
+        applyEvents(st, doc["events"], clock, file);
+    if (doc.contains("pci")) {
+        const json& p = doc["pci"];
+        if (!p.is_object())
+            fail(file, "pci", "expected an object");
+        checkKeys(p, {"domain", "bus", "device", "function", "linkWidth"}, file, "pci");
+        if (p.contains("domain"))
+            st.pci.domain = std::uint32_t(uintValue(p["domain"], 0xFFFF, file, "pci.domain"));
+        if (p.contains("bus"))
+            st.pci.bus = std::uint32_t(uintValue(p["bus"], 0xFF, file, "pci.bus"));
+        if (p.contains("device"))
+            st.pci.device = std::uint8_t(uintValue(p["device"], 31, file, "pci.device"));
+        if (p.contains("function"))
+            st.pci.function = std::uint8_t(uintValue(p["function"], 7, file, "pci.function"));
+        if (p.contains("linkWidth"))
+            st.pci.linkWidth = std::uint32_t(uintValue(p["linkWidth"], 32, file, "pci.linkWidth"));
+    }
+    if (doc.contains("driver")) {
+        const json& d = doc["driver"];
+        if (!d.is_object())
+            fail(file, "driver", "expected an object");
+        checkKeys(d, {"name", "version"}, file, "driver");
+        if (d.contains("name"))
+            st.driverName = textValue(d["name"], 19, file, "driver.name");
+        if (d.contains("version"))
+            st.driverVersion = textValue(d["version"], 31, file, "driver.version");
+    }
+    if (doc.contains("oem"))
+        st.oem = std::uint32_t(uintValue(doc["oem"], 0xFFFFFFFFu, file, "oem"));
+    if (doc.contains("controllerType"))
+        st.controllerType = int(uintValue(doc["controllerType"], 255, file, "controllerType"));
+    if (doc.contains("isOEMhp")) {
+        if (!doc["isOEMhp"].is_boolean())
+            fail(file, "isOEMhp", "expected true or false");
+        st.isOEMhp = doc["isOEMhp"].get<bool>();
+    }
+    if (doc.contains("haMode"))
+        st.haMode = std::uint8_t(uintValue(doc["haMode"], 3, file, "haMode"));
+    if (doc.contains("mfg2")) {
+        std::string t = textValue(doc["mfg2"], sizeof st.mfg2, file, "mfg2");
+        std::memset(st.mfg2, 0, sizeof st.mfg2);
+        std::memcpy(st.mfg2, t.data(), t.size());
+    }
+    if (doc.contains("alarm"))
+        applyAlarm(st, doc["alarm"], file);
+    if (doc.contains("lockKey"))
+        applyLockKey(st, doc["lockKey"], file);
+    if (doc.contains("fail"))
+        applyFaults(st, doc["fail"], file);
+}
+
+void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int depth,
+                std::set<std::string>& chain) {
+    json doc;
+    try {
+        doc = json::parse(src.text);
+    } catch (const json::parse_error& e) {
+        // nlohmann's message names the byte offset and what it expected.
+        std::string what = e.what();
+        std::size_t cut = what.find("] ");
+        fail(src.label, "", "malformed JSON: " + (cut == std::string::npos ? what : what.substr(cut + 2)));
+    }
+    chain.insert(src.label);
+    applyDocument(st, doc, src, clock, depth, chain);
+    chain.erase(src.label);
+}
+
+std::unique_ptr<ControllerState> build(const Source& src, const Clock& clock) {
+    auto st = std::make_unique<ControllerState>();
+    std::set<std::string> chain;
+    applyLayer(*st, src, clock, 0, chain);
+    finishProfile(*st);
+    return st;
+}
+
+} // namespace
+
+void finishProfile(ControllerState& st) {
+    // The BIOS settings carry a valid checksum, as a firmware keeps them.
+    std::uint8_t sum = 0;
+    const auto* bios = reinterpret_cast<const std::uint8_t*>(&st.bios);
+    for (std::size_t i = 0; i + 1 < sizeof st.bios; ++i)
+        sum = std::uint8_t(sum + bios[i]);
+    st.bios.checkSum = std::uint8_t(0x100 - sum);
+    st.defaultProp = st.prop;
+    mirrorProperties(st);
+    if (st.alarmState == kAlarmUnset)
+        st.alarmState = st.prop.ctrlProp1.alarmEnable ? 1 : 0;
+    if (st.events.newestSeqNum() >= st.events.oldestSeqNum())
+        st.events.markBoot();
+}
+
+std::unique_ptr<ControllerState> buildFromProfile(const std::string& profile, const Clock& clock) {
+    return build(resolve(profile, "", "", ""), clock);
+}
+
+std::unique_ptr<ControllerState> buildFromProfileText(const std::string& text, const std::string& label,
+                                                      const std::string& baseDir, const Clock& clock) {
+    return build(Source{text, label, baseDir}, clock);
+}
+
+} // namespace kvi::sim

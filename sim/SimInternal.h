@@ -1,0 +1,31 @@
+#pragma once
+// Helpers shared by the simulator's source files (not part of its API).
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "sim/ControllerState.h"
+
+namespace kvi::sim {
+
+// Most image components one list may hold.
+constexpr std::size_t kMaxFlashComponents = 32;
+// Most events event capture keeps (what fits its 32768-byte answer).
+constexpr std::size_t kMaxCaptured = 128;
+
+// Copies the properties into their mirrors inside KV_CTRL_INFO.
+void mirrorProperties(ControllerState& st);
+// Settles a freshly built state: remembers the properties for factory
+// defaults, mirrors them, resolves the alarm state, marks the boot.
+void finishProfile(ControllerState& st);
+// Assigns a lock key: stores a salted hash of the passphrase, never the text.
+void assignLockKey(ControllerState& st, const std::string& passphrase, const std::string& keyId,
+                   bool external);
+// Whether a passphrase matches the assigned key.
+bool lockKeyMatches(const ControllerState& st, const std::string& passphrase);
+
+std::string toHex(const std::uint8_t* data, std::size_t size);
+bool fromHex(const std::string& text, std::vector<std::uint8_t>& out);
+
+} // namespace kvi::sim

@@ -1,0 +1,186 @@
+// The state file: what one invocation changes, the next one sees; writes are
+// atomic and a corrupt file is refused and kept.
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+#include "SimTestUtil.h"
+
+using namespace simtest;
+using kvi::sim::Clock;
+using kvi::sim::SimError;
+using kvi::sim::Simulator;
+
+namespace {
+
+class SimState : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(mkdtemp(dir_), nullptr);
+        path_ = std::string(dir_) + "/state.json";
+    }
+    void TearDown() override {
+        if (DIR* d = opendir(dir_)) {
+            while (dirent* e = readdir(d))
+                if (e->d_name[0] != '.' || (e->d_name[1] != 0 && e->d_name[1] != '.'))
+                    std::remove((std::string(dir_) + "/" + e->d_name).c_str());
+            closedir(d);
+        }
+        rmdir(dir_);
+    }
+    std::vector<std::string> files() {
+        std::vector<std::string> names;
+        if (DIR* d = opendir(dir_)) {
+            while (dirent* e = readdir(d))
+                if (std::string(e->d_name) != "." && std::string(e->d_name) != "..")
+                    names.push_back(e->d_name);
+            closedir(d);
+        }
+        return names;
+    }
+    std::string read() {
+        std::ifstream in(path_);
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+    char dir_[32] = "/tmp/kvsimstateXXXXXX";
+    std::string path_;
+};
+
+KV_CTRL_LOCK_KEY_PARAMS keyParams(const char* pass) {
+    KV_CTRL_LOCK_KEY_PARAMS p{};
+    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
+    return p;
+}
+KV_CTRL_LOCK_KEY_FROM_ESCROW verifyParams(const char* pass) {
+    KV_CTRL_LOCK_KEY_FROM_ESCROW p{};
+    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
+    return p;
+}
+
+TEST_F(SimState, ChangesSurviveASaveAndLoad) {
+    {
+        Simulator sim{Clock(kNow)};
+        sim.load("default", 2);
+        auto& c = sim.controller(1);
+        KV_CTRL_PROP p = as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET));
+        p.ccRate = 77;
+        ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_PROPERTIES_SET, p).status, 0);
+        ASSERT_EQ(send(c, KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 2}, {1, 4}})).status, 0);
+        ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_CREATE, keyParams("Keep#It#9")).status, 0);
+        ASSERT_EQ(send(c, KV_DCMD_CTRL_PR_START).status, 0);
+        send(c, KV_DCMD_CTRL_PR_GET_STATUS);
+        ASSERT_EQ(send(c, KV_DCMD_CTRL_EVENT_CLEAR).status, 0);
+        ASSERT_EQ(send(c, KV_DCMD_BBU_LEARN).status, 0);
+        sim.saveState(path_);
+    }
+    EXPECT_EQ(read().find("Keep#It#9"), std::string::npos) << "no passphrase in the state file";
+    EXPECT_EQ(files(), std::vector<std::string>{"state.json"}) << "no temporary file left behind";
+
+    Simulator sim{Clock(kNow)};
+    sim.loadState(path_);
+    ASSERT_EQ(sim.size(), 2u);
+    EXPECT_EQ(sim.profile(), "default");
+    auto& c = sim.controller(1);
+    EXPECT_EQ(as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 77);
+    EXPECT_EQ(as<KV_CTRL_PROP>(send(sim.controller(0), KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 30);
+    EXPECT_EQ(as<KV_SAS_PHY_CONNECTIONS>(send(c, KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS)).phy[2].linkSpeedControl, 4u);
+    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("Keep#It#9")).status, 0);
+    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("keep#it#9")).status,
+              KVI_STAT_LOCK_KEY_INVALID);
+    KV_PR_STATUS pr = as<KV_PR_STATUS>(send(c, KV_DCMD_CTRL_PR_GET_STATUS));
+    EXPECT_EQ(pr.state, 2);
+    EXPECT_EQ(pr.numPdDone, 1);
+    KV_EVT_LOG_INFO ev = as<KV_EVT_LOG_INFO>(send(c, KV_DCMD_CTRL_EVENT_GET_INFO));
+    EXPECT_EQ(ev.clearSeqNum, ev.oldestSeqNum);
+    EXPECT_GT(ev.newestSeqNum, ev.clearSeqNum); // the learn start came after the clear
+    // The learn cycle goes on where it stopped.
+    EXPECT_NE(as<KV_BBU_STATUS>(send(c, KV_DCMD_BBU_GET_STATUS)).fwStatus & (1u << 6), 0u);
+    // Factory defaults still restore the profile's properties.
+    ASSERT_EQ(send(c, KV_DCMD_CTRL_SET_FACTORY_DEFAULTS).status, 0);
+    EXPECT_EQ(as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 30);
+}
+
+TEST_F(SimState, GeneratedLogsStayLazyInTheStateFile) {
+    Clock clock(kNow);
+    Simulator sim{clock};
+    sim.load("previous-gen");
+    sim.saveState(path_);
+    EXPECT_LT(read().size(), 64u * 1024) << "4000 generated events are not written out";
+    Simulator again{clock};
+    again.loadState(path_);
+    KV_EVT_LOG_INFO a = as<KV_EVT_LOG_INFO>(send(sim.controller(0), KV_DCMD_CTRL_EVENT_GET_INFO));
+    KV_EVT_LOG_INFO b = as<KV_EVT_LOG_INFO>(send(again.controller(0), KV_DCMD_CTRL_EVENT_GET_INFO));
+    EXPECT_EQ(0, std::memcmp(&a, &b, sizeof a));
+    EXPECT_EQ(a.oldestSeqNum, 17001u);
+    Reply x = send(sim.controller(0), KV_DCMD_CTRL_EVENT_GET, mboxWords(18000, 0xFE00FFFF), 8 + 4 * 256);
+    Reply y = send(again.controller(0), KV_DCMD_CTRL_EVENT_GET, mboxWords(18000, 0xFE00FFFF), 8 + 4 * 256);
+    EXPECT_EQ(x.data, y.data);
+}
+
+TEST_F(SimState, CorruptFilesAreRefusedAndKept) {
+    const char* corrupt[] = {
+        "",
+        "{not json",
+        R"({"something": "else"})",
+        R"({"kvictl_sim_state": 1, "profile": "default", "controllers": []})",
+        R"({"kvictl_sim_state": 2, "profile": "default", "controllers": [{}]})",
+        R"({"kvictl_sim_state": 1, "profile": "default", "controllers": [{"blocks": {}}]})",
+    };
+    for (const char* text : corrupt) {
+        SCOPED_TRACE(text);
+        { std::ofstream(path_) << text; }
+        Simulator sim{Clock(kNow)};
+        sim.load("default");
+        try {
+            sim.loadState(path_);
+            ADD_FAILURE() << "accepted";
+        } catch (const SimError& e) {
+            EXPECT_EQ(std::string(e.what()).rfind(path_ + ": ", 0), 0u) << e.what();
+        }
+        EXPECT_THROW(sim.saveState(path_), SimError);
+        EXPECT_EQ(read(), text) << "a corrupt state file is never overwritten";
+        // Another path is fine.
+        EXPECT_NO_THROW(sim.saveState(path_ + ".new"));
+        std::remove((path_ + ".new").c_str());
+    }
+}
+
+TEST_F(SimState, DamagedFieldIsNamed) {
+    Simulator sim{Clock(kNow)};
+    sim.load("default");
+    sim.saveState(path_);
+    std::string text = read();
+    std::size_t at = text.find("\"KV_BIOS_DATA\": \"");
+    ASSERT_NE(at, std::string::npos);
+    text.erase(at + 17, 2); // one byte short
+    { std::ofstream(path_) << text; }
+    Simulator again{Clock(kNow)};
+    try {
+        again.loadState(path_);
+        ADD_FAILURE() << "accepted";
+    } catch (const SimError& e) {
+        EXPECT_EQ(std::string(e.what()), path_ + ": controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex");
+    }
+}
+
+TEST_F(SimState, MissingFileIsAnErrorButMayBeCreated) {
+    Simulator sim{Clock(kNow)};
+    sim.load("entry");
+    EXPECT_THROW(sim.loadState(path_), SimError);
+    EXPECT_NO_THROW(sim.saveState(path_));
+    EXPECT_NO_THROW(sim.loadState(path_));
+    EXPECT_EQ(sim.profile(), "entry");
+}
+
+TEST_F(SimState, UnwritableFolderIsAnError) {
+    Simulator sim{Clock(kNow)};
+    sim.load("default");
+    EXPECT_THROW(sim.saveState("/nonexistent-dir/state.json"), SimError);
+}
+
+} // namespace
