@@ -1,0 +1,644 @@
+// AdapterDataKvi: construction, destruction, the firmware caches and their
+// update transactions, and the request helpers every operation sends through.
+//
+// Most questions are answered from a handful of cached firmware records. A
+// loader reads its record once and keeps it; setters change the cached copy and
+// raise its change flag; the matching end...Update call writes the whole record
+// back in one request. A few records are deliberately read afresh on every use
+// (patrol read schedule, allowed configuration operations, event log
+// information, image component lists, the extended consistency-check schedule).
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "provider/DebugLog.h"
+#include "provider/DpParams.h"
+
+namespace {
+
+// Largest image component count accepted from the firmware; a larger count is
+// taken as a broken answer and the list is not read.
+constexpr std::uint32_t kMaxFlashComps = 1024;
+
+// Transfer lengths of the records whose length is passed explicitly.
+constexpr std::uint32_t kCtrlPropExtLen = sizeof(KV_CTRL_PROP_EXT);
+constexpr std::uint32_t kPrPropLen = sizeof(KV_PR_PROPERTIES);
+constexpr std::uint32_t kPrPropExtLen = sizeof(KV_PR_PROPERTIES_EXT);
+constexpr std::uint32_t kCcScPropLen = sizeof(KV_CC_SCHEDULE_PROPERTIES);
+constexpr std::uint32_t kCcScPropExtLen = sizeof(KV_CC_SCHEDULE_PROPERTIES_EXT);
+static_assert(kCtrlPropExtLen == 128, "properties extension is 128 bytes");
+static_assert(kPrPropLen == 208 && kPrPropExtLen == 120, "patrol read schedule forms");
+static_assert(kCcScPropLen == 168 && kCcScPropExtLen == 120, "consistency-check schedule forms");
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Construction and destruction
+
+// Sends nothing: every cache starts empty (the members' initialisers null the
+// seventeen record pointers and the three flash lists and clear the four change
+// flags, the allowed-operations record, PendingCount and msgbuf).
+AdapterDataKvi::AdapterDataKvi(Controller* controller, RaidElementId* id)
+    : AdapterData(controller, id) {}
+
+// Releases every cache that is loaded. Pending setter changes are not written
+// back. The three image component lists are released as well (they are owned
+// here like every other cache).
+AdapterDataKvi::~AdapterDataKvi() {
+    delete kvCtrlPropPtr_;
+    delete kvCtrlPropExtPtr_;
+    delete kvEventLogInfoPtr_;
+    delete kvBiosDataPtr_;
+    delete kvCtrlInfoPtr_;
+    delete kvPrProp_;
+    delete kvPrPropExt_;
+    delete kvMFCDefPtr_;
+    delete kvMuxListPtr_;
+    delete kvConnectorsPtr_;
+    delete kvCcScProp_;
+    delete kvCcScPropExt_;
+    delete kvPhy_;
+    delete kvBatteryInfoPtr_;
+    delete kvBattCapacityInfoPtr_;
+    delete kvBattDesignInfoPtr_;
+    delete kvBBUPropPtr_;
+    std::free(getActiveFlashInfo_);
+    std::free(getBackupFlashInfo_);
+    std::free(getPendingFlashInfo_);
+}
+
+// ---------------------------------------------------------------------------
+// Request helpers
+
+int AdapterDataKvi::sendDcmd(std::uint32_t opcode, const DCMD_MBOX& mbox, void* buf,
+                             std::uint32_t capacity, std::uint32_t length, DCMD_MBOX* mboxAfter) {
+    if (controllerPtr_ == nullptr) {
+        return -1;
+    }
+    DcmdKviDpParams req(opcode, mbox, static_cast<unsigned char*>(buf), length, 0, 0,
+                        buf != nullptr ? capacity : 0);
+    const int rc = controllerPtr_->execute(&req);
+    if (mboxAfter != nullptr) {
+        *mboxAfter = req.getMbox();
+    }
+    return rc;
+}
+
+int AdapterDataKvi::sendDriverCmd(std::uint32_t opcode, void* buf, std::uint32_t capacity,
+                                  std::uint32_t length) {
+    if (controllerPtr_ == nullptr) {
+        return -1;
+    }
+    DriverKviDPParams req(opcode, 0, 0, 0, static_cast<unsigned char*>(buf), length, 0, 0,
+                          buf != nullptr ? capacity : 0);
+    return controllerPtr_->execute(&req);
+}
+
+bool AdapterDataKvi::extSchedForm() const {
+    return kvCtrlInfoPtr_ != nullptr && kvCtrlInfoPtr_->adapterOperations3.supportMaxExtLDs != 0;
+}
+
+// ---------------------------------------------------------------------------
+// Simple loaders: read once, keep on success, keep nothing on failure.
+
+int AdapterDataKvi::getCtlrInfo() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCtlrInfo");
+    if (kvCtrlInfoPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvCtrlInfoPtr_, KV_DCMD_CTRL_GET_INFO);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCtlrInfo retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getMFCdata() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMFCdata");
+    if (kvMFCDefPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvMFCDefPtr_, KV_DCMD_CTRL_MFC_DEFAULTS_GET);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMFCdata retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getBatteryInfo() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryInfo");
+    if (kvBatteryInfoPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvBatteryInfoPtr_, KV_DCMD_BBU_GET_STATUS);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryInfo retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getBatteryCapacityInfo() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryCapacityInfo");
+    if (kvBattCapacityInfoPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvBattCapacityInfoPtr_, KV_DCMD_BBU_GET_CAPACITY_INFO);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryCapacityInfo retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getBatteryDesignInfo() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryDesignInfo");
+    if (kvBattDesignInfoPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvBattDesignInfoPtr_, KV_DCMD_BBU_GET_DESIGN_INFO);
+    // This loader's closing line repeats its entry text; log readers rely on it.
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryDesignInfo");
+    return rc;
+}
+
+int AdapterDataKvi::getBBUProperties() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBBUProperties");
+    if (kvBBUPropPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvBBUPropPtr_, KV_DCMD_BBU_PROPERTIES_GET);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBBUProperties retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getBIOSData() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBIOSData");
+    if (kvBiosDataPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvBiosDataPtr_, KV_DCMD_CTRL_BIOS_DATA_GET);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBIOSData retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getMuxInfo() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMuxInfo");
+    if (kvMuxListPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvMuxListPtr_, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMuxInfo");
+    return rc;
+}
+
+int AdapterDataKvi::getConnectors() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectors");
+    if (kvConnectorsPtr_ != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(kvConnectorsPtr_, KV_DCMD_SAS_CONFIG_GET_CONNECTORS);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectors retCode = %d", rc);
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Controller properties and their extension
+
+int AdapterDataKvi::getKvCtlrProp() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getKvCtlrProp");
+    // Once the properties are held the extension is not looked at again.
+    if (kvCtrlPropPtr_ != nullptr) {
+        return 0;
+    }
+    // Whether an extension exists is told by the controller information. A
+    // failure to read it only means the extension is not read.
+    if (kvCtrlInfoPtr_ == nullptr) {
+        getCtlrInfo();
+    }
+
+    const int rc = readRecord(kvCtrlPropPtr_, KV_DCMD_CTRL_PROPERTIES_GET);
+    if (rc != 0) {
+        DEBUG_LOG(WARNING,
+                  "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed");
+    }
+
+    if (kvCtrlInfoPtr_ != nullptr &&
+        kvCtrlInfoPtr_->adapterOperationExt.adapterOperations6.supportCtrlPropExt != 0) {
+        // A re-read after a failed properties read may find an earlier
+        // extension here: release it rather than leak it.
+        delete kvCtrlPropExtPtr_;
+        kvCtrlPropExtPtr_ = new KV_CTRL_PROP_EXT();
+        const int extRc = sendDcmdRec(KV_DCMD_CTRL_PROPERTIES_GET, kviMbox(1), kvCtrlPropExtPtr_,
+                                      kCtrlPropExtLen);
+        if (extRc != 0) {
+            // The extension's status is logged, never returned.
+            DEBUG_LOG(WARNING,
+                      "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed");
+            delete kvCtrlPropExtPtr_;
+            kvCtrlPropExtPtr_ = nullptr;
+        }
+    }
+
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getKvCtlrProp retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::beginCtlrPropUpdate() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::beginCtlrPropUpdate");
+    return getKvCtlrProp();
+}
+
+int AdapterDataKvi::endCtlrPropUpdate() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::endCtlrPropUpdate");
+    if (!kvAdpPropertiesChanged_) {
+        return 0;
+    }
+    kvAdpPropertiesChanged_ = false;
+    if (kvCtrlPropPtr_ == nullptr) {
+        return -1;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::endCtlrPropUpdate");
+    // The cache keeps the values written, also when the write fails.
+    return sendDcmdRec(KV_DCMD_CTRL_PROPERTIES_SET, kviMbox(), kvCtrlPropPtr_);
+}
+
+int AdapterDataKvi::endCtlrPropExtUpdate() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::endCtlrPropExtUpdate");
+    const DCMD_MBOX mbox = kviMbox(1); // selects the extension
+    if (!kvCtrlPropertiesExtChanged_) {
+        return 0;
+    }
+    kvCtrlPropertiesExtChanged_ = false;
+    if (kvCtrlPropExtPtr_ == nullptr) {
+        return -1;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::endCtlrPropExtUpdate");
+    return sendDcmdRec(KV_DCMD_CTRL_PROPERTIES_SET, mbox, kvCtrlPropExtPtr_, kCtrlPropExtLen);
+}
+
+// ---------------------------------------------------------------------------
+// BIOS data
+
+int AdapterDataKvi::beginBIOSDataUpdate() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::beginBIOSDataUpdate");
+    return getBIOSData();
+}
+
+int AdapterDataKvi::endBIOSDataUpdate() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::endBIOSDataUpdate");
+    if (!kvBIOSDataChanged_) {
+        return 0;
+    }
+    kvBIOSDataChanged_ = false;
+    if (kvBiosDataPtr_ == nullptr) {
+        return -1;
+    }
+    // The BIOS accepts the record only when its 64 bytes sum to 0 mod 256:
+    // checkSum (the last byte) is the negated sum of the 63 before it.
+    const auto* bytes = reinterpret_cast<const unsigned char*>(kvBiosDataPtr_);
+    unsigned int sum = 0;
+    for (std::size_t i = 0; i < offsetof(KV_BIOS_DATA, checkSum); ++i) {
+        sum += bytes[i];
+    }
+    kvBiosDataPtr_->checkSum = static_cast<std::uint8_t>(0u - (sum & 0xFFu));
+    return sendDcmdRec(KV_DCMD_CTRL_BIOS_DATA_SET, kviMbox(), kvBiosDataPtr_);
+}
+
+// ---------------------------------------------------------------------------
+// Mux list
+
+int AdapterDataKvi::beginMuxModeUpdate() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::beginMuxModeUpdate");
+    return getMuxInfo();
+}
+
+// Logs nothing. The missing list is reported before the change flag is looked
+// at, so a call without a loaded list fails even when nothing was changed.
+int AdapterDataKvi::endMuxModeUpdate() {
+    if (kvMuxListPtr_ == nullptr) {
+        return -1;
+    }
+    if (!kvMuxPropertiesChanged_) {
+        return 0;
+    }
+    kvMuxPropertiesChanged_ = false;
+    return sendDcmdRec(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, kviMbox(), kvMuxListPtr_);
+}
+
+// ---------------------------------------------------------------------------
+// Records read afresh on every use
+
+int AdapterDataKvi::getConfigAllowedOps() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConfigAllowedOps");
+    kvCfgAllowedOps_ = KV_CONFIG_ALLOWED_OPS{};
+    const int rc = sendDcmdRec(KV_DCMD_CFG_GET_ALLOWED_OPS, kviMbox(), &kvCfgAllowedOps_);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConfigAllowedOps  retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getEventLogInfo(KV_EVT_LOG_INFO** out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getEventLogInfo");
+    if (out == nullptr) {
+        return -1;
+    }
+    if (kvEventLogInfoPtr_ == nullptr) {
+        kvEventLogInfoPtr_ = new KV_EVT_LOG_INFO();
+    }
+    *kvEventLogInfoPtr_ = KV_EVT_LOG_INFO{};
+    const int rc = sendDcmdRec(KV_DCMD_CTRL_EVENT_GET_INFO, kviMbox(), kvEventLogInfoPtr_);
+    if (rc != 0) {
+        // The buffer stays allocated (cleared): a caller may still hold the
+        // pointer an earlier call handed out.
+        *kvEventLogInfoPtr_ = KV_EVT_LOG_INFO{};
+        return rc;
+    }
+    *out = kvEventLogInfoPtr_;
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Image component lists
+
+const KV_FLASH_COMP_INFO* AdapterDataKvi::flashComp(const KV_FLASH_COMP_INFO_LIST* list,
+                                                    std::uint32_t i) {
+    if (list == nullptr || i >= list->count) {
+        return nullptr;
+    }
+    const auto* base = reinterpret_cast<const unsigned char*>(list);
+    return reinterpret_cast<const KV_FLASH_COMP_INFO*>(
+        base + offsetof(KV_FLASH_COMP_INFO_LIST, components) +
+        static_cast<std::size_t>(i) * sizeof(KV_FLASH_COMP_INFO));
+}
+
+int AdapterDataKvi::readFlashEntries(std::uint8_t which, std::uint32_t count,
+                                     std::uint32_t headSize, KV_FLASH_COMP_INFO_LIST** slot) {
+    // The transfer length is count x 72, the entries alone without the 8-byte
+    // head, as the firmware expects. The buffer has room for the head and every
+    // entry, and for the standard transfer size used when the length is 0.
+    const std::uint64_t length = static_cast<std::uint64_t>(count) * sizeof(KV_FLASH_COMP_INFO);
+    std::size_t bytes = offsetof(KV_FLASH_COMP_INFO_LIST, components) + length;
+    bytes = std::max(bytes, sizeof(KV_FLASH_COMP_INFO_LIST));
+    if (const KV_DCMD_INFO* row = kvDcmdInfo(KV_DCMD_CTRL_FLASH_COMP_INFO_GET)) {
+        bytes = std::max<std::size_t>(bytes, row->standardSize);
+    }
+    auto* list = static_cast<KV_FLASH_COMP_INFO_LIST*>(std::calloc(1, bytes));
+    if (list == nullptr) {
+        return -1;
+    }
+    std::free(*slot); // the list read last time is replaced
+    *slot = list;
+    list->size = headSize;
+    list->count = count;
+
+    const int rc = sendDcmd(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, kviMbox(which), list,
+                            static_cast<std::uint32_t>(bytes), static_cast<std::uint32_t>(length));
+    if (rc != 0) {
+        std::free(list);
+        *slot = nullptr;
+        return rc;
+    }
+    // The firmware's second answer may claim more entries than its first:
+    // readers walk `count`, so cap it at the entries this buffer holds.
+    const auto held = static_cast<std::uint32_t>(
+        (bytes - offsetof(KV_FLASH_COMP_INFO_LIST, components)) / sizeof(KV_FLASH_COMP_INFO));
+    list->count = std::min(list->count, held);
+    return 0;
+}
+
+int AdapterDataKvi::getFwCompData() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getFwCompData");
+    PendingCount = 0;
+    int rc = 0;
+    if (kvCtrlInfoPtr_ == nullptr) {
+        rc = getCtlrInfo();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+
+    // Running image: the head (whose status is not looked at: a failed head
+    // read leaves count 0), then the list.
+    KV_FLASH_COMP_INFO_LIST head{};
+    sendDcmdRec(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, kviMbox(0), &head);
+    if (head.count > kMaxFlashComps) {
+        return -1;
+    }
+    rc = readFlashEntries(0, head.count, head.size, &getActiveFlashInfo_);
+    if (rc != 0) {
+        return rc;
+    }
+
+    // Backup image, only on controllers that keep two images.
+    if (kvCtrlInfoPtr_->adapterOperations4.supportDualFWUpdate != 0) {
+        head = KV_FLASH_COMP_INFO_LIST{};
+        sendDcmdRec(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, kviMbox(2), &head);
+        if (head.count > kMaxFlashComps) {
+            return -1;
+        }
+        rc = readFlashEntries(2, head.count,
+                              static_cast<std::uint32_t>(head.count * sizeof(KV_FLASH_COMP_INFO)),
+                              &getBackupFlashInfo_);
+        if (rc != 0) {
+            return rc;
+        }
+    }
+
+    // Pending image: the head always, the list only when it has components.
+    head = KV_FLASH_COMP_INFO_LIST{};
+    rc = sendDcmdRec(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, kviMbox(1), &head);
+    if (head.count > kMaxFlashComps) {
+        return -1;
+    }
+    PendingCount = static_cast<int>(head.count);
+    if (PendingCount != 0) {
+        rc = readFlashEntries(1, head.count,
+                              static_cast<std::uint32_t>(head.count * sizeof(KV_FLASH_COMP_INFO)),
+                              &getPendingFlashInfo_);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getFwCompData retCode = %d", rc);
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Schedules
+
+int AdapterDataKvi::getPrProperties() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrProperties");
+    int rc = getCtlrInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    // Progress fields change while a run is active: always read afresh.
+    delete kvPrProp_;
+    kvPrProp_ = nullptr;
+    delete kvPrPropExt_;
+    kvPrPropExt_ = nullptr;
+
+    if (extSchedForm()) {
+        kvPrPropExt_ = new (std::nothrow) KV_PR_PROPERTIES_EXT();
+        if (kvPrPropExt_ == nullptr) {
+            return -1;
+        }
+        rc = sendDcmdRec(KV_DCMD_CTRL_PR_GET_PROPERTIES, kviMbox(1), kvPrPropExt_, kPrPropExtLen);
+        if (rc != 0) {
+            delete kvPrPropExt_;
+            kvPrPropExt_ = nullptr;
+            return rc;
+        }
+    } else {
+        kvPrProp_ = new (std::nothrow) KV_PR_PROPERTIES();
+        if (kvPrProp_ == nullptr) {
+            return -1;
+        }
+        rc = sendDcmdRec(KV_DCMD_CTRL_PR_GET_PROPERTIES, kviMbox(0), kvPrProp_, kPrPropLen);
+        if (rc != 0) {
+            delete kvPrProp_;
+            kvPrProp_ = nullptr;
+            return rc;
+        }
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrProperties");
+    return 0;
+}
+
+int AdapterDataKvi::setPrProperties() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrProperties");
+    if (kvPrProp_ == nullptr && kvPrPropExt_ == nullptr) {
+        return 1;
+    }
+    if (kvCtrlInfoPtr_ == nullptr) {
+        const int rc = getCtlrInfo();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    const DCMD_MBOX mbox = kviMbox(extSchedForm() ? 1 : 0);
+    const int rc =
+        kvPrProp_ != nullptr
+            ? sendDcmdRec(KV_DCMD_CTRL_PR_SET_PROPERTIES, mbox, kvPrProp_, kPrPropLen)
+            : sendDcmdRec(KV_DCMD_CTRL_PR_SET_PROPERTIES, mbox, kvPrPropExt_, kPrPropExtLen);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrProperties retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getCcScProperties() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcScProperties");
+    // Only the short form is kept between calls; the extended form is read
+    // again every time.
+    if (kvCcScProp_ != nullptr) {
+        return 0;
+    }
+    int rc = 0;
+    if (kvCtrlInfoPtr_ == nullptr) {
+        rc = getCtlrInfo();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+
+    if (extSchedForm()) {
+        // Release the extended record of the last call rather than leak it.
+        delete kvCcScPropExt_;
+        kvCcScPropExt_ = new (std::nothrow) KV_CC_SCHEDULE_PROPERTIES_EXT();
+        if (kvCcScPropExt_ == nullptr) {
+            return -1;
+        }
+        rc = sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, kviMbox(1), kvCcScPropExt_,
+                         kCcScPropExtLen);
+        if (rc != 0) {
+            delete kvCcScPropExt_;
+            kvCcScPropExt_ = nullptr;
+            return rc;
+        }
+    } else {
+        kvCcScProp_ = new (std::nothrow) KV_CC_SCHEDULE_PROPERTIES();
+        if (kvCcScProp_ == nullptr) {
+            return -1;
+        }
+        rc = sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, kviMbox(0), kvCcScProp_,
+                         kCcScPropLen);
+        if (rc != 0) {
+            delete kvCcScProp_;
+            kvCcScProp_ = nullptr;
+            return rc;
+        }
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcScProperties");
+    return 0;
+}
+
+int AdapterDataKvi::setCcScProperties() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcScProperties");
+    if (kvCcScProp_ == nullptr && kvCcScPropExt_ == nullptr) {
+        return 1;
+    }
+    if (kvCtrlInfoPtr_ == nullptr) {
+        const int rc = getCtlrInfo();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    const DCMD_MBOX mbox = kviMbox(extSchedForm() ? 1 : 0);
+    const int rc = kvCcScProp_ != nullptr ? sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES,
+                                                        mbox, kvCcScProp_, kCcScPropLen)
+                                          : sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES,
+                                                        mbox, kvCcScPropExt_, kCcScPropExtLen);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcScProperties retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getPrStatus(KV_PR_STATUS* status) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrStatus");
+    if (status == nullptr) {
+        return -1;
+    }
+    KV_PR_STATUS answer{};
+    const int rc = sendDcmdRec(KV_DCMD_CTRL_PR_GET_STATUS, kviMbox(), &answer);
+    if (rc == 0) {
+        *status = answer;
+    }
+    return rc;
+}
+
+int AdapterDataKvi::getCcScStatus(KV_CC_SCHEDULE_STATUS* status) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcScStatus");
+    if (status == nullptr) {
+        return -1;
+    }
+    KV_CC_SCHEDULE_STATUS answer{};
+    const int rc = sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, kviMbox(), &answer);
+    if (rc == 0) {
+        *status = answer;
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcScStatus");
+    }
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Phy table
+
+int AdapterDataKvi::getAllPhyConnections() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getAllPhyConnections");
+    if (kvPhy_ != nullptr) {
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAllPhyConnections");
+        return 0;
+    }
+    // Read once only: a failed read keeps the (zeroed or partly filled)
+    // buffer, and later calls answer 0 from it.
+    kvPhy_ = new KV_SAS_PHY_CONNECTIONS();
+    return sendDcmdRec(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, kviMbox(), kvPhy_);
+}
+
+// ---------------------------------------------------------------------------
+// Controller clock
+
+int AdapterDataKvi::getCtrlTime(KV_TIME_STAMP* timeStamp) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCtrlTime");
+    if (timeStamp == nullptr) {
+        return -1;
+    }
+    KV_TIME_STAMP answer{};
+    const int rc = sendDcmdRec(KV_DCMD_CTRL_TIME_GET, kviMbox(), &answer);
+    if (rc == 0) {
+        *timeStamp = answer;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCtrlTime retCode = %d", rc);
+    return rc;
+}

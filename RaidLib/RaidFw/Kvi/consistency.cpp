@@ -1,0 +1,266 @@
+// Consistency-check schedule operations of AdapterDataKvi.
+//
+// The schedule follows the patrol read schedule (patrol.cpp): two record forms
+// chosen by the controller's logical-drive limit, the same epoch and time
+// helpers. It differs where the firmware's own tools differ: the schedule is
+// kept once read (short form), a load failure is passed through rather than
+// turned into -1, a delay of 0 means "no delay" and is stored as 0xFFFFFFFF,
+// and setCcSchedMode changes any subset of the schedule in one write.
+#include <cstdint>
+#include <ctime>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "firmware/kvistat.h"
+#include "provider/DebugLog.h"
+
+namespace {
+
+constexpr std::uint8_t kCcModeConcurrent = 2; // KV_CC_SCHEDULE_MODE_CONCURRENT
+constexpr std::uint32_t kNoDelay = 0xFFFFFFFFu;
+constexpr std::uint32_t kMktimeFailure32 = 0xFFFFFFFFu;
+
+// execFreq as stored: 0 means "no delay", which the firmware knows as all ones.
+std::uint32_t storedDelay(std::uint32_t delay) { return delay == 0 ? kNoDelay : delay; }
+
+} // namespace
+
+// The firmware answers "invalid command" when it has no consistency-check
+// scheduler; any other answer, failures included, means it has one.
+int AdapterDataKvi::ccSchedSupported() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::ccSchedSupported");
+    delete kvCcScProp_;
+    kvCcScProp_ = nullptr;
+    delete kvCcScPropExt_;
+    kvCcScPropExt_ = nullptr;
+    if (getCcScProperties() == KVI_STAT_INVALID_DCMD) {
+        return 0;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::ccSchedSupported");
+    return 1;
+}
+
+int AdapterDataKvi::setCcSchedMode(unsigned char mode, const ArrayList<unsigned short>* excluded,
+                                   const tm* start, unsigned int delay) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcSchedMode");
+    // A list the short form cannot hold is refused before anything changes.
+    int rc = 0;
+    if (schedListTooLong(excluded, &rc)) {
+        return -1;
+    }
+    if (rc != 0) {
+        return rc;
+    }
+    rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    rc = getCtlrInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    KV_CC_SCHEDULE_PROPERTIES* legacy = kvCcScProp_;
+    KV_CC_SCHEDULE_PROPERTIES_EXT* ext = legacy == nullptr ? kvCcScPropExt_ : nullptr;
+
+    // A concurrent schedule checks as many logical drives at once as the
+    // controller supports.
+    const std::uint8_t maxLds = kvCtrlInfoPtr_->maxLDs;
+    if (legacy != nullptr) {
+        legacy->opMode = mode;
+        if (mode == kCcModeConcurrent) {
+            legacy->maxLds = maxLds;
+        }
+    } else {
+        ext->opMode = mode;
+        if (mode == kCcModeConcurrent) {
+            ext->maxLds = maxLds;
+        }
+    }
+
+    if (excluded != nullptr) {
+        if (legacy != nullptr) {
+            schedListToLegacyExcluded(*excluded, *legacy);
+        } else {
+            schedListToMapExcluded(*excluded, *ext);
+        }
+    }
+
+    // A date whose day and year are both 0 leaves the start time as it is.
+    // Unlike setCcScStartTime there is no range check: a time before the
+    // epoch is stored wrapped (32-bit arithmetic).
+    if (start != nullptr && (start->tm_mday != 0 || start->tm_year != 0)) {
+        tm copy = *start;
+        copy.tm_isdst = 0;
+        const auto t = static_cast<std::uint32_t>(mktime(&copy));
+        if (t != kMktimeFailure32) {
+            const std::uint32_t next = t - static_cast<std::uint32_t>(y2kTime());
+            if (legacy != nullptr) {
+                legacy->nextExec = next;
+            } else {
+                ext->nextExec = next;
+            }
+        }
+    }
+
+    // All ones leaves the delay as it is.
+    if (delay != kNoDelay) {
+        if (legacy != nullptr) {
+            legacy->execFreq = storedDelay(delay);
+        } else {
+            ext->execFreq = storedDelay(delay);
+        }
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcSchedMode");
+    return setCcScProperties();
+}
+
+int AdapterDataKvi::getCcSchedMode(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedMode");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvCcScProp_ != nullptr ? kvCcScProp_->opMode : kvCcScPropExt_->opMode;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedMode");
+    return 0;
+}
+
+int AdapterDataKvi::getCcSchedExecDelay(unsigned int* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedExecDelay");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvCcScProp_ != nullptr ? kvCcScProp_->execFreq : kvCcScPropExt_->execFreq;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedExecDelay");
+    return 0;
+}
+
+// Here all ones is not a keep-as-is marker: it is stored (and 0 becomes it).
+int AdapterDataKvi::setCcScExecDelay(unsigned int delay) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcScExecDelay");
+    const int rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (kvCcScProp_ != nullptr) {
+        kvCcScProp_->execFreq = storedDelay(delay);
+    } else {
+        kvCcScPropExt_->execFreq = storedDelay(delay);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcScExecDelay");
+    return setCcScProperties();
+}
+
+int AdapterDataKvi::getCcSchedStartTime(tm* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedStartTime");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    const std::uint32_t offset =
+        kvCcScProp_ != nullptr ? kvCcScProp_->nextExec : kvCcScPropExt_->nextExec;
+    if (schedOffsetToLocal(offset, out) != 0) {
+        return -1;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedStartTime");
+    return 0;
+}
+
+// A load failure is passed through as it is (patrol read answers -1 there).
+int AdapterDataKvi::setCcScStartTime(const tm* start) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcScStartTime");
+    const int rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (start == nullptr) {
+        return -1;
+    }
+    std::uint32_t offset = 0;
+    const int conv = schedStartToOffset(start, &offset);
+    if (conv != 0) {
+        return conv;
+    }
+    if (kvCcScProp_ != nullptr) {
+        kvCcScProp_->nextExec = offset;
+    } else {
+        kvCcScPropExt_->nextExec = offset;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcScStartTime");
+    return setCcScProperties();
+}
+
+int AdapterDataKvi::getCcSchedState(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedState");
+    if (out == nullptr) {
+        return -1;
+    }
+    KV_CC_SCHEDULE_STATUS status{};
+    const int rc = getCcScStatus(&status);
+    if (rc != 0) {
+        return rc;
+    }
+    *out = status.state;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedState");
+    return 0;
+}
+
+int AdapterDataKvi::getCcSchedNumIteration(unsigned int* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedNumIteration");
+    if (out == nullptr) {
+        return -1;
+    }
+    KV_CC_SCHEDULE_STATUS status{};
+    const int rc = getCcScStatus(&status);
+    if (rc != 0) {
+        return rc;
+    }
+    *out = status.numIteration;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedNumIteration");
+    return 0;
+}
+
+int AdapterDataKvi::getCcSchedNumLdDone(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedNumLdDone");
+    if (out == nullptr) {
+        return -1;
+    }
+    KV_CC_SCHEDULE_STATUS status{};
+    const int rc = getCcScStatus(&status);
+    if (rc != 0) {
+        return rc;
+    }
+    *out = status.numLdDone;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedNumLdDone");
+    return 0;
+}
+
+// Appends to the caller's list (not cleared first).
+int AdapterDataKvi::getCcSchedExcludedLdList(ArrayList<unsigned short>* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedExcludedLdList");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (kvCcScProp_ != nullptr) {
+        schedLegacyExcludedToList(*kvCcScProp_, out);
+    } else {
+        schedMapExcludedToList(*kvCcScPropExt_, out);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedExcludedLdList");
+    return 0;
+}

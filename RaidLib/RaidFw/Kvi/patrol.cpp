@@ -1,0 +1,440 @@
+// Patrol read control, status and schedule operations of AdapterDataKvi, and
+// the schedule time helpers shared with the consistency-check schedule.
+//
+// The patrol read schedule comes in two record forms: the short form (208
+// bytes, excluded drives as an id array) and the extended form (120 bytes,
+// excluded drives as a 256-bit map) of controllers with more than 64 logical
+// drives. getPrProperties reads it afresh on every call, so every setter here
+// edits and sends a fresh copy.
+//
+// Schedule times count seconds from local midnight of 1 January 2000 in
+// standard time. A start time is always read as standard time when it is
+// stored, and a stored time falling in summer time is shown less the
+// summer-time shift, so a start time set and read back keeps its wall-clock
+// value.
+#include <cstdint>
+#include <ctime>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "provider/DebugLog.h"
+
+namespace {
+
+constexpr std::uint8_t kPrStateActive = 2; // KV_PR_STATE_ACTIVE
+constexpr std::uint8_t kPrPaused = 3;      // KV_PR_PAUSED
+
+// mktime's failure value as a 32-bit clock would return it. A 64-bit clock
+// returns -1 instead, which the epoch range test then rejects.
+constexpr std::int64_t kMktime32Failure = 4294967295LL;
+
+// 2000-01-01 00:00:00 local time with the given summer-time flag.
+std::int64_t epochWithDst(int isdst) {
+    tm t{};
+    t.tm_mday = 1;
+    t.tm_mon = 0;
+    t.tm_year = 100;
+    t.tm_isdst = isdst;
+    return static_cast<std::int64_t>(mktime(&t));
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Time helpers
+
+std::int64_t AdapterDataKvi::y2kTime() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::y2kTime");
+    const std::int64_t t = epochWithDst(0);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::y2kTime");
+    return t;
+}
+
+int AdapterDataKvi::getdstInSec() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getdstInSec");
+    // Both values are taken as 32-bit clock values; their difference is
+    // formed in 64 bits so that it cannot overflow.
+    const auto standard = static_cast<std::int32_t>(epochWithDst(0));
+    const auto summer = static_cast<std::int32_t>(epochWithDst(1));
+    std::int64_t shift = static_cast<std::int64_t>(summer) - static_cast<std::int64_t>(standard);
+    if (shift < 0) {
+        shift = -shift;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getdstInSec");
+    return static_cast<int>(shift);
+}
+
+int AdapterDataKvi::schedStartToOffset(const tm* start, std::uint32_t* offset) {
+    if (start == nullptr || offset == nullptr) {
+        return -1;
+    }
+    tm copy = *start;
+    copy.tm_isdst = 0; // the caller's time is always read as standard time
+    const auto t = static_cast<std::int64_t>(mktime(&copy));
+    if (t == kMktime32Failure) {
+        return -1;
+    }
+    const std::int64_t d = t - y2kTime();
+    if (static_cast<std::uint64_t>(d) > 0xFFFFFFFFull) {
+        return -2; // before the epoch, too far after it, or a failed mktime
+    }
+    // The offset in 32-bit arithmetic (wraps, never overflows).
+    *offset = static_cast<std::uint32_t>(t) - static_cast<std::uint32_t>(y2kTime());
+    return 0;
+}
+
+int AdapterDataKvi::schedOffsetToLocal(std::uint32_t offset, tm* out) {
+    if (out == nullptr) {
+        return -1;
+    }
+    auto t = static_cast<time_t>(y2kTime() + static_cast<std::int64_t>(offset));
+    tm local{};
+    if (localtime_r(&t, &local) == nullptr) {
+        return -1;
+    }
+    if (local.tm_isdst == 1) {
+        // Stored as standard time: show it as the same wall-clock time.
+        t = static_cast<time_t>(y2kTime() + static_cast<std::int64_t>(offset) - getdstInSec());
+        if (localtime_r(&t, &local) == nullptr) {
+            return -1;
+        }
+    }
+    *out = local;
+    return 0;
+}
+
+bool AdapterDataKvi::schedListTooLong(const ArrayList<unsigned short>* list, int* rc) {
+    *rc = 0;
+    if (list == nullptr || list->getCount() <= kSchedLegacyMaxExcluded) {
+        return false;
+    }
+    *rc = getCtlrInfo();
+    return *rc == 0 && !extSchedForm();
+}
+
+int AdapterDataKvi::sendHeldPrProperties() {
+    if (kvPrProp_ != nullptr) {
+        return sendDcmdRec(KV_DCMD_CTRL_PR_SET_PROPERTIES, kviMbox(0), kvPrProp_,
+                           static_cast<std::uint32_t>(sizeof(KV_PR_PROPERTIES)));
+    }
+    if (kvPrPropExt_ != nullptr) {
+        return sendDcmdRec(KV_DCMD_CTRL_PR_SET_PROPERTIES, kviMbox(1), kvPrPropExt_,
+                           static_cast<std::uint32_t>(sizeof(KV_PR_PROPERTIES_EXT)));
+    }
+    return -1;
+}
+
+// ---------------------------------------------------------------------------
+// Control requests
+
+int AdapterDataKvi::startPr() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::startPr");
+    const int rc = sendDcmd(KV_DCMD_CTRL_PR_START);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::startPr retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::stopPr() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::stopPr");
+    const int rc = sendDcmd(KV_DCMD_CTRL_PR_STOP);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::stopPr retCode = %d", rc);
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Mode, status, delay and concurrency
+
+int AdapterDataKvi::setPrMode(unsigned char mode) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrMode");
+    if (getPrProperties() != 0) {
+        return -1;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        kvPrPropExt_->opMode = mode;
+    } else {
+        kvPrProp_->opMode = mode;
+    }
+    const int rc = sendHeldPrProperties();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrMode retCode = %d", rc);
+    return rc;
+}
+
+unsigned char AdapterDataKvi::getPrMode() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrMode");
+    if (getPrProperties() != 0) {
+        return 0;
+    }
+    const unsigned char mode = kvPrPropExt_ != nullptr ? kvPrPropExt_->opMode : kvPrProp_->opMode;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrMode");
+    return mode;
+}
+
+// A failed status read reports the paused state, not an error value.
+unsigned char AdapterDataKvi::getPrState() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrState");
+    KV_PR_STATUS status{};
+    if (getPrStatus(&status) != 0) {
+        return kPrPaused;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrState");
+    return status.state;
+}
+
+unsigned int AdapterDataKvi::getPrNumIteration() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrNumIteration");
+    KV_PR_STATUS status{};
+    if (getPrStatus(&status) != 0) {
+        return 0;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrNumIteration");
+    return status.numIteration;
+}
+
+// Drives done count only while a pass is running.
+unsigned char AdapterDataKvi::getPrNumPdComplete() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrNumPdComplete");
+    KV_PR_STATUS status{};
+    if (getPrStatus(&status) != 0) {
+        return 0;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrNumPdComplete");
+    return status.state == kPrStateActive ? status.numPdDone : 0;
+}
+
+unsigned int AdapterDataKvi::getPrExecDelay() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrExecDelay");
+    if (getPrProperties() != 0) {
+        return 0;
+    }
+    const unsigned int delay =
+        kvPrPropExt_ != nullptr ? kvPrPropExt_->execFreq : kvPrProp_->execFreq;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrExecDelay");
+    return delay;
+}
+
+// The delay is stored as given; 0 included.
+int AdapterDataKvi::setPrExecDelay(unsigned int delay) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrExecDelay");
+    if (getPrProperties() != 0) {
+        return -1;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        kvPrPropExt_->execFreq = delay;
+    } else {
+        kvPrProp_->execFreq = delay;
+    }
+    const int rc = sendHeldPrProperties();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrExecDelay retCode = %d", rc);
+    return rc;
+}
+
+unsigned int AdapterDataKvi::getPrConcurrentPd() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrConcurrentPd");
+    if (getPrProperties() != 0) {
+        return 0;
+    }
+    const unsigned int maxPd = kvPrPropExt_ != nullptr ? kvPrPropExt_->maxPD : kvPrProp_->maxPD;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrConcurrentPd");
+    return maxPd;
+}
+
+int AdapterDataKvi::getMaxConcurrentPD(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMaxConcurrentPD");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getPrProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvPrPropExt_ != nullptr ? kvPrPropExt_->maxPD : kvPrProp_->maxPD;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMaxConcurrentPD maxPD=%d", *out);
+    return 0;
+}
+
+int AdapterDataKvi::setMaxConcurrentPD(unsigned char value) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setMaxConcurrentPD");
+    if (getPrProperties() != 0) {
+        return -1;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        kvPrPropExt_->maxPD = value;
+    } else {
+        kvPrProp_->maxPD = value;
+    }
+    const int rc = sendHeldPrProperties();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setMaxConcurrentPD retCode = %d", rc);
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Start time
+
+int AdapterDataKvi::setPrStartTime(const tm* start) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrStartTime");
+    if (getPrProperties() != 0 || start == nullptr) {
+        return -1;
+    }
+    std::uint32_t offset = 0;
+    const int conv = schedStartToOffset(start, &offset);
+    if (conv != 0) {
+        return conv;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        kvPrPropExt_->nextExec = offset;
+    } else {
+        kvPrProp_->nextExec = offset;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrStartTime");
+    return setPrProperties();
+}
+
+int AdapterDataKvi::getPatrolReadSchedStartTime(tm* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPatrolReadSchedStartTime");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getPrProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    const std::uint32_t offset =
+        kvPrPropExt_ != nullptr ? kvPrPropExt_->nextExec : kvPrProp_->nextExec;
+    if (schedOffsetToLocal(offset, out) != 0) {
+        return -1;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPatrolReadSchedStartTime");
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Excluded logical drives
+
+// A list longer than the short form's 64 ids is refused before anything is
+// sent (it would not fit the record's id array).
+int AdapterDataKvi::setPRSchedExcludedLdList(const ArrayList<unsigned short>* list) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPRSchedExcludedLdList");
+    if (list == nullptr) {
+        return -1;
+    }
+    int rc = 0;
+    if (schedListTooLong(list, &rc)) {
+        return -1;
+    }
+    if (rc != 0) {
+        return rc;
+    }
+    rc = getPrProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        schedListToMapExcluded(*list, *kvPrPropExt_);
+    } else {
+        schedListToLegacyExcluded(*list, *kvPrProp_);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPRSchedExcludedLdList");
+    return setPrProperties();
+}
+
+// Appends to the caller's list (not cleared first).
+int AdapterDataKvi::getPRSchedExcludedLdList(ArrayList<unsigned short>* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPRSchedExcludedLdList");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getPrProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        schedMapExcludedToList(*kvPrPropExt_, out);
+    } else {
+        schedLegacyExcludedToList(*kvPrProp_, out);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPRSchedExcludedLdList");
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Suspend, resume and the option bits
+
+int AdapterDataKvi::suspendPr() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::suspendPr");
+    const int rc = sendDcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, kviMbox(0), nullptr, 0, 0);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::suspendPr retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::resumePr() {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::resumePr");
+    const int rc = sendDcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, kviMbox(1), nullptr, 0, 0);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::resumePr retCode = %d", rc);
+    return rc;
+}
+
+int AdapterDataKvi::getSSDPrStatus(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSSDPrStatus");
+    if (out == nullptr) {
+        return -1;
+    }
+    int rc = getKvCtlrProp();
+    if (rc != 0) {
+        return rc;
+    }
+    rc = getPrProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvPrPropExt_ != nullptr ? kvPrPropExt_->options : kvPrProp_->options;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSSDPrStatus retCode = %d", rc);
+    return 0;
+}
+
+// The SSD patrol read option may only be set while the controller property
+// that enables SSD patrol read is on; that property is read afresh here.
+int AdapterDataKvi::setSSDPrStatus(unsigned char value) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setSSDPrStatus");
+    // The fresh properties replace the held ones (released, not leaked).
+    delete kvCtrlPropPtr_;
+    kvCtrlPropPtr_ = new KV_CTRL_PROP();
+    int rc = sendDcmdRec(KV_DCMD_CTRL_PROPERTIES_GET, kviMbox(), kvCtrlPropPtr_);
+    if (rc != 0) {
+        delete kvCtrlPropPtr_;
+        kvCtrlPropPtr_ = nullptr;
+        return rc;
+    }
+    rc = getPrProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (kvCtrlPropPtr_->OnOffProperties.SSDPatrolReadEnabled == 0) {
+        return -1;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        kvPrPropExt_->options = value;
+    } else {
+        kvPrProp_->options = value;
+    }
+    rc = sendHeldPrProperties();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setSSDPrStatus retCode = %d", rc);
+    return rc;
+}
+
+// Relies on a read of the patrol read properties earlier in the same command
+// (getSSDPrStatus, for instance); with none held it refuses and sends nothing.
+int AdapterDataKvi::setEPDPrStatus(unsigned char value) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setEPDPrStatus");
+    if (kvPrProp_ == nullptr && kvPrPropExt_ == nullptr) {
+        return -1;
+    }
+    if (kvPrPropExt_ != nullptr) {
+        kvPrPropExt_->options = value;
+    } else {
+        kvPrProp_->options = value;
+    }
+    const int rc = sendHeldPrProperties();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setEPDPrStatus retCode = %d", rc);
+    return rc;
+}

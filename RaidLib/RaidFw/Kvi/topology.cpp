@@ -1,0 +1,457 @@
+// Topology operations of AdapterDataKvi: mux modes, connectors, phys, lanes,
+// link speeds, the controller's SAS address and the interface-level checks.
+//
+// The phy, connector and mux tables are read once per object and kept (a mux
+// change edits the held list until endMuxModeUpdate sends it). Indices are
+// checked against the tables' real sizes (24 phys and lanes, 8 connectors, 4
+// muxes) as well as against the counts the firmware reports.
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "provider/DebugLog.h"
+
+namespace {
+
+constexpr unsigned kMaxPhys = 24;       // entries of KV_SAS_PHY_CONNECTIONS
+constexpr unsigned kMaxConnectors = 8;  // entries of KV_SAS_CONNECTORS
+constexpr unsigned kMaxMuxes = 4;       // modes of KV_SAS_MUX_LIST
+constexpr unsigned kMaxLanes = 24;      // entries of the lane table
+constexpr std::size_t kLaneTableSize = 392;
+constexpr std::size_t kLaneEntrySize = 16;
+constexpr std::size_t kLaneEntriesOffset = 8;
+constexpr std::size_t kConnectorNameSize = 16;
+
+// The tool's own interface level.
+constexpr unsigned short kAppApiLevel = 0;
+
+bool phyInRange(int phy) { return phy >= 0 && static_cast<unsigned>(phy) < kMaxPhys; }
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Mux modes
+
+int AdapterDataKvi::getMuxCount(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMuxCount");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getMuxInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvMuxListPtr_->sasMuxCount;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMuxCount");
+    return 0;
+}
+
+int AdapterDataKvi::getMuxMode(unsigned char* out, unsigned char mux) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMuxMode");
+    if (out == nullptr) {
+        return -1;
+    }
+    unsigned char count = 0;
+    const int rc = getMuxCount(&count);
+    if (rc != 0) {
+        return rc;
+    }
+    if (mux >= count || mux >= kMaxMuxes) {
+        return -1;
+    }
+    *out = kvMuxListPtr_->sasMuxMode[mux];
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMuxMode");
+    return 0;
+}
+
+// Needs a preceding beginMuxModeUpdate. A connector without a mux (current
+// mode 0) cannot be switched, and no mux can be set to mode 0. Nothing is
+// sent until endMuxModeUpdate.
+int AdapterDataKvi::setMuxMode(unsigned char mode, unsigned char mux) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setMuxMode");
+    if (kvMuxListPtr_ == nullptr) {
+        return -1;
+    }
+    unsigned char count = 0;
+    const int rc = getMuxCount(&count);
+    if (rc != 0) {
+        return rc;
+    }
+    if (mux >= count || mux >= kMaxMuxes || mode == 0) {
+        return -1;
+    }
+    if (kvMuxListPtr_->sasMuxMode[mux] == 0) {
+        return -1;
+    }
+    kvMuxPropertiesChanged_ = true;
+    kvMuxListPtr_->sasMuxMode[mux] = mode;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setMuxMode");
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Connectors
+
+int AdapterDataKvi::getConnectorCount(unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorCount");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getConnectors();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = static_cast<unsigned char>(kvConnectorsPtr_->count & 0xFFu);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorCount");
+    return 0;
+}
+
+int AdapterDataKvi::getConnectorLocation(unsigned char index, unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorLocation");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getConnectors();
+    if (rc != 0) {
+        return rc;
+    }
+    const auto count = static_cast<unsigned char>(kvConnectorsPtr_->count & 0xFFu);
+    if (index >= count || index >= kMaxConnectors) {
+        return -1;
+    }
+    *out = kvConnectorsPtr_->connectors[index].location;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorLocation");
+    return 0;
+}
+
+// The string belongs to the caller. The name is read up to its terminating
+// zero but never past its 16 bytes.
+int AdapterDataKvi::getConnectorName(unsigned char index, std::string** out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorName");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getConnectors();
+    if (rc != 0) {
+        return rc;
+    }
+    const auto count = static_cast<unsigned char>(kvConnectorsPtr_->count & 0xFFu);
+    if (index >= count || index >= kMaxConnectors) {
+        *out = nullptr;
+        return -1;
+    }
+    const char* name = kvConnectorsPtr_->connectors[index].name;
+    *out = new std::string(name, strnlen(name, kConnectorNameSize));
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorName");
+    return 0;
+}
+
+int AdapterDataKvi::getConnectorsValue(KV_SAS_CONNECTORS* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorsValue");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getConnectors();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = *kvConnectorsPtr_;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorsValue");
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Phys
+
+int AdapterDataKvi::getPhyCount(unsigned int* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPhyCount");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getAllPhyConnections();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvPhy_->count;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPhyCount");
+    return 0;
+}
+
+// The phy accessors below load the table only when none is held (a failed
+// read is then remembered as an all-zero table). Phy indices outside the
+// table are refused.
+
+int AdapterDataKvi::isPhyDisable(int phy, bool* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isPhyDisable");
+    if (out == nullptr || !phyInRange(phy)) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    // A phy without a connector is disabled; the firmware's `disabled` bit is
+    // not what the tool shows.
+    *out = kvPhy_->phy[phy].connectorIndex == 0xFF;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isPhyDisable");
+    return 0;
+}
+
+int AdapterDataKvi::getSASAddress(int phy, unsigned long long* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSASAddress");
+    if (out == nullptr || !phyInRange(phy)) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    *out = kvPhy_->phy[phy].sasAddr;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSASAddress");
+    return 0;
+}
+
+int AdapterDataKvi::getSASPortNumber(int phy, unsigned int* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSASPortNumber");
+    if (out == nullptr || !phyInRange(phy)) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    *out = kvPhy_->phy[phy].sasPortNumber;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSASPortNumber");
+    return 0;
+}
+
+int AdapterDataKvi::getSASPortNumberValid(int phy, unsigned int* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSASPortNumberValid");
+    if (out == nullptr || !phyInRange(phy)) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    *out = kvPhy_->phy[phy].sasPortNumberValid != 0 ? 1 : 0;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSASPortNumberValid");
+    return 0;
+}
+
+int AdapterDataKvi::getConnectorIndex(int phy, unsigned char* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorIndex");
+    if (out == nullptr || !phyInRange(phy)) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    *out = kvPhy_->phy[phy].connectorIndex;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorIndex");
+    return 0;
+}
+
+// The configured maximum link speed (a KV_SAS_PHY_LINK_SPEED code).
+int AdapterDataKvi::getLinkSpeed(int phy, unsigned int* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getLinkSpeed");
+    if (out == nullptr || !phyInRange(phy)) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    *out = kvPhy_->phy[phy].linkSpeedControl;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getLinkSpeed");
+    return 0;
+}
+
+// The connector the phy belongs to (255 = none).
+int AdapterDataKvi::getPhyConnection(unsigned char* out, unsigned char index) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPhyConnection");
+    if (out == nullptr || index >= kMaxPhys) {
+        return -1;
+    }
+    if (kvPhy_ == nullptr) {
+        const int rc = getAllPhyConnections();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    *out = kvPhy_->phy[index].connectorIndex;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPhyConnection");
+    return 0;
+}
+
+// The held phy table is not refreshed: it keeps the speed read first.
+int AdapterDataKvi::setLinkSpeed(int phy, unsigned int speed) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setLinkSpeed");
+    DCMD_MBOX mbox = kviMbox();
+    mbox.b[0] = static_cast<std::uint8_t>(phy & 0xFF);
+    mbox.b[1] = static_cast<std::uint8_t>(speed & 0xFFu);
+    const int rc = sendDcmd(KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mbox, nullptr, 0, 0);
+    if (rc == 0) {
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setLinkSpeed");
+    }
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Lanes
+
+// Into the caller's 392-byte buffer; not cached.
+int AdapterDataKvi::getAllLaneConnectionInfo(unsigned char* buf) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getAllLaneConnectionInfo");
+    if (buf == nullptr) {
+        return -1;
+    }
+    const int rc = sendDcmd(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, kviMbox(), buf,
+                            static_cast<std::uint32_t>(kLaneTableSize), 0);
+    if (rc == 0) {
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAllLaneConnectionInfo");
+    }
+    return rc;
+}
+
+// Copies the 16-byte entry of one lane; a lane beyond the table leaves `out`
+// as it was and still answers 0.
+int AdapterDataKvi::getLaneConnectionInfo(unsigned char* out, unsigned char index) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getLaneConnectionInfo");
+    if (out == nullptr) {
+        return -1;
+    }
+    std::vector<unsigned char> table(kLaneTableSize, 0);
+    const int rc = getAllLaneConnectionInfo(table.data());
+    if (rc != 0) {
+        return rc;
+    }
+    std::uint32_t count = 0;
+    std::memcpy(&count, table.data(), sizeof count);
+    if (index < count && index < kMaxLanes) {
+        std::memcpy(out, table.data() + kLaneEntriesOffset + index * kLaneEntrySize,
+                    kLaneEntrySize);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getLaneConnectionInfo");
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Controller SAS address
+
+int AdapterDataKvi::getAdpSASAddress(unsigned long long* out) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getAdpSASAddress");
+    if (out == nullptr) {
+        return -1;
+    }
+    const int rc = getMFCdata();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = kvMFCDefPtr_->sasAddr;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAdpSASAddress");
+    return 0;
+}
+
+// Controllers of the configuration-page generation take the address in the
+// mailbox (high half in word 0); older ones take the whole manufacturing
+// defaults record with the new address in it.
+int AdapterDataKvi::adpSetSASAdd(unsigned long long addr, bool isGen2) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::adpSetSASAdd");
+    if (isGen2) {
+        DEBUG_LOG(INFO, "AdapterDataKvi::adpSetSASAdd - isGen2Adapter");
+        const DCMD_MBOX mbox = kviMboxWords(static_cast<std::uint32_t>(addr >> 32),
+                                            static_cast<std::uint32_t>(addr & 0xFFFFFFFFull), 0);
+        const int rc = sendDcmd(KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, mbox, nullptr, 0, 0);
+        if (rc == 0) {
+            DEBUG_LOG(INFO, "Exiting AdapterDataKvi::adpSetSASAdd, retCode = %d", rc);
+        }
+        return rc;
+    }
+    int rc = getMFCdata();
+    if (rc != 0) {
+        return rc;
+    }
+    kvMFCDefPtr_->sasAddr = addr;
+    rc = sendDcmdRec(KV_DCMD_CTRL_MFC_DEFAULTS_SET, kviMbox(), kvMFCDefPtr_);
+    if (rc == 0) {
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::adpSetSASAdd, retCode = %d", rc);
+    }
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
+// Interface-level compatibility
+
+// The tool must be updated when the firmware requires a newer interface level
+// than the tool's own.
+int AdapterDataKvi::doesAppNeedToBeUpdated(bool* need, unsigned short* fwLevel,
+                                           unsigned short* appLevel) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::doesAppNeedToBeUpdated");
+    if (need == nullptr || fwLevel == nullptr || appLevel == nullptr) {
+        return -1;
+    }
+    const int rc = getCtlrInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    *fwLevel = kvCtrlInfoPtr_->kvAPIFwdCompatibility;
+    *appLevel = kAppApiLevel;
+    *need = *fwLevel > *appLevel;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::doesAppNeedToBeUpdated");
+    return 0;
+}
+
+// The firmware would need an update if it supported only interface levels
+// below the tool's own; with the tool at level 0 that is never the case.
+int AdapterDataKvi::doesFwNeedToBeUpdated(bool* need, unsigned short* fwLevel,
+                                          unsigned short* appLevel) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::doesFwNeedToBeUpdated");
+    if (need == nullptr || fwLevel == nullptr || appLevel == nullptr) {
+        return -1;
+    }
+    const int rc = getCtlrInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    *fwLevel = kvCtrlInfoPtr_->kvAPIBkwdCompatibility;
+    *appLevel = kAppApiLevel;
+    *need = *fwLevel < *appLevel;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::doesFwNeedToBeUpdated retCode = %d", rc);
+    return rc;
+}
+
+// Display text of a KV_SAS_PHY_LINK_SPEED code.
+const char* AdapterDataKvi::GetSASPhyLinkSpeed(unsigned char code) {
+    switch (code) {
+    case 0:
+        return "No limit";
+    case 1:
+        return "1.5 Gbps";
+    case 2:
+        return "3.0 Gbps";
+    case 4:
+        return "6.0 Gbps";
+    case 8:
+        return "12.0 Gbps";
+    default:
+        return "N/A";
+    }
+}

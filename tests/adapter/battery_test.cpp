@@ -1,0 +1,493 @@
+// Battery backup unit operations: the state and overall-status decisions per battery type,
+// absence (status 0x22 or no battery in the controller information), the write-policy change
+// reason, the cached measurements, auto-learn mode written at once, and the direct commands.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+
+constexpr int kNoHw = 0x22;
+constexpr int kFail = 0x2D;
+
+// fwStatus bits, numbered as the firmware numbers them.
+constexpr std::uint32_t bit(int n) {
+    return 1u << n;
+}
+
+Bytes ctrlInfo(bool bbuFitted, bool bbuOperation = false) {
+    Bytes info(2464, 0);
+    info[1456] = bbuFitted ? 0x01 : 0x00;    // hwPresent.bbu
+    info[1504] = bbuOperation ? 0x80 : 0x00; // adapterOperations.bbu
+    return info;
+}
+
+// A KV_BBU_STATUS image: type at 0, subtype at 1, temperature at 6, fwStatus at 8.
+Bytes bbuStatus(std::uint8_t type, std::uint32_t fw, std::uint16_t temperature = 0) {
+    Bytes s(64, 0);
+    s[0] = type;
+    s[1] = 0x33;
+    s[6] = static_cast<std::uint8_t>(temperature);
+    s[7] = static_cast<std::uint8_t>(temperature >> 8);
+    std::memcpy(s.data() + 8, &fw, 4);
+    return s;
+}
+
+class BatteryTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    kvitest::LogCapture log;
+    AdapterDataKvi& a() { return *obj; }
+
+    void reset() {
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.clear();
+        ctrl.backend().clearScript();
+        log.clear();
+    }
+    void battery(std::uint8_t type, std::uint32_t fw, bool fitted = true) {
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(fitted)));
+        ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(type, fw)));
+    }
+};
+
+// ---------------------------------------------------------------------------
+// getBatteryState and getBbuOverallStatus
+
+struct StateCase {
+    const char* what;
+    std::uint8_t type;
+    std::uint32_t fw;
+    int state;
+    int overall; // -1: the caller's value is left as it was
+};
+
+// clang-format off
+const StateCase kStateCases[] = {
+    {"type 1 healthy", 1, bit(3) | bit(13), 1, 0},
+    {"type 1 replace pack", 1, bit(10), 2, -1},
+    {"type 4 replace pack", 4, bit(10), 2, -1},
+    {"type 2 replace pack", 2, bit(10), 2, -1},
+    {"type 2 voltage low is not a health bit of type 2", 2, bit(1), 1, 0},
+    {"type 1 learning", 1, bit(6), 3, -1},
+    {"type 1 voltage low", 1, bit(1), 3, -1},
+    {"type 1 learn requested", 1, bit(5), 4, -1},
+    {"type 5 replace and learn requested", 5, bit(10) | bit(5), 4, -1},
+    {"type 5 replace, learn requested and learning", 5, bit(10) | bit(5) | bit(6), 3, -1},
+    {"type 5 replace pack alone", 5, bit(10), 2, -1},
+    {"type 6 replace pack alone", 6, bit(10), 2, -1},
+    {"type 6 predictive failure alone", 6, bit(15), 7, 0},
+    {"type 6 microcode with learn requested", 6, bit(17) | bit(5), 6, -1},
+    {"type 6 no space", 6, bit(14), 3, -1},
+    {"type 7 charging only", 7, bit(3), 255, 5},
+    {"type 7 i2c errors", 7, bit(9), 255, 5},
+    {"type 7 learning is not a health bit of type 7", 7, bit(6), 1, 3},
+    {"type 7 learn requested with predictive failure", 7, bit(5) | bit(15), 1, 4},
+    {"type 7 replace pack with microcode", 7, bit(10) | bit(17), 6, 4},
+    {"type 7 replace pack alone", 7, bit(10), 255, -1},
+    {"type 3 no health bits known", 3, bit(0) | bit(10), 0, 1}, // pack missing wins
+    {"type 3 with learn requested", 3, bit(5), 1, -1},
+    {"pack missing", 1, bit(0), 0, 1},
+    {"type 0 is no battery", 0, 0, 0, 1},
+};
+// clang-format on
+
+TEST_F(BatteryTest, StateAndOverallStatusPerTypeAndBits) {
+    for (const StateCase& c : kStateCases) {
+        SCOPED_TRACE(c.what);
+        reset();
+        battery(c.type, c.fw);
+        int state = -7;
+        EXPECT_EQ(a().getBatteryState(&state), 0);
+        EXPECT_EQ(state, c.state);
+        EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u); // the cached record, read once
+
+        unsigned char overall = 0xEE;
+        EXPECT_EQ(a().getBbuOverallStatus(&overall), 0);
+        EXPECT_EQ(overall, c.overall < 0 ? 0xEE : c.overall);
+        // The overall status reads a fresh record every time.
+        EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 2u);
+    }
+}
+
+TEST_F(BatteryTest, ReplacePackOfTheOldTypesWarnsWithTheEntryText) {
+    battery(1, bit(10));
+    int state = 0;
+    ASSERT_EQ(a().getBatteryState(&state), 0);
+    EXPECT_EQ(state, 2);
+    const auto warnings = log.texts(WARNING);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0], "Entering AdapterDataKvi::getBatteryState");
+}
+
+TEST_F(BatteryTest, NoBatteryFitted) {
+    // The controller information says no battery: every answer says "missing".
+    battery(1, 0, /*fitted=*/false);
+    int state = 9;
+    EXPECT_EQ(a().getBatteryState(&state), 0);
+    EXPECT_EQ(state, 0);
+    unsigned char overall = 9;
+    EXPECT_EQ(a().getBbuOverallStatus(&overall), 0);
+    EXPECT_EQ(overall, 1);
+    unsigned char reason = 9;
+    EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
+    EXPECT_EQ(reason, 0);
+    EXPECT_EQ(a().isBatteryHWPresent(), 0);
+    // Nothing to read in the unit itself for the overall status.
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u);
+
+    // The battery read answers "no hardware" (0x22) although the information says fitted.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kNoHw));
+    state = 9;
+    EXPECT_EQ(a().getBatteryState(&state), 0);
+    EXPECT_EQ(state, 0);
+    bool present = true;
+    EXPECT_EQ(a().isBBUPresent(&present), kNoHw);
+    EXPECT_FALSE(present);
+    EXPECT_EQ(a().isBatteryHWPresent(), 1);
+    bool brisko = true;
+    EXPECT_EQ(a().isBriskoPresent(&brisko), kNoHw);
+    EXPECT_FALSE(brisko);
+}
+
+TEST_F(BatteryTest, StateOnFailures) {
+    // Controller information fails: its status, nothing written.
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
+    int state = 42;
+    EXPECT_EQ(a().getBatteryState(&state), kFail);
+    EXPECT_EQ(state, 42);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 0u);
+
+    // The battery read fails with anything but 0x22: -1, nothing written (never 255).
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().getBatteryState(&state), -1);
+    EXPECT_EQ(state, 42);
+    EXPECT_EQ(a().getBatteryState(nullptr), -1);
+}
+
+TEST_F(BatteryTest, OverallStatusFailures) {
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
+    unsigned char overall = 9;
+    EXPECT_EQ(a().getBbuOverallStatus(&overall), kFail);
+    EXPECT_EQ(overall, 9);
+    EXPECT_FALSE(log.contains("Exiting AdapterDataKvi::getBbuOverallStatus retCode = 0"));
+}
+
+// ---------------------------------------------------------------------------
+// Write-policy change reason
+
+struct ReasonCase {
+    const char* what;
+    std::uint8_t type;
+    std::uint32_t fw;
+    int reason; // -1: left as it was
+};
+
+// clang-format off
+const ReasonCase kReasonCases[] = {
+    {"type 0", 0, bit(10), 0},
+    {"replace pack", 1, bit(10) | bit(11), 1},
+    {"capacity low", 1, bit(11) | bit(5), 2},
+    {"type 2 stops there", 2, bit(5) | bit(14), -1},
+    {"learn requested", 1, bit(5), 3},
+    {"learning", 1, bit(6), 3},
+    {"discharging", 1, bit(4), 3},
+    {"voltage low", 1, bit(1) | bit(14), 3},
+    {"no space", 6, bit(14) | bit(17), 5},
+    {"microcode", 6, bit(17) | bit(9), 6},
+    {"i2c", 7, bit(9), 7},
+    {"nothing", 7, bit(3), -1},
+};
+// clang-format on
+
+TEST_F(BatteryTest, WritePolicyChangeReasonInOrder) {
+    for (const ReasonCase& c : kReasonCases) {
+        SCOPED_TRACE(c.what);
+        reset();
+        battery(c.type, c.fw);
+        unsigned char reason = 0xEE;
+        EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
+        EXPECT_EQ(reason, c.reason < 0 ? 0xEE : c.reason);
+        EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getWritePolicyChngReason"));
+    }
+    // A failed battery read is returned, with nothing written.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
+    unsigned char reason = 0xEE;
+    EXPECT_EQ(a().getWritePolicyChngReason(&reason), kFail);
+    EXPECT_EQ(reason, 0xEE);
+}
+
+// ---------------------------------------------------------------------------
+// Cached measurements and bits
+
+TEST_F(BatteryTest, StatusRecordFields) {
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true, true)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS,
+                FakeAnswer::ok(bbuStatus(5, bit(2) | bit(9) | bit(13), 0x0129)));
+    unsigned char temp = 0, type = 0, sub = 0;
+    int tempStatus = 0;
+    bool tl = false, i2c = false, infoBbu = false, brisko = false;
+    EXPECT_EQ(a().getBatteryTemperature(&temp), 0);
+    EXPECT_EQ(temp, 0x29); // the low byte
+    EXPECT_EQ(a().getBatteryTemperatureStatus(&tempStatus), 0);
+    EXPECT_EQ(tempStatus, 1);
+    EXPECT_EQ(a().getBatteryType(&type), 0);
+    EXPECT_EQ(type, 5);
+    EXPECT_EQ(a().getBatterySubType(&sub), 0);
+    EXPECT_EQ(sub, 0x33);
+    EXPECT_EQ(a().isBBUTransparentLearnSet(&tl), 0);
+    EXPECT_TRUE(tl);
+    EXPECT_EQ(a().isI2cErrorsDetected(&i2c), 0);
+    EXPECT_TRUE(i2c);
+    EXPECT_EQ(a().getCtrlInfoBbu(&infoBbu), 0);
+    EXPECT_TRUE(infoBbu);
+    EXPECT_EQ(a().isBriskoPresent(&brisko), 0);
+    EXPECT_TRUE(brisko);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
+    // getBatteryType logs no exit line.
+    EXPECT_FALSE(log.contains("Exiting AdapterDataKvi::getBatteryType"));
+}
+
+TEST_F(BatteryTest, TemperatureOnlyWithABatteryFitted) {
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(false)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(1, bit(2), 40)));
+    unsigned char temp = 0xEE;
+    int status = 7;
+    EXPECT_EQ(a().getBatteryTemperature(&temp), 0);
+    EXPECT_EQ(temp, 0xEE);
+    EXPECT_EQ(a().getBatteryTemperatureStatus(&status), 0);
+    EXPECT_EQ(status, 7);
+
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().getBatteryTemperature(&temp), kFail);
+    EXPECT_EQ(temp, 0xEE);
+}
+
+TEST_F(BatteryTest, CapacityDesignAndPropertyRecords) {
+    Bytes cap(48, 0);
+    cap[0] = 0x5F; // relativeStateOfCharge
+    cap[4] = 0x10;
+    cap[5] = 0x02; // remainingCapacity
+    cap[6] = 0x20;
+    cap[7] = 0x03;  // fullChargeCapacity
+    cap[10] = 0x3C; // averageTimeToEmpty
+    ctrl.answer(KV_DCMD_BBU_GET_CAPACITY_INFO, FakeAnswer::ok(cap));
+    Bytes design(64, 0);
+    std::memcpy(design.data() + 26, "CVPM02XY", 8); // deviceName, not terminated
+    design[48] = 2;                                 // transparentLearns
+    ctrl.answer(KV_DCMD_BBU_GET_DESIGN_INFO, FakeAnswer::ok(design));
+    Bytes props(32, 0);
+    props[0] = 0x00;
+    props[1] = 0x3A;
+    props[2] = 0x09; // autoLearnPeriod 0x093A00
+    props[4] = 0x78;
+    props[5] = 0x56;
+    props[6] = 0x34;
+    props[7] = 0x12; // nextLearnTime
+    props[9] = 2;    // autoLearnMode
+    ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::ok(props));
+
+    unsigned short full = 0, rem = 0, rel = 0, tte = 0;
+    EXPECT_EQ(a().getBatteryFullCapacity(&full), 0);
+    EXPECT_EQ(full, 0x0320);
+    EXPECT_EQ(a().getBatteryRemainingCapacity(&rem), 0);
+    EXPECT_EQ(rem, 0x0210);
+    EXPECT_EQ(a().getBattRelativeStateOfCharge(&rel), 0);
+    EXPECT_EQ(rel, 0x5F);
+    EXPECT_EQ(a().getBattAvgTimeToEmpty(&tte), 0);
+    EXPECT_EQ(tte, 0x3C);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_CAPACITY_INFO), 1u);
+
+    unsigned char* name = nullptr;
+    EXPECT_EQ(a().getBatteryDeviceName(&name), 0);
+    ASSERT_NE(name, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(name), 8), "CVPM02XY");
+    EXPECT_EQ(name, AdapterDataKviPeer::battDesign(a())->deviceName); // the object's own bytes
+    bool learns = false;
+    EXPECT_EQ(a().getBatteryDesignInfoTransparentLearnsSupport(&learns), 0);
+    EXPECT_TRUE(learns);
+
+    unsigned char mode = 0;
+    unsigned int period = 0, next = 0;
+    EXPECT_EQ(a().getBatteryAutoLearnMode(&mode), 0);
+    EXPECT_EQ(mode, 2);
+    EXPECT_EQ(a().getBatteryAutoLearnPeriod(&period), 0);
+    EXPECT_EQ(period, 0x093A00u);
+    EXPECT_EQ(a().getBatteryNextLearnTime(&next), 0);
+    EXPECT_EQ(next, 0x12345678u);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_PROPERTIES_GET), 1u);
+}
+
+TEST_F(BatteryTest, FailedLoadsLeaveOutValuesAlone) {
+    ctrl.answer(KV_DCMD_BBU_GET_CAPACITY_INFO, FakeAnswer::fail(kFail));
+    ctrl.answer(KV_DCMD_BBU_GET_DESIGN_INFO, FakeAnswer::fail(kFail));
+    ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::fail(kFail));
+    unsigned short v = 0xABCD;
+    EXPECT_EQ(a().getBatteryFullCapacity(&v), kFail); // carries on, skipping the read
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getBatteryFullCapacity retCode = 45"));
+    EXPECT_EQ(a().getBatteryRemainingCapacity(&v), kFail);
+    EXPECT_EQ(a().getBattRelativeStateOfCharge(&v), kFail);
+    EXPECT_EQ(a().getBattAvgTimeToEmpty(&v), kFail);
+    EXPECT_EQ(v, 0xABCD);
+    unsigned char* name = nullptr;
+    EXPECT_EQ(a().getBatteryDeviceName(&name), kFail);
+    EXPECT_EQ(name, nullptr);
+    unsigned int period = 5;
+    EXPECT_EQ(a().getBatteryAutoLearnPeriod(&period), kFail);
+    EXPECT_EQ(period, 5u);
+    unsigned char mode = 1;
+    EXPECT_EQ(a().setBatteryAutoLearnMode(&mode), kFail);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_PROPERTIES_SET), 0u);
+}
+
+TEST_F(BatteryTest, AutoLearnModeIsWrittenAtOnce) {
+    Bytes props(32, 0);
+    for (std::size_t i = 0; i < props.size(); ++i) {
+        props[i] = static_cast<std::uint8_t>(0x40 + i);
+    }
+    ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::ok(props));
+    unsigned char mode = 1;
+    EXPECT_EQ(a().setBatteryAutoLearnMode(&mode), 0);
+    const kvitest::FakeRequest* w = ctrl.last(0x05050200);
+    ASSERT_NE(w, nullptr);
+    Bytes expected = props;
+    expected[9] = 1;
+    EXPECT_EQ(w->sent, expected);
+    EXPECT_EQ(w->mbox, kvitest::Mbox{});
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setBatteryAutoLearnMode retCode = 0"));
+    // No property transaction is involved.
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+
+    // A failed write keeps the new mode cached.
+    ctrl.answer(KV_DCMD_BBU_PROPERTIES_SET, FakeAnswer::fail(kFail));
+    mode = 3;
+    EXPECT_EQ(a().setBatteryAutoLearnMode(&mode), kFail);
+    unsigned char back = 0;
+    EXPECT_EQ(a().getBatteryAutoLearnMode(&back), 0);
+    EXPECT_EQ(back, 3);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_PROPERTIES_GET), 1u);
+}
+
+// ---------------------------------------------------------------------------
+// Fresh status reads and presence
+
+TEST_F(BatteryTest, StatusReadsAreFreshAndIntoTheCallersRecord) {
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(2, 0x00ABCDEF)));
+    KV_BBU_STATUS rec;
+    std::memset(&rec, 0x77, sizeof rec);
+    EXPECT_EQ(a().getBbuStatus(&rec), 0);
+    EXPECT_EQ(rec.batteryType, 2);
+    EXPECT_EQ(rec.fwStatus, 0x00ABCDEFu);
+    unsigned int fw = 0;
+    EXPECT_EQ(a().getBbuFwStatus(&fw), 0);
+    EXPECT_EQ(fw, 0x00ABCDEFu);
+    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 2u);
+    EXPECT_EQ(ctrl.last(KV_DCMD_BBU_GET_STATUS)->length, 64u);
+
+    // A failed read still clears the caller's record first.
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
+    std::memset(&rec, 0x77, sizeof rec);
+    EXPECT_EQ(a().getBbuStatus(&rec), kFail);
+    EXPECT_EQ(rec.batteryType, 0);
+    EXPECT_EQ(rec.fwStatus, 0u);
+    fw = 9;
+    EXPECT_EQ(a().getBbuFwStatus(&fw), kFail);
+    EXPECT_EQ(fw, 9u);
+}
+
+TEST_F(BatteryTest, PresenceAnswers) {
+    struct Case {
+        int statusRead;
+        bool fitted;
+        int rc;
+        int present; // -1: left as it was
+    };
+    const Case cases[] = {
+        {0, true, 0, 1},         {0, false, 0, 1}, // a status record that reads back means a
+                                                   // battery
+        {kNoHw, true, kNoHw, 0}, {kFail, false, kFail, 0}, {kFail, true, kFail, -1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.statusRead << " fitted " << c.fitted);
+        reset();
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(c.fitted)));
+        FakeAnswer s = FakeAnswer::ok(bbuStatus(1, 0));
+        s.status = c.statusRead;
+        ctrl.answer(KV_DCMD_BBU_GET_STATUS, s);
+        bool present = true;
+        bool untouched = false;
+        EXPECT_EQ(a().isBBUPresent(&present), c.rc);
+        EXPECT_EQ(a().isBBUPresent(&untouched), c.rc);
+        if (c.present < 0) {
+            EXPECT_TRUE(present);
+            EXPECT_FALSE(untouched);
+        } else {
+            EXPECT_EQ(present, c.present == 1);
+            EXPECT_EQ(untouched, c.present == 1);
+        }
+        EXPECT_TRUE(
+            log.contains("Exiting AdapterDataKvi::isBBUPresent retCode = " + std::to_string(c.rc)));
+    }
+    // Controller information failing wins.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
+    bool present = true;
+    EXPECT_EQ(a().isBBUPresent(&present), kFail);
+    EXPECT_TRUE(present);
+    EXPECT_EQ(a().isBatteryHWPresent(), 0);
+}
+
+TEST_F(BatteryTest, BriskoPresenceFollowsThePackMissingBit) {
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(1, bit(0))));
+    bool present = true;
+    EXPECT_EQ(a().isBriskoPresent(&present), 0);
+    EXPECT_FALSE(present);
+}
+
+// ---------------------------------------------------------------------------
+// Commands
+
+TEST_F(BatteryTest, LearnCycleAndRetentionTest) {
+    EXPECT_EQ(a().startManualLearnCycle(), 0);
+    EXPECT_EQ(a().adpBBUTest(), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    EXPECT_EQ(ctrl.requests()[0].opcode, 0x05040000u);
+    EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
+    EXPECT_EQ(ctrl.requests()[1].opcode, 0x01120200u);
+    EXPECT_FALSE(ctrl.requests()[1].callerBuffer);
+
+    ctrl.answer(KV_DCMD_BBU_LEARN, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().startManualLearnCycle(), kFail);
+
+    ctrl.clear();
+    kvitest::ProviderOffGuard off;
+    EXPECT_EQ(a().adpBBUTest(), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+} // namespace

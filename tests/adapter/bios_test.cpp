@@ -1,0 +1,344 @@
+// BIOS settings and boot device: each pair's view of its byte (including the deliberate
+// asymmetries of SOE and ABS), the write-back with its checksum, the boot-device round trips
+// through the recording fake, and failures.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <numeric>
+#include <string>
+
+#include "RaidLib/RaidFw/Elements.h"
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using Peer = AdapterDataKviPeer;
+
+constexpr int kFail = 0x2D;
+// KV_BIOS_DATA positions.
+constexpr int kBootTarget = 0;
+constexpr int kDoNotExpose = 2;
+constexpr int kContinueOnError = 3;
+constexpr int kDeviceExposure = 6;
+constexpr int kBootIsPd = 8;
+constexpr int kAutoSelect = 10;
+
+Bytes biosImage() {
+    Bytes b(64);
+    for (std::size_t i = 0; i < b.size(); ++i) {
+        b[i] = static_cast<std::uint8_t>(0x11 * (i % 7) + i);
+    }
+    return b;
+}
+
+unsigned sum8(const Bytes& b) {
+    return std::accumulate(b.begin(), b.end(), 0u) & 0xFFu;
+}
+
+class BiosTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    kvitest::LogCapture log;
+    AdapterDataKvi& a() { return *obj; }
+
+    void reset(const Bytes& image) {
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.clear();
+        ctrl.backend().clearScript();
+        ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::ok(image));
+        log.clear();
+    }
+    // The record as written back: exactly one write, whose bytes sum to 0 mod 256.
+    Bytes written() {
+        EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 1u);
+        const kvitest::FakeRequest* w = ctrl.last(0x010C0200);
+        if (w == nullptr) {
+            return {};
+        }
+        EXPECT_EQ(w->sent.size(), 64u);
+        EXPECT_EQ(sum8(w->sent), 0u);
+        return w->sent;
+    }
+};
+
+// ---------------------------------------------------------------------------
+// Getters: the byte each reads and its mapping
+
+using GetFn = int (AdapterDataKvi::*)(unsigned char*);
+using SetFn = int (AdapterDataKvi::*)(unsigned char);
+
+struct GetCase {
+    const char* name;
+    GetFn get;
+    int byte;
+    std::uint8_t raw;
+    unsigned char out;
+};
+
+// clang-format off
+const GetCase kGetCases[] = {
+    {"getbiosStatus", &AdapterDataKvi::getbiosStatus, kDoNotExpose, 0, 1},
+    {"getbiosStatus", &AdapterDataKvi::getbiosStatus, kDoNotExpose, 5, 0},
+    {"getbiosSOEStatus", &AdapterDataKvi::getbiosSOEStatus, kContinueOnError, 1, 1},
+    {"getbiosSOEStatus", &AdapterDataKvi::getbiosSOEStatus, kContinueOnError, 0, 0},
+    {"getbiosSOEStatus", &AdapterDataKvi::getbiosSOEStatus, kContinueOnError, 2, 0},
+    {"getbiosBEStatus", &AdapterDataKvi::getbiosBEStatus, kContinueOnError, 3, 1},
+    {"getbiosBEStatus", &AdapterDataKvi::getbiosBEStatus, kContinueOnError, 0, 0},
+    {"getbiosHCOEStatus", &AdapterDataKvi::getbiosHCOEStatus, kContinueOnError, 2, 2},
+    {"getbiosHCOEStatus", &AdapterDataKvi::getbiosHCOEStatus, kContinueOnError, 3, 0},
+    {"getbiosHSMStatus", &AdapterDataKvi::getbiosHSMStatus, kContinueOnError, 3, 3},
+    {"getbiosHSMStatus", &AdapterDataKvi::getbiosHSMStatus, kContinueOnError, 1, 0},
+    {"getBIOSBootMode", &AdapterDataKvi::getBIOSBootMode, kContinueOnError, 0xC4, 0xC4},
+    {"getbiosABS", &AdapterDataKvi::getbiosABS, kAutoSelect, 7, 1},
+    {"getbiosABS", &AdapterDataKvi::getbiosABS, kAutoSelect, 0, 0},
+    {"getbiosDeviceExposure", &AdapterDataKvi::getbiosDeviceExposure, kDeviceExposure, 0x9D, 0x9D},
+};
+// clang-format on
+
+TEST_F(BiosTest, GettersMapTheirByte) {
+    for (const GetCase& c : kGetCases) {
+        SCOPED_TRACE(testing::Message() << c.name << " raw " << int(c.raw));
+        Bytes image(64, 0);
+        image[c.byte] = c.raw;
+        reset(image);
+        unsigned char out = 0xEE;
+        EXPECT_EQ((a().*c.get)(&out), 0);
+        EXPECT_EQ(out, c.out);
+        EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + c.name));
+        const std::string exitLine = std::string(c.name) == "getbiosBEStatus"
+                                         ? "EnterinExitingg AdapterDataKvi::getbiosBEStatus"
+                                         : std::string("Exiting AdapterDataKvi::") + c.name;
+        EXPECT_TRUE(log.contains(exitLine));
+        // Nothing written without a setter.
+        EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 0u);
+
+        // A failed load is returned with nothing written.
+        ctrl.backend().clearScript();
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(kFail));
+        out = 0xEE;
+        EXPECT_EQ((a().*c.get)(&out), kFail);
+        EXPECT_EQ(out, 0xEE);
+        EXPECT_EQ((a().*c.get)(nullptr), -1);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Setters: the byte each writes, everything else kept, checksum fresh
+
+struct SetCase {
+    const char* name;
+    SetFn set;
+    unsigned char value;
+    int byte;
+    std::uint8_t stored;
+};
+
+// clang-format off
+const SetCase kSetCases[] = {
+    {"setbiosStatus", &AdapterDataKvi::setbiosStatus, 1, kDoNotExpose, 0},
+    {"setbiosStatus", &AdapterDataKvi::setbiosStatus, 9, kDoNotExpose, 0},
+    {"setbiosStatus", &AdapterDataKvi::setbiosStatus, 0, kDoNotExpose, 1},
+    {"setbiosSOEStatus", &AdapterDataKvi::setbiosSOEStatus, 1, kContinueOnError, 0},
+    {"setbiosSOEStatus", &AdapterDataKvi::setbiosSOEStatus, 0, kContinueOnError, 1},
+    {"setbiosSOEStatus", &AdapterDataKvi::setbiosSOEStatus, 3, kContinueOnError, 1},
+    {"setbiosBEStatus", &AdapterDataKvi::setbiosBEStatus, 4, kContinueOnError, 1},
+    {"setbiosBEStatus", &AdapterDataKvi::setbiosBEStatus, 0, kContinueOnError, 0},
+    {"setbiosHCOEStatus", &AdapterDataKvi::setbiosHCOEStatus, 2, kContinueOnError, 2},
+    {"setbiosHCOEStatus", &AdapterDataKvi::setbiosHCOEStatus, 1, kContinueOnError, 0},
+    {"setbiosHSMStatus", &AdapterDataKvi::setbiosHSMStatus, 3, kContinueOnError, 3},
+    {"setbiosHSMStatus", &AdapterDataKvi::setbiosHSMStatus, 7, kContinueOnError, 0},
+    {"setBIOSBootMode", &AdapterDataKvi::setBIOSBootMode, 0xA7, kContinueOnError, 0xA7},
+    {"setbiosABS", &AdapterDataKvi::setbiosABS, 1, kAutoSelect, 0},
+    {"setbiosABS", &AdapterDataKvi::setbiosABS, 0, kAutoSelect, 1},
+    {"setbiosDeviceExposure", &AdapterDataKvi::setbiosDeviceExposure, 0x3C, kDeviceExposure, 0x3C},
+};
+// clang-format on
+
+TEST_F(BiosTest, SettersWriteTheirByteAndTheWriteBackCarriesAFreshChecksum) {
+    for (const SetCase& c : kSetCases) {
+        SCOPED_TRACE(testing::Message() << c.name << "(" << int(c.value) << ")");
+        const Bytes image = biosImage();
+        reset(image);
+        EXPECT_EQ((a().*c.set)(c.value), 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 0u);
+        EXPECT_TRUE(log.contains(std::string("Exiting AdapterDataKvi::") + c.name));
+        Bytes expected = image;
+        expected[c.byte] = c.stored;
+        Bytes sent = written();
+        ASSERT_EQ(sent.size(), 64u);
+        expected[63] = sent[63]; // the checksum, checked by written()
+        EXPECT_EQ(sent, expected);
+        // The flag is spent: a second end call sends nothing.
+        EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 1u);
+
+        // A failed load: status back, cache unchanged, no flag.
+        reset(image);
+        ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(kFail));
+        EXPECT_EQ((a().*c.set)(c.value), kFail);
+        EXPECT_FALSE(Peer::biosChanged(a()));
+        EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 0u);
+    }
+}
+
+TEST_F(BiosTest, DeliberateAsymmetriesAndSharedErrorModeByte) {
+    reset(Bytes(64, 0));
+    unsigned char v = 9;
+    ASSERT_EQ(a().setbiosSOEStatus(1), 0);
+    ASSERT_EQ(a().getbiosSOEStatus(&v), 0);
+    EXPECT_EQ(v, 0);
+    ASSERT_EQ(a().setbiosSOEStatus(0), 0);
+    ASSERT_EQ(a().getbiosSOEStatus(&v), 0);
+    EXPECT_EQ(v, 1);
+
+    ASSERT_EQ(a().setbiosABS(1), 0);
+    ASSERT_EQ(a().getbiosABS(&v), 0);
+    EXPECT_EQ(v, 0);
+
+    ASSERT_EQ(a().setbiosHCOEStatus(2), 0);
+    ASSERT_EQ(a().getbiosBEStatus(&v), 0);
+    EXPECT_EQ(v, 1);
+    ASSERT_EQ(a().getbiosSOEStatus(&v), 0);
+    EXPECT_EQ(v, 0);
+    ASSERT_EQ(a().getbiosHSMStatus(&v), 0);
+    EXPECT_EQ(v, 0);
+    ASSERT_EQ(a().getBIOSBootMode(&v), 0);
+    EXPECT_EQ(v, 2);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_GET), 1u); // read once for all of it
+}
+
+// ---------------------------------------------------------------------------
+// Boot device
+
+TEST_F(BiosTest, BootVirtualDriveRoundTrip) {
+    Bytes image(64, 0);
+    reset(image);
+    VirtualDisk vd(0x0123);
+    ASSERT_EQ(a().setBootVd(&vd), 0);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setBootVd with vdPtr retCode = 0"));
+
+    VdId* id = nullptr;
+    ASSERT_EQ(a().getBootVdId(&id), 0);
+    ASSERT_NE(id, nullptr);
+    EXPECT_EQ(id->getTargetId(), 0x0123);
+    auto* kvi = dynamic_cast<VdIdKvi*>(id);
+    ASSERT_NE(kvi, nullptr);
+    EXPECT_EQ(kvi->getGroup(), 0xFF);
+    EXPECT_EQ(kvi->getSeqNum(), 0xFFFF);
+    delete id;
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getBootVdId retCode = 0"));
+
+    unsigned short dev = 0;
+    ASSERT_EQ(a().getBootPdDevId(&dev), 0);
+    EXPECT_EQ(dev, 0xFFFF);
+
+    Bytes sent = written();
+    ASSERT_EQ(sent.size(), 64u);
+    EXPECT_EQ(sent[kBootTarget], 0x23);
+    EXPECT_EQ(sent[kBootTarget + 1], 0x01);
+    EXPECT_EQ(sent[kBootIsPd], 0);
+}
+
+TEST_F(BiosTest, BootPhysicalDriveRoundTrip) {
+    reset(Bytes(64, 0));
+    PhysicalDevice pd(0x0042);
+    ASSERT_EQ(a().setBootVd(&pd), 0);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setBootVd with pdPtr retCode = 0"));
+
+    VdId* id = reinterpret_cast<VdId*>(0x1); // must be nulled
+    ASSERT_EQ(a().getBootVdId(&id), 0);
+    EXPECT_EQ(id, nullptr);
+
+    unsigned short dev = 0;
+    ASSERT_EQ(a().getBootPdDevId(&dev), 0);
+    EXPECT_EQ(dev, 0x0042);
+    EXPECT_TRUE(log.contains("AdapterDataKvi::getBootPdDevId - PDDevId = 66"));
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getBootPdDevId"));
+
+    // A null out-pointer: success, nothing written, no id line.
+    log.clear();
+    EXPECT_EQ(a().getBootPdDevId(nullptr), 0);
+    EXPECT_FALSE(log.contains("AdapterDataKvi::getBootPdDevId - PDDevId = 66"));
+
+    Bytes sent = written();
+    ASSERT_EQ(sent.size(), 64u);
+    EXPECT_EQ(sent[kBootTarget], 0x42);
+    EXPECT_EQ(sent[kBootTarget + 1], 0x00);
+    EXPECT_EQ(sent[kBootIsPd], 1);
+}
+
+TEST_F(BiosTest, UnsetBootDrive) {
+    Bytes image(64, 0);
+    image[kBootTarget] = 0x05;
+    image[kBootIsPd] = 1;
+    reset(image);
+    ASSERT_EQ(a().unsetBootVd(), 0);
+    VdId* id = nullptr;
+    EXPECT_EQ(a().getBootVdId(&id), 0);
+    EXPECT_EQ(id, nullptr);
+    unsigned short dev = 0;
+    EXPECT_EQ(a().getBootPdDevId(&dev), 0);
+    EXPECT_EQ(dev, 0xFFFF);
+    Bytes sent = written();
+    ASSERT_EQ(sent.size(), 64u);
+    EXPECT_EQ(sent[kBootTarget], 0xFF);
+    EXPECT_EQ(sent[kBootTarget + 1], 0xFF);
+    EXPECT_EQ(sent[kBootIsPd], 0);
+    // getBootPdDevId(nullptr) with no physical boot drive is fine too.
+    EXPECT_EQ(a().getBootPdDevId(nullptr), 0);
+}
+
+// A physical drive whose device id cannot be read.
+class BrokenDevice : public PhysicalDevice {
+public:
+    BrokenDevice() : PhysicalDevice(7) {}
+    int getDeviceId(unsigned short*) override { return 0x0C; }
+};
+
+TEST_F(BiosTest, BootDeviceFailures) {
+    reset(Bytes(64, 0));
+    BrokenDevice broken;
+    EXPECT_EQ(a().setBootVd(&broken), 0x0C);
+    EXPECT_EQ(a().setBootVd(static_cast<VirtualDisk*>(nullptr)), -1);
+    EXPECT_EQ(a().setBootVd(static_cast<PhysicalDevice*>(nullptr)), -1);
+    EXPECT_EQ(a().getBootVdId(nullptr), -1);
+    EXPECT_TRUE(ctrl.requests().empty()); // nothing loaded for any of them
+    EXPECT_FALSE(Peer::biosChanged(a()));
+
+    ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(kFail));
+    VirtualDisk vd(3);
+    EXPECT_EQ(a().setBootVd(&vd), kFail);
+    EXPECT_EQ(a().unsetBootVd(), kFail);
+    VdId* id = reinterpret_cast<VdId*>(0x1);
+    EXPECT_EQ(a().getBootVdId(&id), kFail);
+    EXPECT_EQ(id, nullptr); // nulled before the status is looked at
+    unsigned short dev = 5;
+    EXPECT_EQ(a().getBootPdDevId(&dev), kFail);
+    EXPECT_EQ(dev, 5);
+    EXPECT_FALSE(Peer::biosChanged(a()));
+}
+
+TEST_F(BiosTest, NoBootDriveSet) {
+    Bytes image(64, 0);
+    image[kBootTarget] = 0xFF;
+    image[kBootTarget + 1] = 0xFF;
+    reset(image);
+    VdId* id = reinterpret_cast<VdId*>(0x1);
+    EXPECT_EQ(a().getBootVdId(&id), 0);
+    EXPECT_EQ(id, nullptr);
+}
+
+} // namespace

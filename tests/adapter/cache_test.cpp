@@ -1,0 +1,904 @@
+// Caches and update transactions of AdapterDataKvi: which requests each loader
+// and write-back sends (opcode, mailbox, length, capacity, bytes), when a cache
+// is reused or read again, what a failure leaves behind, and the exact log lines.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using kvitest::FakeRequest;
+using P = AdapterDataKviPeer;
+
+constexpr int kStatusNoHw = 0x22;
+constexpr std::uint32_t kFlash = KV_DCMD_CTRL_FLASH_COMP_INFO_GET;
+
+// Bytes seed, seed+1, ... (wrapping), so every byte of a record is recognisable.
+Bytes pattern(std::size_t n, std::uint8_t seed) {
+    Bytes b(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        b[i] = static_cast<std::uint8_t>(seed + i);
+    }
+    return b;
+}
+
+Bytes bytesOf(const void* p, std::size_t n) {
+    const auto* c = static_cast<const std::uint8_t*>(p);
+    return Bytes(c, c + n);
+}
+
+template <class T>
+T fromBytes(const Bytes& b) {
+    T value{};
+    std::memcpy(&value, b.data(), sizeof(T));
+    return value;
+}
+
+KV_CTRL_INFO ctrlInfo(bool extLds, bool propExt, bool dualImage) {
+    KV_CTRL_INFO info{};
+    info.adapterOperations3.supportMaxExtLDs = extLds ? 1 : 0;
+    info.adapterOperationExt.adapterOperations6.supportCtrlPropExt = propExt ? 1 : 0;
+    info.adapterOperations4.supportDualFWUpdate = dualImage ? 1 : 0;
+    return info;
+}
+
+kvitest::Mbox mboxB0(std::uint8_t b0) {
+    kvitest::Mbox m{};
+    m[0] = b0;
+    return m;
+}
+
+// An image component list as the firmware sends it: head (size, count), then
+// one 72-byte entry per name (name at +0, version "v<i>" at +8).
+Bytes flashList(const std::vector<std::string>& names, std::uint32_t headCount) {
+    Bytes b(std::max<std::size_t>(8 + names.size() * 72, sizeof(KV_FLASH_COMP_INFO_LIST)), 0);
+    const std::uint32_t size = static_cast<std::uint32_t>(names.size() * 72);
+    std::memcpy(b.data(), &size, 4);
+    std::memcpy(b.data() + 4, &headCount, 4);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        std::memcpy(b.data() + 8 + i * 72, names[i].data(), std::min<std::size_t>(8, names[i].size()));
+        const std::string version = "v" + std::to_string(i);
+        std::memcpy(b.data() + 16 + i * 72, version.data(), version.size());
+    }
+    return b;
+}
+Bytes flashList(const std::vector<std::string>& names) {
+    return flashList(names, static_cast<std::uint32_t>(names.size()));
+}
+
+class CacheTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    kvitest::LogCapture log;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+
+    AdapterDataKvi& a() { return *obj; }
+
+    void scriptInfo(bool extLds, bool propExt = false, bool dualImage = false) {
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(ctrlInfo(extLds, propExt, dualImage)));
+    }
+    const FakeRequest& req(std::size_t i) const { return ctrl.requests().at(i); }
+};
+
+// ---------------------------------------------------------------------------
+// Construction and destruction
+
+TEST_F(CacheTest, ConstructionAndDestructionSendNothing) {
+    obj.reset();
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+// Every cache loaded (and some reloaded, replacing their records) and then
+// destroyed: the sanitizer/valgrind runs prove each record is released exactly
+// once, the malloc'ed image lists included.
+TEST_F(CacheTest, DestructorReleasesEveryLoadedCache) {
+    scriptInfo(false, true, true);
+    ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({"APP", "BIOS"})));
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({"APP"})));
+    ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({"APP", "BIOS", "BTBL"})));
+    KV_EVT_LOG_INFO* info = nullptr;
+    EXPECT_EQ(a().getCtlrInfo(), 0);
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_EQ(a().getMFCdata(), 0);
+    EXPECT_EQ(a().getBatteryInfo(), 0);
+    EXPECT_EQ(a().getBatteryCapacityInfo(), 0);
+    EXPECT_EQ(a().getBatteryDesignInfo(), 0);
+    EXPECT_EQ(a().getBBUProperties(), 0);
+    EXPECT_EQ(a().getBIOSData(), 0);
+    EXPECT_EQ(a().getMuxInfo(), 0);
+    EXPECT_EQ(a().getConnectors(), 0);
+    EXPECT_EQ(a().getAllPhyConnections(), 0);
+    EXPECT_EQ(a().getEventLogInfo(&info), 0);
+    EXPECT_EQ(a().getPrProperties(), 0);
+    EXPECT_EQ(a().getPrProperties(), 0);
+    EXPECT_EQ(a().getCcScProperties(), 0);
+    EXPECT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(a().getFwCompData(), 0);
+    EXPECT_NE(P::activeFlash(a()), nullptr);
+    EXPECT_NE(P::backupFlash(a()), nullptr);
+    EXPECT_NE(P::pendingFlash(a()), nullptr);
+    const std::size_t sent = ctrl.requests().size();
+    P::propChanged(a()) = true; // pending changes are dropped, not written
+    obj.reset();
+    EXPECT_EQ(ctrl.requests().size(), sent);
+}
+
+TEST_F(CacheTest, DestructorWithPartlyLoadedCaches) {
+    scriptInfo(true);
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kStatusNoHw));
+    EXPECT_EQ(a().getCtlrInfo(), 0);
+    EXPECT_EQ(a().getBatteryInfo(), kStatusNoHw);
+    EXPECT_EQ(a().getCcScProperties(), 0);
+    EXPECT_EQ(a().getCcScProperties(), 0); // extended form: a new record replaces the old
+    EXPECT_EQ(P::batteryInfo(a()), nullptr);
+    obj.reset();
+}
+
+// ---------------------------------------------------------------------------
+// The nine simple loaders
+
+struct SimpleLoader {
+    const char* name;
+    int (AdapterDataKvi::*load)();
+    std::uint32_t opcode;
+    std::size_t size;
+    const void* (*cache)(AdapterDataKvi&);
+    const char* exitLine; // "%d" stands for the status
+};
+
+std::string withStatus(std::string line, int status) {
+    const auto at = line.find("%d");
+    if (at != std::string::npos) {
+        line.replace(at, 2, std::to_string(status));
+    }
+    return line;
+}
+
+const SimpleLoader kSimpleLoaders[] = {
+    {"getCtlrInfo", &AdapterDataKvi::getCtlrInfo, KV_DCMD_CTRL_GET_INFO, 2464,
+     [](AdapterDataKvi& a) -> const void* { return P::ctrlInfo(a); },
+     "Exiting AdapterDataKvi::getCtlrInfo retCode = %d"},
+    {"getMFCdata", &AdapterDataKvi::getMFCdata, KV_DCMD_CTRL_MFC_DEFAULTS_GET, 80,
+     [](AdapterDataKvi& a) -> const void* { return P::mfcDefaults(a); },
+     "Exiting AdapterDataKvi::getMFCdata retCode = %d"},
+    {"getBatteryInfo", &AdapterDataKvi::getBatteryInfo, KV_DCMD_BBU_GET_STATUS, 64,
+     [](AdapterDataKvi& a) -> const void* { return P::batteryInfo(a); },
+     "Exiting AdapterDataKvi::getBatteryInfo retCode = %d"},
+    {"getBatteryCapacityInfo", &AdapterDataKvi::getBatteryCapacityInfo,
+     KV_DCMD_BBU_GET_CAPACITY_INFO, 48,
+     [](AdapterDataKvi& a) -> const void* { return P::battCapacity(a); },
+     "Exiting AdapterDataKvi::getBatteryCapacityInfo retCode = %d"},
+    // The design-info loader closes with its entry text a second time.
+    {"getBatteryDesignInfo", &AdapterDataKvi::getBatteryDesignInfo, KV_DCMD_BBU_GET_DESIGN_INFO,
+     64, [](AdapterDataKvi& a) -> const void* { return P::battDesign(a); },
+     "Entering AdapterDataKvi::getBatteryDesignInfo"},
+    {"getBBUProperties", &AdapterDataKvi::getBBUProperties, KV_DCMD_BBU_PROPERTIES_GET, 32,
+     [](AdapterDataKvi& a) -> const void* { return P::bbuProp(a); },
+     "Exiting AdapterDataKvi::getBBUProperties retCode = %d"},
+    {"getBIOSData", &AdapterDataKvi::getBIOSData, KV_DCMD_CTRL_BIOS_DATA_GET, 64,
+     [](AdapterDataKvi& a) -> const void* { return P::biosData(a); },
+     "Exiting AdapterDataKvi::getBIOSData retCode = %d"},
+    {"getMuxInfo", &AdapterDataKvi::getMuxInfo, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, 5,
+     [](AdapterDataKvi& a) -> const void* { return P::muxList(a); },
+     "Exiting AdapterDataKvi::getMuxInfo"},
+    {"getConnectors", &AdapterDataKvi::getConnectors, KV_DCMD_SAS_CONFIG_GET_CONNECTORS, 168,
+     [](AdapterDataKvi& a) -> const void* { return P::connectors(a); },
+     "Exiting AdapterDataKvi::getConnectors retCode = %d"},
+};
+
+class SimpleLoaderTest : public CacheTest, public ::testing::WithParamInterface<SimpleLoader> {};
+
+TEST_P(SimpleLoaderTest, ReadsOnceAndKeepsTheAnswer) {
+    const SimpleLoader& l = GetParam();
+    const std::string entry = std::string("Entering AdapterDataKvi::") + l.name;
+    const Bytes answer = pattern(l.size, 0x41);
+    ctrl.answer(l.opcode, FakeAnswer::ok(answer));
+
+    EXPECT_EQ((a().*l.load)(), 0);
+    ASSERT_EQ(ctrl.requests().size(), 1u);
+    const FakeRequest& r = req(0);
+    EXPECT_EQ(r.opcode, l.opcode);
+    EXPECT_EQ(r.mbox, kvitest::Mbox{});
+    EXPECT_EQ(r.callerLength, 0u);     // the standard size ...
+    EXPECT_EQ(r.length, l.size);       // ... is the record's size
+    EXPECT_EQ(r.capacity, l.size);     // and the record holds all of it
+    EXPECT_EQ(r.direction, kvi::Direction::Read);
+    ASSERT_NE(l.cache(a()), nullptr);
+    EXPECT_EQ(bytesOf(l.cache(a()), l.size), answer);
+    EXPECT_EQ(log.texts(), (std::vector<std::string>{entry, withStatus(l.exitLine, 0)}));
+    for (const auto& line : log.lines()) {
+        EXPECT_EQ(line.level, INFO) << line.text;
+    }
+
+    // The second call answers from the cache: one entry line, no request.
+    log.clear();
+    const void* held = l.cache(a());
+    EXPECT_EQ((a().*l.load)(), 0);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(l.cache(a()), held);
+    EXPECT_EQ(log.texts(), std::vector<std::string>{entry});
+}
+
+TEST_P(SimpleLoaderTest, FailedReadKeepsNothingAndTheNextCallRetries) {
+    const SimpleLoader& l = GetParam();
+    ctrl.answerOnce(l.opcode, FakeAnswer::fail(kStatusNoHw));
+    ctrl.answer(l.opcode, FakeAnswer::ok(pattern(l.size, 9)));
+
+    EXPECT_EQ((a().*l.load)(), kStatusNoHw);
+    EXPECT_EQ(l.cache(a()), nullptr);
+    EXPECT_TRUE(log.contains(withStatus(l.exitLine, kStatusNoHw)));
+
+    EXPECT_EQ((a().*l.load)(), 0);
+    EXPECT_EQ(ctrl.count(l.opcode), 2u);
+    ASSERT_NE(l.cache(a()), nullptr);
+    EXPECT_EQ(bytesOf(l.cache(a()), l.size), pattern(l.size, 9));
+}
+
+INSTANTIATE_TEST_SUITE_P(Loaders, SimpleLoaderTest, ::testing::ValuesIn(kSimpleLoaders),
+                         [](const ::testing::TestParamInfo<SimpleLoader>& info) {
+                             return std::string(info.param.name);
+                         });
+
+TEST_F(CacheTest, BeginUpdatesAreTheirLoaders) {
+    EXPECT_EQ(a().beginBIOSDataUpdate(), 0);
+    EXPECT_EQ(a().beginBIOSDataUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_GET), 1u);
+    EXPECT_EQ(a().beginMuxModeUpdate(), 0);
+    EXPECT_EQ(a().beginMuxModeUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST), 1u);
+    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(4));
+    EXPECT_EQ(a().beginCtlrPropUpdate(), 4);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 1u);
+}
+
+// ---------------------------------------------------------------------------
+// Controller properties and their extension
+
+TEST_F(CacheTest, PropertiesWithoutExtensionSupportReadOnlyTheProperties) {
+    scriptInfo(false, false);
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO,
+                                                           KV_DCMD_CTRL_PROPERTIES_GET}));
+    EXPECT_EQ(req(1).mbox, kvitest::Mbox{});
+    EXPECT_EQ(req(1).callerLength, 0u);
+    EXPECT_EQ(req(1).length, 64u);
+    EXPECT_NE(P::prop(a()), nullptr);
+    EXPECT_EQ(P::propExt(a()), nullptr);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getKvCtlrProp retCode = 0"));
+
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_EQ(ctrl.requests().size(), 2u);
+}
+
+TEST_F(CacheTest, PropertiesExtensionIsReadWithMailboxOneAndLength128) {
+    scriptInfo(false, true);
+    const Bytes ext = pattern(128, 0x80);
+    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::ok(ext));
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 2u);
+    const FakeRequest& r = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_GET);
+    EXPECT_EQ(r.mbox, mboxB0(1));
+    EXPECT_EQ(r.callerLength, 128u);
+    EXPECT_EQ(r.capacity, 128u);
+    ASSERT_NE(P::propExt(a()), nullptr);
+    EXPECT_EQ(bytesOf(P::propExt(a()), 128), ext);
+
+    // Once the properties are held, neither is read again.
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 2u);
+}
+
+TEST_F(CacheTest, PropertiesExtensionFailureNeverReachesTheCaller) {
+    scriptInfo(false, true);
+    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::fail(3));
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_NE(P::prop(a()), nullptr);
+    EXPECT_EQ(P::propExt(a()), nullptr);
+    EXPECT_EQ(log.texts(WARNING), std::vector<std::string>{
+        "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
+}
+
+TEST_F(CacheTest, PropertiesFailureIsLoggedAtWarningAndRetried) {
+    scriptInfo(false, true);
+    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::fail(4));
+    EXPECT_EQ(a().getKvCtlrProp(), 4);
+    EXPECT_EQ(P::prop(a()), nullptr);
+    EXPECT_NE(P::propExt(a()), nullptr); // the extension is read all the same
+    EXPECT_EQ(log.texts(WARNING), std::vector<std::string>{
+        "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getKvCtlrProp retCode = 4"));
+
+    // Next call reads both again (the earlier extension is replaced).
+    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::ok());
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 2u);
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 1), 2u);
+}
+
+TEST_F(CacheTest, PropertiesLoaderWithoutControllerInformationSkipsTheExtension) {
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
+    EXPECT_EQ(a().getKvCtlrProp(), 0);
+    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO,
+                                                           KV_DCMD_CTRL_PROPERTIES_GET}));
+    EXPECT_EQ(P::propExt(a()), nullptr);
+}
+
+// ---------------------------------------------------------------------------
+// Property write-backs
+
+TEST_F(CacheTest, EndCtlrPropUpdateWithoutASetterSendsNothing) {
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0); // never loaded
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
+    EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+    scriptInfo(false, true);
+    ASSERT_EQ(a().getKvCtlrProp(), 0);
+    ASSERT_EQ(a().getBIOSData(), 0);
+    ctrl.clear();
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0); // loaded, unchanged
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
+    EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+TEST_F(CacheTest, WriteBackAfterAFailedLoadReturnsMinusOneAndClearsTheFlag) {
+    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(4));
+    ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(4));
+    EXPECT_EQ(a().getKvCtlrProp(), 4);
+    EXPECT_EQ(a().getBIOSData(), 4);
+    ctrl.clear();
+    // What a setter does after its load failed: the flag goes up, the cache is empty.
+    P::propChanged(a()) = true;
+    P::propExtChanged(a()) = true;
+    P::biosChanged(a()) = true;
+    EXPECT_EQ(a().endCtlrPropUpdate(), -1);
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), -1);
+    EXPECT_EQ(a().endBIOSDataUpdate(), -1);
+    EXPECT_FALSE(P::propChanged(a()));
+    EXPECT_FALSE(P::propExtChanged(a()));
+    EXPECT_FALSE(P::biosChanged(a()));
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0); // flag cleared: nothing left to do
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
+    scriptInfo(false, true);
+    const Bytes props = pattern(64, 0x10);
+    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::ok(props));
+    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_SET, FakeAnswer::fail(6));
+    ASSERT_EQ(a().beginCtlrPropUpdate(), 0);
+    P::prop(a())->rebuildRate = 77; // a setter's change
+    P::propChanged(a()) = true;
+    log.clear();
+
+    EXPECT_EQ(a().endCtlrPropUpdate(), 6); // the write's status
+    const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+    EXPECT_EQ(w.mbox, kvitest::Mbox{});
+    EXPECT_EQ(w.callerLength, 0u);
+    EXPECT_EQ(w.direction, kvi::Direction::Write);
+    Bytes expected = props;
+    expected[offsetof(KV_CTRL_PROP, rebuildRate)] = 77; // only that byte changes
+    EXPECT_EQ(w.sent, expected);
+    EXPECT_EQ(log.texts(), (std::vector<std::string>{"Entering AdapterDataKvi::endCtlrPropUpdate",
+                                                      "Exiting AdapterDataKvi::endCtlrPropUpdate"}));
+    // The cache keeps the written values and is not re-read; a second end sends nothing.
+    EXPECT_EQ(P::prop(a())->rebuildRate, 77);
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
+}
+
+TEST_F(CacheTest, EndCtlrPropExtUpdateWritesTheExtensionWithMailboxOne) {
+    scriptInfo(false, true);
+    const Bytes ext = pattern(128, 0x33);
+    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::ok(ext));
+    ASSERT_EQ(a().getKvCtlrProp(), 0);
+    P::propExtChanged(a()) = true;
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
+    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+    const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+    EXPECT_EQ(w.mbox, mboxB0(1));
+    EXPECT_EQ(w.callerLength, 128u);
+    EXPECT_EQ(w.sent, ext);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::endCtlrPropExtUpdate"));
+}
+
+// ---------------------------------------------------------------------------
+// BIOS write-back
+
+TEST_F(CacheTest, BiosWriteBackSumsToZeroAndCarriesTheOtherBytes) {
+    const Bytes bios = pattern(64, 0xC7); // checkSum byte arbitrary as read
+    ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::ok(bios));
+    ASSERT_EQ(a().beginBIOSDataUpdate(), 0);
+    P::biosData(a())->autoSelectBootLd = 1;
+    P::biosChanged(a()) = true;
+
+    EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 1u);
+    const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_BIOS_DATA_SET);
+    EXPECT_EQ(w.callerLength, 0u);
+    EXPECT_EQ(w.mbox, kvitest::Mbox{});
+    ASSERT_EQ(w.sent.size(), 64u);
+    unsigned sum = 0;
+    for (std::uint8_t b : w.sent) {
+        sum += b;
+    }
+    EXPECT_EQ(sum % 256, 0u);
+    Bytes expected = bios;
+    expected[offsetof(KV_BIOS_DATA, autoSelectBootLd)] = 1;
+    EXPECT_TRUE(std::equal(expected.begin(), expected.begin() + 63, w.sent.begin()));
+    EXPECT_FALSE(P::biosChanged(a()));
+    EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 1u);
+}
+
+TEST_F(CacheTest, BiosChecksumOfAnAllZeroRecordIsZero) {
+    ASSERT_EQ(a().getBIOSData(), 0);
+    P::biosChanged(a()) = true;
+    EXPECT_EQ(a().endBIOSDataUpdate(), 0);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_BIOS_DATA_SET)->sent, Bytes(64, 0));
+}
+
+// ---------------------------------------------------------------------------
+// Mux write-back
+
+TEST_F(CacheTest, EndMuxModeUpdateTestsTheListBeforeTheFlag) {
+    EXPECT_EQ(a().endMuxModeUpdate(), -1); // no list, nothing changed
+    P::muxChanged(a()) = true;
+    EXPECT_EQ(a().endMuxModeUpdate(), -1);
+    EXPECT_TRUE(P::muxChanged(a())); // the flag is not looked at
+    EXPECT_TRUE(ctrl.requests().empty());
+    EXPECT_TRUE(log.texts().empty()); // logs nothing
+}
+
+TEST_F(CacheTest, EndMuxModeUpdateWritesTheListWhenChanged) {
+    const Bytes mux = {2, 1, 2, 3, 0};
+    ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(mux));
+    ASSERT_EQ(a().beginMuxModeUpdate(), 0);
+    EXPECT_EQ(a().endMuxModeUpdate(), 0); // unchanged
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 0u);
+
+    P::muxList(a())->sasMuxMode[1] = 3;
+    P::muxChanged(a()) = true;
+    log.clear();
+    EXPECT_EQ(a().endMuxModeUpdate(), 0);
+    ASSERT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 1u);
+    const FakeRequest& w = *ctrl.last(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST);
+    EXPECT_EQ(w.sent, (Bytes{2, 1, 3, 3, 0}));
+    EXPECT_EQ(w.callerLength, 0u);
+    EXPECT_FALSE(P::muxChanged(a()));
+    EXPECT_TRUE(log.texts().empty());
+}
+
+// ---------------------------------------------------------------------------
+// Schedules: two forms chosen by the controller's extended-LD support
+
+struct ScheduleCase {
+    const char* name;
+    bool cc;      // consistency check (else patrol read)
+    bool ext;     // extended form
+    std::uint32_t length;
+    bool rereads; // a second get sends a new read
+};
+
+const ScheduleCase kScheduleCases[] = {
+    {"PatrolReadShort", false, false, 208, true},
+    {"PatrolReadExtended", false, true, 120, true},
+    {"ConsistencyCheckShort", true, false, 168, false},
+    {"ConsistencyCheckExtended", true, true, 120, true},
+};
+
+class ScheduleTest : public CacheTest, public ::testing::WithParamInterface<ScheduleCase> {
+protected:
+    std::uint32_t getOp() const {
+        return GetParam().cc ? KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES
+                             : KV_DCMD_CTRL_PR_GET_PROPERTIES;
+    }
+    std::uint32_t setOp() const {
+        return GetParam().cc ? KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES
+                             : KV_DCMD_CTRL_PR_SET_PROPERTIES;
+    }
+    int get() { return GetParam().cc ? a().getCcScProperties() : a().getPrProperties(); }
+    int set() { return GetParam().cc ? a().setCcScProperties() : a().setPrProperties(); }
+    const void* held() {
+        const ScheduleCase& c = GetParam();
+        if (c.cc) {
+            return c.ext ? static_cast<const void*>(P::ccScPropExt(a())) : P::ccScProp(a());
+        }
+        return c.ext ? static_cast<const void*>(P::prPropExt(a())) : P::prProp(a());
+    }
+    const void* otherForm() {
+        const ScheduleCase& c = GetParam();
+        if (c.cc) {
+            return c.ext ? static_cast<const void*>(P::ccScProp(a())) : P::ccScPropExt(a());
+        }
+        return c.ext ? static_cast<const void*>(P::prProp(a())) : P::prPropExt(a());
+    }
+};
+
+TEST_P(ScheduleTest, ReadUsesTheFormsMailboxAndLength) {
+    const ScheduleCase& c = GetParam();
+    scriptInfo(c.ext);
+    const Bytes rec = pattern(c.length, 0x21);
+    ctrl.answer(getOp(), FakeAnswer::ok(rec));
+    EXPECT_EQ(get(), 0);
+    // The controller information is loaded first, then the schedule is read.
+    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, getOp()}));
+    const FakeRequest& r = req(1);
+    EXPECT_EQ(r.mbox, mboxB0(c.ext ? 1 : 0));
+    EXPECT_EQ(r.callerLength, c.length);
+    EXPECT_EQ(r.capacity, c.length);
+    ASSERT_NE(held(), nullptr);
+    EXPECT_EQ(otherForm(), nullptr);
+    EXPECT_EQ(bytesOf(held(), c.length), rec);
+    const std::string name = c.cc ? "getCcScProperties" : "getPrProperties";
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::" + name));
+
+    EXPECT_EQ(get(), 0);
+    EXPECT_EQ(ctrl.count(getOp()), c.rereads ? 2u : 1u);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
+}
+
+TEST_P(ScheduleTest, WriteBackSendsTheHeldFormWhole) {
+    const ScheduleCase& c = GetParam();
+    scriptInfo(c.ext);
+    const Bytes rec = pattern(c.length, 0x5A);
+    ctrl.answer(getOp(), FakeAnswer::ok(rec));
+    ASSERT_EQ(get(), 0);
+    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(set(), 0); // no change flag: every call writes
+    ASSERT_EQ(ctrl.count(setOp()), 2u);
+    const FakeRequest& w = *ctrl.last(setOp());
+    EXPECT_EQ(w.mbox, mboxB0(c.ext ? 1 : 0));
+    EXPECT_EQ(w.callerLength, c.length);
+    EXPECT_EQ(w.direction, kvi::Direction::Write);
+    EXPECT_EQ(w.sent, rec);
+}
+
+TEST_P(ScheduleTest, WriteBackBeforeAnyReadReturnsOneAndSendsNothing) {
+    scriptInfo(GetParam().ext);
+    EXPECT_EQ(set(), 1);
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+TEST_P(ScheduleTest, FailedReadKeepsNothing) {
+    const ScheduleCase& c = GetParam();
+    scriptInfo(c.ext);
+    ctrl.answer(getOp(), FakeAnswer::ok(pattern(c.length, 1)));
+    ASSERT_EQ(get(), 0);
+    ctrl.answer(getOp(), FakeAnswer::fail(5));
+    // The short consistency-check form is kept, so only the others read again.
+    EXPECT_EQ(get(), c.rereads ? 5 : 0);
+    if (c.rereads) {
+        EXPECT_EQ(held(), nullptr);
+        EXPECT_EQ(set(), 1);
+    }
+}
+
+TEST_P(ScheduleTest, ControllerInformationFailureStopsBeforeTheRead) {
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
+    EXPECT_EQ(get(), kStatusNoHw);
+    EXPECT_EQ(ctrl.count(getOp()), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, ScheduleTest, ::testing::ValuesIn(kScheduleCases),
+                         [](const ::testing::TestParamInfo<ScheduleCase>& info) {
+                             return std::string(info.param.name);
+                         });
+
+TEST_F(CacheTest, PatrolReadPropertiesAreReadAfreshEachCall) {
+    scriptInfo(false);
+    ctrl.answerOnce(KV_DCMD_CTRL_PR_GET_PROPERTIES, FakeAnswer::ok(pattern(208, 1)));
+    ctrl.answerOnce(KV_DCMD_CTRL_PR_GET_PROPERTIES, FakeAnswer::ok(pattern(208, 2)));
+    ASSERT_EQ(a().getPrProperties(), 0);
+    ASSERT_EQ(a().getPrProperties(), 0);
+    EXPECT_EQ(bytesOf(P::prProp(a()), 208), pattern(208, 2));
+}
+
+// ---------------------------------------------------------------------------
+// Phy table: read once, even when the read fails
+
+TEST_F(CacheTest, PhyConnectionsKeepAFailedBuffer) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::fail(5));
+    EXPECT_EQ(a().getAllPhyConnections(), 5);
+    ASSERT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(req(0).callerLength, 0u);
+    EXPECT_EQ(req(0).length, 392u);
+    ASSERT_NE(P::phy(a()), nullptr);
+    EXPECT_EQ(bytesOf(P::phy(a()), 392), Bytes(392, 0));
+
+    log.clear();
+    EXPECT_EQ(a().getAllPhyConnections(), 0);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(log.texts(), (std::vector<std::string>{
+                               "Entering AdapterDataKvi::getAllPhyConnections",
+                               "Exiting AdapterDataKvi::getAllPhyConnections"}));
+}
+
+// ---------------------------------------------------------------------------
+// Records read on every use
+
+TEST_F(CacheTest, AllowedOpsAreReadEveryCall) {
+    ctrl.answerOnce(KV_DCMD_CFG_GET_ALLOWED_OPS, FakeAnswer::ok({0x03, 0, 0, 0}));
+    ctrl.answerOnce(KV_DCMD_CFG_GET_ALLOWED_OPS, FakeAnswer::fail(7));
+    EXPECT_EQ(a().getConfigAllowedOps(), 0);
+    EXPECT_EQ(P::cfgAllowedOps(a()).addConfig, 1u);
+    EXPECT_EQ(P::cfgAllowedOps(a()).clearConfig, 1u);
+    EXPECT_EQ(req(0).length, 4u);
+    EXPECT_EQ(req(0).capacity, 4u);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getConfigAllowedOps  retCode = 0"));
+
+    EXPECT_EQ(a().getConfigAllowedOps(), 7);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CFG_GET_ALLOWED_OPS), 2u);
+    EXPECT_EQ(P::cfgAllowedOps(a()).addConfig, 0u); // cleared before the read
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getConfigAllowedOps  retCode = 7"));
+}
+
+TEST_F(CacheTest, EventLogInfoIsReadEveryCallAndKeepsItsBufferOnFailure) {
+    KV_EVT_LOG_INFO first{};
+    first.newestSeqNum = 900;
+    first.bootSeqNum = 12;
+    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::record(first));
+    KV_EVT_LOG_INFO* out = nullptr;
+    EXPECT_EQ(a().getEventLogInfo(&out), 0);
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(out, P::eventLogInfo(a())); // the object's own record
+    EXPECT_EQ(out->newestSeqNum, 900u);
+    EXPECT_EQ(out->bootSeqNum, 12u);
+    EXPECT_EQ(req(0).length, 20u);
+
+    KV_EVT_LOG_INFO* second = nullptr;
+    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::record(first, 9)); // fails, fills bytes
+    EXPECT_EQ(a().getEventLogInfo(&second), 9);
+    EXPECT_EQ(second, nullptr); // out untouched
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_EVENT_GET_INFO), 2u);
+    // The pointer handed out before still points to live, cleared memory.
+    EXPECT_EQ(P::eventLogInfo(a()), out);
+    EXPECT_EQ(out->newestSeqNum, 0u);
+    EXPECT_EQ(out->bootSeqNum, 0u);
+}
+
+TEST_F(CacheTest, NullOutPointersAreRefusedBeforeAnyRequest) {
+    EXPECT_EQ(a().getEventLogInfo(nullptr), -1);
+    EXPECT_EQ(a().getPrStatus(nullptr), -1);
+    EXPECT_EQ(a().getCcScStatus(nullptr), -1);
+    EXPECT_EQ(a().getCtrlTime(nullptr), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+// ---------------------------------------------------------------------------
+// Status and clock reads into the caller's record
+
+struct RecordRead {
+    const char* name;
+    std::uint32_t opcode;
+    std::size_t size;
+    int (*read)(AdapterDataKvi&, void*);
+};
+
+const RecordRead kRecordReads[] = {
+    {"getPrStatus", KV_DCMD_CTRL_PR_GET_STATUS, 16,
+     [](AdapterDataKvi& a, void* p) { return a.getPrStatus(static_cast<KV_PR_STATUS*>(p)); }},
+    {"getCcScStatus", KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, 16,
+     [](AdapterDataKvi& a, void* p) {
+         return a.getCcScStatus(static_cast<KV_CC_SCHEDULE_STATUS*>(p));
+     }},
+    {"getCtrlTime", KV_DCMD_CTRL_TIME_GET, 8,
+     [](AdapterDataKvi& a, void* p) { return a.getCtrlTime(static_cast<KV_TIME_STAMP*>(p)); }},
+};
+
+class RecordReadTest : public CacheTest, public ::testing::WithParamInterface<RecordRead> {};
+
+TEST_P(RecordReadTest, FillsTheCallersRecordOnlyOnSuccess) {
+    const RecordRead& r = GetParam();
+    Bytes out(r.size, 0xEE);
+    ctrl.answerOnce(r.opcode, FakeAnswer{kStatusNoHw, pattern(r.size, 3), {}, {}});
+    ctrl.answer(r.opcode, FakeAnswer::ok(pattern(r.size, 7)));
+
+    EXPECT_EQ(r.read(a(), out.data()), kStatusNoHw);
+    EXPECT_EQ(out, Bytes(r.size, 0xEE));
+    EXPECT_EQ(r.read(a(), out.data()), 0);
+    EXPECT_EQ(out, pattern(r.size, 7));
+    ASSERT_EQ(ctrl.count(r.opcode), 2u);
+    EXPECT_EQ(req(1).mbox, kvitest::Mbox{});
+    EXPECT_EQ(req(1).callerLength, 0u);
+    EXPECT_EQ(req(1).length, r.size);
+    EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + r.name));
+}
+
+INSTANTIATE_TEST_SUITE_P(Reads, RecordReadTest, ::testing::ValuesIn(kRecordReads),
+                         [](const ::testing::TestParamInfo<RecordRead>& info) {
+                             return std::string(info.param.name);
+                         });
+
+TEST_F(CacheTest, ControllerTimeFieldsLandWhereTheRecordSaysAndTheExitLineCarriesTheStatus) {
+    KV_TIME_STAMP ts{};
+    ts.year = 2025;
+    ts.month = 3;
+    ts.day = 5;
+    ts.hour = 14;
+    ts.min = 37;
+    ts.sec = 9;
+    ctrl.answer(KV_DCMD_CTRL_TIME_GET, FakeAnswer::record(ts));
+    KV_TIME_STAMP out{};
+    EXPECT_EQ(a().getCtrlTime(&out), 0);
+    EXPECT_EQ(out.year, 2025);
+    EXPECT_EQ(out.month, 3);
+    EXPECT_EQ(out.sec, 9);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getCtrlTime retCode = 0"));
+}
+
+// ---------------------------------------------------------------------------
+// Image component lists
+
+class FlashTest : public CacheTest {
+protected:
+    void script(bool dual, const std::vector<std::string>& active,
+                const std::vector<std::string>& pending,
+                const std::vector<std::string>& backup = {}) {
+        scriptInfo(false, false, dual);
+        ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList(active)));
+        ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList(pending)));
+        ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList(backup)));
+    }
+    // The flash requests, as (b[0], caller length) pairs, in order.
+    std::vector<std::pair<int, std::uint32_t>> flashReads() const {
+        std::vector<std::pair<int, std::uint32_t>> out;
+        for (const FakeRequest& r : ctrl.requests()) {
+            if (r.opcode == kFlash) {
+                out.emplace_back(r.mbox[0], r.callerLength);
+            }
+        }
+        return out;
+    }
+    using Reads = std::vector<std::pair<int, std::uint32_t>>;
+};
+
+TEST_F(FlashTest, WithoutDualImageSupportBackupIsNeverAsked) {
+    script(false, {"APP", "BIOS"}, {}, {"APP"});
+    EXPECT_EQ(a().getFwCompData(), 0);
+    // Running head, running list (2 x 72), pending head only (no pending components).
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 144}, {1, 0}}));
+    EXPECT_EQ(ctrl.countB0(kFlash, 2), 0u);
+    EXPECT_EQ(ctrl.opcodes().front(), static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
+    for (const FakeRequest& r : ctrl.requests()) {
+        EXPECT_EQ(Bytes(r.mbox.begin() + 1, r.mbox.end()), Bytes(11, 0)) << r.describe();
+    }
+    EXPECT_EQ(P::backupFlash(a()), nullptr);
+    EXPECT_EQ(P::pendingFlash(a()), nullptr);
+    EXPECT_EQ(P::pendingCount(a()), 0);
+
+    const KV_FLASH_COMP_INFO_LIST* list = P::activeFlash(a());
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->count, 2u);
+    ASSERT_NE(AdapterDataKvi::flashComp(list, 1), nullptr);
+    EXPECT_STREQ(AdapterDataKvi::flashComp(list, 0)->name, "APP");
+    EXPECT_STREQ(AdapterDataKvi::flashComp(list, 0)->version, "v0");
+    EXPECT_STREQ(AdapterDataKvi::flashComp(list, 1)->name, "BIOS");
+    EXPECT_EQ(AdapterDataKvi::flashComp(list, 2), nullptr);
+    // The buffer holds the head and every entry, although 144 bytes were moved.
+    EXPECT_GE(ctrl.requests()[2].capacity, 8u + 144u);
+}
+
+TEST_F(FlashTest, DualImageAndPendingListsAreReadInTwoPasses) {
+    script(true, {"APP"}, {"APP", "BIOS"}, {"APP", "BIOS", "BTBL"});
+    EXPECT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}, {2, 216}, {1, 0}, {1, 144}}));
+    EXPECT_EQ(P::pendingCount(a()), 2);
+    ASSERT_NE(P::backupFlash(a()), nullptr);
+    EXPECT_EQ(P::backupFlash(a())->count, 3u);
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::backupFlash(a()), 2)->name, "BTBL");
+    ASSERT_NE(P::pendingFlash(a()), nullptr);
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::pendingFlash(a()), 1)->name, "BIOS");
+}
+
+TEST_F(FlashTest, EveryCallReadsAgainAndListsWithoutNewsStayAsTheyWere) {
+    script(false, {"APP"}, {"APP"});
+    ASSERT_EQ(a().getFwCompData(), 0);
+    const KV_FLASH_COMP_INFO_LIST* pending = P::pendingFlash(a());
+    ASSERT_NE(pending, nullptr);
+    EXPECT_EQ(P::pendingCount(a()), 1);
+
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
+    ctrl.clear();
+    ASSERT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {1, 0}}));
+    EXPECT_EQ(P::pendingCount(a()), 0);
+    EXPECT_EQ(P::pendingFlash(a()), pending); // left as it was
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::pendingFlash(a()), 0)->name, "APP");
+}
+
+TEST_F(FlashTest, ACountAbove1024IsRefusedWithoutTheSecondRead) {
+    script(true, {}, {});
+    ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({}, 1025)));
+    EXPECT_EQ(a().getFwCompData(), -1);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}}));
+
+    ctrl.clear();
+    ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({"APP"})));
+    ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({}, 0xFFFFFFFFu)));
+    EXPECT_EQ(a().getFwCompData(), -1);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}}));
+
+    ctrl.clear();
+    ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({"APP"})));
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({}, 1025)));
+    EXPECT_EQ(a().getFwCompData(), -1);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}, {2, 72}, {1, 0}}));
+    EXPECT_EQ(P::pendingCount(a()), 0);
+
+    ctrl.clear();
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({}, 1024))); // the limit itself is read
+    EXPECT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(flashReads().back(), (std::pair<int, std::uint32_t>{1, 1024u * 72u}));
+    EXPECT_EQ(P::pendingCount(a()), 1024);
+}
+
+TEST_F(FlashTest, AnEmptyRunningImageIsReadWithTheStandardLength) {
+    script(false, {}, {});
+    EXPECT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 0}, {1, 0}}));
+    EXPECT_GE(ctrl.requests()[2].capacity, ctrl.requests()[2].length);
+    ASSERT_NE(P::activeFlash(a()), nullptr);
+    EXPECT_EQ(P::activeFlash(a())->count, 0u);
+}
+
+TEST_F(FlashTest, ASecondAnswerClaimingMoreEntriesIsCappedAtTheRoomHeld) {
+    scriptInfo(false);
+    ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP"})));         // head: 1 entry
+    ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP", "BIOS"}, 40))); // list claims 40
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
+    EXPECT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {1, 0}}));
+    ASSERT_NE(P::activeFlash(a()), nullptr);
+    EXPECT_EQ(P::activeFlash(a())->count, 1u);
+    EXPECT_EQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 1), nullptr);
+}
+
+TEST_F(FlashTest, AFailedListReadReleasesItAndStops) {
+    script(true, {"APP"}, {"APP"}, {"APP"});
+    ASSERT_EQ(a().getFwCompData(), 0);
+    ctrl.clear();
+    // The backup list read (second pass of b[0] = 2) fails.
+    ctrl.backend().setHandler([](const kvi::DirectCommand& cmd) -> std::optional<FakeAnswer> {
+        if (cmd.opcode == kFlash && cmd.mbox[0] == 2 && cmd.length == 72) {
+            return FakeAnswer::fail(8);
+        }
+        return std::nullopt;
+    });
+    EXPECT_EQ(a().getFwCompData(), 8);
+    EXPECT_EQ(P::backupFlash(a()), nullptr);
+    EXPECT_NE(P::activeFlash(a()), nullptr);
+    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}, {2, 72}})); // no pending read
+}
+
+TEST_F(FlashTest, PendingHeadStatusIsTheResultWhenNothingIsPending) {
+    script(false, {"APP"}, {});
+    ctrl.answerB0(kFlash, 1, FakeAnswer::fail(2));
+    EXPECT_EQ(a().getFwCompData(), 2);
+    EXPECT_EQ(P::pendingCount(a()), 0);
+}
+
+TEST_F(FlashTest, ControllerInformationIsLoadedFirstAndItsFailureStopsEverything) {
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
+    EXPECT_EQ(a().getFwCompData(), kStatusNoHw);
+    EXPECT_EQ(ctrl.count(kFlash), 0u);
+}
+
+} // namespace

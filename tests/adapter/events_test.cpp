@@ -1,0 +1,238 @@
+// Event log and event capture: the request bytes of every operation (opcode, mailbox words,
+// buffer and length), the mask echo check, the captured-entry count answered in the mailbox,
+// and the capture settings record.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using kvitest::mboxWords;
+
+constexpr int kFail = 0x2D;
+
+class EventsTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    kvitest::LogCapture log;
+    AdapterDataKvi& a() { return *obj; }
+};
+
+// ---------------------------------------------------------------------------
+// Plain requests without data
+
+struct ControlCase {
+    const char* name;
+    std::function<int(AdapterDataKvi&)> call;
+    std::uint32_t opcode;
+    kvitest::Mbox mbox;
+};
+
+TEST_F(EventsTest, PlainRequestsSendTheirMailboxAndReturnTheStatus) {
+    const std::vector<ControlCase> cases = {
+        {"clearEventLog", [](AdapterDataKvi& a) { return a.clearEventLog(); }, 0x01040200,
+         mboxWords(0)},
+        {"startAEC", [](AdapterDataKvi& a) { return a.startAEC(0x55667788); }, 0x01180100,
+         mboxWords(2, 0x55667788)},
+        {"stopAEC", [](AdapterDataKvi& a) { return a.stopAEC(); }, 0x01180100, mboxWords(1)},
+        {"disableAEC", [](AdapterDataKvi& a) { return a.disableAEC(); }, 0x01180100, mboxWords(0)},
+        {"setAECCaptureMode", [](AdapterDataKvi& a) { return a.setAECCaptureMode(0x9C); },
+         0x01180100, mboxWords(3, 0x9C)},
+    };
+    for (const ControlCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (const int status : {0, kFail}) {
+            ctrl.clear();
+            ctrl.backend().clearScript();
+            log.clear();
+            ctrl.answer(c.opcode, FakeAnswer::fail(status));
+            EXPECT_EQ(c.call(a()), status);
+            ASSERT_EQ(ctrl.requests().size(), 1u);
+            const kvitest::FakeRequest& r = ctrl.requests()[0];
+            EXPECT_EQ(r.opcode, c.opcode);
+            EXPECT_EQ(r.mbox, c.mbox);
+            EXPECT_FALSE(r.callerBuffer);
+            EXPECT_EQ(r.length, 0u);
+            // Entry line only.
+            EXPECT_EQ(log.texts(),
+                      std::vector<std::string>{std::string("Entering AdapterDataKvi::") + c.name});
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Event log reads
+
+TEST_F(EventsTest, EventCountGoesStraightIntoTheCallersVariable) {
+    ctrl.answer(KV_DCMD_CTRL_EVENT_COUNT, FakeAnswer::ok(Bytes{0x39, 0x30, 0, 0}));
+    unsigned int count = 0;
+    EXPECT_EQ(a().getEventCnt(&count, 0x11, 0x22), 0);
+    EXPECT_EQ(count, 12345u);
+    const kvitest::FakeRequest* r = ctrl.last(0x01040400);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->mbox, mboxWords(0x11, 0x22));
+    EXPECT_EQ(r->callerLength, 0u);
+    EXPECT_EQ(r->capacity, 4u);
+    EXPECT_EQ(r->length, 4u);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+
+    ctrl.answer(KV_DCMD_CTRL_EVENT_COUNT, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().getEventCnt(&count, 0, 0), kFail);
+    EXPECT_EQ(a().getEventCnt(nullptr, 0, 0), -1);
+    EXPECT_EQ(ctrl.requests().size(), 2u);
+}
+
+TEST_F(EventsTest, EventListReadsTheCallersLength) {
+    Bytes events(600);
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        events[i] = static_cast<std::uint8_t>(i * 3);
+    }
+    ctrl.answer(KV_DCMD_CTRL_EVENT_GET, FakeAnswer::ok(events));
+    std::vector<char> buffer(512, 0);
+    EXPECT_EQ(a().getEventList(1000, buffer.data(), 512, 0xF0F0), 0);
+    const kvitest::FakeRequest* r = ctrl.last(0x01040300);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->mbox, mboxWords(1000, 0xF0F0));
+    EXPECT_EQ(r->callerLength, 512u);
+    EXPECT_EQ(r->length, 512u);
+    EXPECT_EQ(r->capacity, 512u);
+    EXPECT_EQ(std::memcmp(buffer.data(), events.data(), 512), 0);
+
+    EXPECT_EQ(a().getEventList(1, buffer.data(), 0, 0), -1);
+    EXPECT_EQ(a().getEventList(1, nullptr, 16, 0), -1);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+}
+
+TEST_F(EventsTest, EventLogInfoHandsOutTheObjectsRecord) {
+    Bytes info(20);
+    for (std::size_t i = 0; i < info.size(); ++i) {
+        info[i] = static_cast<std::uint8_t>(i + 1);
+    }
+    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::ok(info));
+    KV_EVT_LOG_INFO* out = nullptr;
+    ASSERT_EQ(a().getEventLogInfo(&out), 0);
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(out->newestSeqNum, 0x04030201u);
+    EXPECT_EQ(out->bootSeqNum, 0x14131211u);
+    EXPECT_EQ(a().getEventLogInfo(&out), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_EVENT_GET_INFO), 2u); // read afresh every call
+}
+
+// ---------------------------------------------------------------------------
+// Filter masks: the firmware echoes the mask it took in mailbox word 2
+
+struct MaskOp {
+    const char* name;
+    int (AdapterDataKvi::*op)(unsigned int, unsigned char);
+    std::uint32_t sub;
+};
+
+TEST_F(EventsTest, MaskOperationsCheckTheEcho) {
+    const MaskOp ops[] = {{"filterAECMask", &AdapterDataKvi::filterAECMask, 4},
+                          {"clearAECMask", &AdapterDataKvi::clearAECMask, 5}};
+    for (const MaskOp& m : ops) {
+        SCOPED_TRACE(m.name);
+        struct Case {
+            int status;
+            std::uint32_t echo;
+            int rc;
+        };
+        const std::uint32_t mask = 0x00FF00AA;
+        for (const Case c : {Case{0, mask, 0}, Case{0, 0x1234, -1}, Case{kFail, 0x1234, kFail}}) {
+            ctrl.clear();
+            ctrl.backend().clearScript();
+            log.clear();
+            FakeAnswer ans = FakeAnswer::fail(c.status);
+            ans.withMboxWord(2, c.echo);
+            ctrl.answer(KV_DCMD_CTRL_AEC_CONTROL, ans);
+            EXPECT_EQ((a().*m.op)(mask, 1), c.rc);
+            ASSERT_EQ(ctrl.requests().size(), 1u);
+            EXPECT_EQ(ctrl.requests()[0].opcode, 0x01180100u);
+            EXPECT_EQ(ctrl.requests()[0].mbox, mboxWords(m.sub, 1, mask));
+            EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
+            EXPECT_TRUE(log.contains(std::string("Exiting AdapterDataKvi::") + m.name));
+        }
+        // A firmware that leaves the mailbox as sent takes the mask.
+        ctrl.backend().clearScript();
+        EXPECT_EQ((a().*m.op)(7, 0), 0);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Captured data and settings
+
+TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
+    std::vector<unsigned char> buffer(32768, 0);
+    Bytes data(32768, 0x6B);
+    FakeAnswer ans = FakeAnswer::ok(data);
+    ans.withMboxWord(1, 321);
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET, ans);
+    unsigned int count = 0;
+    EXPECT_EQ(a().getAEC(buffer.data(), 2, &count), 0);
+    EXPECT_EQ(count, 321u);
+    EXPECT_EQ(buffer[32767], 0x6B);
+    const kvitest::FakeRequest* r = ctrl.last(0x01180200);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->mbox, mboxWords(2));
+    EXPECT_EQ(r->callerLength, 32768u);
+    EXPECT_EQ(r->length, 32768u);
+    EXPECT_EQ(r->capacity, 32768u);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getAEC"));
+
+    // Any failure but "invalid parameter" still stores the count.
+    FakeAnswer failed = FakeAnswer::fail(kFail);
+    failed.withMboxWord(1, 9);
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET, failed);
+    EXPECT_EQ(a().getAEC(buffer.data(), 0, &count), kFail);
+    EXPECT_EQ(count, 9u);
+
+    FakeAnswer invalid = FakeAnswer::fail(3);
+    invalid.withMboxWord(1, 77);
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET, invalid);
+    EXPECT_EQ(a().getAEC(buffer.data(), 0, &count), 3);
+    EXPECT_EQ(count, 9u);
+
+    EXPECT_EQ(a().getAEC(nullptr, 0, &count), -1);
+    EXPECT_EQ(a().getAEC(buffer.data(), 0, nullptr), -1);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_AEC_GET), 3u);
+}
+
+TEST_F(EventsTest, CaptureSettingsAreClearedThenRead) {
+    Bytes settings(40, 0);
+    settings[0] = 1;     // state
+    settings[2] = 3;     // mode
+    settings[16] = 0xAA; // filterMaskHost
+    settings[20] = 0x55; // filterMaskFw
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET_SETTINGS, FakeAnswer::ok(settings));
+    KV_AEC_SETTINGS rec;
+    std::memset(&rec, 0xEE, sizeof rec);
+    EXPECT_EQ(a().showAECSettings(&rec), 0);
+    EXPECT_EQ(rec.state, 1);
+    EXPECT_EQ(rec.mode, 3);
+    EXPECT_EQ(rec.filterMaskHost, 0xAAu);
+    EXPECT_EQ(rec.filterMaskFw, 0x55u);
+    EXPECT_EQ(ctrl.last(0x01180300)->length, 40u);
+
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET_SETTINGS, FakeAnswer::fail(kFail));
+    std::memset(&rec, 0xEE, sizeof rec);
+    EXPECT_EQ(a().showAECSettings(&rec), kFail);
+    const Bytes zeros(40, 0);
+    EXPECT_EQ(std::memcmp(&rec, zeros.data(), 40), 0);
+    EXPECT_EQ(a().showAECSettings(nullptr), -1);
+}
+
+} // namespace

@@ -1,0 +1,923 @@
+// Feature operations: the fixed answers taken from the controller information and properties
+// (bit positions written out from the record layout), the request bytes of each request family
+// (mailbox, transfer length, direction, request kind), two-pass list and page reads with their
+// cap, write records, the private loopback and SMP requests, and a walk over every feature
+// operation that finds none answering without doing its work.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+#include "json/elements.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using kvitest::Mbox;
+using kvitest::RequestKind;
+using Peer = AdapterDataKviPeer;
+
+constexpr int kFail = 0x2D;
+constexpr std::uint32_t kCap = 1024u * 1024u;
+
+// Sets `width` bits starting at bit `bit` of the little-endian unit at byte `offset`.
+void setBits(Bytes& rec, std::size_t offset, unsigned bit, unsigned width) {
+    for (unsigned i = 0; i < width; ++i) {
+        const std::size_t abs = offset * 8 + bit + i;
+        rec[abs / 8] = static_cast<std::uint8_t>(rec[abs / 8] | (1u << (abs % 8)));
+    }
+}
+void clearBits(Bytes& rec, std::size_t offset, unsigned bit, unsigned width) {
+    for (unsigned i = 0; i < width; ++i) {
+        const std::size_t abs = offset * 8 + bit + i;
+        rec[abs / 8] = static_cast<std::uint8_t>(rec[abs / 8] & ~(1u << (abs % 8)));
+    }
+}
+
+Bytes le32(std::uint32_t v) {
+    Bytes b(4);
+    std::memcpy(b.data(), &v, 4);
+    return b;
+}
+
+Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes) {
+    Mbox m{};
+    for (const auto& p : bytes) {
+        m[static_cast<std::size_t>(p.first)] = p.second;
+    }
+    return m;
+}
+
+class FeaturesTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    kvitest::LogCapture log;
+    AdapterDataKvi& a() { return *obj; }
+
+    void reset() {
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.clear();
+        ctrl.backend().clearScript();
+        log.clear();
+    }
+};
+
+// ---------------------------------------------------------------------------
+// The fixed answers
+
+enum class Src { Info, Prop, None };
+enum class Ret { Status, Answer }; // status + out-value, or the answer itself
+
+struct FixedRow {
+    const char* name;
+    Src src;
+    struct Pos {
+        std::size_t offset;
+        unsigned bit, width;
+    };
+    std::vector<Pos> pos; // every position must be set for the full answer
+    std::uint32_t full;   // the answer with all those bits set
+    Ret ret;
+    std::function<int(AdapterDataKvi&, std::uint32_t&)> call;
+};
+
+#define OUT(op, T)                                                                                 \
+    [](AdapterDataKvi& a, std::uint32_t& io) {                                                     \
+        T v = static_cast<T>(io);                                                                  \
+        const int rc = a.op(&v);                                                                   \
+        io = static_cast<std::uint32_t>(v);                                                        \
+        return rc;                                                                                 \
+    }
+#define ANSWER(op) [](AdapterDataKvi& a, std::uint32_t&) { return a.op(); }
+
+using UC = unsigned char;
+
+// clang-format off
+const std::vector<FixedRow> kFixed = {
+    {"getMaintenanceMode", Src::Info, {{1528, 11, 2}}, 3, Ret::Status, OUT(getMaintenanceMode, UC)},
+    {"getMaxLdPerArray", Src::Info, {{1928, 0, 8}}, 0xFF, Ret::Status, OUT(getMaxLdPerArray, UC)},
+    {"getPerfMode", Src::Prop, {{47, 0, 2}}, 3, Ret::Status, OUT(getPerfMode, UC)},
+    {"getPortCount", Src::Info, {{111, 0, 8}}, 0xFF, Ret::Status, OUT(getPortCount, UC)},
+    {"getVdCount", Src::Info, {{1472, 0, 16}}, 0xFFFF, Ret::Status, OUT(getVdCount, unsigned short)},
+    {"getProfileMgmtSupport", Src::Info, {{2120, 1, 2}}, 3, Ret::Status, OUT(getProfileMgmtSupport, UC)},
+    {"isSnapshotSupported", Src::Info, {{1504, 30, 1}}, 1, Ret::Status, OUT(isSnapshotSupported, UC)},
+    {"isAutoSnapshotSupported", Src::Info, {{1504, 30, 1}}, 1, Ret::Status, OUT(isAutoSnapshotSupported, bool)},
+    {"getSnapshotState", Src::Info, {{1504, 30, 1}}, 1, Ret::Status, OUT(getSnapshotState, unsigned int)},
+    {"isBreakMirrorSupported", Src::Info, {{1508, 14, 1}}, 1, Ret::Status, OUT(isBreakMirrorSupported, bool)},
+    {"isCbsupported", Src::Info, {{2024, 17, 1}}, 1, Ret::Status, OUT(isCbsupported, bool)},
+    {"isCpldSupported", Src::Info, {{1456, 14, 1}, {2024, 21, 1}}, 1, Ret::Answer, ANSWER(isCpldSupported)},
+    {"isExtMfgVPDFlashSupported", Src::Info, {{2120, 5, 1}}, 1, Ret::Status, OUT(isExtMfgVPDFlashSupported, bool)},
+    {"isNvmeErrorDeviceConnectorIndexSupported", Src::Info, {{2124, 6, 1}}, 1, Ret::Answer, ANSWER(isNvmeErrorDeviceConnectorIndexSupported)},
+    {"isPISupported", Src::Info, {{1956, 0, 1}}, 1, Ret::Status, OUT(isPISupported, bool)},
+    {"isCtrlOstraQuorvex", Src::None, {}, 0, Ret::Answer, ANSWER(isCtrlOstraQuorvex)},
+};
+// clang-format on
+
+TEST_F(FeaturesTest, FixedAnswersReadTheirFieldAndNothingElse) {
+    for (const FixedRow& row : kFixed) {
+        SCOPED_TRACE(row.name);
+        const std::uint32_t opcode =
+            row.src == Src::Prop ? KV_DCMD_CTRL_PROPERTIES_GET : KV_DCMD_CTRL_GET_INFO;
+        const std::size_t size = row.src == Src::Prop ? 64 : 2464;
+        auto run = [&](const Bytes& rec, std::uint32_t& io) {
+            reset();
+            if (row.src == Src::Prop) {
+                ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
+            }
+            ctrl.answer(opcode, FakeAnswer::ok(rec));
+            return row.call(a(), io);
+        };
+        const std::string entry = std::string("Entering AdapterDataKvi::") + row.name;
+
+        // Only the field set: the full answer.
+        Bytes only(size, 0);
+        for (const auto& p : row.pos) {
+            setBits(only, p.offset, p.bit, p.width);
+        }
+        std::uint32_t io = 0;
+        int rc = run(only, io);
+        if (row.ret == Ret::Status) {
+            EXPECT_EQ(rc, 0);
+            EXPECT_EQ(io, row.full);
+        } else {
+            EXPECT_EQ(rc, static_cast<int>(row.full));
+        }
+        EXPECT_TRUE(log.contains(entry));
+        if (row.src == Src::None) {
+            EXPECT_TRUE(ctrl.requests().empty());
+            continue;
+        }
+        EXPECT_EQ(ctrl.count(opcode), 1u);
+
+        // Everything but the field (or, for a two-bit answer, one bit missing): no answer.
+        for (std::size_t missing = 0; missing < row.pos.size(); ++missing) {
+            Bytes others(size, 0xFF);
+            clearBits(others, row.pos[missing].offset, row.pos[missing].bit,
+                      row.pos[missing].width);
+            io = 0xA5;
+            rc = run(others, io);
+            if (row.ret == Ret::Status) {
+                EXPECT_EQ(rc, 0);
+                EXPECT_EQ(io, 0u);
+            } else {
+                EXPECT_EQ(rc, 0);
+            }
+        }
+
+        // A failed load: its status, the out-value untouched (or answer 0).
+        reset();
+        if (row.src == Src::Prop) {
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
+        }
+        ctrl.answer(opcode, FakeAnswer::fail(kFail));
+        io = 1;
+        rc = row.call(a(), io);
+        if (row.ret == Ret::Status) {
+            EXPECT_EQ(rc, kFail);
+            EXPECT_EQ(io, 1u);
+            EXPECT_FALSE(log.contains(std::string("Exiting AdapterDataKvi::") + row.name));
+        } else {
+            EXPECT_EQ(rc, 0);
+        }
+    }
+}
+
+TEST_F(FeaturesTest, SetAllCopybackChangesThreeBitsAndSendsOnlyAtEndUpdate) {
+    struct Case {
+        unsigned char value;
+        bool copyBackDisabled, smarter;
+    };
+    for (const Case c : {Case{1, false, true}, Case{0, true, false}, Case{7, false, true}}) {
+        SCOPED_TRACE(static_cast<int>(c.value));
+        reset();
+        Bytes prop(64, 0);
+        if (c.value != 0) {
+            setBits(prop, 32, 0, 1); // copyBackDisabled set before
+        } else {
+            setBits(prop, 32, 1, 1);
+            setBits(prop, 32, 5, 1);
+        }
+        setBits(prop, 32, 2, 3); // neighbours stay
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
+        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::ok(prop));
+        EXPECT_EQ(a().setAllCopyback(c.value), 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+        EXPECT_TRUE(Peer::propChanged(a()));
+        ASSERT_EQ(a().endCtlrPropUpdate(), 0);
+        const auto* set = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+        ASSERT_NE(set, nullptr);
+        const std::uint8_t b32 = set->sent.at(32);
+        EXPECT_EQ((b32 >> 0) & 1, c.copyBackDisabled ? 1 : 0);
+        EXPECT_EQ((b32 >> 1) & 1, c.smarter ? 1 : 0);
+        EXPECT_EQ((b32 >> 5) & 1, c.smarter ? 1 : 0);
+        EXPECT_EQ((b32 >> 2) & 7, 7);
+        EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setAllCopyback retCode = 0"));
+    }
+    // Carry-on: a failed load returns its status, raises the flag all the same, and the
+    // write-back then refuses with -1.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().setAllCopyback(1), kFail);
+    EXPECT_TRUE(Peer::propChanged(a()));
+    EXPECT_EQ(a().endCtlrPropUpdate(), -1);
+}
+
+// ---------------------------------------------------------------------------
+// Request bytes, one representative row per request family
+
+struct RequestRow {
+    const char* what;
+    std::function<int(AdapterDataKvi&)> call;
+    std::uint32_t opcode;
+    Mbox mbox;
+    std::uint32_t callerLength; // as passed: 0 = standard size
+    std::uint32_t length;       // as it reached the controller
+    kvi::Direction dir;
+};
+
+using D = kvi::Direction;
+
+std::vector<RequestRow> requestRows() {
+    static unsigned char uc;
+    static unsigned char* bytes;
+    static unsigned int len;
+    static KV_LD_BITMAP map;
+    static KV_CTRL_PERSONALITY_INFO pers;
+    static std::string text;
+    static unsigned long long bits;
+    auto freeBytes = [](int rc) {
+        delete[] bytes;
+        bytes = nullptr;
+        return rc;
+    };
+    // clang-format off
+    return {
+        // Commands without data: every argument in the mailbox.
+        {"setDPMState", [](AdapterDataKvi& a) { return a.setDPMState(0x11223344u, 0x55667788u); },
+         KV_DCMD_DPM_CTRL, mboxBytes({{0, 0x44}, {1, 0x33}, {2, 0x22}, {3, 0x11}, {4, 0x88}, {5, 0x77}, {6, 0x66}, {7, 0x55}, {8, 1}}), 0, 0, D::None},
+        {"clearPreservedCacheData", [](AdapterDataKvi& a) { return a.clearPreservedCacheData(7); },
+         KV_DCMD_LD_DISCARD_PINNED, mboxBytes({{0, 7}, {1, 1}}), 0, 0, D::None},
+        {"sscForceFlush ssc", [](AdapterDataKvi& a) { return a.sscForceFlush(3, false); },
+         KV_DCMD_CTRL_CACHE_FLUSH, mboxBytes({{0, 4}, {1, 3}}), 0, 0, D::None},
+        {"sscForceFlush all", [](AdapterDataKvi& a) { return a.sscForceFlush(9, true); },
+         KV_DCMD_CTRL_CACHE_FLUSH, mboxBytes({{0, 7}, {1, 9}}), 0, 0, D::None},
+        {"setPersonality(p)", [](AdapterDataKvi& a) { return a.setPersonality(0x1208); },
+         KV_DCMD_CTRL_PERSONALITY_SET, mboxBytes({{0, 0x08}, {1, 0x12}}), 0, 0, D::None},
+        {"setPersonality(p,q)", [](AdapterDataKvi& a) { return a.setPersonality(4, 0x0302); },
+         KV_DCMD_CTRL_PERSONALITY_SET, mboxBytes({{0, 4}, {2, 2}, {3, 3}}), 0, 0, D::None},
+        {"setMemScrubPattern", [](AdapterDataKvi& a) { return a.setMemScrubPattern(2, 0xDEADBEEFu); },
+         KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET, mboxBytes({{0, 2}, {4, 0xEF}, {5, 0xBE}, {6, 0xAD}, {7, 0xDE}}), 0, 0, D::None},
+        {"setControllerHA", [](AdapterDataKvi& a) { return a.setControllerHA(2); },
+         KV_DCMD_CTRL_CONTROL_HA_MODE_SET, mboxBytes({{0, 2}}), 0, 0, D::None},
+        {"setMaintenanceMode", [](AdapterDataKvi& a) { return a.setMaintenanceMode(1); },
+         KV_DCMD_CTRL_MAINTENANCE_MODE_SET, mboxBytes({{0, 1}}), 0, 0, D::None},
+        {"sendNVMeRepairRequest", [](AdapterDataKvi& a) { return a.sendNVMeRepairRequest(5); },
+         KV_DCMD_PCIE_NVME_REPAIR, mboxBytes({{0, 5}}), 0, 0, D::None},
+        {"setInvalidateSlot", [](AdapterDataKvi& a) { return a.setInvalidateSlot(3); },
+         KV_DCMD_CTRL_PSEC_SLOT_MGMT, mboxBytes({{0, 3}}), 0, 0, D::None},
+        {"startDiag", [](AdapterDataKvi& a) { return a.startDiag(0x0Bu, nullptr); },
+         KV_DCMD_CTRL_DIAG_SELF_CHECK, mboxBytes({{0, 0x0B}, {4, 3}}), 0, 0, D::None},
+        {"downgrade", [](AdapterDataKvi& a) { return a.downgrade(); },
+         KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV, Mbox{}, 0, 0, D::None},
+        // Fixed-size reads: standard size, or the explicit lengths of the length table.
+        {"getControllerHA", [](AdapterDataKvi& a) { return a.getControllerHA(&uc); },
+         KV_DCMD_CTRL_CONTROL_HA_MODE_GET, Mbox{}, 1, 1, D::Read},
+        {"getPreservedCacheVDBits", [](AdapterDataKvi& a) { return a.getPreservedCacheVDBits(&bits); },
+         KV_DCMD_LD_GET_PINNED_LIST, Mbox{}, 0, 8, D::Read},
+        {"getPreservedCacheVDBitsExt", [](AdapterDataKvi& a) { return a.getPreservedCacheVDBitsExt(&map); },
+         KV_DCMD_LD_GET_PINNED_LIST, Mbox{}, 32, 32, D::Read},
+        {"getDPMCfg", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getDPMCfg(&bytes, &len)); },
+         KV_DCMD_DPM_GET_CFG, mboxBytes({{8, 1}}), 0, 16, D::Read},
+        {"getAutoConfigParam", [](AdapterDataKvi& a) { return a.getAutoConfigParam(&uc, 5, 6); },
+         KV_DCMD_CFG_AUTOCFG, mboxBytes({{4, 5}, {5, 6}}), 0, 8, D::Both},
+        {"getAutoPDCache", [](AdapterDataKvi& a) { return a.getAutoPDCache(&uc); },
+         KV_DCMD_CFG_AUTOCFG, mboxBytes({{0, 3}}), 0, 8, D::Both},
+        {"setAutoConfigParam", [](AdapterDataKvi& a) { return a.setAutoConfigParam(9); },
+         KV_DCMD_CFG_AUTOCFG, mboxBytes({{0, 1}}), 0, 8, D::Both},
+        {"setAutoPDCache", [](AdapterDataKvi& a) { return a.setAutoPDCache(1); },
+         KV_DCMD_CFG_AUTOCFG, mboxBytes({{0, 2}}), 0, 8, D::Both},
+        {"getSnapDumpHDR", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getSnapDumpHDR(&bytes, &len)); },
+         KV_DCMD_CTRL_SNAPDUMP_GET, mboxBytes({{0, 1}}), 0, 64, D::Read},
+        {"getSnapDumpData", [freeBytes](AdapterDataKvi& a) { len = 100; return freeBytes(a.getSnapDumpData(3, 0x1000, &bytes, &len)); },
+         KV_DCMD_CTRL_SNAPDUMP_GET, mboxBytes({{0, 2}, {1, 3}, {5, 0x10}}), 100, 100, D::Read},
+        {"getOOBInfo", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getOOBInfo(2, &bytes, &len)); },
+         KV_DCMD_OOB_METHOD_GET, mboxBytes({{0, 2}}), 0, 16, D::Read},
+        {"getMfgExtPage", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getMfgExtPage(4, &bytes, &len)); },
+         KV_DCMD_CTRL_CONFIG_PAGE_GET, mboxBytes({{0, 1}, {1, 4}}), 0, 256, D::Read},
+        {"getSecurityPage0", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getSecurityPage0(&bytes, &len)); },
+         KV_DCMD_CTRL_CONFIG_PAGE_GET, mboxBytes({{0, 2}}), 0, 256, D::Read},
+        {"getPersonality", [](AdapterDataKvi& a) { return a.getPersonality(&pers); },
+         KV_DCMD_CTRL_PERSONALITY_GET, Mbox{}, 0, 24, D::Read},
+        {"getCtrlManfactureSno", [](AdapterDataKvi& a) { return a.getCtrlManfactureSno(text); },
+         KV_DCMD_CTRL_MFC_MFG_GET, Mbox{}, 0, 32, D::Read},
+        {"exportCSR", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.exportCSR(&bytes, &len)); },
+         KV_DCMD_CTRL_PSEC_EXPORT_CSR, Mbox{}, 0, 4096, D::Read},
+        {"getIOVPrivateInfo", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getIOVPrivateInfo(&bytes, &len)); },
+         KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET, Mbox{}, 0, 64, D::Read},
+        // Writes of a whole record.
+        {"setOOBInfo", [](AdapterDataKvi& a) { const unsigned char d[3] = {1, 2, 3}; return a.setOOBInfo(d, 3); },
+         KV_DCMD_OOB_METHOD_SET, Mbox{}, 0, 16, D::Write},
+        {"setFirmwareDebug", [](AdapterDataKvi& a) { const unsigned char d[16] = {9}; return a.setFirmwareDebug(d, 16); },
+         KV_DCMD_CTRL_SET_DEBUG_ATTRIBUTES, Mbox{}, 0, 16, D::Write},
+        {"importCSR", [](AdapterDataKvi& a) { const unsigned char d[] = "CERT"; return a.importCSR(d, 4); },
+         KV_DCMD_CTRL_PSEC_IMPORT_CER, Mbox{}, 0, 4096, D::Write},
+    };
+    // clang-format on
+}
+
+TEST_F(FeaturesTest, RequestBytesOfEachFamily) {
+    for (const RequestRow& row : requestRows()) {
+        SCOPED_TRACE(row.what);
+        reset();
+        EXPECT_EQ(row.call(a()), 0);
+        ASSERT_EQ(ctrl.requests().size(), 1u);
+        const kvitest::FakeRequest& r = ctrl.requests()[0];
+        EXPECT_EQ(r.kind, RequestKind::Firmware);
+        EXPECT_EQ(r.opcode, row.opcode);
+        EXPECT_EQ(r.mbox, row.mbox);
+        EXPECT_EQ(r.callerLength, row.callerLength);
+        EXPECT_EQ(r.length, row.length);
+        EXPECT_EQ(r.direction, row.dir);
+        if (row.length == 0) {
+            EXPECT_FALSE(r.callerBuffer);
+        } else {
+            EXPECT_GE(r.capacity, row.length); // the buffer holds the whole transfer
+        }
+    }
+}
+
+TEST_F(FeaturesTest, WritesCarryTheCallersBytesThenZeros) {
+    const unsigned char cert[] = {'C', 'E', 'R', 'T'};
+    ASSERT_EQ(a().importCSR(cert, 4), 0);
+    Bytes expect(4096, 0);
+    std::memcpy(expect.data(), cert, 4);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PSEC_IMPORT_CER)->sent, expect);
+
+    // Nothing to write, or more than the record holds: refused, nothing sent.
+    ctrl.clear();
+    const Bytes big(17, 1);
+    EXPECT_EQ(a().setOOBInfo(big.data(), 17), -1);
+    EXPECT_EQ(a().setFirmwareDebug(nullptr, 4), -1);
+    EXPECT_EQ(a().importCSR(cert, 0), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+
+    // setAutoConfigParam sends its value in byte 0 of the record.
+    ASSERT_EQ(a().setAutoConfigParam(9), 0);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CFG_AUTOCFG)->sent, (Bytes{9, 0, 0, 0, 0, 0, 0, 0}));
+
+    // The SSD-cache target list: size, count, ids, within the 264-byte record.
+    ArrayList<unsigned char> ids;
+    ids.add(3);
+    ids.add(9);
+    ASSERT_EQ(a().setSscdTargetIds(&ids), 0);
+    const auto* set = ctrl.last(KV_DCMD_LD_SSCD_SET_LDS);
+    ASSERT_EQ(set->sent.size(), 264u);
+    EXPECT_EQ(Bytes(set->sent.begin(), set->sent.begin() + 11),
+              (Bytes{10, 0, 0, 0, 2, 0, 0, 0, 3, 9, 0}));
+    ArrayList<unsigned char> tooMany;
+    for (int i = 0; i < 257; ++i) {
+        tooMany.add(1);
+    }
+    ctrl.clear();
+    EXPECT_EQ(a().setSscdTargetIds(&tooMany), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+TEST_F(FeaturesTest, SetSnapDumpInfoReadsChangesAndWritesTheWholeRecord) {
+    Bytes current(16);
+    for (std::size_t i = 0; i < 16; ++i) {
+        current[i] = static_cast<std::uint8_t>(0xA0 + i);
+    }
+    ctrl.answer(KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES, FakeAnswer::ok(current));
+    const unsigned char change[2] = {1, 2};
+    ASSERT_EQ(a().setSnapDumpInfo(change, 2), 0);
+    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES,
+                                                          KV_DCMD_CTRL_SNAPDUMP_SET_PROPERTIES}));
+    Bytes expect = current;
+    expect[0] = 1;
+    expect[1] = 2;
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_SNAPDUMP_SET_PROPERTIES)->sent, expect);
+
+    // A failed read writes nothing.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().setSnapDumpInfo(change, 2), kFail);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_SNAPDUMP_SET_PROPERTIES), 0u);
+}
+
+// ---------------------------------------------------------------------------
+// Two-pass list reads
+
+TEST_F(FeaturesTest, TwoPassListReadsTheAnnouncedSizeExactly) {
+    Bytes list(40, 0);
+    std::memcpy(list.data(), le32(40).data(), 4);
+    list[4] = 4;
+    for (std::size_t i = 8; i < 40; ++i) {
+        list[i] = static_cast<std::uint8_t>(i);
+    }
+    ctrl.answerOnce(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, FakeAnswer::ok(list));
+    ctrl.answerOnce(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, FakeAnswer::ok(list));
+    unsigned char* out = nullptr;
+    unsigned int length = 0;
+    ASSERT_EQ(a().getMemScrubPatterns(&out, &length), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    EXPECT_EQ(ctrl.requests()[0].callerLength, 0u); // the head at its standard size
+    EXPECT_EQ(ctrl.requests()[0].length, 8u);
+    EXPECT_EQ(ctrl.requests()[1].callerLength, 40u);
+    EXPECT_EQ(ctrl.requests()[1].capacity, 40u);
+    ASSERT_EQ(length, 40u);
+    EXPECT_EQ(Bytes(out, out + length), list);
+    delete[] out;
+}
+
+TEST_F(FeaturesTest, TwoPassListEdges) {
+    unsigned char* out = reinterpret_cast<unsigned char*>(&ctrl); // a sentinel, never freed
+    unsigned char* const sentinel = out;
+    unsigned int length = 77;
+
+    // A head that announces no more than itself is the whole list: one request.
+    ctrl.answer(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(Bytes(8, 0)));
+    ASSERT_EQ(a().getLDSpanList(&out, &length), 0);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(length, 8u);
+    delete[] out;
+
+    // More than the cap: refused after the head, nothing handed over.
+    reset();
+    out = sentinel;
+    length = 77;
+    ctrl.answer(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(le32(kCap + 1)));
+    EXPECT_EQ(a().getLDSpanList(&out, &length), -1);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(out, sentinel);
+    EXPECT_EQ(length, 77u);
+
+    // Exactly the cap is still read.
+    reset();
+    ctrl.answerOnce(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(le32(kCap)));
+    ASSERT_EQ(a().getLDSpanList(&out, &length), 0);
+    EXPECT_EQ(ctrl.requests().at(1).callerLength, kCap);
+    EXPECT_EQ(length, kCap);
+    delete[] out;
+
+    // A failing second pass: its status, nothing handed over.
+    reset();
+    out = sentinel;
+    length = 77;
+    ctrl.answerOnce(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(le32(64)));
+    ctrl.answerOnce(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().getLDSpanList(&out, &length), kFail);
+    EXPECT_EQ(out, sentinel);
+    EXPECT_EQ(length, 77u);
+
+    // The NVMe error list starts with an explicit 32-byte read.
+    reset();
+    ctrl.answerOnce(KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST, FakeAnswer::ok(le32(48)));
+    ASSERT_EQ(a().getNVMEErrorList(&out, &length), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    EXPECT_EQ(ctrl.requests()[0].callerLength, 32u);
+    EXPECT_EQ(ctrl.requests()[1].callerLength, 48u);
+    EXPECT_EQ(length, 48u);
+    delete[] out;
+}
+
+TEST_F(FeaturesTest, SscdTargetIdsBothPassesNameTheListAndCountIsBounded) {
+    Bytes list(12, 0);
+    list[0] = 12;
+    list[4] = 200; // more ids than the list holds: only the 4 present are taken
+    list[8] = 1;
+    list[9] = 5;
+    list[10] = 7;
+    list[11] = 64;
+    ctrl.answer(KV_DCMD_LD_SSCD_GET_LDS, FakeAnswer::ok(list));
+    ArrayList<unsigned char> ids;
+    ids.add(99); // appended to, never cleared
+    ASSERT_EQ(a().getSscdTargetIds(&ids, 2), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    for (const auto& r : ctrl.requests()) {
+        EXPECT_EQ(r.mbox, mboxBytes({{0, 2}}));
+    }
+    ASSERT_EQ(ids.getCount(), 5u);
+    EXPECT_EQ(ids.get(0), 99);
+    EXPECT_EQ(ids.get(1), 1);
+    EXPECT_EQ(ids.get(4), 64);
+}
+
+// ---------------------------------------------------------------------------
+// Configuration and manufacturing pages
+
+TEST_F(FeaturesTest, ConfigPageReadSendsHeaderThenPage) {
+    Bytes header(12, 0);
+    std::memcpy(header.data() + 8, le32(6).data(), 4);
+    Bytes page(18, 0);
+    for (std::size_t i = 12; i < 18; ++i) {
+        page[i] = static_cast<std::uint8_t>(0xC0 + i);
+    }
+    ctrl.answerOnce(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, FakeAnswer::ok(header));
+    ctrl.answerOnce(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, FakeAnswer::ok(page));
+    unsigned char* out = nullptr;
+    unsigned int length = 0;
+    ASSERT_EQ(a().getConfigPageGeneric(0x12, 3, 0x01020304u, &out, &length), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    const auto& h = ctrl.requests()[0];
+    EXPECT_EQ(h.mbox, Mbox{});
+    EXPECT_EQ(h.callerLength, 12u);
+    EXPECT_EQ(h.direction, D::Both);
+    EXPECT_EQ(h.sent, (Bytes{0, 0x12, 3, 0, 4, 3, 2, 1, 0, 0, 0, 0}));
+    const auto& p = ctrl.requests()[1];
+    EXPECT_EQ(p.callerLength, 18u);
+    EXPECT_EQ(Bytes(p.sent.begin(), p.sent.begin() + 12),
+              (Bytes{1, 0x12, 3, 0, 4, 3, 2, 1, 6, 0, 0, 0}));
+    ASSERT_EQ(length, 6u);
+    EXPECT_EQ(Bytes(out, out + 6), Bytes(page.begin() + 12, page.end()));
+    delete[] out;
+
+    // An empty page: no second request, a null buffer of length 0.
+    reset();
+    out = nullptr;
+    length = 9;
+    ASSERT_EQ(a().readManufacturingPage(2, &out, &length), 0);
+    ASSERT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(ctrl.requests()[0].sent.at(1), 0x09); // the manufacturing page type
+    EXPECT_EQ(ctrl.requests()[0].sent.at(2), 2);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(length, 0u);
+
+    // A page longer than the cap is refused after the header.
+    reset();
+    std::memcpy(header.data() + 8, le32(kCap).data(), 4);
+    ctrl.answer(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, FakeAnswer::ok(header));
+    EXPECT_EQ(a().getConfigPageInfoMPI2(1, 0, 0, &out, &length), -1);
+    EXPECT_EQ(ctrl.requests().size(), 1u);
+}
+
+TEST_F(FeaturesTest, WriteManufacturingPageSendsOneFrame) {
+    const unsigned char data[3] = {7, 8, 9};
+    ASSERT_EQ(a().writeManufacturingPage(5, data, 3), 0);
+    const auto* r = ctrl.last(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->callerLength, 15u);
+    EXPECT_EQ(r->sent, (Bytes{2, 0x09, 5, 0, 0, 0, 0, 0, 3, 0, 0, 0, 7, 8, 9}));
+}
+
+TEST_F(FeaturesTest, PageOperationsNeedTheDataProvider) {
+    kvitest::ProviderOffGuard off;
+    unsigned char* out = nullptr;
+    unsigned int length = 0;
+    unsigned int pageLength = 0;
+    const unsigned char data[1] = {1};
+    EXPECT_EQ(a().getConfigPageGeneric(1, 0, 0, &out, &length), -1);
+    EXPECT_EQ(a().getConfigPageInfo(1, 0, 0, &out, &length), -1);
+    EXPECT_EQ(a().getConfigPageInfoMPI2(1, 0, 0, &out, &length), -1);
+    EXPECT_EQ(a().getConfigPageHeader(1, 0, 0, &pageLength), -1);
+    EXPECT_EQ(a().readManufacturingPage(1, &out, &length), -1);
+    EXPECT_EQ(a().writeManufacturingPage(1, data, 1), -1);
+    EXPECT_EQ(a().getMfgExtPage(1, &out, &length), -1);
+    EXPECT_EQ(a().getSecurityPage0(&out, &length), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+    EXPECT_TRUE(
+        log.contains("Exiting AdapterDataKvi::getMfgExtPage as data provider is not available"));
+}
+
+// ---------------------------------------------------------------------------
+// Private loopback, SMP, personalities and the out-value rule
+
+TEST_F(FeaturesTest, PhyLoopbackIsAPrivateRequestWithOneObjectPerResult) {
+    Bytes answer(200, 0);
+    answer[0] = 2;
+    answer[8] = 3;  // phy 3 passed
+    answer[16] = 3; // phy 3, second result
+    answer[17] = 1; // failed
+    answer[20] = 5; // 5 errors
+    ctrl.answer(KV_DCMD_CTRL_DIAG_PHY_LOOPBACK, FakeAnswer::ok(answer));
+    json::Array results;
+    bool passed = true;
+    ASSERT_EQ(a().startDiagPhyLoopBackTest(3, &results, &passed), 0);
+    const auto* r = ctrl.last(KV_DCMD_CTRL_DIAG_PHY_LOOPBACK);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->kind, RequestKind::Private);
+    EXPECT_EQ(r->mbox, mboxBytes({{0, 3}}));
+    EXPECT_EQ(r->callerLength, 200u);
+    EXPECT_FALSE(passed);
+    ASSERT_EQ(results.Size(), 2u);
+    json::Object second;
+    second["Phy"] = json::Number(3);
+    second["Result"] = json::String("Fail");
+    second["Error Count"] = json::Number(5);
+    EXPECT_TRUE(*results.At(1) == json::UnknownElement(second));
+
+    // A count beyond the answer buffer is bounded; a failure writes nothing.
+    reset();
+    answer[0] = 0xFF;
+    answer[17] = 0;
+    ctrl.answer(KV_DCMD_CTRL_DIAG_PHY_LOOPBACK, FakeAnswer::ok(answer));
+    json::Array many;
+    ASSERT_EQ(a().startDiagPhyLoopBackTest(0, &many, &passed), 0);
+    EXPECT_EQ(many.Size(), 24u);
+    EXPECT_TRUE(passed);
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_DIAG_PHY_LOOPBACK, FakeAnswer::fail(kFail));
+    json::Array none;
+    passed = false;
+    EXPECT_EQ(a().startDiagPhyLoopBackTest(0, &none, &passed), kFail);
+    EXPECT_TRUE(none.Empty());
+    EXPECT_FALSE(passed);
+}
+
+TEST_F(FeaturesTest, ExpanderPhyCountBySmpReportGeneral) {
+    Bytes response(64, 0);
+    response[0] = 0x41;
+    response[9] = 12;
+    ctrl.backend().answerSmp(FakeAnswer::ok(response));
+    unsigned char phys = 0;
+    ASSERT_EQ(a().GetExpanderNumPhy(0x5000ABCD12345678ull, &phys), 0);
+    EXPECT_EQ(phys, 12);
+    const auto* r = ctrl.lastRequest();
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->kind, RequestKind::Smp);
+    EXPECT_EQ(r->sasAddress, 0x5000ABCD12345678ull);
+    EXPECT_EQ(r->sent, (Bytes{0x40, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(r->responseLength, 64u);
+
+    // A function result other than accepted is the status; a foreign frame is refused.
+    response[2] = 0x02;
+    ctrl.backend().answerSmp(FakeAnswer::ok(response));
+    phys = 0xEE;
+    EXPECT_EQ(a().GetExpanderNumPhy(1, &phys), 2);
+    response[0] = 0x00;
+    ctrl.backend().answerSmp(FakeAnswer::ok(response));
+    EXPECT_EQ(a().GetExpanderNumPhy(1, &phys), -1);
+    EXPECT_EQ(phys, 0xEE);
+}
+
+TEST_F(FeaturesTest, PersonalitySupportLooksForItsCode) {
+    struct Case {
+        std::uint16_t listed;
+        bool jbod, sds;
+    };
+    for (const Case c : {Case{8, true, false}, Case{4, false, true}, Case{1, false, false}}) {
+        SCOPED_TRACE(c.listed);
+        reset();
+        KV_CTRL_PERSONALITY_INFO info{};
+        info.personalityBitmap = 8 | 4; // the current bitmap is not what is asked
+        info.supportedPersonalities[7] = c.listed;
+        ctrl.answer(KV_DCMD_CTRL_PERSONALITY_GET, FakeAnswer::record(info));
+        bool jbod = !c.jbod;
+        bool sds = !c.sds;
+        ASSERT_EQ(a().isJBODPersonalitysupported(&jbod), 0);
+        ASSERT_EQ(a().isSDSsupported(&sds), 0);
+        EXPECT_EQ(jbod, c.jbod);
+        EXPECT_EQ(sds, c.sds);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PERSONALITY_GET), 2u); // read afresh each time
+    }
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_PERSONALITY_GET, FakeAnswer::fail(kFail));
+    bool jbod = true;
+    EXPECT_EQ(a().isJBODPersonalitysupported(&jbod), kFail);
+    EXPECT_TRUE(jbod);
+}
+
+TEST_F(FeaturesTest, GetControllerInfoReadsAFreshCopyAndLeavesTheCacheAlone) {
+    Bytes info(2464, 0);
+    info[1344] = 'X';
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(info));
+    KV_CTRL_INFO mine{};
+    ASSERT_EQ(a().getControllerInfo(&mine), 0);
+    EXPECT_EQ(mine.productName[0], 'X');
+    EXPECT_EQ(Peer::ctrlInfo(a()), nullptr);
+    ASSERT_EQ(a().getControllerInfo(&mine), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 2u);
+
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
+    mine.productName[0] = 'Y';
+    EXPECT_EQ(a().getControllerInfo(&mine), kFail);
+    EXPECT_EQ(mine.productName[0], 'Y');
+}
+
+TEST_F(FeaturesTest, OutValuesOnlyOnSuccess) {
+    ctrl.setDefault(FakeAnswer::fail(kFail));
+    unsigned char uc = 0x5A;
+    unsigned long long bits = 0x5A;
+    std::string text = "keep";
+    unsigned char* out = reinterpret_cast<unsigned char*>(&uc);
+    unsigned int length = 3;
+    std::vector<unsigned char> profile(16, 0x5A);
+    json::Array arr;
+    EXPECT_EQ(a().getControllerHA(&uc), kFail);
+    EXPECT_EQ(a().getAutoConfigParam(&uc, 0, 0), kFail);
+    EXPECT_EQ(a().getPreservedCacheVDBits(&bits), kFail);
+    EXPECT_EQ(a().getCtrlManfactureSno(text), kFail);
+    EXPECT_EQ(a().exportCSR(&out, &length), kFail);
+    EXPECT_EQ(a().getProfileData(profile.data(), 16), kFail);
+    EXPECT_EQ(a().showSSCDFlush(arr), kFail);
+    EXPECT_EQ(a().startDiag(1, &arr), kFail);
+    EXPECT_EQ(uc, 0x5A);
+    EXPECT_EQ(bits, 0x5Au);
+    EXPECT_EQ(text, "keep");
+    EXPECT_EQ(out, &uc);
+    EXPECT_EQ(length, 3u);
+    EXPECT_EQ(profile, std::vector<unsigned char>(16, 0x5A));
+    EXPECT_TRUE(arr.Empty());
+}
+
+TEST_F(FeaturesTest, TextAndProfileAnswers) {
+    KV_MFC_MFG mfg{};
+    std::memcpy(mfg.sn, "SN0123456789ABCD", 16); // all 16 characters, no terminator
+    ctrl.answer(KV_DCMD_CTRL_MFC_MFG_GET, FakeAnswer::record(mfg));
+    std::string sn;
+    ASSERT_EQ(a().getCtrlManfactureSno(sn), 0);
+    EXPECT_EQ(sn, "SN0123456789ABCD");
+
+    ctrl.answer(KV_DCMD_CTRL_PSEC_EXPORT_CSR, FakeAnswer::ok(Bytes{'R', 'E', 'Q', 0, 'x'}));
+    unsigned char* out = nullptr;
+    unsigned int length = 0;
+    ASSERT_EQ(a().exportCSR(&out, &length), 0);
+    EXPECT_EQ(length, 3u);
+    EXPECT_EQ(Bytes(out, out + 3), (Bytes{'R', 'E', 'Q'}));
+    delete[] out;
+
+    ctrl.answer(KV_DCMD_CTRL_PROFILE_LIST_GET, FakeAnswer::ok(Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    std::vector<unsigned char> profile(12, 0);
+    ASSERT_EQ(a().getProfileData(profile.data(), 12), 0);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROFILE_LIST_GET)->callerLength, 12u);
+    EXPECT_EQ(profile, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 0, 0}));
+
+    ctrl.answer(KV_DCMD_CTRL_SSC_FLUSH_STATUS, FakeAnswer::ok(le32(2)));
+    json::Array flush;
+    ASSERT_EQ(a().showSSCDFlush(flush), 0);
+    ASSERT_EQ(flush.Size(), 1u);
+    EXPECT_TRUE(*flush.At(0) == json::UnknownElement(json::Number(2)));
+
+    json::Array diag;
+    ASSERT_EQ(a().startDiag(0x5u, &diag), 0);
+    ASSERT_EQ(diag.Size(), 2u);
+    json::Object second;
+    second["Test"] = json::Number(2);
+    second["Status"] = json::String("Started");
+    EXPECT_TRUE(*diag.At(1) == json::UnknownElement(second));
+}
+
+TEST_F(FeaturesTest, NvmeRepairWithoutControllerLogsWhy) {
+    AdapterDataKvi orphan(nullptr, nullptr);
+    EXPECT_EQ(orphan.sendNVMeRepairRequest(1), -1);
+    EXPECT_TRUE(log.contains(
+        "Exiting AdapterDataKvi::sendNVMeRepairRequest as controller pointer is not valid"));
+}
+
+// ---------------------------------------------------------------------------
+// The walk: every feature operation does its work. A placeholder answers without a request;
+// here each operation must send its own request (or load its record), except the one
+// documented fixed answer that needs none.
+
+enum class Does { Sends, FromRecord, Fixed };
+
+struct WalkRow {
+    const char* name;
+    Does does;
+    std::uint32_t opcode; // the request it sends, or the loader's request
+    std::function<int(AdapterDataKvi&)> call;
+};
+
+std::vector<WalkRow> walkRows() {
+    static unsigned char uc;
+    static unsigned short us;
+    static unsigned int ui;
+    static bool b;
+    static unsigned long long ull;
+    static unsigned char* bytes;
+    static unsigned int len;
+    static KV_LD_BITMAP map;
+    static KV_CTRL_INFO info;
+    static KV_CTRL_PERSONALITY_INFO pers;
+    static std::string text;
+    static unsigned char buf[16];
+    static const unsigned char data[4] = {1, 2, 3, 4};
+#define BYTES(expr)                                                                                \
+    [](AdapterDataKvi& a) {                                                                        \
+        bytes = nullptr;                                                                           \
+        const int rc = (expr);                                                                     \
+        delete[] bytes;                                                                            \
+        return rc;                                                                                 \
+    }
+    // clang-format off
+    return {
+        {"getDPMCfg", Does::Sends, KV_DCMD_DPM_GET_CFG, BYTES(a.getDPMCfg(&bytes, &len))},
+        {"setDPMState", Does::Sends, KV_DCMD_DPM_CTRL, [](AdapterDataKvi& a) { return a.setDPMState(1, 2); }},
+        {"isExtMfgVPDFlashSupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isExtMfgVPDFlashSupported(&b); }},
+        {"getProfileData", Does::Sends, KV_DCMD_CTRL_PROFILE_LIST_GET, [](AdapterDataKvi& a) { return a.getProfileData(buf, 16); }},
+        {"getProfileMgmtSupport", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getProfileMgmtSupport(&uc); }},
+        {"showSSCDFlush", Does::Sends, KV_DCMD_CTRL_SSC_FLUSH_STATUS, [](AdapterDataKvi& a) { json::Array x; return a.showSSCDFlush(x); }},
+        {"startDiagPhyLoopBackTest", Does::Sends, KV_DCMD_CTRL_DIAG_PHY_LOOPBACK, [](AdapterDataKvi& a) { json::Array x; return a.startDiagPhyLoopBackTest(0, &x, &b); }},
+        {"startDiag", Does::Sends, KV_DCMD_CTRL_DIAG_SELF_CHECK, [](AdapterDataKvi& a) { json::Array x; return a.startDiag(1, &x); }},
+        {"readManufacturingPage", Does::Sends, KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, BYTES(a.readManufacturingPage(0, &bytes, &len))},
+        {"writeManufacturingPage", Does::Sends, KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, [](AdapterDataKvi& a) { return a.writeManufacturingPage(0, data, 4); }},
+        {"getConfigPageGeneric", Does::Sends, KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, BYTES(a.getConfigPageGeneric(1, 0, 0, &bytes, &len))},
+        {"getConfigPageInfo", Does::Sends, KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, BYTES(a.getConfigPageInfo(1, 0, 0, &bytes, &len))},
+        {"getConfigPageInfoMPI2", Does::Sends, KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, BYTES(a.getConfigPageInfoMPI2(1, 0, 0, &bytes, &len))},
+        {"getMaxLdPerArray", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getMaxLdPerArray(&uc); }},
+        {"getPreservedCacheVDBits", Does::Sends, KV_DCMD_LD_GET_PINNED_LIST, [](AdapterDataKvi& a) { return a.getPreservedCacheVDBits(&ull); }},
+        {"getPreservedCacheVDBitsExt", Does::Sends, KV_DCMD_LD_GET_PINNED_LIST, [](AdapterDataKvi& a) { return a.getPreservedCacheVDBitsExt(&map); }},
+        {"clearPreservedCacheData", Does::Sends, KV_DCMD_LD_DISCARD_PINNED, [](AdapterDataKvi& a) { return a.clearPreservedCacheData(0); }},
+        {"isAutoSnapshotSupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isAutoSnapshotSupported(&b); }},
+        {"isSnapshotSupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isSnapshotSupported(&uc); }},
+        {"getSnapshotState", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getSnapshotState(&ui); }},
+        {"sscForceFlush", Does::Sends, KV_DCMD_CTRL_CACHE_FLUSH, [](AdapterDataKvi& a) { return a.sscForceFlush(0, false); }},
+        {"isPISupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isPISupported(&b); }},
+        {"isBreakMirrorSupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isBreakMirrorSupported(&b); }},
+        {"isCpldSupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isCpldSupported(); }},
+        {"getPerfMode", Does::FromRecord, KV_DCMD_CTRL_PROPERTIES_GET, [](AdapterDataKvi& a) { return a.getPerfMode(&uc); }},
+        {"isCbsupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isCbsupported(&b); }},
+        {"getControllerInfo", Does::Sends, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getControllerInfo(&info); }},
+        {"getSscdTargetIds", Does::Sends, KV_DCMD_LD_SSCD_GET_LDS, [](AdapterDataKvi& a) { ArrayList<unsigned char> l; return a.getSscdTargetIds(&l, 0); }},
+        {"setSscdTargetIds", Does::Sends, KV_DCMD_LD_SSCD_SET_LDS, [](AdapterDataKvi& a) { ArrayList<unsigned char> l; l.add(1); return a.setSscdTargetIds(&l); }},
+        {"getIOVPrivateInfo", Does::Sends, KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET, BYTES(a.getIOVPrivateInfo(&bytes, &len))},
+        {"downgrade", Does::Sends, KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV, [](AdapterDataKvi& a) { return a.downgrade(); }},
+        {"getAutoConfigParam", Does::Sends, KV_DCMD_CFG_AUTOCFG, [](AdapterDataKvi& a) { return a.getAutoConfigParam(&uc, 0, 0); }},
+        {"setAutoConfigParam", Does::Sends, KV_DCMD_CFG_AUTOCFG, [](AdapterDataKvi& a) { return a.setAutoConfigParam(0); }},
+        {"getAutoPDCache", Does::Sends, KV_DCMD_CFG_AUTOCFG, [](AdapterDataKvi& a) { return a.getAutoPDCache(&uc); }},
+        {"setAutoPDCache", Does::Sends, KV_DCMD_CFG_AUTOCFG, [](AdapterDataKvi& a) { return a.setAutoPDCache(0); }},
+        {"getCtrlManfactureSno", Does::Sends, KV_DCMD_CTRL_MFC_MFG_GET, [](AdapterDataKvi& a) { return a.getCtrlManfactureSno(text); }},
+        {"getPortCount", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getPortCount(&uc); }},
+        {"getVdCount", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getVdCount(&us); }},
+        {"setAllCopyback", Does::FromRecord, KV_DCMD_CTRL_PROPERTIES_GET, [](AdapterDataKvi& a) { return a.setAllCopyback(1); }},
+        {"getMemScrubPatterns", Does::Sends, KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, BYTES(a.getMemScrubPatterns(&bytes, &len))},
+        {"setMemScrubPattern", Does::Sends, KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET, [](AdapterDataKvi& a) { return a.setMemScrubPattern(0, 0); }},
+        {"getLDSpanList", Does::Sends, KV_DCMD_LD_GET_SPAN_LIST, BYTES(a.getLDSpanList(&bytes, &len))},
+        {"isCtrlOstraQuorvex", Does::Fixed, 0, [](AdapterDataKvi& a) { return a.isCtrlOstraQuorvex(); }},
+        {"getControllerHA", Does::Sends, KV_DCMD_CTRL_CONTROL_HA_MODE_GET, [](AdapterDataKvi& a) { return a.getControllerHA(&uc); }},
+        {"setControllerHA", Does::Sends, KV_DCMD_CTRL_CONTROL_HA_MODE_SET, [](AdapterDataKvi& a) { return a.setControllerHA(0); }},
+        {"getMaintenanceMode", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.getMaintenanceMode(&uc); }},
+        {"setMaintenanceMode", Does::Sends, KV_DCMD_CTRL_MAINTENANCE_MODE_SET, [](AdapterDataKvi& a) { return a.setMaintenanceMode(0); }},
+        {"getPersonality", Does::Sends, KV_DCMD_CTRL_PERSONALITY_GET, [](AdapterDataKvi& a) { return a.getPersonality(&pers); }},
+        {"isJBODPersonalitysupported", Does::Sends, KV_DCMD_CTRL_PERSONALITY_GET, [](AdapterDataKvi& a) { return a.isJBODPersonalitysupported(&b); }},
+        {"isSDSsupported", Does::Sends, KV_DCMD_CTRL_PERSONALITY_GET, [](AdapterDataKvi& a) { return a.isSDSsupported(&b); }},
+        {"setPersonality(p)", Does::Sends, KV_DCMD_CTRL_PERSONALITY_SET, [](AdapterDataKvi& a) { return a.setPersonality(1); }},
+        {"setPersonality(p,q)", Does::Sends, KV_DCMD_CTRL_PERSONALITY_SET, [](AdapterDataKvi& a) { return a.setPersonality(1, 0); }},
+        {"getSnapDumpInfo", Does::Sends, KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES, BYTES(a.getSnapDumpInfo(&bytes, &len))},
+        {"setSnapDumpInfo", Does::Sends, KV_DCMD_CTRL_SNAPDUMP_SET_PROPERTIES, [](AdapterDataKvi& a) { return a.setSnapDumpInfo(data, 4); }},
+        {"getSnapDumpHDR", Does::Sends, KV_DCMD_CTRL_SNAPDUMP_GET, BYTES(a.getSnapDumpHDR(&bytes, &len))},
+        {"getSnapDumpData", Does::Sends, KV_DCMD_CTRL_SNAPDUMP_GET, BYTES((len = 16, a.getSnapDumpData(0, 0, &bytes, &len)))},
+        {"getNVMEErrorList", Does::Sends, KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST, BYTES(a.getNVMEErrorList(&bytes, &len))},
+        {"sendNVMeRepairRequest", Does::Sends, KV_DCMD_PCIE_NVME_REPAIR, [](AdapterDataKvi& a) { return a.sendNVMeRepairRequest(0); }},
+        {"getMfgExtPage", Does::Sends, KV_DCMD_CTRL_CONFIG_PAGE_GET, BYTES(a.getMfgExtPage(0, &bytes, &len))},
+        {"getSecurityPage0", Does::Sends, KV_DCMD_CTRL_CONFIG_PAGE_GET, BYTES(a.getSecurityPage0(&bytes, &len))},
+        {"exportCSR", Does::Sends, KV_DCMD_CTRL_PSEC_EXPORT_CSR, BYTES(a.exportCSR(&bytes, &len))},
+        {"importCSR", Does::Sends, KV_DCMD_CTRL_PSEC_IMPORT_CER, [](AdapterDataKvi& a) { return a.importCSR(data, 4); }},
+        {"setInvalidateSlot", Does::Sends, KV_DCMD_CTRL_PSEC_SLOT_MGMT, [](AdapterDataKvi& a) { return a.setInvalidateSlot(0); }},
+        {"getOOBInfo", Does::Sends, KV_DCMD_OOB_METHOD_GET, BYTES(a.getOOBInfo(0, &bytes, &len))},
+        {"setOOBInfo", Does::Sends, KV_DCMD_OOB_METHOD_SET, [](AdapterDataKvi& a) { return a.setOOBInfo(data, 4); }},
+        {"setFirmwareDebug", Does::Sends, KV_DCMD_CTRL_SET_DEBUG_ATTRIBUTES, [](AdapterDataKvi& a) { return a.setFirmwareDebug(data, 4); }},
+        {"GetExpanderNumPhy", Does::Sends, 0, [](AdapterDataKvi& a) { return a.GetExpanderNumPhy(1, &uc); }},
+        {"isNvmeErrorDeviceConnectorIndexSupported", Does::FromRecord, KV_DCMD_CTRL_GET_INFO, [](AdapterDataKvi& a) { return a.isNvmeErrorDeviceConnectorIndexSupported(); }},
+    };
+    // clang-format on
+#undef BYTES
+}
+
+TEST_F(FeaturesTest, WalkFindsNoPlaceholder) {
+    const auto rows = walkRows();
+    EXPECT_EQ(rows.size(), 68u); // every operation of the feature family, both setPersonality forms
+    for (const WalkRow& row : rows) {
+        SCOPED_TRACE(row.name);
+        reset();
+        Bytes smp(64, 0);
+        smp[0] = 0x41;
+        ctrl.backend().answerSmp(FakeAnswer::ok(smp));
+        const int rc = row.call(a());
+        EXPECT_EQ(rc, 0);
+        switch (row.does) {
+        case Does::Sends:
+            if (row.opcode == 0) {
+                ASSERT_NE(ctrl.lastRequest(), nullptr);
+                EXPECT_EQ(ctrl.lastRequest()->kind, RequestKind::Smp);
+            } else {
+                EXPECT_GE(ctrl.count(row.opcode), 1u);
+            }
+            break;
+        case Does::FromRecord:
+            EXPECT_EQ(ctrl.count(row.opcode), 1u);
+            break;
+        case Does::Fixed:
+            EXPECT_TRUE(ctrl.requests().empty());
+            break;
+        }
+        // Every operation logs its entry line under its own name.
+        const std::string name(row.name);
+        const std::string op = name.substr(0, name.find('('));
+        EXPECT_TRUE(log.contains("Entering AdapterDataKvi::" + op));
+    }
+}
+
+} // namespace

@@ -1,0 +1,260 @@
+// Identity and version strings: the component search over the controller information's image
+// table (prefix match, first match wins, a firmware count larger than the record), the backup
+// image's package version, the plain text and size fields, and failures.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+
+constexpr int kFail = 0x2D;
+constexpr std::size_t kInfoSize = 2464;
+constexpr std::size_t kCompCount = 180; // imageComponentCount
+constexpr std::size_t kComps = 184;     // imageComponent[0]
+constexpr std::size_t kCompSize = 72;
+
+void putText(Bytes& b, std::size_t at, const std::string& text) {
+    std::memcpy(b.data() + at, text.data(), text.size());
+}
+
+// Controller information with components (name, version) at their table positions.
+Bytes info(std::uint32_t count, const std::vector<std::pair<std::string, std::string>>& comps) {
+    Bytes b(kInfoSize, 0);
+    std::memcpy(b.data() + kCompCount, &count, 4);
+    for (std::size_t i = 0; i < comps.size(); ++i) {
+        putText(b, kComps + i * kCompSize, comps[i].first);
+        putText(b, kComps + i * kCompSize + 8, comps[i].second);
+    }
+    return b;
+}
+
+// An image component list as the firmware sends it: head (size, count) and 72-byte entries.
+Bytes flashList(const std::vector<std::pair<std::string, std::string>>& comps) {
+    Bytes b(8 + std::max<std::size_t>(comps.size(), 1) * kCompSize, 0);
+    const auto count = static_cast<std::uint32_t>(comps.size());
+    const std::uint32_t size = count * kCompSize;
+    std::memcpy(b.data(), &size, 4);
+    std::memcpy(b.data() + 4, &count, 4);
+    for (std::size_t i = 0; i < comps.size(); ++i) {
+        putText(b, 8 + i * kCompSize, comps[i].first);
+        putText(b, 16 + i * kCompSize, comps[i].second);
+    }
+    return b;
+}
+
+class IdentityTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    kvitest::LogCapture log;
+    AdapterDataKvi& a() { return *obj; }
+
+    void reset(const Bytes& ctrlInfo) {
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.clear();
+        ctrl.backend().clearScript();
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo));
+        log.clear();
+    }
+};
+
+using SearchFn = int (AdapterDataKvi::*)(std::string&);
+
+struct Search {
+    const char* name;
+    SearchFn fn;
+    const char* key;
+};
+
+const Search kSearches[] = {
+    {"getFwVersion", &AdapterDataKvi::getFwVersion, "APP"},
+    {"getBIOSVersion", &AdapterDataKvi::getBIOSVersion, "BIOS"},
+    {"getBootBlkVersion", &AdapterDataKvi::getBootBlkVersion, "BTBL"},
+};
+
+TEST_F(IdentityTest, ComponentSearchMatchesTheKeyAsAPrefixAndTakesTheFirst) {
+    for (const Search& s : kSearches) {
+        SCOPED_TRACE(s.name);
+        const std::string key = s.key;
+        const std::string shortKey = key.substr(0, key.size() - 1);
+        // A name of only part of the key does not match; a longer name does; the first wins.
+        reset(info(4,
+                   {{shortKey, "no"}, {"OTHER", "no"}, {key + "X", "5.1.0-0042"}, {key, "later"}}));
+        std::string out = "old";
+        EXPECT_EQ((a().*s.fn)(out), 0);
+        EXPECT_EQ(out, "5.1.0-0042");
+        EXPECT_TRUE(
+            log.contains(std::string("Exiting AdapterDataKvi::") + s.name + " retCode = 0"));
+
+        // Only `count` entries are searched.
+        reset(info(2, {{"OTHER", "no"}, {"OTHER", "no"}, {key, "hidden"}}));
+        out = "old";
+        EXPECT_EQ((a().*s.fn)(out), -1);
+        EXPECT_EQ(out, "old");
+        EXPECT_TRUE(
+            log.contains(std::string("Exiting AdapterDataKvi::") + s.name + " retCode = -1"));
+
+        reset(info(0, {{key, "zero count"}}));
+        EXPECT_EQ((a().*s.fn)(out), -1);
+        EXPECT_EQ(out, "old");
+
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        EXPECT_EQ((a().*s.fn)(out), kFail);
+        EXPECT_EQ(out, "old");
+    }
+}
+
+TEST_F(IdentityTest, ComponentSearchWalksTheFirmwareCountButStaysInTheRecord) {
+    // Entry 30 is the last one the record has room for; the search reaches it by offset even
+    // though the table is declared with eight entries.
+    Bytes b = info(1000, {});
+    for (std::size_t i = 0; i < 30; ++i) {
+        putText(b, kComps + i * kCompSize, "FILL");
+    }
+    putText(b, kComps + 30 * kCompSize, "APP");
+    putText(b, kComps + 30 * kCompSize + 8, "far");
+    reset(b);
+    std::string out;
+    EXPECT_EQ(a().getFwVersion(out), 0);
+    EXPECT_EQ(out, "far");
+    // No match among all the entries the record holds: -1, nothing read beyond it.
+    EXPECT_EQ(a().getBIOSVersion(out), -1);
+}
+
+TEST_F(IdentityTest, VersionTextIsBoundedByItsField) {
+    Bytes b = info(1, {{"APP", std::string(32, 'v')}});
+    putText(b, kComps + 40, "builddate"); // right after the 32-byte version
+    reset(b);
+    std::string out;
+    EXPECT_EQ(a().getFwVersion(out), 0);
+    EXPECT_EQ(out, std::string(32, 'v'));
+}
+
+TEST_F(IdentityTest, PlainFields) {
+    Bytes b(kInfoSize, 0);
+    putText(b, 1344, "Example 16i");
+    putText(b, 1600, "51.20.0-4321");
+    b[1936] = 0x00;
+    b[1937] = 0x02; // maxConfigurableSSCSize 512
+    b[1938] = 0x80;
+    b[1939] = 0x00; // currentSSCsize 128
+    reset(b);
+    std::string name, package;
+    unsigned short maxSsc = 0, curSsc = 0;
+    EXPECT_EQ(a().getProductName(name), 0);
+    EXPECT_EQ(name, "Example 16i");
+    EXPECT_EQ(a().getPackageVersion(package), 0);
+    EXPECT_EQ(package, "51.20.0-4321");
+    EXPECT_EQ(a().getMaxConfigurableSSCSize(&maxSsc), 0);
+    EXPECT_EQ(maxSsc, 512);
+    EXPECT_EQ(a().getCurrentSSCSize(&curSsc), 0);
+    EXPECT_EQ(curSsc, 128);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
+    for (const char* line : {"Exiting AdapterDataKvi::getProductName retCode = 0",
+                             "Exiting AdapterDataKvi::getPackageVersion",
+                             "Exiting AdapterDataKvi::getMaxConfigurableSSCSize retCode = 0",
+                             "Exiting AdapterDataKvi::getCurrentSSCSize"}) {
+        EXPECT_TRUE(log.contains(line)) << line;
+    }
+
+    // A product name filling its whole field is bounded by it.
+    Bytes full(kInfoSize, 0);
+    putText(full, 1344, std::string(80, 'N'));
+    putText(full, 1424, "SERIAL");
+    reset(full);
+    EXPECT_EQ(a().getProductName(name), 0);
+    EXPECT_EQ(name, std::string(80, 'N'));
+
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
+    obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    name = "keep";
+    maxSsc = 7;
+    EXPECT_EQ(a().getProductName(name), kFail);
+    EXPECT_EQ(a().getPackageVersion(name), kFail);
+    EXPECT_EQ(a().getMaxConfigurableSSCSize(&maxSsc), kFail);
+    EXPECT_EQ(a().getCurrentSSCSize(&maxSsc), kFail);
+    EXPECT_EQ(name, "keep");
+    EXPECT_EQ(maxSsc, 7);
+}
+
+// ---------------------------------------------------------------------------
+// Backup image package version
+
+class BackupVersionTest : public IdentityTest {
+protected:
+    void serve(bool dualImage, const std::vector<std::pair<std::string, std::string>>& backup) {
+        Bytes b(kInfoSize, 0);
+        b[2045] = dualImage ? 0x02 : 0x00; // adapterOperations4.supportDualFWUpdate
+        reset(b);
+        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0,
+                      FakeAnswer::ok(flashList({{"APP", "1"}})));
+        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 1, FakeAnswer::ok(flashList({})));
+        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2, FakeAnswer::ok(flashList(backup)));
+    }
+};
+
+TEST_F(BackupVersionTest, LastPackageEntryWinsAndIsZeroPadded) {
+    serve(true, {{"PACKAGE", "24.1.0-0001"}, {"APP", "x"}, {"PACKAGEX", "24.2.0-0007"}});
+    char out[40];
+    std::memset(out, '#', sizeof out);
+    EXPECT_EQ(a().getlocaleFwVersion(out), 0);
+    EXPECT_STREQ(out, "24.2.0-0007");
+    for (std::size_t i = std::strlen("24.2.0-0007"); i < 32; ++i) {
+        EXPECT_EQ(out[i], 0) << i;
+    }
+    EXPECT_EQ(out[32], '#');                                                   // exactly 32 bytes
+    EXPECT_FALSE(log.contains("Entering AdapterDataKvi::getlocaleFwVersion")); // logs nothing
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 2u);
+}
+
+TEST_F(BackupVersionTest, FullWidthTextIsNotTerminated) {
+    serve(true, {{"PACKAGE", std::string(32, 'p')}});
+    char out[40];
+    std::memset(out, '#', sizeof out);
+    EXPECT_EQ(a().getlocaleFwVersion(out), 0);
+    EXPECT_EQ(std::string(out, 32), std::string(32, 'p'));
+    EXPECT_EQ(out[32], '#');
+}
+
+TEST_F(BackupVersionTest, NoPackageEntryLeavesTheBufferAndAnswersZero) {
+    serve(true, {{"APP", "1"}, {"BIOS", "2"}});
+    char out[32];
+    std::memset(out, '#', sizeof out);
+    EXPECT_EQ(a().getlocaleFwVersion(out), 0);
+    EXPECT_EQ(std::string(out, 32), std::string(32, '#'));
+}
+
+TEST_F(BackupVersionTest, WithoutDualImageSupportThereIsNoBackupList) {
+    serve(false, {{"PACKAGE", "never"}});
+    char out[32] = {};
+    EXPECT_EQ(a().getlocaleFwVersion(out), -1);
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 0u);
+    EXPECT_EQ(a().getlocaleFwVersion(nullptr), -1);
+}
+
+TEST_F(BackupVersionTest, ListReadFailureIsReturned) {
+    serve(true, {{"PACKAGE", "x"}});
+    ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0, FakeAnswer::fail(kFail));
+    char out[32];
+    std::memset(out, '#', sizeof out);
+    EXPECT_EQ(a().getlocaleFwVersion(out), kFail);
+    EXPECT_EQ(out[0], '#');
+}
+
+} // namespace

@@ -1,0 +1,731 @@
+// Controller property accessors: for every setting, the byte and bit it reads and writes in the
+// 64-byte properties record (positions written out here from the record layout, independently
+// of the implementation's table), that a setter leaves every other bit alone and sends nothing
+// until endCtlrPropUpdate, early-return against carry-on behaviour on a failed load, and the
+// members that differ from the family (alarm, key id, host info, flush, factory defaults).
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using Peer = AdapterDataKviPeer;
+
+constexpr int kFailStatus = 0x2D;
+
+// ---------------------------------------------------------------------------
+// The settings, as the record layout places them.
+
+enum class Form { Early, Carry };
+constexpr Form E = Form::Early;
+constexpr Form C = Form::Carry;
+
+using GetFn = int (*)(AdapterDataKvi&, std::uint32_t& inout);
+using SetFn = int (*)(AdapterDataKvi&, std::uint32_t value);
+
+struct SettingRow {
+    const char* get;
+    const char* set;
+    int byte;  // offset in KV_CTRL_PROP; 64 and above: in the extension record
+    int bit;   // first bit within that byte, or -1 for a whole 8- or 16-bit field
+    int width; // bits
+    Form getForm;
+    Form setForm;
+    GetFn getter;
+    SetFn setter;
+};
+
+// Call adapters: the out-value goes in as `inout` (so an untouched value can be seen) and comes
+// back widened; setters take their value by pointer or by value as declared.
+#define GET(op, T)                                                                                 \
+    [](AdapterDataKvi& a, std::uint32_t& io) {                                                     \
+        T v = static_cast<T>(io);                                                                  \
+        const int rc = a.op(&v);                                                                   \
+        io = static_cast<std::uint32_t>(v);                                                        \
+        return rc;                                                                                 \
+    }
+#define SETP(op, T)                                                                                \
+    [](AdapterDataKvi& a, std::uint32_t x) {                                                       \
+        T v = static_cast<T>(x);                                                                   \
+        return a.op(&v);                                                                           \
+    }
+#define SETV(op, T) [](AdapterDataKvi& a, std::uint32_t x) { return a.op(static_cast<T>(x)); }
+
+using UC = unsigned char;
+using US = unsigned short;
+using UI = unsigned int;
+
+// clang-format off
+const SettingRow kRows[] = {
+    {"getRebuildRate", "setRebuildRate", 8, -1, 8, E, C, GET(getRebuildRate, UC), SETP(setRebuildRate, UC)},
+    {"getseqNum", "setseqNum", 0, -1, 16, E, C, GET(getseqNum, US), SETP(setseqNum, US)},
+    {"getpredFailPollInterval", "setpredFailPollInterval", 2, -1, 16, E, C, GET(getpredFailPollInterval, US), SETP(setpredFailPollInterval, US)},
+    {"getintThrottleCount", "setintThrottleCount", 4, -1, 16, E, C, GET(getintThrottleCount, US), SETP(setintThrottleCount, US)},
+    {"getintThrottleTimeUs", "setintThrottleTimeUs", 6, -1, 16, E, C, GET(getintThrottleTimeUs, US), SETP(setintThrottleTimeUs, US)},
+    {"getpatrolReadRate", "setpatrolReadRate", 9, -1, 8, E, C, GET(getpatrolReadRate, UC), SETP(setpatrolReadRate, UC)},
+    {"getbgiRate", "setbgiRate", 10, -1, 8, E, C, GET(getbgiRate, UC), SETP(setbgiRate, UC)},
+    {"getPreventPIImport", "setPreventPIImport", 34, 1, 1, E, C, GET(getPreventPIImport, UC), SETP(setPreventPIImport, UC)},
+    {"getPreventEnablePI", "setPreventEnablePI", 34, 0, 1, E, C, GET(getPreventEnablePI, UC), SETP(setPreventEnablePI, UC)},
+    {"getfailPdOnSmartError", "setfailPdOnSmartError", 34, 7, 1, E, C, GET(getfailPdOnSmartError, UC), SETP(setfailPdOnSmartError, UC)},
+    {"getForceSGPIO", "setForceSGPIO", 34, 5, 1, E, C, GET(getForceSGPIO, UC), SETP(setForceSGPIO, UC)},
+    {"getUseGlobalSparesForEmergency", "setUseGlobalSparesForEmergency", 34, 2, 1, E, C, GET(getUseGlobalSparesForEmergency, UC), SETP(setUseGlobalSparesForEmergency, UC)},
+    {"getUseUnconfGoodForEmergency", "setUseUnconfGoodForEmergency", 34, 3, 1, E, C, GET(getUseUnconfGoodForEmergency, UC), SETP(setUseUnconfGoodForEmergency, UC)},
+    {"getUseEmergencySparesForSMARTer", "setUseEmergencySparesForSMARTer", 34, 4, 1, E, C, GET(getUseEmergencySparesForSMARTer, UC), SETP(setUseEmergencySparesForSMARTer, UC)},
+    {"getFlushWriteVerify", "setFlushWriteVerify", 35, 0, 1, E, E, GET(getFlushWriteVerify, UC), SETV(setFlushWriteVerify, UC)},
+    {"getccRate", "setccRate", 11, -1, 8, E, C, GET(getccRate, UC), SETP(setccRate, UC)},
+    {"getreconRate", "setreconRate", 12, -1, 8, E, C, GET(getreconRate, UC), SETP(setreconRate, UC)},
+    {"getcacheFlushInterval", "setcacheFlushInterval", 13, -1, 8, E, C, GET(getcacheFlushInterval, UC), SETP(setcacheFlushInterval, UC)},
+    {"getspinupDriveCount", "setspinupDriveCount", 14, -1, 8, E, C, GET(getspinupDriveCount, UC), SETP(setspinupDriveCount, UC)},
+    {"getspinupDelay", "setspinupDelay", 15, -1, 8, E, C, GET(getspinupDelay, UC), SETP(setspinupDelay, UC)},
+    {"getclusterState", "setclusterState", 16, -1, 8, E, E, GET(getclusterState, UC), SETV(setclusterState, UC)},
+    {"getBatteryWarningState", "setBatteryWarningState", 20, -1, 8, E, E, GET(getBatteryWarningState, UC), SETV(setBatteryWarningState, UC)},
+    {"getEccBucketSize", "setEccBucketSize", 21, -1, 8, E, E, GET(getEccBucketSize, UC), SETV(setEccBucketSize, UC)},
+    {"getEccBucketLeakRate", "setEccBucketLeakRate", 22, -1, 16, E, E, GET(getEccBucketLeakRate, US), SETV(setEccBucketLeakRate, US)},
+    {"getAbortCCOnError", "setAbortCCOnError", 28, -1, 8, E, E, GET(getAbortCCOnError, UC), SETV(setAbortCCOnError, UC)},
+    {"getcoercionMode", "setcoercionMode", 17, -1, 8, E, C, GET(getcoercionMode, UC), SETP(setcoercionMode, UC)},
+    {"getautoRbldState", "setautoRbldState", 19, -1, 8, C, C, GET(getautoRbldState, UC), SETP(setautoRbldState, UC)},
+    {"getCopyBackState", "setCopyBackState", 32, 0, 1, C, C, GET(getCopyBackState, UI), SETP(setCopyBackState, UI)},
+    {"getJBODState", "setJBODState", 33, 5, 1, C, C, GET(getJBODState, UI), SETP(setJBODState, UI)},
+    {"getCacheBypassState", "setCacheBypassState", 33, 6, 1, C, C, GET(getCacheBypassState, UI), SETP(setCacheBypassState, UI)},
+    {"getSMARTCopyBackState", "setSMARTCopyBackState", 32, 1, 1, C, C, GET(getSMARTCopyBackState, UI), SETP(setSMARTCopyBackState, UI)},
+    {"getSSDSMARTCopyBackState", "setSSDSMARTCopyBackState", 32, 5, 1, C, C, GET(getSSDSMARTCopyBackState, UI), SETP(setSSDSMARTCopyBackState, UI)},
+    {"getEnableSpinDnUnconfState", "setEnableSpinDnUnconfState", 32, 7, 1, C, C, GET(getEnableSpinDnUnconfState, UI), SETV(setEnableSpinDnUnconfState, UI)},
+    {"getDisableSpinDnHSState", "setDisableSpinDnHSState", 33, 4, 1, C, C, GET(getDisableSpinDnHSState, UI), SETV(setDisableSpinDnHSState, UI)},
+    {"getSpinDownTime", "setSpinDownTime", 38, -1, 16, C, C, GET(getSpinDownTime, US), SETV(setSpinDownTime, US)},
+    {"getLoadBalanceState", "setLoadBalanceState", 29, -1, 8, C, C, GET(getLoadBalanceState, UI), SETP(setLoadBalanceState, UI)},
+    {"getNCQState", "setNCQState", 32, 4, 1, C, C, GET(getNCQState, UI), SETV(setNCQState, UI)},
+    {"getMaintPDFailHistState", "setMaintPDFailHistState", 26, -1, 8, C, C, GET(getMaintPDFailHistState, UC), SETP(setMaintPDFailHistState, UC)},
+    {"getExposeEnclDevicesState", "setExposeEnclDevicesState", 25, -1, 8, C, C, GET(getExposeEnclDevicesState, UC), SETP(setExposeEnclDevicesState, UC)},
+    {"getAutoEnhancedImportState", "setAutoEnhancedImportState", 33, 0, 1, C, C, GET(getAutoEnhancedImportState, UI), SETV(setAutoEnhancedImportState, UI)},
+    {"getUseFDEOnlyEncrypt", "setUseFDEOnlyEncrypt", 32, 3, 1, C, C, GET(getUseFDEOnlyEncrypt, UI), SETP(setUseFDEOnlyEncrypt, UI)},
+    {"getPrCorrectUncfgdAreas", "setPrCorrectUncfgdAreas", 32, 2, 1, C, C, GET(getPrCorrectUncfgdAreas, UI), SETP(setPrCorrectUncfgdAreas, UI)},
+    {"getSSDPatrolReadState", "setSSDPatrolReadState", 32, 6, 1, C, C, GET(getSSDPatrolReadState, UC), SETV(setSSDPatrolReadState, UC)},
+    {"getRestoreHotSpareOnInsertState", "setRestoreHotSpareOnInsertState", 24, -1, 8, C, C, GET(getRestoreHotSpareOnInsertState, UC), SETV(setRestoreHotSpareOnInsertState, UC)},
+    {"getOnlineCtrlResetState", "setOnlineCtrlResetState", 33, 2, 1, C, C, GET(getOnlineCtrlResetState, UC), SETV(setOnlineCtrlResetState, UC)},
+    {"getSesMultiPathConfig", "setSesMultiPathConfig", 36, 2, 1, E, E, GET(getSesMultiPathConfig, UC), SETV(setSesMultiPathConfig, UC)},
+    {"getBootWithPinnedCacheState", "setBootWithPinnedCacheState", 33, 3, 1, C, C, GET(getBootWithPinnedCacheState, UC), SETV(setBootWithPinnedCacheState, UC)},
+    {"getImmediateIO", "setImmediateIO", 35, 1, 1, E, E, GET(getImmediateIO, UC), SETV(setImmediateIO, UC)},
+    {"getDriveActivityLED", "setDriveActivityLED", 35, 6, 1, E, E, GET(getDriveActivityLED, UC), SETV(setDriveActivityLED, UC)},
+    {"getLargeIOSupport", "setLargeIOSupport", 36, 0, 1, E, E, GET(getLargeIOSupport, UC), SETV(setLargeIOSupport, UC)},
+    {"getautoDetectBackPlaneState", "setautoDetectBackPlaneState", 30, -1, 8, C, C, GET(getautoDetectBackPlaneState, UC), SETP(setautoDetectBackPlaneState, UC)},
+    {"getDefaultSnapshotSpace", "setDefaultSnapshotSpace", 31, -1, 8, C, C, GET(getDefaultSnapshotSpace, UC), SETV(setDefaultSnapshotSpace, UC)},
+    {"getDefaultViewSpace", "setDefaultViewSpace", 36, -1, 8, C, C, GET(getDefaultViewSpace, UC), SETV(setDefaultViewSpace, UC)},
+    {"getAutoSnapshotSpace", "setAutoSnapshotSpace", 36, -1, 8, C, C, GET(getAutoSnapshotSpace, UC), SETV(setAutoSnapshotSpace, UC)},
+    {"isDiskActivityUsedForLocate", "setUseDiskActivityForLocate", 33, 7, 1, C, C, GET(isDiskActivityUsedForLocate, UC), SETV(setUseDiskActivityForLocate, UC)},
+    {"getConfigAutoBalance", "setConfigAutoBalance", 34, 6, 1, C, C, GET(getConfigAutoBalance, UI), SETV(setConfigAutoBalance, UI)},
+    {"getDefaultLDPSPolicy", "setDefaultLDPSPolicy", 40, -1, 8, C, C, GET(getDefaultLDPSPolicy, UC), SETV(setDefaultLDPSPolicy, UC)},
+    {"getDisableLDPSInterval", "setDisableLDPSInterval", 41, -1, 8, C, C, GET(getDisableLDPSInterval, UC), SETV(setDisableLDPSInterval, UC)},
+    {"getDisableLdPsTime", "setDisableLdPsTime", 42, -1, 16, C, C, GET(getDisableLdPsTime, US), SETV(setDisableLdPsTime, US)},
+    {"getSpinUpEncDrvCnt", "setSpinUpEncDrvCnt", 44, -1, 8, C, C, GET(getSpinUpEncDrvCnt, UC), SETV(setSpinUpEncDrvCnt, UC)},
+    {"getSpinUpEncDelay", "setSpinUpEncDelay", 45, -1, 8, C, C, GET(getSpinUpEncDelay, UC), SETV(setSpinUpEncDelay, UC)},
+    {"getLDRestriction", "setLDRestriction", 35, 3, 1, E, E,
+     [](AdapterDataKvi& a, std::uint32_t& io) { bool v = io != 0; const int rc = a.getLDRestriction(v); io = v; return rc; },
+     SETV(setLDRestriction, bool)},
+    {"getFwBootTypeMode", "setFwBootTypeMode", 36, 3, 1, E, E, GET(getFwBootTypeMode, UC), SETV(setFwBootTypeMode, UC)},
+    {"getDisableSESMonitoring", "setDisableSESMonitoring", 35, 7, 1, E, E, GET(getDisableSESMonitoring, UC), SETV(setDisableSESMonitoring, UC)},
+    {"getLimitMaxRateSATA3G", "setLimitMaxRateSATA3G", 35, 5, 1, E, E, GET(getLimitMaxRateSATA3G, UC), SETV(setLimitMaxRateSATA3G, UC)},
+    {"getHDDThermalPollInterval", "setHDDThermalPollInterval", 56, -1, 16, E, E, GET(getHDDThermalPollInterval, US), SETP(setHDDThermalPollInterval, US)},
+    {"getSSDThermalPollInterval", "setSSDThermalPollInterval", 58, -1, 16, E, E, GET(getSSDThermalPollInterval, US), SETP(setSSDThermalPollInterval, US)},
+    {"getJbodWriteCache", "setJbodWriteCache", 60, -1, 8, E, E, GET(getJbodWriteCache, UC), SETP(setJbodWriteCache, UC)},
+    {"getPDDgdDetectionType", "setPDDgdDetectionType", 61, 0, 2, C, E, GET(getPDDgdDetectionType, UC), SETV(setPDDgdDetectionType, UC)},
+    {"getPDDgdCorrectiveAction", "setPDDgdCorrectiveAction", 61, 2, 1, E, E, GET(getPDDgdCorrectiveAction, UC), SETV(setPDDgdCorrectiveAction, UC)},
+    {"getPDDgdErrorThreshold", "setPDDgdErrorThreshold", 61, 4, 2, E, E, GET(getPDDgdErrorThreshold, UC), SETV(setPDDgdErrorThreshold, UC)},
+    {"getLargeQDepth", "setLargeQDepth", 36, 1, 1, E, E, GET(getLargeQDepth, UC), SETV(setLargeQDepth, UC)},
+    {"getEnableSnapDump", "setEnableSnapDump", 36, 4, 1, E, E, GET(getEnableSnapDump, UC), SETV(setEnableSnapDump, UC)},
+    {"getScsiUnmap", "setScsiUnmap", 36, 5, 1, E, E, GET(getScsiUnmap, UC), SETV(setScsiUnmap, UC)},
+    {"getFirmwareBasedDeviceOrdering", "setFirmwareBasedDeviceOrdering", 36, 6, 1, E, E, GET(getFirmwareBasedDeviceOrdering, UC), SETV(setFirmwareBasedDeviceOrdering, UC)},
+    {"getPredFailDAInterval", "setPredFailDAInterval", 64, -1, 16, E, E, GET(getPredFailDAInterval, US), SETV(setPredFailDAInterval, US)},
+    {"getParityReadCacheByPass", "setParityReadCacheByPass", 36, 7, 1, E, E, GET(getParityReadCacheByPass, bool), SETV(setParityReadCacheByPass, bool)},
+};
+// clang-format on
+static_assert(sizeof(kRows) / sizeof(kRows[0]) == 77, "77 getter/setter pairs");
+
+bool isExt(const SettingRow& r) {
+    return r.byte >= 64;
+}
+
+void putField(Bytes& rec, const SettingRow& r, std::uint32_t v) {
+    if (r.bit < 0) {
+        rec[r.byte] = static_cast<std::uint8_t>(v);
+        if (r.width == 16) {
+            rec[r.byte + 1] = static_cast<std::uint8_t>(v >> 8);
+        }
+        return;
+    }
+    const unsigned mask = ((1u << r.width) - 1u) << r.bit;
+    rec[r.byte] = static_cast<std::uint8_t>((rec[r.byte] & ~mask) | ((v << r.bit) & mask));
+}
+
+// A recognisable record image in which every bit varies from its neighbours.
+Bytes pattern(std::size_t n) {
+    Bytes b(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        b[i] = static_cast<std::uint8_t>(0x5A + 37 * i);
+    }
+    return b;
+}
+
+KV_CTRL_INFO infoWithExtension(bool ext) {
+    KV_CTRL_INFO info{};
+    info.adapterOperationExt.adapterOperations6.supportCtrlPropExt = ext ? 1 : 0;
+    return info;
+}
+
+bool hasLinePrefix(const kvitest::LogCapture& log, const std::string& prefix) {
+    for (const std::string& t : log.texts()) {
+        if (t.compare(0, prefix.size(), prefix) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+class PropertiesTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+    kvitest::LogCapture log;
+    AdapterDataKvi& a() { return *obj; }
+
+    // Answers the properties read with `prop`, and with `ext` (extension) when given.
+    void serve(const Bytes& prop, const Bytes* ext = nullptr) {
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(infoWithExtension(ext != nullptr)));
+        ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::ok(prop));
+        if (ext != nullptr) {
+            ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::ok(*ext));
+        }
+    }
+    // Serves a record image for row r: the properties, or the extension for the one row that
+    // lives there.
+    void serveFor(const SettingRow& r, const Bytes& image) {
+        if (isExt(r)) {
+            serve(pattern(64), &image);
+        } else {
+            serve(image);
+        }
+    }
+    void reset() {
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.clear();
+        ctrl.backend().clearScript();
+        log.clear();
+    }
+};
+
+// ---------------------------------------------------------------------------
+// The family, row by row
+
+TEST_F(PropertiesTest, EveryGetterReadsItsOwnBitsAndNothingElse) {
+    for (const SettingRow& r : kRows) {
+        SCOPED_TRACE(r.get);
+        const std::size_t size = isExt(r) ? 128 : 64;
+        const std::uint32_t full = r.width == 16 ? 0xBEEFu : (1u << r.width) - 1u;
+        const std::uint32_t expected =
+            std::string(r.get) == "getclusterState" ? 1u : (r.width == 8 ? 0xB7u : full);
+
+        // Only the field set: the getter sees it.
+        reset();
+        Bytes only(size, 0);
+        putField(only, r, r.width == 8 ? 0xB7u : full);
+        serveFor(r, only);
+        std::uint32_t out = 0;
+        EXPECT_EQ(r.getter(a(), out), 0);
+        EXPECT_EQ(out, expected);
+        EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+        EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + r.get));
+        EXPECT_TRUE(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.get));
+
+        // Everything but the field set: the getter sees zero.
+        reset();
+        Bytes allBut(size, 0xFF);
+        putField(allBut, r, 0);
+        serveFor(r, allBut);
+        out = 0x5A;
+        EXPECT_EQ(r.getter(a(), out), 0);
+        EXPECT_EQ(out, 0u);
+    }
+}
+
+TEST_F(PropertiesTest, EverySetterChangesOnlyItsBitsAndSendsNothingUntilTheEndCall) {
+    for (const SettingRow& r : kRows) {
+        if (std::string(r.set) == "setLoadBalanceState") {
+            continue; // inverts; below
+        }
+        SCOPED_TRACE(r.set);
+        // Whole fields take the value as given; switches take bit 0 of it; the two-bit fields
+        // take values of their width.
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> cases; // value, stored
+        if (r.bit < 0) {
+            cases = {{r.width == 16 ? 0xC0DEu : 0xA3u, r.width == 16 ? 0xC0DEu : 0xA3u}, {0, 0}};
+        } else if (r.width == 1 && (std::string(r.set) == "setLDRestriction" ||
+                                    std::string(r.set) == "setParityReadCacheByPass")) {
+            cases = {{1, 1}, {0, 0}}; // a bool argument carries only these
+        } else if (r.width == 1) {
+            cases = {{1, 1}, {0, 0}, {2, 0}, {3, 1}};
+        } else {
+            cases = {{2, 2}, {3, 3}, {0, 0}};
+        }
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.first);
+            reset();
+            const Bytes base = pattern(isExt(r) ? 128 : 64);
+            serveFor(r, base);
+            EXPECT_EQ(r.setter(a(), c.first), 0);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+            EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + r.set));
+            EXPECT_TRUE(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.set));
+
+            // A getter on the same object sees the change before any write-back.
+            std::uint32_t back = 0x5A;
+            EXPECT_EQ(r.getter(a(), back), 0);
+            EXPECT_EQ(back, std::string(r.get) == "getclusterState" ? (c.second != 0 ? 1u : 0u)
+                                                                    : c.second);
+
+            Bytes expected = base;
+            putField(expected, r, c.second);
+            const int end = isExt(r) ? a().endCtlrPropExtUpdate() : a().endCtlrPropUpdate();
+            EXPECT_EQ(end, 0);
+            ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+            const kvitest::FakeRequest* w = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+            EXPECT_EQ(w->sent, expected);
+            EXPECT_EQ(w->mbox[0], isExt(r) ? 1 : 0);
+            EXPECT_EQ(w->length, isExt(r) ? 128u : 64u);
+            // The other record's transaction has nothing to send.
+            EXPECT_EQ(isExt(r) ? a().endCtlrPropUpdate() : a().endCtlrPropExtUpdate(), 0);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+        }
+    }
+}
+
+TEST_F(PropertiesTest, FailedLoadEarlyReturnAgainstCarryOnForEveryMember) {
+    for (const SettingRow& r : kRows) {
+        SCOPED_TRACE(r.get);
+        reset();
+        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
+        std::uint32_t out = 1; // a value no failed getter may overwrite
+        EXPECT_EQ(r.getter(a(), out), kFailStatus);
+        EXPECT_EQ(out, 1u);
+        EXPECT_EQ(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.get),
+                  r.getForm == C);
+
+        SCOPED_TRACE(r.set);
+        reset();
+        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
+        EXPECT_EQ(r.setter(a(), 1), kFailStatus);
+        EXPECT_EQ(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.set),
+                  r.setForm == C);
+        // A carry-on setter raises the change flag all the same, so the write-back finds no
+        // record and refuses; an early one leaves nothing to write.
+        const bool raised = isExt(r) ? Peer::propExtChanged(a()) : Peer::propChanged(a());
+        EXPECT_EQ(raised, r.setForm == C);
+        EXPECT_EQ(a().endCtlrPropUpdate(), r.setForm == C ? -1 : 0);
+        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+    }
+}
+
+TEST_F(PropertiesTest, NullPointersAreRefusedBeforeAnyRequest) {
+    unsigned char* nc = nullptr;
+    unsigned short* ns = nullptr;
+    unsigned int* ni = nullptr;
+    EXPECT_EQ(a().getRebuildRate(nc), -1);
+    EXPECT_EQ(a().setRebuildRate(nc), -1);
+    EXPECT_EQ(a().getseqNum(ns), -1);
+    EXPECT_EQ(a().setHDDThermalPollInterval(ns), -1);
+    EXPECT_EQ(a().getCopyBackState(ni), -1);
+    EXPECT_EQ(a().setLoadBalanceState(ni), -1);
+    EXPECT_EQ(a().getParityReadCacheByPass(nullptr), -1);
+    EXPECT_EQ(a().isJBODSupported(nullptr), -1);
+    EXPECT_EQ(a().getalarmState(nullptr), -1);
+    EXPECT_EQ(a().getHostInfo(nullptr), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+    EXPECT_FALSE(Peer::propChanged(a()));
+}
+
+TEST_F(PropertiesTest, ExitLinesOfTheFamily) {
+    Bytes prop(64, 0);
+    prop[8] = 60;
+    serve(prop);
+    unsigned char rate = 0;
+    ASSERT_EQ(a().getRebuildRate(&rate), 0);
+    EXPECT_TRUE(
+        log.contains("Exiting AdapterDataKvi::getRebuildRate, rebuildRate = 60, retCode = 0"));
+    unsigned int cb = 0;
+    ASSERT_EQ(a().getCopyBackState(&cb), 0);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getCopyBackState retCode = 0"));
+    ASSERT_EQ(a().setEccBucketSize(3), 0);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setEccBucketSize"));
+}
+
+// ---------------------------------------------------------------------------
+// Transactions over several setters
+
+TEST_F(PropertiesTest, SeveralSettersGoOutInOneWrite) {
+    const Bytes base(64, 0);
+    serve(base);
+    unsigned char rate = 255;
+    unsigned int one = 1;
+    ASSERT_EQ(a().beginCtlrPropUpdate(), 0);
+    ASSERT_EQ(a().setRebuildRate(&rate), 0);
+    ASSERT_EQ(a().setCopyBackState(&one), 0);  // byte 32 bit 0
+    ASSERT_EQ(a().setNCQState(1), 0);          // byte 32 bit 4: same byte as the one above
+    ASSERT_EQ(a().setSpinDownTime(0x1234), 0); // bytes 38-39
+    ASSERT_EQ(a().setLargeIOSupport(1), 0);    // byte 36 bit 0
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+    ASSERT_EQ(a().endCtlrPropUpdate(), 0);
+    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+    Bytes expected = base;
+    expected[8] = 255;
+    expected[32] = 0x11;
+    expected[36] = 0x01;
+    expected[38] = 0x34;
+    expected[39] = 0x12;
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, expected);
+    // The flag was cleared: a second end call sends nothing more.
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+    // The properties were read once for all of it.
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
+}
+
+// ---------------------------------------------------------------------------
+// Members that differ from the family
+
+TEST_F(PropertiesTest, LoadBalanceSetterInvertsAndTheGetterDoesNot) {
+    struct Case {
+        unsigned int value;
+        std::uint8_t stored;
+    };
+    for (const Case c : {Case{1, 0}, Case{0, 1}, Case{5, 0x77}}) {
+        SCOPED_TRACE(c.value);
+        reset();
+        Bytes prop(64, 0);
+        prop[29] = 0x77;
+        serve(prop);
+        unsigned int v = c.value;
+        ASSERT_EQ(a().setLoadBalanceState(&v), 0);
+        unsigned int back = 99;
+        ASSERT_EQ(a().getLoadBalanceState(&back), 0);
+        EXPECT_EQ(back, c.stored);
+        // Even a value that changes nothing raises the flag: the whole record goes out.
+        ASSERT_EQ(a().endCtlrPropUpdate(), 0);
+        ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+        Bytes expected = prop;
+        expected[29] = c.stored;
+        EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, expected);
+    }
+}
+
+TEST_F(PropertiesTest, ClusterGetterReportsAnyNonZeroAsOne) {
+    Bytes prop(64, 0);
+    prop[16] = 0x40;
+    serve(prop);
+    unsigned char state = 7;
+    ASSERT_EQ(a().getclusterState(&state), 0);
+    EXPECT_EQ(state, 1);
+}
+
+TEST_F(PropertiesTest, SpaceValuesOverlayTheLowSwitchesOfTheSecondSet) {
+    Bytes prop(64, 0);
+    prop[36] = 0xFF; // every low switch of the second set on
+    prop[37] = 0xA5;
+    serve(prop);
+    ASSERT_EQ(a().setDefaultViewSpace(0), 0);
+    unsigned char largeIo = 9;
+    ASSERT_EQ(a().getLargeIOSupport(&largeIo), 0);
+    EXPECT_EQ(largeIo, 0);
+    unsigned char parity = 9;
+    bool parityBypass = true;
+    ASSERT_EQ(a().getParityReadCacheByPass(&parityBypass), 0);
+    EXPECT_FALSE(parityBypass);
+    ASSERT_EQ(a().setAutoSnapshotSpace(0x12), 0);
+    ASSERT_EQ(a().getDefaultViewSpace(&parity), 0);
+    EXPECT_EQ(parity, 0x12);
+    unsigned char lqd = 0;
+    ASSERT_EQ(a().getLargeQDepth(&lqd), 0); // 0x12 = bits 1 and 4
+    EXPECT_EQ(lqd, 1);
+    ASSERT_EQ(a().endCtlrPropUpdate(), 0);
+    Bytes expected = prop;
+    expected[36] = 0x12;
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, expected);
+}
+
+TEST_F(PropertiesTest, PredFailIntervalNeedsTheExtension) {
+    serve(pattern(64)); // no extension on this controller
+    unsigned short interval = 0x1111;
+    EXPECT_EQ(a().getPredFailDAInterval(&interval), -1);
+    EXPECT_EQ(interval, 0x1111);
+    EXPECT_EQ(a().setPredFailDAInterval(30), -1);
+    EXPECT_FALSE(Peer::propExtChanged(a()));
+    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+}
+
+TEST_F(PropertiesTest, PredFailIntervalBelongsToTheExtensionWriteBack) {
+    const Bytes ext = pattern(128);
+    serve(pattern(64), &ext);
+    ASSERT_EQ(a().setPredFailDAInterval(0x0102), 0);
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
+    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent[64], 0x02);
+    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent[65], 0x01);
+}
+
+TEST_F(PropertiesTest, SecuritySettingsOnlyLoadTheProperties) {
+    serve(pattern(64));
+    unsigned int v = 0xDEAD;
+    EXPECT_EQ(a().getSecurityKeyPerPD(&v), 0);
+    EXPECT_EQ(a().setSecurityKeyPerPD(&v), 0);
+    EXPECT_EQ(a().getSecureAllPDs(&v), 0);
+    EXPECT_EQ(a().setSecureAllPDs(&v), 0);
+    EXPECT_EQ(v, 0xDEADu);
+    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
+
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
+    EXPECT_EQ(a().getSecureAllPDs(&v), kFailStatus);
+    EXPECT_EQ(a().setSecurityKeyPerPD(&v), kFailStatus);
+    EXPECT_FALSE(Peer::propChanged(a()));
+}
+
+// ---------------------------------------------------------------------------
+// Accessors over the controller information and the manufacturing defaults
+
+struct InfoRow {
+    const char* name;
+    int byte; // offset in KV_CTRL_INFO
+    int bit;  // bit within that byte, or -1 for a 16-bit field
+    Form form;
+    GetFn getter;
+};
+
+// clang-format off
+const InfoRow kInfoRows[] = {
+    {"getEccBucketCount", 1524, -1, E, GET(getEccBucketCount, US)},
+    {"getmemUnCorrectableErrorCount", 1494, -1, C, GET(getmemUnCorrectableErrorCount, US)},
+    {"isJBODSupported", 1957, 3, C, GET(isJBODSupported, UI)},               // word 1956, bit 11
+    {"isBlockSSDWriteCacheChange", 1956, 6, E, GET(isBlockSSDWriteCacheChange, bool)},
+    {"getRevertibleHotSparesState", 1505, 2, C, GET(getRevertibleHotSparesState, US)}, // word 1504, bit 10
+    {"isSecurityOnJBODSupported", 2026, 2, E, GET(isSecurityOnJBODSupported, UI)},   // word 2024, bit 18
+    {"isSupportAllowedOpsforDrvRemoval", 2025, 4, E, GET(isSupportAllowedOpsforDrvRemoval, UI)}, // bit 12
+    {"isLargeIOSupported", 2027, 6, E, GET(isLargeIOSupported, UI)},          // word 2024, bit 30
+};
+// clang-format on
+
+TEST_F(PropertiesTest, ControllerInformationAccessorsReadTheirBits) {
+    for (const InfoRow& r : kInfoRows) {
+        SCOPED_TRACE(r.name);
+        for (const bool set : {true, false}) {
+            reset();
+            Bytes info(sizeof(KV_CTRL_INFO), set ? 0 : 0xFF);
+            if (r.bit < 0) {
+                info[r.byte] = set ? 0x34 : 0;
+                info[r.byte + 1] = set ? 0x12 : 0;
+            } else if (set) {
+                info[r.byte] = static_cast<std::uint8_t>(1u << r.bit);
+            } else {
+                info[r.byte] = static_cast<std::uint8_t>(~(1u << r.bit));
+            }
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(info));
+            std::uint32_t out = 0x5A;
+            EXPECT_EQ(r.getter(a(), out), 0);
+            EXPECT_EQ(out, set ? (r.bit < 0 ? 0x1234u : 1u) : 0u);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 0u);
+        }
+        reset();
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFailStatus));
+        std::uint32_t out = 1;
+        EXPECT_EQ(r.getter(a(), out), kFailStatus);
+        EXPECT_EQ(out, 1u);
+        EXPECT_EQ(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.name),
+                  r.form == C);
+    }
+}
+
+TEST_F(PropertiesTest, PowerSavingsPassesTheDisableByteThrough) {
+    Bytes mfc(80, 0);
+    mfc[55] = 1;
+    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::ok(mfc));
+    unsigned char out = 9;
+    ASSERT_EQ(a().isPowerSavingsSupported(&out), 0);
+    EXPECT_EQ(out, 1);
+
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::fail(kFailStatus));
+    out = 9;
+    EXPECT_EQ(a().isPowerSavingsSupported(&out), kFailStatus);
+    EXPECT_EQ(out, 9);
+}
+
+// ---------------------------------------------------------------------------
+// Alarm
+
+TEST_F(PropertiesTest, AlarmStateIsReadDirectly) {
+    struct Case {
+        int status;
+        std::uint8_t byte;
+        int rc;
+        unsigned char state; // 0xEE: untouched
+    };
+    const Case cases[] = {
+        {0, 0, 0, 0},
+        {0, 1, 0, 1},
+        {0, 2, 0, 2},
+        {0, 7, 0, 0xEE},
+        {0x22, 0, 0, 3}, // no alarm hardware
+        {kFailStatus, 1, kFailStatus, 0xEE},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.status << "/" << int(c.byte));
+        reset();
+        FakeAnswer ans = FakeAnswer::ok(Bytes{c.byte});
+        ans.status = c.status;
+        ctrl.answer(KV_DCMD_CTRL_ALARM_GET, ans);
+        unsigned char state = 0xEE;
+        EXPECT_EQ(a().getalarmState(&state), c.rc);
+        EXPECT_EQ(state, c.state);
+        ASSERT_EQ(ctrl.requests().size(), 1u); // no cache is loaded
+        const kvitest::FakeRequest& r = ctrl.requests()[0];
+        EXPECT_EQ(r.opcode, 0x01030100u);
+        EXPECT_EQ(r.mbox, kvitest::Mbox{});
+        EXPECT_EQ(r.callerLength, 0u);
+        EXPECT_GE(r.capacity, 1u);
+        EXPECT_EQ(r.length, 1u);
+    }
+}
+
+TEST_F(PropertiesTest, AlarmSetterPicksItsCommand) {
+    const std::uint32_t opcodes[] = {0x01030300, 0x01030200, 0x01030400};
+    for (unsigned char v = 0; v < 3; ++v) {
+        SCOPED_TRACE(int(v));
+        reset();
+        EXPECT_EQ(a().setalarmState(v), 0);
+        ASSERT_EQ(ctrl.requests().size(), 1u);
+        EXPECT_EQ(ctrl.requests()[0].opcode, opcodes[v]);
+        EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
+        EXPECT_EQ(ctrl.requests()[0].mbox, kvitest::Mbox{});
+    }
+    reset();
+    EXPECT_EQ(a().setalarmState(3), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+}
+
+TEST_F(PropertiesTest, AlarmSetterBringsTheCachedEnableInLineWithoutAWrite) {
+    serve(Bytes(64, 0));
+    ASSERT_EQ(a().beginCtlrPropUpdate(), 0);
+    ASSERT_EQ(a().setalarmState(1), 0);
+    EXPECT_EQ(Peer::prop(a())->alarmEnable, 1);
+    ASSERT_EQ(a().setalarmState(2), 0); // silencing changes nothing cached
+    EXPECT_EQ(Peer::prop(a())->alarmEnable, 1);
+    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+
+    ctrl.answer(KV_DCMD_CTRL_ALARM_DISABLE, FakeAnswer::fail(kFailStatus));
+    EXPECT_EQ(a().setalarmState(0), kFailStatus);
+    EXPECT_EQ(Peer::prop(a())->alarmEnable, 1);
+}
+
+// ---------------------------------------------------------------------------
+// Direct requests
+
+TEST_F(PropertiesTest, FactoryDefaultsAndFlushCache) {
+    EXPECT_EQ(a().setfactoryDefaults(), 0);
+    EXPECT_EQ(a().flushCache(), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    EXPECT_EQ(ctrl.requests()[0].opcode, 0x010D0000u);
+    EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
+    EXPECT_EQ(ctrl.requests()[1].opcode, 0x01101000u);
+    EXPECT_EQ(ctrl.requests()[1].mbox, kvitest::mboxWords(3)); // DDR + disk
+    EXPECT_FALSE(ctrl.requests()[1].callerBuffer);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setfactoryDefaults"));
+
+    ctrl.answer(KV_DCMD_CTRL_CACHE_FLUSH, FakeAnswer::fail(kFailStatus));
+    EXPECT_EQ(a().flushCache(), kFailStatus);
+}
+
+TEST_F(PropertiesTest, HostInfoGivesTheSlotNumber) {
+    Bytes host(64, 0xAB);
+    host[0] = 5;
+    ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET, FakeAnswer::ok(host));
+    unsigned char slot = 0;
+    EXPECT_EQ(a().getHostInfo(&slot), 0);
+    EXPECT_EQ(slot, 5);
+    const kvitest::FakeRequest* r = ctrl.last(0x010C0700);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->length, 64u);
+    EXPECT_EQ(r->capacity, 64u);
+    EXPECT_TRUE(log.texts().empty()); // logs nothing
+
+    ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET, FakeAnswer::fail(kFailStatus));
+    slot = 77;
+    EXPECT_EQ(a().getHostInfo(&slot), kFailStatus);
+    EXPECT_EQ(slot, 77);
+}
+
+TEST_F(PropertiesTest, KeyIdReadAndWrite) {
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET,
+                FakeAnswer::ok(Bytes{'k', 'e', 'y', '-', '7', 0, 'x'}));
+    std::string id = "old";
+    EXPECT_EQ(a().getKeyID(id, 0x42), 0);
+    EXPECT_EQ(id, "key-7");
+    const kvitest::FakeRequest* r = ctrl.last(0x01150301);
+    ASSERT_NE(r, nullptr);
+    kvitest::Mbox mbox{};
+    mbox[0] = 0xFF;
+    mbox[1] = 0xFF;
+    mbox[2] = 0x42;
+    EXPECT_EQ(r->mbox, mbox);
+    EXPECT_EQ(r->length, 256u);
+
+    // A full transfer without a terminator still gives a bounded text.
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, FakeAnswer::ok(Bytes(256, 'z')));
+    EXPECT_EQ(a().getKeyID(id, 0), 0);
+    EXPECT_EQ(id, std::string(256, 'z'));
+
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, FakeAnswer::fail(kFailStatus));
+    EXPECT_EQ(a().getKeyID(id, 0), kFailStatus);
+    EXPECT_EQ(id, std::string(256, 'z'));
+
+    std::string newId = "escrow-1";
+    EXPECT_EQ(a().setKeyID(newId), 0);
+    const kvitest::FakeRequest* w = ctrl.last(0x01150302);
+    ASSERT_NE(w, nullptr);
+    kvitest::Mbox setMbox{};
+    setMbox[0] = 0xFF;
+    setMbox[1] = 0xFF;
+    EXPECT_EQ(w->mbox, setMbox);
+    Bytes sent(256, 0);
+    std::memcpy(sent.data(), newId.data(), newId.size());
+    EXPECT_EQ(w->sent, sent);
+
+    // An identifier without room for its terminator is refused unsent.
+    ctrl.clear();
+    std::string tooLong(256, 'q');
+    EXPECT_EQ(a().setKeyID(tooLong), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+    std::string longest(255, 'q');
+    EXPECT_EQ(a().setKeyID(longest), 0);
+    EXPECT_EQ(ctrl.last(0x01150302)->sent[254], 'q');
+    EXPECT_EQ(ctrl.last(0x01150302)->sent[255], 0);
+}
+
+} // namespace

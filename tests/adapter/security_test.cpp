@@ -1,0 +1,305 @@
+// Drive security keys: the exact bytes of every key request (record sizes 364
+// and 104, field offsets, mailbox byte 0 from the mode), refusal of texts that
+// do not fit, that no key text stays in the object or reaches the debug log,
+// and the key-state queries.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using P = AdapterDataKviPeer;
+
+void put(Bytes& b, std::size_t off, const std::string& text) {
+    std::memcpy(b.data() + off, text.data(), text.size());
+}
+
+class SecurityTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    kvitest::LogCapture log;
+    AdapterDataKvi a{&ctrl, nullptr};
+};
+
+TEST_F(SecurityTest, KeyRequestsCarryExactlyTheirRecords) {
+    std::string pass = "Pass-Phrase#01", secret = "S3cret!", keyId = "key id 7";
+    std::string empty;
+    struct Case {
+        const char* name; // also the operation's name in its entry line
+        std::function<int()> call;
+        std::uint32_t opcode;
+        std::uint8_t b0;
+        Bytes record;
+    };
+    Bytes create(364, 0);
+    put(create, 0, pass);
+    put(create, 36, secret);
+    put(create, 108, keyId);
+    Bytes createPassOnly(364, 0);
+    put(createPassOnly, 0, pass);
+    Bytes escrow(104, 0);
+    put(escrow, 0, pass);
+    const std::vector<Case> cases = {
+        {"createLockKey", [&] { return a.createLockKey(pass, secret, keyId, 0x1203); },
+         KV_DCMD_CTRL_LOCK_KEY_CREATE, 0x03, create},
+        {"createLockKey", [&] { return a.createLockKey(pass, empty, empty, 1); },
+         KV_DCMD_CTRL_LOCK_KEY_CREATE, 0x01, createPassOnly},
+        {"createLockKeyUseEKMS", [&] { return a.createLockKeyUseEKMS(0x205); },
+         KV_DCMD_CTRL_LOCK_KEY_CREATE, 0x05, Bytes(364, 0)},
+        {"rekeyLock", [&] { return a.rekeyLock(pass); }, KV_DCMD_CTRL_LOCK_KEY_REKEY, 0, escrow},
+        {"RekeyLockKeyinEKMS", [&] { return a.RekeyLockKeyinEKMS(); }, KV_DCMD_CTRL_LOCK_KEY_REKEY,
+         0, Bytes(104, 0)},
+        {"lockKeyFromEscrow", [&] { return a.lockKeyFromEscrow(pass); },
+         KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, 0, escrow},
+        {"verifyLockKey", [&] { return a.verifyLockKey(pass, 0x102); },
+         KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, 0x02, escrow},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ctrl.clear();
+        ASSERT_EQ(c.call(), 0);
+        ASSERT_EQ(ctrl.requests().size(), 1u);
+        const auto& r = ctrl.requests()[0];
+        EXPECT_EQ(r.opcode, c.opcode);
+        kvitest::Mbox want{};
+        want[0] = c.b0;
+        EXPECT_EQ(r.mbox, want);
+        EXPECT_EQ(r.callerLength, 0u); // the opcode's standard size
+        EXPECT_EQ(r.capacity, c.record.size());
+        EXPECT_EQ(r.length, c.record.size());
+        EXPECT_EQ(r.direction, kvi::Direction::Write);
+        EXPECT_EQ(r.sent, c.record);
+        EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + c.name));
+    }
+
+    ctrl.clear();
+    EXPECT_EQ(a.destroyLockKey(), 0);
+    ASSERT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(ctrl.requests()[0].opcode, static_cast<std::uint32_t>(KV_DCMD_CTRL_LOCK_KEY_DESTROY));
+    EXPECT_EQ(ctrl.requests()[0].mbox, kvitest::Mbox{});
+    EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
+
+    // Firmware refusals come back unchanged.
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, FakeAnswer::fail(0x87));
+    EXPECT_EQ(a.verifyLockKey(pass, 0), 0x87);
+}
+
+// Texts that do not fit their field (with its NUL), or that carry a NUL of
+// their own, are refused before anything is sent; the limits themselves fit.
+TEST_F(SecurityTest, TextsThatDoNotFitAreRefused) {
+    std::string p32(32, 'p'), p33(33, 'p'), k255(255, 'k'), k256(256, 'k');
+    std::string withNul("ab\0cd", 5), ok = "ok";
+    EXPECT_EQ(a.createLockKey(p33, ok, ok, 0), -1);
+    EXPECT_EQ(a.createLockKey(ok, p33, ok, 0), -1);
+    EXPECT_EQ(a.createLockKey(ok, ok, k256, 0), -1);
+    EXPECT_EQ(a.createLockKey(withNul, ok, ok, 0), -1);
+    EXPECT_EQ(a.createLockKey(ok, ok, withNul, 0), -1);
+    EXPECT_EQ(a.rekeyLock(p33), -1);
+    EXPECT_EQ(a.lockKeyFromEscrow(withNul), -1);
+    EXPECT_EQ(a.verifyLockKey(p33, 1), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
+
+    ASSERT_EQ(a.createLockKey(p32, p32, k255, 0), 0);
+    const Bytes& sent = ctrl.last(KV_DCMD_CTRL_LOCK_KEY_CREATE)->sent;
+    EXPECT_EQ(Bytes(sent.begin(), sent.begin() + 32), Bytes(32, 'p'));
+    EXPECT_EQ(sent[32], 0);
+    EXPECT_EQ(Bytes(sent.begin() + 36, sent.begin() + 68), Bytes(32, 'p'));
+    EXPECT_EQ(sent[68], 0);
+    EXPECT_EQ(Bytes(sent.begin() + 108, sent.begin() + 363), Bytes(255, 'k'));
+    EXPECT_EQ(sent[363], 0);
+}
+
+TEST_F(SecurityTest, SuggestedPassphrase) {
+    KV_CTRL_LOCK_KEY_PASSPHRASE answer{};
+    std::memcpy(answer.passPhrase, "Sugg3sted!Phrase", 16);
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, FakeAnswer::record(answer));
+    std::string out = "old";
+    EXPECT_EQ(a.getSuggestedSecurityKey(out), 0);
+    EXPECT_EQ(out, "Sugg3sted!Phrase");
+    const auto* r = ctrl.last(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE);
+    EXPECT_EQ(r->capacity, 36u);
+    EXPECT_EQ(r->mbox, kvitest::Mbox{});
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getSuggestedSecurityKey"));
+
+    // A reply without a NUL is read only as far as its field.
+    std::memset(answer.passPhrase, 'x', sizeof answer.passPhrase);
+    std::memset(answer.pad, 'y', sizeof answer.pad);
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, FakeAnswer::record(answer));
+    EXPECT_EQ(a.getSuggestedSecurityKey(out), 0);
+    EXPECT_EQ(out, std::string(33, 'x'));
+
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, FakeAnswer::fail(0x0C));
+    out = "kept";
+    EXPECT_EQ(a.getSuggestedSecurityKey(out), 0x0C);
+    EXPECT_EQ(out, "kept");
+}
+
+bool containsText(const void* p, std::size_t n, const std::string& text) {
+    const auto* b = static_cast<const char*>(p);
+    return std::search(b, b + n, text.begin(), text.end()) != b + n;
+}
+
+// After every key operation, the key texts are in no record the object keeps,
+// not in the object itself, and in no log line (logged at every level).
+TEST(SecurityKeys, KeyTextIsLeftNowhere) {
+    kvitest::FakeController ctrl;
+    kvitest::LogCapture log;
+    // The object lives in zeroed storage so that its padding bytes, scanned
+    // below, are defined.
+    struct Destroy {
+        void operator()(AdapterDataKvi* p) const { p->~AdapterDataKvi(); }
+    };
+    alignas(AdapterDataKvi) unsigned char storage[sizeof(AdapterDataKvi)] = {};
+    const std::unique_ptr<AdapterDataKvi, Destroy> holder(new (storage)
+                                                              AdapterDataKvi(&ctrl, nullptr));
+    AdapterDataKvi& a = *holder;
+    std::string pass = "Zq9-unique-PASS", secret = "Wx7-unique-SECRET", keyId = "Kv5-unique-ID";
+    const std::string suggested = "Yt3-unique-SUGGEST";
+    KV_CTRL_LOCK_KEY_PASSPHRASE answer{};
+    std::memcpy(answer.passPhrase, suggested.data(), suggested.size());
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, FakeAnswer::record(answer));
+    // Load every cache the key-state queries use, before and after.
+    bool b = false;
+    unsigned char u8 = 0;
+    ASSERT_EQ(a.isLockKeyAssigned(&b), 0);
+    ASSERT_EQ(a.getbiosEKMStatus(&u8), 0);
+    ASSERT_EQ(a.createLockKey(pass, secret, keyId, 1), 0);
+    ASSERT_EQ(a.rekeyLock(pass), 0);
+    ASSERT_EQ(a.lockKeyFromEscrow(pass), 0);
+    ASSERT_EQ(a.verifyLockKey(pass, 0), 0);
+    std::string out;
+    ASSERT_EQ(a.getSuggestedSecurityKey(out), 0);
+    ASSERT_EQ(a.islockKeyRebootRequired(&b), 0);
+    ASSERT_EQ(out, suggested);
+    // The requests did carry the texts (so the search below is meaningful).
+    EXPECT_TRUE(containsText(ctrl.last(KV_DCMD_CTRL_LOCK_KEY_CREATE)->sent.data(), 364, secret));
+
+    for (const std::string& text : {pass, secret, keyId, suggested}) {
+        SCOPED_TRACE(text);
+        EXPECT_FALSE(containsText(&a, sizeof a, text));
+        EXPECT_FALSE(containsText(P::ctrlInfo(a), sizeof(KV_CTRL_INFO), text));
+        EXPECT_FALSE(containsText(P::biosData(a), sizeof(KV_BIOS_DATA), text));
+        for (const auto& line : log.lines()) {
+            EXPECT_EQ(line.text.find(text), std::string::npos) << line.text;
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Key state
+
+TEST_F(SecurityTest, KeyStateQueries) {
+    struct Case {
+        const char* name;
+        std::size_t byte;
+        std::uint32_t value; // written at `byte`, little-endian, 4 bytes
+        std::function<int(AdapterDataKvi&, unsigned*)> call;
+        unsigned want;
+    };
+    auto boolQuery = [](int (AdapterDataKvi::*op)(bool*)) {
+        return [op](AdapterDataKvi& x, unsigned* out) {
+            bool b = false;
+            const int rc = (x.*op)(&b);
+            *out = b ? 1 : 0;
+            return rc;
+        };
+    };
+    const std::vector<Case> cases = {
+        {"security on", 1504, 1u << 26, boolQuery(&AdapterDataKvi::isSecurityEnabled), 1},
+        {"security off", 1504, ~(1u << 26), boolQuery(&AdapterDataKvi::isSecurityEnabled), 0},
+        {"ekm on", 1504, 1u << 29, boolQuery(&AdapterDataKvi::isEKMSupported), 1},
+        {"ekm off", 1504, ~(1u << 29), boolQuery(&AdapterDataKvi::isEKMSupported), 0},
+        {"assigned", 1528, 1u << 1, boolQuery(&AdapterDataKvi::isLockKeyAssigned), 1},
+        {"not assigned", 1528, 0xFFFDu, boolQuery(&AdapterDataKvi::isLockKeyAssigned), 0},
+        {"failed", 1528, 1u << 2, boolQuery(&AdapterDataKvi::isLockKeyFailed), 1},
+        {"not failed", 1528, 0xFFFBu, boolQuery(&AdapterDataKvi::isLockKeyFailed), 0},
+        // No key: a passphrase error. A key: the failed bit.
+        {"no key", 1528, 0, boolQuery(&AdapterDataKvi::isPassPhraseError), 1},
+        {"key unlocked", 1528, 1u << 1, boolQuery(&AdapterDataKvi::isPassPhraseError), 0},
+        {"key failed", 1528, 1u << 1 | 1u << 2, boolQuery(&AdapterDataKvi::isPassPhraseError), 1},
+        {"reboot", 1528, 1u << 6, boolQuery(&AdapterDataKvi::islockKeyRebootRequired), 1},
+        {"no reboot", 1528, 0xFFBFu, boolQuery(&AdapterDataKvi::islockKeyRebootRequired), 0},
+        {"binding", 1930, 0x5A,
+         [](AdapterDataKvi& x, unsigned* out) {
+             unsigned char v = 0;
+             const int rc = x.getlockKeyBinding(&v);
+             *out = v;
+             return rc;
+         },
+         0x5A},
+        {"mismatch", 2000, 1u << 8,
+         [](AdapterDataKvi& x, unsigned* out) { return x.isSecurityKeyMismatch(out); }, 1},
+        {"no mismatch", 2000, ~(1u << 8),
+         [](AdapterDataKvi& x, unsigned* out) { return x.isSecurityKeyMismatch(out); }, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        KV_CTRL_INFO info{};
+        const std::size_t width = c.byte == 1528 ? 2 : c.byte == 1930 ? 1 : 4;
+        std::memcpy(reinterpret_cast<unsigned char*>(&info) + c.byte, &c.value, width);
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
+        AdapterDataKvi x{&ctrl, nullptr};
+        unsigned out = 0xEE;
+        EXPECT_EQ(c.call(x, &out), 0);
+        EXPECT_EQ(out, c.want);
+    }
+    // A failed load leaves the answer alone.
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
+    AdapterDataKvi x{&ctrl, nullptr};
+    bool out = true;
+    EXPECT_EQ(x.isPassPhraseError(&out), 0x0C);
+    EXPECT_TRUE(out);
+}
+
+// The reboot flag is read from controller information loaded afresh, so a
+// key change made a moment ago is seen.
+TEST_F(SecurityTest, RebootFlagReloadsTheControllerInformation) {
+    KV_CTRL_INFO info{};
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
+    bool reboot = true;
+    ASSERT_EQ(a.islockKeyRebootRequired(&reboot), 0);
+    EXPECT_FALSE(reboot);
+    std::string pass = "new";
+    ASSERT_EQ(a.rekeyLock(pass), 0);
+    info.adapterStatus.lockKeyRebootRequired = 1;
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
+    bool assigned = false;
+    ASSERT_EQ(a.isLockKeyAssigned(&assigned), 0); // served from the cache
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
+    ASSERT_EQ(a.islockKeyRebootRequired(&reboot), 0);
+    EXPECT_TRUE(reboot);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 2u);
+}
+
+TEST_F(SecurityTest, BiosEkmStatus) {
+    KV_BIOS_DATA bios{};
+    bios.EKMStatus = 0x03;
+    bios.autoSelectBootLd = 0x44; // the neighbour
+    ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::record(bios));
+    unsigned char out = 0;
+    EXPECT_EQ(a.getbiosEKMStatus(&out), 0);
+    EXPECT_EQ(out, 0x03);
+    ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(0x0C));
+    AdapterDataKvi x{&ctrl, nullptr};
+    out = 0x77;
+    EXPECT_EQ(x.getbiosEKMStatus(&out), 0x0C);
+    EXPECT_EQ(out, 0x77);
+}
+
+} // namespace

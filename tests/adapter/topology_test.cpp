@@ -1,0 +1,332 @@
+// Topology: phy table fields and bit positions, index limits, the connector
+// and mux tables, the mux update transaction, lanes, link speeds, the
+// controller SAS address and the interface-level checks.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using kvitest::Bytes;
+using kvitest::FakeAnswer;
+using P = AdapterDataKviPeer;
+
+class TopologyTest : public ::testing::Test {
+protected:
+    kvitest::FakeController ctrl;
+    kvitest::LogCapture log;
+    AdapterDataKvi a{&ctrl, nullptr};
+};
+
+// Phy 3: address 0x5000C500AABBCCDD, connector 2, port 0x2A valid, link speed
+// code 4 (6G) in bits 18-23, every other bit of its flag word set.
+// Phy 5: no connector (255), disabled bit clear. Phy 6: disabled bit set,
+// connector 1.
+Bytes phyTable() {
+    Bytes b(392, 0);
+    const std::uint32_t count = 8;
+    std::memcpy(b.data(), &count, 4);
+    auto entry = [&](int i) { return b.data() + 8 + 16 * i; };
+    const std::uint64_t addr = 0x5000C500AABBCCDDull;
+    std::memcpy(entry(3), &addr, 8);
+    entry(3)[11] = 2;
+    std::uint32_t flags = 0x3Fu << 11 | 1u << 17 | 4u << 18;
+    flags |= 0x7FFu | 0xFFu << 24; // neighbours of the fields read
+    std::memcpy(entry(3) + 12, &flags, 4);
+    entry(5)[11] = 0xFF;
+    entry(6)[11] = 1;
+    const std::uint32_t disabled = 1u << 10;
+    std::memcpy(entry(6) + 12, &disabled, 4);
+    return b;
+}
+
+TEST_F(TopologyTest, PhyFieldsAndBitPositions) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::ok(phyTable()));
+    unsigned int count = 0, port = 0, valid = 0, speed = 0;
+    unsigned long long addr = 0;
+    unsigned char connector = 0, viaConnection = 0;
+    EXPECT_EQ(a.getPhyCount(&count), 0);
+    EXPECT_EQ(count, 8u);
+    EXPECT_EQ(a.getSASAddress(3, &addr), 0);
+    EXPECT_EQ(addr, 0x5000C500AABBCCDDull);
+    EXPECT_EQ(a.getSASPortNumber(3, &port), 0);
+    EXPECT_EQ(port, 0x3Fu);
+    EXPECT_EQ(a.getSASPortNumberValid(3, &valid), 0);
+    EXPECT_EQ(valid, 1u);
+    EXPECT_EQ(a.getLinkSpeed(3, &speed), 0);
+    EXPECT_EQ(speed, 4u);
+    EXPECT_EQ(a.getConnectorIndex(3, &connector), 0);
+    EXPECT_EQ(connector, 2);
+    EXPECT_EQ(a.getPhyConnection(&viaConnection, 3), 0);
+    EXPECT_EQ(viaConnection, 2);
+    EXPECT_EQ(a.getSASPortNumberValid(4, &valid), 0);
+    EXPECT_EQ(valid, 0u);
+
+    // Disabled means "no connector", whatever the firmware's disabled bit.
+    bool off = false;
+    EXPECT_EQ(a.isPhyDisable(5, &off), 0);
+    EXPECT_TRUE(off);
+    EXPECT_EQ(a.isPhyDisable(6, &off), 0);
+    EXPECT_FALSE(off);
+
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS), 1u); // kept
+    const auto* r = ctrl.last(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS);
+    EXPECT_EQ(r->capacity, 392u);
+    EXPECT_EQ(r->callerLength, 0u);
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getPhyCount"));
+}
+
+// Indices outside the 24-entry table are refused without touching the output.
+TEST_F(TopologyTest, PhyIndicesOutsideTheTable) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::ok(phyTable()));
+    for (int phy : {-1, 24, 1000}) {
+        unsigned int u = 7;
+        unsigned long long addr = 7;
+        unsigned char c = 7;
+        bool b = true;
+        EXPECT_EQ(a.isPhyDisable(phy, &b), -1);
+        EXPECT_EQ(a.getSASAddress(phy, &addr), -1);
+        EXPECT_EQ(a.getSASPortNumber(phy, &u), -1);
+        EXPECT_EQ(a.getSASPortNumberValid(phy, &u), -1);
+        EXPECT_EQ(a.getConnectorIndex(phy, &c), -1);
+        EXPECT_EQ(a.getLinkSpeed(phy, &u), -1);
+        EXPECT_EQ(u, 7u);
+        EXPECT_EQ(addr, 7u);
+        EXPECT_EQ(c, 7);
+        EXPECT_TRUE(b);
+    }
+    unsigned char c = 7;
+    EXPECT_EQ(a.getPhyConnection(&c, 24), -1);
+    EXPECT_EQ(a.getPhyConnection(&c, 23), 0);
+}
+
+// A failed read is remembered as an all-zero table.
+TEST_F(TopologyTest, FailedPhyReadAnswersZerosLater) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::fail(0x0C));
+    unsigned int count = 9;
+    EXPECT_EQ(a.getPhyCount(&count), 0x0C);
+    EXPECT_EQ(count, 9u);
+    EXPECT_EQ(a.getPhyCount(&count), 0);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS), 1u);
+}
+
+Bytes connectorTable(std::uint32_t count) {
+    KV_SAS_CONNECTORS t{};
+    t.count = count;
+    for (int i = 0; i < 8; ++i) {
+        t.connectors[i].location = static_cast<std::uint8_t>(0x10 + i);
+        std::memset(t.connectors[i].name, 'A' + i, sizeof t.connectors[i].name); // no NUL
+    }
+    std::memcpy(t.connectors[1].name, "Port 1", 7);
+    Bytes b(sizeof t);
+    std::memcpy(b.data(), &t, sizeof t);
+    return b;
+}
+
+TEST_F(TopologyTest, Connectors) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(0x103)));
+    unsigned char count = 0, loc = 0;
+    EXPECT_EQ(a.getConnectorCount(&count), 0);
+    EXPECT_EQ(count, 3); // low byte
+    EXPECT_EQ(a.getConnectorLocation(2, &loc), 0);
+    EXPECT_EQ(loc, 0x12);
+    std::string* name = nullptr;
+    EXPECT_EQ(a.getConnectorName(1, &name), 0);
+    ASSERT_NE(name, nullptr);
+    EXPECT_EQ(*name, "Port 1");
+    delete name;
+    EXPECT_EQ(a.getConnectorName(0, &name), 0);
+    EXPECT_EQ(*name, std::string(16, 'A')); // bounded by the field
+    delete name;
+
+    name = reinterpret_cast<std::string*>(&loc); // must be overwritten with null
+    EXPECT_EQ(a.getConnectorName(3, &name), -1);
+    EXPECT_EQ(name, nullptr);
+    loc = 0x77;
+    EXPECT_EQ(a.getConnectorLocation(3, &loc), -1);
+    EXPECT_EQ(loc, 0x77);
+
+    KV_SAS_CONNECTORS copy{};
+    EXPECT_EQ(a.getConnectorsValue(&copy), 0);
+    EXPECT_EQ(0, std::memcmp(&copy, connectorTable(0x103).data(), sizeof copy));
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_CONNECTORS), 1u);
+}
+
+// Whatever count the firmware gives, index 8 is past the table.
+TEST_F(TopologyTest, ConnectorIndexPastTheTable) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(200)));
+    unsigned char loc = 0x77;
+    std::string* name = nullptr;
+    EXPECT_EQ(a.getConnectorLocation(8, &loc), -1);
+    EXPECT_EQ(a.getConnectorName(8, &name), -1);
+    EXPECT_EQ(a.getConnectorLocation(7, &loc), 0);
+    EXPECT_EQ(loc, 0x17);
+}
+
+TEST_F(TopologyTest, MuxTransaction) {
+    // Two muxes: mux 0 internal, mux 1 without a mux (mode 0); firmware
+    // reports a count of 2.
+    const Bytes list = {2, 1, 0, 3, 3};
+    ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(list));
+    EXPECT_EQ(a.setMuxMode(2, 0), -1); // no begin yet
+    EXPECT_TRUE(ctrl.requests().empty());
+    EXPECT_EQ(a.endMuxModeUpdate(), -1);
+
+    ASSERT_EQ(a.beginMuxModeUpdate(), 0);
+    unsigned char count = 0, mode = 0;
+    EXPECT_EQ(a.getMuxCount(&count), 0);
+    EXPECT_EQ(count, 2);
+    EXPECT_EQ(a.getMuxMode(&mode, 0), 0);
+    EXPECT_EQ(mode, 1);
+    mode = 0x77;
+    EXPECT_EQ(a.getMuxMode(&mode, 2), -1); // beyond the count
+    EXPECT_EQ(mode, 0x77);
+    EXPECT_EQ(a.endMuxModeUpdate(), 0); // nothing changed: nothing sent
+
+    EXPECT_EQ(a.setMuxMode(2, 3), -1); // beyond the count
+    EXPECT_EQ(a.setMuxMode(0, 0), -1); // mode 0 is never set
+    EXPECT_EQ(a.setMuxMode(2, 1), -1); // mux 1 has no mux
+    EXPECT_FALSE(P::muxChanged(a));
+    EXPECT_EQ(a.setMuxMode(2, 0), 0);
+    EXPECT_TRUE(P::muxChanged(a));
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 0u);
+    EXPECT_EQ(a.endMuxModeUpdate(), 0);
+    const auto* set = ctrl.last(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST);
+    ASSERT_NE(set, nullptr);
+    EXPECT_EQ(set->sent, (Bytes{2, 2, 0, 3, 3}));
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST), 1u);
+}
+
+// A count above the list's four modes never indexes past them.
+TEST_F(TopologyTest, MuxIndexPastTheList) {
+    ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(Bytes{200, 1, 1, 1, 1}));
+    ASSERT_EQ(a.beginMuxModeUpdate(), 0);
+    unsigned char mode = 0;
+    EXPECT_EQ(a.getMuxMode(&mode, 4), -1);
+    EXPECT_EQ(a.setMuxMode(2, 4), -1);
+    EXPECT_EQ(a.getMuxMode(&mode, 3), 0);
+}
+
+TEST_F(TopologyTest, LinkSpeedRequestAndTexts) {
+    EXPECT_EQ(a.setLinkSpeed(0x105, 0x208), 0);
+    const auto* r = ctrl.last(KV_DCMD_SAS_CONFIG_SET_LINK_SPEED);
+    ASSERT_NE(r, nullptr);
+    kvitest::Mbox want{};
+    want[0] = 0x05;
+    want[1] = 0x08;
+    EXPECT_EQ(r->mbox, want);
+    EXPECT_FALSE(r->callerBuffer);
+    const struct {
+        unsigned char code;
+        const char* text;
+    } texts[] = {{0, "No limit"}, {1, "1.5 Gbps"}, {2, "3.0 Gbps"}, {3, "N/A"},
+                 {4, "6.0 Gbps"}, {8, "12.0 Gbps"}, {16, "N/A"}, {255, "N/A"}};
+    for (const auto& t : texts) {
+        EXPECT_STREQ(a.GetSASPhyLinkSpeed(t.code), t.text);
+    }
+}
+
+TEST_F(TopologyTest, LanesAreReadEachTimeIntoATemporaryTable) {
+    Bytes table(392, 0);
+    const std::uint32_t count = 2;
+    std::memcpy(table.data(), &count, 4);
+    for (int i = 0; i < 16; ++i) {
+        table[8 + 16 + i] = static_cast<std::uint8_t>(0xA0 + i); // lane 1
+    }
+    ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::ok(table));
+    unsigned char out[16] = {};
+    EXPECT_EQ(a.getLaneConnectionInfo(out, 1), 0);
+    EXPECT_EQ(Bytes(out, out + 16), Bytes(table.begin() + 24, table.begin() + 40));
+    unsigned char untouched[16];
+    std::memset(untouched, 0x77, sizeof untouched);
+    EXPECT_EQ(a.getLaneConnectionInfo(untouched, 2), 0); // beyond the count
+    EXPECT_EQ(untouched[0], 0x77);
+    EXPECT_EQ(ctrl.count(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS), 2u);
+    EXPECT_EQ(ctrl.last(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS)->capacity, 392u);
+
+    // A count above 24 does not reach past the table.
+    const std::uint32_t huge = 1000;
+    std::memcpy(table.data(), &huge, 4);
+    ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::ok(table));
+    EXPECT_EQ(a.getLaneConnectionInfo(untouched, 24), 0);
+    EXPECT_EQ(untouched[0], 0x77);
+
+    ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::fail(0x0C));
+    EXPECT_EQ(a.getLaneConnectionInfo(untouched, 0), 0x0C);
+}
+
+TEST_F(TopologyTest, ControllerSasAddress) {
+    KV_MFC_DEFAULTS mfc{};
+    mfc.sasAddr = 0x500605B000000001ull;
+    mfc.stripeSize = 0x42;
+    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::record(mfc));
+    unsigned long long addr = 0;
+    EXPECT_EQ(a.getAdpSASAddress(&addr), 0);
+    EXPECT_EQ(addr, 0x500605B000000001ull);
+
+    // Configuration-page generation: the address in the mailbox, high half first.
+    EXPECT_EQ(a.adpSetSASAdd(0x5000000012345678ull, true), 0);
+    const auto* gen2 = ctrl.last(KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET);
+    ASSERT_NE(gen2, nullptr);
+    EXPECT_EQ(gen2->mboxWord(0), 0x50000000u);
+    EXPECT_EQ(gen2->mboxWord(1), 0x12345678u);
+    EXPECT_EQ(gen2->mboxWord(2), 0u);
+    EXPECT_FALSE(gen2->callerBuffer);
+    EXPECT_TRUE(log.contains("AdapterDataKvi::adpSetSASAdd - isGen2Adapter"));
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::adpSetSASAdd, retCode = 0"));
+
+    // Older controllers: the whole defaults record with the new address.
+    EXPECT_EQ(a.adpSetSASAdd(0x5000000087654321ull, false), 0);
+    const auto* set = ctrl.last(KV_DCMD_CTRL_MFC_DEFAULTS_SET);
+    ASSERT_NE(set, nullptr);
+    KV_MFC_DEFAULTS want = mfc;
+    want.sasAddr = 0x5000000087654321ull;
+    Bytes wantBytes(sizeof want);
+    std::memcpy(wantBytes.data(), &want, sizeof want);
+    EXPECT_EQ(set->sent, wantBytes);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
+
+    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, FakeAnswer::fail(0x0C));
+    EXPECT_EQ(a.adpSetSASAdd(1, true), 0x0C);
+}
+
+TEST_F(TopologyTest, InterfaceLevels) {
+    const struct {
+        std::uint16_t fwd, bkwd;
+        bool appNeeds;
+    } cases[] = {{0, 0, false}, {3, 5, true}, {0, 0xFFFF, false}};
+    for (const auto& c : cases) {
+        KV_CTRL_INFO info{};
+        info.kvAPIFwdCompatibility = c.fwd;
+        info.kvAPIBkwdCompatibility = c.bkwd;
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
+        AdapterDataKvi x{&ctrl, nullptr};
+        bool need = !c.appNeeds;
+        unsigned short fw = 0, app = 9;
+        EXPECT_EQ(x.doesAppNeedToBeUpdated(&need, &fw, &app), 0);
+        EXPECT_EQ(need, c.appNeeds);
+        EXPECT_EQ(fw, c.fwd);
+        EXPECT_EQ(app, 0);
+        need = true;
+        app = 9;
+        EXPECT_EQ(x.doesFwNeedToBeUpdated(&need, &fw, &app), 0);
+        EXPECT_FALSE(need); // never below the tool's level 0
+        EXPECT_EQ(fw, c.bkwd);
+        EXPECT_EQ(app, 0);
+    }
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::doesFwNeedToBeUpdated retCode = 0"));
+}
+
+} // namespace
