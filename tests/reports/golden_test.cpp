@@ -1,0 +1,153 @@
+// Golden documents: every report section under a table of controller variants,
+// rendered with the JSON writer and compared whole (member order, key texts,
+// value texts and value kinds) against tests/golden/reports/<variant>.json.
+// Regenerate with KVI_UPDATE_GOLDEN=1 and review the diff.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "json/JsonWriter.h"
+#include "tests/reports/ReportRig.h"
+
+namespace {
+
+using Section = int (AdapterData::*)(json::Object&);
+
+struct SectionRow {
+    const char* name;
+    Section op;
+};
+
+const SectionRow kSections[] = {
+    {"getShowBasic", &AdapterData::getShowBasic},
+    {"getShowVersion", &AdapterData::getShowVersion},
+    {"getBasicCtrlInfo", &AdapterData::getBasicCtrlInfo},
+    {"getShowBus", &AdapterData::getShowBus},
+    {"getShowStatus", &AdapterData::getShowStatus},
+    {"getShowPendingImages", &AdapterData::getShowPendingImages},
+    {"getShowDualImages", &AdapterData::getShowDualImages},
+    {"getShowSupportedAdpOperations", &AdapterData::getShowSupportedAdpOperations},
+    {"getShowSupportedPDOperations", &AdapterData::getShowSupportedPDOperations},
+    {"getShowSupportedVDOperations", &AdapterData::getShowSupportedVDOperations},
+    {"getSecureEKMSDetails", &AdapterData::getSecureEKMSDetails},
+    {"getShowHwConfig", &AdapterData::getShowHwConfig},
+    {"getShowPolicies", &AdapterData::getShowPolicies},
+    {"getShowBoot", &AdapterData::getShowBoot},
+    {"getShowClusterInfo", &AdapterData::getShowClusterInfo},
+    {"getShowNextSchdTask", &AdapterData::getShowNextSchdTask},
+    {"getSecureBootDetails", &AdapterData::getSecureBootDetails},
+    {"getShowDefaults", &AdapterData::getShowDefaults},
+    {"getShowCapabilities", &AdapterData::getShowCapabilities},
+};
+
+struct Variant {
+    const char* name;
+    std::function<void(rt::ControllerSetup&)> change;
+};
+
+template <std::size_t N> void setName(char (&field)[N], const char* text) {
+    std::memset(field, 0, N);
+    std::memcpy(field, text, std::min(N, std::strlen(text)));
+}
+
+const Variant kVariants[] = {
+    // OEM 0, legacy schedules, battery present, PCIe link lines, version components.
+    {"base", [](rt::ControllerSetup&) {}},
+    // OEM 2, extended schedule forms, high-availability peer present and
+    // incompatible, personality RAID + HBA + bit 8.
+    {"oem2_extended_ha",
+     [](rt::ControllerSetup& s) {
+         s.oem = 2;
+         s.personality = 0x0B;
+         s.info.adapterOperations3.supportMaxExtLDs = 1;
+         s.info.maxHANodes = 2;
+         s.info.cluster.peerIsPresent = 1;
+         s.info.cluster.peerIsIncompatible = 1;
+         s.info.cluster.hwIncompatible = 1;
+         s.info.cluster.passive = 1;
+         s.info.cluster.exclusiveLDNotSupported = 1;
+         s.info.adapterOperations2.supportConfigAutoBalance = 1;
+         s.info.properties.OnOffProperties.enableConfigAutoBalance = 1;
+         const unsigned char id[16] = {0x0a, 0xff, 0x1b, 0x00, 0x20, 0xc3, 0x5e, 0x01,
+                                       0x9f, 0x44, 0x07, 0xd2, 0xff, 0x10, 0x0f, 0xab};
+         std::memcpy(s.info.clusterId, id, 16);
+         s.info.adapterStatus.cacheIsPinned = 1;
+     }},
+    // OEM 3 on an OEM host: energy pack failing (pack missing), flash component
+    // information, two images with pending components, alarm state unknown.
+    {"oem3_hp_dual_images",
+     [](rt::ControllerSetup& s) {
+         s.oem = 3;
+         s.oemHp = true;
+         s.bbu.fwStatus = 0x00000001; // pack missing
+         s.alarm = 7;
+         s.info.adapterOperations4.supportFlashCompInfo = 1;
+         s.info.adapterOperations4.supportDualFWUpdate = 1;
+         s.info.pendingImageComponentCount = 3;
+         setName(s.info.pendingImageComponent[0].name, "APP ");
+         setName(s.info.pendingImageComponent[0].version, "5.270.01-3912");
+         setName(s.info.pendingImageComponent[1].name, "QQQQ");
+         setName(s.info.pendingImageComponent[1].version, "1.0");
+         setName(s.info.pendingImageComponent[2].name, "PBLP");
+         setName(s.info.pendingImageComponent[2].version, "0x0012");
+         s.backup = {{"APP ", "5.250.01-3700"}, {"BIOS", "7.25.00.0"}, {"PACKAGE", "52.25.0-4900"}};
+         s.pending = {{"PACKAGE", "52.27.0-5300"}, {"APP ", "5.270.01-3912"}, {"CBB ", "1.2"}};
+         s.info.adapterOperationExt.adapterOperations5.FWTriggeredSnapDumpNotSupported = 1;
+         s.info.adapterOperationExt.adapterOperations5.disableLeastLatencyMode = 1;
+         s.sscBlocks = 2 * 1024 * 1024 * 2; // 2 GiB in 512-byte blocks
+     }},
+    // Controller type 1 with no battery, no alarm hardware, no sensors, no host
+    // information, no SAS address and no personality support.
+    {"type1_no_battery",
+     [](rt::ControllerSetup& s) {
+         s.controllerType = 1;
+         s.info.hwPresent.bbu = 0;
+         s.info.adapterOperations.bbu = 0;
+         s.info.hwPresent.tempSensorROC = 0;
+         s.info.hwPresent.tempSensorCtrl = 0;
+         s.info.adapterOperations4.supportHostInfo = 0;
+         s.info.adapterOperations3.supportPersonalityChange = 0;
+         s.info.adapterOperations.supportEKM = 0;
+         s.info.ldOperations.supportFastPathWB = 0;
+         s.bbuStatus = 0x22;
+         s.bbuPropStatus = 0x22;
+         s.alarmStatus = 0x22;
+         s.mfc.sasAddr = 0;
+         s.info.maxHANodes = 1;
+         s.info.clusterActive = 1;
+         s.ccMode = 0;
+         setName(s.driverRecord.driverName, "kvi_sas_drv");
+         setName(s.driverRecord.driverVersion, "07.728.01.00");
+     }},
+};
+
+class GoldenSections : public ::testing::TestWithParam<Variant> {};
+
+TEST_P(GoldenSections, EverySectionMatchesItsGoldenDocument) {
+    rt::TzGuard tz("UTC0");
+    rt::ControllerSetup setup = rt::baseSetup();
+    GetParam().change(setup);
+
+    json::Object document;
+    for (const SectionRow& section : kSections) {
+        rt::Rig rig(setup);
+        json::Object members;
+        AdapterData& adapter = rig.adapter;
+        const int rc = (adapter.*section.op)(members);
+        json::Object entry;
+        entry["rc"] = json::Number(rc);
+        entry["members"] = members;
+        document[section.name] = entry;
+    }
+    const std::string diff = rt::checkGolden(GetParam().name, json::JsonWriter::ToString(document));
+    EXPECT_TRUE(diff.empty()) << diff;
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, GoldenSections, ::testing::ValuesIn(kVariants),
+                         [](const ::testing::TestParamInfo<Variant>& info) {
+                             return std::string(info.param.name);
+                         });
+
+} // namespace
