@@ -87,6 +87,10 @@ struct ControllerState {
     // ---- image component lists (running, backup, pending) ----
     std::vector<KV_FLASH_COMP_INFO> running, backup, pending;
 
+    // ---- configuration ----
+    // Size of each SSD-cache volume in 512-byte blocks (at most kMaxSscVolumes).
+    std::vector<std::uint64_t> sscVolumes;
+
     // ---- host side ----
     PciLocation pci;
     std::string driverName = "kvsim";

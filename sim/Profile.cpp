@@ -26,6 +26,8 @@
 //   "mfg2":      text of the second manufacturing record
 //   "alarm":     "present" | "absent" | "enabled" | "disabled" | "silenced"
 //   "lockKey":   {"passphrase": TEXT, "keyId": TEXT}  a key assigned at start
+//   "sscVolumes": [blocks, ...]  SSD-cache volumes of the configuration, each
+//                its size in 512-byte blocks (at most 64; default none)
 //   "fail":      {"OPCODE[@bN=V]": STATUS}  OPCODE as hex, decimal or KV_DCMD_ name
 //   "description", "comment": free text
 // The copies of the properties inside KV_CTRL_INFO ("properties." and "prop.")
@@ -406,6 +408,17 @@ void applyMux(ControllerState& st, const json& list, const std::string& file) {
     st.mux.sasMuxCount = std::uint8_t(list.size());
 }
 
+void applySscVolumes(ControllerState& st, const json& list, const std::string& file) {
+    if (!list.is_array())
+        fail(file, "sscVolumes", "expected an array of volume sizes in 512-byte blocks");
+    if (list.size() > kMaxSscVolumes)
+        fail(file, "sscVolumes", "more than " + std::to_string(kMaxSscVolumes) + " volumes");
+    st.sscVolumes.clear();
+    for (std::size_t i = 0; i < list.size(); ++i)
+        st.sscVolumes.push_back(
+            uintValue(list[i], 0xFFFFFFFFFFFFFFFFull, file, "sscVolumes[" + std::to_string(i) + "]"));
+}
+
 void applyEvents(ControllerState& st, const json& list, const Clock& clock, const std::string& file) {
     if (!list.is_array())
         fail(file, "events", "expected an array of events");
@@ -579,7 +592,7 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
     checkKeys(doc,
               {"base", "description", "comment", "records", "flash", "phys", "connectors", "mux",
                "lanes", "events", "eventLog", "pci", "driver", "oem", "controllerType", "isOEMhp",
-               "haMode", "personality", "mfg2", "alarm", "lockKey", "fail"},
+               "haMode", "personality", "mfg2", "alarm", "lockKey", "sscVolumes", "fail"},
               file, "");
     if (doc.contains("base")) {
         if (!doc["base"].is_string())
@@ -673,6 +686,8 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
         applyAlarm(st, doc["alarm"], file);
     if (doc.contains("lockKey"))
         applyLockKey(st, doc["lockKey"], file);
+    if (doc.contains("sscVolumes"))
+        applySscVolumes(st, doc["sscVolumes"], file);
     if (doc.contains("fail"))
         applyFaults(st, doc["fail"], file);
 }

@@ -31,6 +31,14 @@
 //     event records and their number in mailbox w[1].
 //   - Event count (KV_DCMD_CTRL_EVENT_COUNT): w[0] first sequence number,
 //     w[1] filter word, as for the event list.
+//   - Configuration read (KV_DCMD_CFG_READ): b[0] 2 answers the SSD-cache head
+//     {size U32, count U32}; b[0] 0 answers the head followed by one U64 per
+//     SSD-cache volume (its size in 512-byte blocks), as many as the transfer
+//     holds. size counts the whole answer (8 + 8 * count).
+//   - SMP pass-through: REPORT GENERAL to an expander the phy table shows
+//     (deviceType 2 or 3) answers its phy count; an address the controller does
+//     not see answers KVI_STAT_INVALID_PARAMETER, any other function the SMP
+//     result "unknown function".
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -253,6 +261,7 @@ private:
     int battery();
     int muxSet();
     int linkSpeed();
+    int configRead();
     int driverVersion();
 
     ControllerState& st_;
@@ -866,6 +875,26 @@ int Firmware::linkSpeed() {
     return kOk;
 }
 
+int Firmware::configRead() {
+    if (!zeroFrom(m_, 1) || (m_[0] != 0 && m_[0] != 2))
+        return kBad;
+    if (cmd_.length < 8 || !reads())
+        return kBad;
+    std::uint32_t count = std::uint32_t(std::min(st_.sscVolumes.size(), kMaxSscVolumes));
+    std::memset(cmd_.data, 0, cmd_.length);
+    putWord(cmd_.data, 0, 8 + 8 * count);
+    putWord(cmd_.data, 1, count);
+    if (m_[0] == 0) {
+        std::uint32_t bytes = std::min<std::uint32_t>(cmd_.length - 8, 8 * count);
+        for (std::uint32_t i = 0; i < bytes / 8; ++i) {
+            std::uint64_t v = st_.sscVolumes[i];
+            for (int k = 0; k < 8; ++k)
+                cmd_.data[8 + 8 * i + k] = std::uint8_t(v >> (8 * k));
+        }
+    }
+    return kOk;
+}
+
 int Firmware::driverVersion() {
     KV_DRV_DRIVER_VERSION v{};
     std::memcpy(v.driverSignature, "KVDRIVER", 8);
@@ -1052,7 +1081,7 @@ int Firmware::run() {
         return (m_[1] == 1 && zeroFrom(m_, 2)) ? kOk : kBad;
     case KV_DCMD_LD_SSCD_SET_LDS: return (cmd_.length >= 8 && writes()) ? kOk : kBad;
     case KV_DCMD_LD_SSCD_GET_LDS: return answerZeros(8);
-    case KV_DCMD_CFG_READ: return answerZeros(8);
+    case KV_DCMD_CFG_READ: return configRead();
     case KV_DCMD_CFG_GET_ALLOWED_OPS: return zeroFrom(m_, 0) ? answer(st_.allowedOps) : kBad;
     case KV_DCMD_CFG_AUTOCFG: {
         // w[0]: 0 and 3 read, 1 and 2 write the auto-configuration parameters.
@@ -1168,6 +1197,39 @@ int SimController::submit(DirectCommand& cmd) {
     ++counters_[cmd.opcode];
     ++total_;
     return status;
+}
+
+int SimController::submitSmp(SmpCommand& cmd) {
+    // SMP frames: request 0x40 FUNCTION ..., response 0x41 FUNCTION RESULT
+    // LENGTH ...; REPORT GENERAL (function 0x00) carries the phy count at byte 9.
+    constexpr std::uint8_t kRequestFrame = 0x40, kResponseFrame = 0x41, kReportGeneral = 0x00;
+    constexpr std::uint8_t kUnknownFunction = 0x01;
+    constexpr std::uint32_t kReportGeneralLength = 28;
+    constexpr std::uint8_t kExpanderPhys = 28; // every simulated expander has 28 phys
+    if (cmd.request == nullptr || cmd.requestLength < 4 || cmd.request[0] != kRequestFrame ||
+        cmd.response == nullptr || cmd.responseLength < 4)
+        return kBad;
+    bool known = false;
+    const KV_SAS_PHY_CONNECTIONS& phys = state_->phys;
+    for (std::uint32_t i = 0; i < phys.count && i < 24; ++i) {
+        std::uint64_t addr = phys.phy[i].sasAddr;
+        std::uint32_t type = phys.phy[i].deviceType;
+        known = known || (addr == cmd.sasAddress && (type == 2 || type == 3));
+    }
+    if (!known)
+        return kBad;
+    std::memset(cmd.response, 0, cmd.responseLength);
+    cmd.response[0] = kResponseFrame;
+    cmd.response[1] = cmd.request[1];
+    if (cmd.request[1] != kReportGeneral) {
+        cmd.response[2] = kUnknownFunction;
+        return 0;
+    }
+    if (cmd.responseLength < kReportGeneralLength)
+        return kBad;
+    cmd.response[3] = (kReportGeneralLength - 4) / 4;
+    cmd.response[9] = kExpanderPhys;
+    return 0;
 }
 
 int SimController::pciLocation(PciLocation& out) {

@@ -13,6 +13,8 @@ namespace kvi::sim {
 constexpr std::size_t kMaxFlashComponents = 32;
 // Most events event capture keeps (what fits its 32768-byte answer).
 constexpr std::size_t kMaxCaptured = 128;
+// Most SSD-cache volumes a configuration holds.
+constexpr std::size_t kMaxSscVolumes = 64;
 
 // Copies the properties into their mirrors inside KV_CTRL_INFO.
 void mirrorProperties(ControllerState& st);

@@ -173,6 +173,7 @@ json controllerJson(SimController& c) {
         {"haMode", st.haMode},
         {"learnReadsLeft", st.learnReadsLeft},
         {"captured", st.captured},
+        {"sscVolumes", st.sscVolumes},
         {"lockKey", {{"assigned", st.lockKey.assigned}, {"external", st.lockKey.external},
                      {"salt", st.lockKey.salt}, {"hash", st.lockKey.hash}, {"keyId", st.lockKey.keyId},
                      {"suggestions", st.lockKey.suggestions}}},
@@ -280,6 +281,17 @@ std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader&
         if (!v.is_number_unsigned() || v.get<std::uint64_t>() > 0xFFFFFFFFu)
             stateError(r.file(), where + "captured", "expected sequence numbers");
         st->captured.push_back(v.get<std::uint32_t>());
+    }
+    // Optional: state files written before SSD-cache volumes were kept have none.
+    if (c.contains("sscVolumes")) {
+        const json& ssc = c["sscVolumes"];
+        if (!ssc.is_array() || ssc.size() > kMaxSscVolumes)
+            stateError(r.file(), where + "sscVolumes", "expected a list of volume sizes");
+        for (const json& v : ssc) {
+            if (!v.is_number_unsigned())
+                stateError(r.file(), where + "sscVolumes", "expected volume sizes in blocks");
+            st->sscVolumes.push_back(v.get<std::uint64_t>());
+        }
     }
     const json& key = r.at(c, "lockKey", where);
     st->lockKey.assigned = r.boolean(key, "assigned", where + "lockKey.");

@@ -80,6 +80,8 @@ public:
     ~SimController() override;
 
     int submit(DirectCommand& cmd) override;
+    // SMP pass-through to the expanders the phy table shows (not traced).
+    int submitSmp(SmpCommand& cmd) override;
     int pciLocation(PciLocation& out) override;
     std::string driverName() override;
     std::string driverVersion() override;
