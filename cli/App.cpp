@@ -1,0 +1,670 @@
+#include "cli/App.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <sstream>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/reports/Clock.h"
+#include "cli/Gate.h"
+#include "cli/Util.h"
+#include "firmware/kvi.h"
+#include "json/TextWriter.h"
+#include "firmware/kvistat.h"
+#include "provider/Provider.h"
+#include "sim/Simulator.h"
+#include "transport/Session.h"
+
+namespace cli {
+
+namespace {
+
+const char kVersion[] = "0.1.0";
+
+const char kRootFooter[] = R"(Backends:
+  --sim[=PROFILE]      the built-in firmware simulator (profile: a bundled name or a JSON file)
+  --device PATH        the host driver's management device (default: $KVICTL_DEVICE)
+  --replay FILE        answer from a capture written with --record
+
+Examples:
+  kvictl --sim show all
+  kvictl --sim -o json show status bus
+  kvictl --sim --sim-controllers 3 -c all list
+  kvictl --sim --sim-state /tmp/kv.json set rebuild-rate=50
+  kvictl --device /dev/kvictl0 events list --max 20
+
+Exit codes: 0 success, 1 a controller or firmware request failed, 2 usage error
+(nothing was sent), 3 no controller reachable, 4 permission denied.)";
+
+bool isTerminal(int fd) { return ::isatty(fd) == 1; }
+
+} // namespace
+
+// ---- the backends of one run ----
+struct Opened {
+    std::unique_ptr<kvi::sim::Simulator> sim;
+    kvi::TransportSet transport;
+    std::vector<kvi::Backend*> raw;
+    std::shared_ptr<kvi::CaptureWriter> writer;
+    std::vector<std::unique_ptr<kvi::CaptureBackend>> captured;
+    std::vector<std::unique_ptr<Gate>> gates;
+};
+
+App::App() = default;
+App::~App() {
+    for (auto& s : streams_)
+        std::fclose(s.second);
+}
+
+std::ostream& App::out() { return std::cout; }
+
+void App::setCommand(Command command) { command_ = std::make_unique<Command>(std::move(command)); }
+
+void App::raiseExit(int code) {
+    // The most serious outcome wins: permission and reachability over a
+    // failed request, a failed request over success.
+    if (code == kExitOk)
+        return;
+    if (exit_ == kExitOk || code > exit_)
+        exit_ = code;
+}
+
+std::string App::statusName(int status) {
+    if (status >= 0)
+        return kviStatusName(status);
+    switch (status) {
+    case -1: return "refused";
+    case -2: return "time_out_of_range";
+    case kvi::kTransportFailed: return "transport_failed";
+    case kvi::kReplayMismatch: return "replay_mismatch";
+    case kvi::kUnsupported: return "unsupported_by_backend";
+    default: return "local_" + std::to_string(-status);
+    }
+}
+
+std::string App::statusText(Target& t, int status) const {
+    std::string text = statusName(status);
+    if (status > 0) {
+        const char* d = kviStatusDescription(status);
+        if (d != nullptr)
+            text += std::string(" (") + d + ")";
+    } else if (status == -1) {
+        text += " (the controller-data layer refused the request: not supported by this "
+                "controller or not available)";
+    } else if (status == -2) {
+        text += " (the time cannot be expressed in the firmware's schedule clock)";
+    } else if (status < -2 && t.gate != nullptr) {
+        std::string why = t.gate->lastError();
+        if (!why.empty())
+            text += " (" + why + ")";
+    }
+    return text;
+}
+
+void App::fail(Target& t, const std::string& what, int status) {
+    t.failed = true;
+    std::string hint;
+    switch (status) {
+    case KVI_STAT_INVALID_DCMD: hint = "this controller does not offer it"; break;
+    case KVI_STAT_BUSY: hint = "retry in a moment"; break;
+    case KVI_STAT_NO_HW_PRESENT: hint = "the hardware is not fitted on this controller"; break;
+    case KVI_STAT_LOCK_KEY_INVALID: hint = "check the passphrase"; break;
+    case KVI_STAT_LOCK_KEY_ABSENT: hint = "create a key first (kvictl security create)"; break;
+    case kvi::kTransportFailed: hint = "check the device path and that the driver is loaded"; break;
+    case kvi::kReplayMismatch: hint = "the capture does not match this command; record it again"; break;
+    default: hint = "run with --log FILE --log-level 4 for the request log"; break;
+    }
+    std::string text = what + " failed: " + statusText(t, status);
+    std::cout.flush();
+    std::cerr << "kvictl: controller " << t.index << ": " << text << "; " << hint << "\n";
+    if (json() && t.entry != nullptr)
+        json::Envelope::AddMessage(*t.entry, json::Envelope::Error, statusName(status), text);
+    int code = kExitFailed;
+    if (status == kvi::kTransportFailed && t.gate != nullptr) {
+        if (auto* pt = dynamic_cast<kvi::PassThroughBackend*>(&t.gate->inner()))
+            if (pt->lastFault() == kvi::TransportFault::PermissionDenied)
+                code = kExitPermission;
+    }
+    raiseExit(code);
+}
+
+void App::warn(Target& t, const std::string& code, const std::string& text) {
+    std::cerr << "kvictl: controller " << t.index << ": " << text << "\n";
+    if (json() && t.entry != nullptr)
+        json::Envelope::AddMessage(*t.entry, json::Envelope::Warning, code, text);
+}
+
+void App::error(const std::string& code, const std::string& text, int exitCode) {
+    std::cerr << "kvictl: " << text << "\n";
+    if (envelope_)
+        envelope_->AddMessage(json::Envelope::Error, code, text);
+    raiseExit(exitCode);
+}
+
+void App::emit(Target& t, const std::string& key, const std::string& title, const json::Object& body) {
+    if (json()) {
+        if (key.empty()) {
+            json::UnknownElement& s = (*t.entry)["sections"];
+            if (!s.Is<json::Object>())
+                s = json::Object();
+            (*s.As<json::Object>())[title] = body;
+        } else {
+            (*t.entry)[key] = body;
+        }
+        return;
+    }
+    if (!firstBlock_)
+        out() << "\n";
+    firstBlock_ = false;
+    json::TextWriter::Write(body, title, out());
+}
+
+bool App::confirm(const std::string& question) {
+    if (opt_.yes || opt_.dryRun)
+        return true;
+    if (!isTerminal(STDIN_FILENO)) {
+        error("confirmation_required",
+              question + ": refused without -y (stdin is not a terminal, so nothing can be asked)",
+              kExitUsage);
+        return false;
+    }
+    std::cerr << question << " [y/N] " << std::flush;
+    std::string answer;
+    if (!std::getline(std::cin, answer) || (answer != "y" && answer != "Y" && answer != "yes")) {
+        error("not_confirmed", "not confirmed; nothing was sent", kExitUsage);
+        return false;
+    }
+    return true;
+}
+
+// ---- argument handling ----
+
+namespace {
+
+// `--sim` takes an optional value, which an option parser cannot tell from a
+// command word; rewrite it to a flag and a hidden --sim-profile before parsing.
+std::vector<std::string> rewriteSim(const std::vector<std::string>& in) {
+    std::vector<std::string> out;
+    bool rest = false;
+    for (const std::string& a : in) {
+        if (!rest && a == "--") {
+            rest = true;
+        } else if (!rest && a.rfind("--sim=", 0) == 0) {
+            out.push_back("--sim");
+            out.push_back("--sim-profile");
+            out.push_back(a.substr(6));
+            continue;
+        }
+        out.push_back(a);
+    }
+    return out;
+}
+
+OutputFormat formatOf(const std::string& s) {
+    if (s == "json")
+        return OutputFormat::Json;
+    if (s == "json-compact")
+        return OutputFormat::JsonCompact;
+    return OutputFormat::Text;
+}
+
+// -o before parsing, so that even a usage error answers with an envelope.
+std::string scanOutput(const std::vector<std::string>& args) {
+    std::string value = "text";
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        if ((a == "-o" || a == "--output") && i + 1 < args.size())
+            value = args[i + 1];
+        else if (a.rfind("--output=", 0) == 0)
+            value = a.substr(9);
+        else if (a.rfind("-o", 0) == 0 && a.size() > 2 && a[2] != '-')
+            value = a.substr(2);
+    }
+    return value;
+}
+
+} // namespace
+
+int App::main(int argc, char** argv) {
+    std::vector<std::string> args;
+    for (int i = 1; i < argc; ++i)
+        args.push_back(argv[i]);
+    argv_.assign(argv, argv + argc);
+    // The envelope names the tool, not the path it was started from, so that
+    // output does not depend on where kvictl is installed.
+    if (!argv_.empty())
+        argv_[0] = "kvictl";
+    return run(args);
+}
+
+int App::run(const std::vector<std::string>& rawArgs) {
+    std::vector<std::string> args = rewriteSim(rawArgs);
+    format_ = formatOf(scanOutput(args));
+    if (json())
+        envelope_ = std::make_unique<json::Envelope>(kVersion, argv_);
+
+    root_ = std::make_unique<CLI::App>(
+        "kvictl manages RAID controllers that speak the direct-command firmware interface:\n"
+        "identity, versions, health, battery, settings, schedules, topology and security keys.",
+        "kvictl");
+    CLI::App& app = *root_;
+    app.fallthrough();
+    app.require_subcommand(0, 1);
+    app.set_version_flag("--version", std::string("kvictl ") + kVersion);
+    app.footer(kRootFooter);
+    app.get_formatter()->column_width(34);
+
+    bool generateMan = false;
+    std::string generateCompletion;
+    app.add_flag("--sim", opt_.sim, "Use the built-in simulator (--sim=PROFILE picks a profile)")
+        ->group("Backend");
+    app.add_option("--sim-profile", opt_.simProfile, "Simulator profile")->group("");
+    app.add_option("--sim-state", opt_.simState,
+                   "Keep the simulator's state in FILE across invocations")
+        ->group("Backend");
+    app.add_option("--sim-controllers", opt_.simControllers, "Simulate N controllers")
+        ->check(CLI::Range(1u, 256u))
+        ->group("Backend");
+    app.add_option("--device", opt_.device, "Management device of the host driver (default $KVICTL_DEVICE)")
+        ->group("Backend");
+    app.add_option("--replay", opt_.replay, "Answer requests from a capture file")->group("Backend");
+    app.add_option("--record", opt_.record, "Write every request and answer to a capture file")
+        ->group("Backend");
+    app.add_option("-c,--controller", opt_.controller, "Controller index, or all (default 0)")
+        ->group("Selection");
+    app.add_option("-o,--output", opt_.output, "Output format")
+        ->check(CLI::IsMember({"text", "json", "json-compact"}))
+        ->group("Output");
+    app.add_option("--log", opt_.logFile, "Write the debug log to FILE")->group("Output");
+    app.add_option("--log-level", opt_.logLevel, "Debug log level 0-4 (default 3)")
+        ->check(CLI::Range(0, 4))
+        ->group("Output");
+    app.add_flag("-y,--yes", opt_.yes, "Do destructive actions without asking")->group("Safety");
+    app.add_flag("--dry-run", opt_.dryRun, "Show the requests that would change the controller; send none")
+        ->group("Safety");
+    app.add_flag("--generate-man", generateMan, "Print the man page")->group("");
+    app.add_option("--generate-completion", generateCompletion, "Print a completion script (bash)")
+        ->group("");
+
+    registerList(app, *this);
+    registerShow(app, *this);
+    registerProperties(app, *this);
+    registerRaw(app, *this);
+    registerAlarm(app, *this);
+    registerBbu(app, *this);
+    registerBios(app, *this);
+    registerBoot(app, *this);
+    registerEvents(app, *this);
+    registerCapture(app, *this);
+    registerPatrol(app, *this);
+    registerCc(app, *this);
+    registerRules(app, *this);
+    registerTopology(app, *this);
+    registerSecurity(app, *this);
+    registerActions(app, *this);
+
+    std::vector<std::string> reversed(args.rbegin(), args.rend());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::CallForHelp&) {
+        std::cout << app.help();
+        return kExitOk;
+    } catch (const CLI::CallForAllHelp&) {
+        std::cout << app.help("", CLI::AppFormatMode::All);
+        return kExitOk;
+    } catch (const CLI::CallForVersion&) {
+        std::cout << "kvictl " << kVersion << "\n";
+        return kExitOk;
+    } catch (const CLI::ParseError& e) {
+        // Help of a subcommand arrives as CallForHelp too; the rest are usage errors.
+        if (e.get_exit_code() == 0) {
+            return app.exit(e, std::cout, std::cerr);
+        }
+        std::string what = e.what();
+        error("usage", what + "; run 'kvictl --help' for the commands and options", kExitUsage);
+        writeEnvelope();
+        return exit_;
+    } catch (const UsageError& e) {
+        error("usage", e.what(), kExitUsage);
+        writeEnvelope();
+        return exit_;
+    }
+
+    if (generateMan) {
+        writeManPage(app, std::cout);
+        return kExitOk;
+    }
+    if (!generateCompletion.empty()) {
+        if (generateCompletion != "bash") {
+            error("usage", "--generate-completion: only bash is supported", kExitUsage);
+            return exit_;
+        }
+        writeBashCompletion(app, std::cout);
+        return kExitOk;
+    }
+    if (!command_) {
+        std::cout << app.help();
+        return kExitOk;
+    }
+    int rc = openAndRun();
+    return rc;
+}
+
+namespace {
+
+void checkBackendChoice(const GlobalOptions& o) {
+    int chosen = (o.sim ? 1 : 0) + (!o.device.empty() ? 1 : 0) + (!o.replay.empty() ? 1 : 0);
+    if (chosen > 1)
+        throw UsageError("choose one backend: --sim, --device or --replay");
+    if (!o.sim && (!o.simState.empty() || o.simControllers != 0 || o.simProfile != "default"))
+        throw UsageError("--sim-state and --sim-controllers need --sim");
+    if (o.logFile.empty() && o.logLevel != 3)
+        throw UsageError("--log-level needs --log FILE");
+    if (o.controller != "all")
+        parseUnsigned(o.controller, 0, 4095, "-c");
+}
+
+} // namespace
+
+int App::openAndRun() {
+    // 1. Validate everything the arguments say, before anything is opened.
+    try {
+        checkBackendChoice(opt_);
+        if (command_->validate)
+            command_->validate();
+    } catch (const UsageError& e) {
+        error("usage", std::string(e.what()) + "; nothing was sent", kExitUsage);
+        writeEnvelope();
+        return exit_;
+    }
+    if (command_->confirmation) {
+        std::string question = command_->confirmation();
+        if (!question.empty() && !confirm(question)) {
+            writeEnvelope();
+            return exit_;
+        }
+    }
+
+    // 2. The debug log.
+    std::FILE* logFile = nullptr;
+    std::unique_ptr<kvi::FileLogSink> sink;
+    if (!opt_.logFile.empty()) {
+        logFile = std::fopen(opt_.logFile.c_str(), "a");
+        if (logFile == nullptr) {
+            error("log", "cannot write the log file " + opt_.logFile + ": " + std::strerror(errno), kExitUsage);
+            writeEnvelope();
+            return exit_;
+        }
+        sink = std::make_unique<kvi::FileLogSink>(logFile);
+        kvi::setLogSink(sink.get());
+        kvi::setLogLevel(opt_.logLevel);
+    }
+
+    // 3. The backends.
+    Opened o;
+    std::time_t now = 0;
+    bool fixedNow = false;
+    if (opt_.sim) {
+        try {
+            o.sim = std::make_unique<kvi::sim::Simulator>();
+            bool fromState = false;
+            if (!opt_.simState.empty() && ::access(opt_.simState.c_str(), F_OK) == 0) {
+                o.sim->loadState(opt_.simState);
+                fromState = true;
+            }
+            if (!fromState)
+                o.sim->load(opt_.simProfile, opt_.simControllers == 0 ? 1 : opt_.simControllers);
+        } catch (const std::exception& e) {
+            error("simulator", std::string(e.what()) + "; nothing was sent (bundled profiles: " +
+                                   [] {
+                                       std::string s;
+                                       for (const std::string& n : kvi::sim::Simulator::bundledProfiles())
+                                           s += (s.empty() ? "" : ", ") + n;
+                                       return s;
+                                   }() + ")",
+                  kExitUsage);
+            writeEnvelope();
+            if (logFile) {
+                kvi::setLogSink(nullptr);
+                std::fclose(logFile);
+            }
+            return exit_;
+        }
+        kvi::setProcessInputs(o.sim->processInputs());
+        for (std::size_t i = 0; i < o.sim->size(); ++i)
+            o.raw.push_back(&o.sim->controller(i));
+        if (o.sim->clock().isFixed()) {
+            now = static_cast<std::time_t>(o.sim->clock().now());
+            fixedNow = true;
+        }
+    } else {
+        if (!opt_.replay.empty()) {
+            o.transport = kvi::openReplay(opt_.replay);
+            if (o.transport.controllers.empty()) {
+                error("replay", o.transport.error + "; nothing was sent", kExitUsage);
+            } else if (o.transport.log) {
+                kvi::ProcessInputs in;
+                if (auto v = o.transport.log->fact("isOEMhp"))
+                    in.isOEMhp = *v == "1";
+                if (auto v = o.transport.log->fact("controllerType"))
+                    in.controllerType = std::atoi(v->c_str());
+                kvi::setProcessInputs(in);
+                if (auto v = o.transport.log->fact("now")) {
+                    now = static_cast<std::time_t>(std::atoll(v->c_str()));
+                    fixedNow = true;
+                }
+            }
+        } else {
+            std::string device = opt_.device.empty() ? kvi::deviceFromEnvironment() : opt_.device;
+            if (device.empty()) {
+                error("no_backend",
+                      "no controller reachable: no device given (--device PATH or $KVICTL_DEVICE); "
+                      "to try kvictl without hardware use the simulator: kvictl --sim show",
+                      kExitUnreachable);
+            } else {
+                o.transport = kvi::openPassThrough(device);
+                if (o.transport.controllers.empty()) {
+                    int code = kvi::exitCodeFor(o.transport.fault);
+                    std::string hint = code == kExitPermission
+                                           ? "run as root"
+                                           : "check the device and the driver, or try the simulator: kvictl --sim show";
+                    error("no_controller", "no controller reachable through " + device + ": " +
+                                               o.transport.error + "; " + hint,
+                          code);
+                }
+            }
+        }
+        for (auto& b : o.transport.controllers)
+            o.raw.push_back(b.get());
+    }
+    if (o.raw.empty()) {
+        writeEnvelope();
+        if (logFile) {
+            kvi::setLogSink(nullptr);
+            std::fclose(logFile);
+        }
+        return exit_;
+    }
+    if (fixedNow)
+        kvi::reports::setHostTime(now);
+
+    std::vector<kvi::Backend*> chain = o.raw;
+    if (!opt_.record.empty()) {
+        std::string why;
+        o.writer = kvi::CaptureWriter::open(opt_.record, why);
+        if (!o.writer) {
+            error("record", "cannot write the capture " + opt_.record + ": " + why + "; nothing was sent",
+                  kExitUsage);
+            writeEnvelope();
+            if (logFile) {
+                kvi::setLogSink(nullptr);
+                std::fclose(logFile);
+            }
+            return exit_;
+        }
+        kvi::ProcessInputs in = kvi::processInputs();
+        o.writer->recordFact("now", std::to_string(fixedNow ? now : std::time(nullptr)));
+        o.writer->recordFact("isOEMhp", in.isOEMhp ? "1" : "0");
+        o.writer->recordFact("controllerType", std::to_string(in.controllerType));
+        o.captured = kvi::captureAll(o.raw, o.writer);
+        chain.clear();
+        for (auto& c : o.captured)
+            chain.push_back(c.get());
+    }
+    for (kvi::Backend* b : chain)
+        o.gates.push_back(std::make_unique<Gate>(*b, opt_.dryRun));
+    System::getInstance()->setBackend(o.gates.front().get());
+
+    // 4. The controllers to work on.
+    std::vector<unsigned> selected;
+    if (opt_.controller == "all") {
+        for (unsigned i = 0; i < o.gates.size(); ++i)
+            selected.push_back(i);
+    } else {
+        unsigned n = static_cast<unsigned>(parseUnsigned(opt_.controller, 0, 4095, "-c"));
+        if (n >= o.gates.size()) {
+            error("usage", "-c " + opt_.controller + ": no such controller (" + std::to_string(o.gates.size()) +
+                               " found, 0-" + std::to_string(o.gates.size() - 1) + "); nothing was sent",
+                  kExitUsage);
+        } else {
+            selected.push_back(n);
+        }
+    }
+    multi_ = selected.size() > 1;
+
+    // 5. One BackendController and one AdapterDataKvi per controller, in turn.
+    for (unsigned index : selected) {
+        Gate& gate = *o.gates[index];
+        BackendController controller(gate, ControllerId(index));
+        AdapterDataKvi adapter(&controller, controller.getControllerId());
+        json::Object scratch;
+        Target t;
+        t.index = index;
+        t.backend = &gate;
+        t.gate = &gate;
+        t.controller = &controller;
+        t.adapter = &adapter;
+        if (json()) {
+            // Every JSON controller entry carries its status (one information read).
+            int code = RaidManager::getInstance(&controller)->getControllerStatus();
+            t.entry = &envelope_->AddController(index, code, RaidManager::controllerStatusName(code),
+                                               RaidManager::controllerStatusDescription(code));
+        } else {
+            t.entry = &scratch;
+            if (multi_ && command_->headers) {
+                if (!firstBlock_)
+                    out() << "\n";
+                out() << "Controller " << index << "\n\n";
+                firstBlock_ = true;
+            }
+        }
+        command_->run(t);
+        if (opt_.dryRun) {
+            const std::vector<HeldRequest>& held = gate.held();
+            if (json()) {
+                json::Array list;
+                for (const HeldRequest& r : held) {
+                    json::Object e;
+                    const char* name = kvDcmdName(r.opcode);
+                    char op[16];
+                    std::snprintf(op, sizeof op, "0x%08x", r.opcode);
+                    e["opcode"] = json::String(op);
+                    e["name"] = json::String(name ? name : "");
+                    e["mailbox"] = json::String(hexBytes(r.mbox, 12));
+                    e["length_bytes"] = json::UNumber(r.length);
+                    e["direction"] = json::String(r.direction == kvi::Direction::Write  ? "write"
+                                                  : r.direction == kvi::Direction::Both ? "both"
+                                                                                        : "none");
+                    list.Insert(e);
+                }
+                (*t.entry)["dry_run"] = list;
+            } else {
+                out() << (firstBlock_ ? "" : "\n") << "Dry run: " << held.size()
+                      << (held.size() == 1 ? " request" : " requests") << " not sent\n";
+                for (const HeldRequest& r : held)
+                    out() << "  " << kvi::describeRequest(r.opcode, r.mbox, r.length) << "\n";
+                firstBlock_ = false;
+            }
+        }
+    }
+    if (command_->finish)
+        command_->finish();
+
+    // 6. Keep the simulator's state, check the capture.
+    if (o.sim && !opt_.simState.empty() && !opt_.dryRun) {
+        try {
+            o.sim->saveState(opt_.simState);
+        } catch (const std::exception& e) {
+            error("simulator", std::string("cannot keep the simulator state: ") + e.what(), kExitFailed);
+        }
+    }
+    if (o.writer && o.writer->failed())
+        error("record", "the capture " + opt_.record + " is incomplete: " + o.writer->error(), kExitFailed);
+
+    System::getInstance()->setBackend(nullptr);
+    kvi::reports::clearHostTime();
+    writeEnvelope();
+    std::cout.flush();
+    if (logFile) {
+        kvi::setLogSink(nullptr);
+        std::fclose(logFile);
+    }
+    return exit_;
+}
+
+std::FILE* App::deferArray(Target& t, const std::string& key) {
+    std::FILE* f = std::tmpfile();
+    if (f == nullptr)
+        return nullptr;
+    std::string marker = "@@kvictl-stream-" + std::to_string(streams_.size()) + "@@";
+    (*t.entry)[key] = json::String(marker);
+    streams_.push_back({json::JsonWriter::Quote(marker), f});
+    return f;
+}
+
+void App::appendDeferred(std::FILE* f, const json::Object& element, bool first) {
+    std::string text = json::JsonWriter::ToString(element, json::JsonWriter::Compact);
+    if (!first)
+        std::fputs(format_ == OutputFormat::JsonCompact ? "," : ",\n", f);
+    std::fputs(text.c_str(), f);
+}
+
+void App::writeWithStreams(const std::string& doc, std::ostream& os) {
+    std::size_t pos = 0;
+    for (auto& s : streams_) {
+        std::size_t at = doc.find(s.first, pos);
+        if (at == std::string::npos)
+            continue;
+        os << doc.substr(pos, at - pos) << '[';
+        std::rewind(s.second);
+        char buf[65536];
+        std::size_t n;
+        while ((n = std::fread(buf, 1, sizeof buf, s.second)) > 0)
+            os.write(buf, static_cast<std::streamsize>(n));
+        os << ']';
+        pos = at + s.first.size();
+    }
+    os << doc.substr(pos);
+}
+
+void App::writeEnvelope() {
+    if (!envelope_)
+        return;
+    envelope_->SetExitStatus(exit_);
+    json::JsonWriter::Style style =
+        format_ == OutputFormat::JsonCompact ? json::JsonWriter::Compact : json::JsonWriter::Pretty;
+    if (streams_.empty()) {
+        envelope_->Write(std::cout, style);
+    } else {
+        writeWithStreams(json::JsonWriter::ToString(envelope_->Document(), style), std::cout);
+        std::cout << "\n";
+    }
+    std::cout.flush();
+}
+
+} // namespace cli

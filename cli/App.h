@@ -1,0 +1,178 @@
+#pragma once
+// The kvictl application: global options, backend selection, one
+// AdapterDataKvi per controller per invocation, the output envelope and the
+// exit codes. Command groups (cmd_*.cpp) register their subcommands here and
+// hand back a Command: a validation step that runs before anything is opened
+// or sent, and a step that runs once per selected controller.
+#include <cstdio>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "json/Envelope.h"
+#include "json/elements.h"
+
+namespace CLI {
+class App;
+}
+class AdapterDataKvi;
+class BackendController;
+
+namespace kvi {
+class Backend;
+}
+
+namespace cli {
+
+// Exit codes of the tool (see README "Exit codes").
+enum ExitCode : int {
+    kExitOk = 0,
+    kExitFailed = 1,      // a controller or firmware request failed
+    kExitUsage = 2,       // usage error; nothing was sent
+    kExitUnreachable = 3, // no controller reachable
+    kExitPermission = 4,  // permission denied
+};
+
+// A usage error found while validating arguments: exit 2, nothing sent.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class OutputFormat { Text, Json, JsonCompact };
+
+struct GlobalOptions {
+    bool sim = false;
+    std::string simProfile = "default";
+    std::string simState;
+    unsigned simControllers = 0; // 0 = not given (1)
+    std::string device;
+    std::string replay;
+    std::string record;
+    std::string controller = "0";
+    std::string output = "text";
+    std::string logFile;
+    int logLevel = 3;
+    bool yes = false;
+    bool dryRun = false;
+};
+
+class Gate;
+
+// One selected controller for the duration of a command.
+struct Target {
+    unsigned index = 0;
+    kvi::Backend* backend = nullptr;
+    Gate* gate = nullptr;
+    BackendController* controller = nullptr;
+    AdapterDataKvi* adapter = nullptr;
+    json::Object* entry = nullptr; // the controller's JSON entry (JSON output) or a scratch object
+    bool failed = false;
+};
+
+// What a subcommand does once its arguments are parsed.
+struct Command {
+    std::string name; // for messages ("show", "set", ...)
+    // Checks and converts the arguments; throws UsageError. Runs before any
+    // backend is opened, so a usage error never sends anything.
+    std::function<void()> validate;
+    // Runs once per selected controller, in index order.
+    std::function<void(Target&)> run;
+    // Runs after every controller (summary lines, streaming tails).
+    std::function<void()> finish;
+    // Destructive actions ask for confirmation (prompt on a terminal, -y otherwise).
+    std::function<std::string()> confirmation; // the question; empty = nothing to confirm
+    // Text output heads each controller's block with "Controller N" when
+    // several are selected; commands that print one table turn this off.
+    bool headers = true;
+};
+
+class App {
+public:
+    App();
+    ~App();
+    App(const App&) = delete;
+    App& operator=(const App&) = delete;
+
+    int main(int argc, char** argv);
+
+    // ---- for the command groups ----
+    const GlobalOptions& options() const { return opt_; }
+    bool json() const { return format_ != OutputFormat::Text; }
+    // Text output goes here (stdout).
+    std::ostream& out();
+    // Selects the command to run (called from a subcommand callback).
+    void setCommand(Command command);
+
+    // Text: the section title and its members. JSON: entry[key] = body, or
+    // entry["sections"][title] = body when `key` is empty.
+    void emit(Target& t, const std::string& key, const std::string& title, const json::Object& body);
+    // Reports a failed operation of a controller: a one-line message on
+    // stderr and in the controller's JSON messages; exit status 1.
+    void fail(Target& t, const std::string& what, int status);
+    // A note about a controller (stderr and JSON), without changing the exit status.
+    void warn(Target& t, const std::string& code, const std::string& text);
+    // A failure not tied to a status (exit status `exitCode`).
+    void error(const std::string& code, const std::string& text, int exitCode);
+
+    // Name and description of a status returned by an operation.
+    static std::string statusName(int status);
+    std::string statusText(Target& t, int status) const;
+
+    // Help texts and examples of every command, for --help, the man page and
+    // completion.
+    CLI::App& root() { return *root_; }
+
+    // A JSON array too large to hold: its elements go to a temporary file
+    // while the command runs and are spliced into entry[key] on output.
+    std::FILE* deferArray(Target& t, const std::string& key);
+    void appendDeferred(std::FILE* f, const json::Object& element, bool first);
+
+    int exitStatus() const { return exit_; }
+    void raiseExit(int code);
+
+private:
+    int run(const std::vector<std::string>& args);
+    int openAndRun();
+    void writeEnvelope();
+    void writeWithStreams(const std::string& doc, std::ostream& os);
+    bool confirm(const std::string& question);
+
+    GlobalOptions opt_;
+    OutputFormat format_ = OutputFormat::Text;
+    std::unique_ptr<CLI::App> root_;
+    std::unique_ptr<Command> command_;
+    std::unique_ptr<json::Envelope> envelope_;
+    std::vector<std::string> argv_;
+    int exit_ = kExitOk;
+    bool multi_ = false; // more than one controller selected (text headers)
+    bool firstBlock_ = true;
+    std::vector<std::pair<std::string, std::FILE*>> streams_;
+};
+
+// Registration of the command groups (one per cmd_*.cpp).
+void registerShow(CLI::App& root, App& app);
+void registerList(CLI::App& root, App& app);
+void registerProperties(CLI::App& root, App& app);
+void registerRaw(CLI::App& root, App& app);
+void registerAlarm(CLI::App& root, App& app);
+void registerBbu(CLI::App& root, App& app);
+void registerBios(CLI::App& root, App& app);
+void registerBoot(CLI::App& root, App& app);
+void registerEvents(CLI::App& root, App& app);
+void registerCapture(CLI::App& root, App& app);
+void registerPatrol(CLI::App& root, App& app);
+void registerCc(CLI::App& root, App& app);
+void registerRules(CLI::App& root, App& app);
+void registerTopology(CLI::App& root, App& app);
+void registerSecurity(CLI::App& root, App& app);
+void registerActions(CLI::App& root, App& app);
+
+// Man page and bash completion from the option table (docs).
+void writeManPage(CLI::App& root, std::ostream& os);
+void writeBashCompletion(CLI::App& root, std::ostream& os);
+
+} // namespace cli

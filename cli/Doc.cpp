@@ -1,0 +1,74 @@
+#include "cli/Doc.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/App.h"
+
+namespace cli {
+
+void Doc::str(const std::string& label, const std::string& key, const std::string& value) {
+    obj_[json_ ? key : label] = json::String(value);
+}
+
+void Doc::num(const std::string& label, const std::string& key, unsigned long long value, const std::string& unit) {
+    if (json_)
+        obj_[key] = json::UNumber(value);
+    else
+        obj_[label] = json::String(std::to_string(value) + (unit.empty() ? "" : " " + unit));
+}
+
+void Doc::snum(const std::string& label, const std::string& key, long long value, const std::string& unit) {
+    if (json_)
+        obj_[key] = json::Number(static_cast<long>(value));
+    else
+        obj_[label] = json::String(std::to_string(value) + (unit.empty() ? "" : " " + unit));
+}
+
+void Doc::flag(const std::string& label, const std::string& key, bool value) {
+    if (json_)
+        obj_[key] = json::Boolean(value);
+    else
+        obj_[label] = json::String(value ? "yes" : "no");
+}
+
+void Doc::null(const std::string& label, const std::string& key) {
+    if (json_)
+        obj_[key] = json::Null();
+    else
+        obj_[label] = json::String("-");
+}
+
+void Doc::sub(const std::string& label, const std::string& key, const Doc& inner) {
+    obj_[json_ ? key : label] = inner.object();
+}
+
+void Doc::rows(const std::string& label, const std::string& key, const json::Array& items) {
+    obj_[json_ ? key : label] = items;
+}
+
+void Doc::raw(const std::string& label, const std::string& key, const json::UnknownElement& value) {
+    obj_[json_ ? key : label] = value;
+}
+
+CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help) {
+    return group.add_subcommand(name, help);
+}
+
+void actionDone(App& app, Target& t, const std::string& title, const std::string& action) {
+    if (app.json()) {
+        json::Object o;
+        o["name"] = json::String(action);
+        o["done"] = json::Boolean(!t.failed);
+        o["dry_run"] = json::Boolean(app.options().dryRun);
+        (*t.entry)["action"] = o;
+        return;
+    }
+    if (t.failed)
+        return;
+    json::Object o;
+    o["Action"] = json::String(action);
+    o["Result"] = json::String(app.options().dryRun ? "not sent (dry run)" : "done");
+    app.emit(t, "action", title, o);
+}
+
+} // namespace cli

@@ -1,0 +1,50 @@
+#pragma once
+// A small builder for the tool's own output blocks: every member has a text
+// label ("Auto Learn Mode") and a JSON key ("auto_learn_mode"), so the text and
+// the JSON rendering carry the same members in the same order.
+#include <string>
+
+#include "json/elements.h"
+
+namespace CLI {
+class App;
+}
+
+namespace cli {
+
+class App;
+struct Target;
+
+class Doc {
+public:
+    explicit Doc(bool json) : json_(json) {}
+
+    void str(const std::string& label, const std::string& key, const std::string& value);
+    // Text: "value unit"; JSON: the number under key (the unit belongs in the key).
+    void num(const std::string& label, const std::string& key, unsigned long long value,
+             const std::string& unit = "");
+    void snum(const std::string& label, const std::string& key, long long value, const std::string& unit = "");
+    // Text: yes/no; JSON: true/false.
+    void flag(const std::string& label, const std::string& key, bool value);
+    void null(const std::string& label, const std::string& key);
+    void sub(const std::string& label, const std::string& key, const Doc& inner);
+    // An array of objects (rows built as Docs) or of scalars.
+    void rows(const std::string& label, const std::string& key, const json::Array& items);
+    void raw(const std::string& label, const std::string& key, const json::UnknownElement& value);
+
+    const json::Object& object() const { return obj_; }
+    bool json() const { return json_; }
+
+private:
+    bool json_;
+    json::Object obj_;
+};
+
+// Adds a verb subcommand (alarm on, bbu learn, ...) with help and a callback
+// that selects the command it builds.
+CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help);
+
+// The "done" block of an action that changes something.
+void actionDone(App& app, Target& t, const std::string& title, const std::string& action);
+
+} // namespace cli

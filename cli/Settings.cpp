@@ -1,0 +1,171 @@
+#include "cli/Settings.h"
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+
+#include <set>
+
+namespace cli {
+
+std::string Setting::jsonKey() const {
+    std::string key = snakeCase(name);
+    if (unit == "seconds" || unit == "minutes" || unit == "hours" || unit == "microseconds")
+        key += "_" + unit;
+    return key;
+}
+
+std::string Setting::rangeText() const {
+    switch (kind) {
+    case SettingKind::Switch:
+        return "on|off";
+    case SettingKind::Named: {
+        std::string s;
+        for (const NamedValue& n : names)
+            s += std::string(s.empty() ? "" : "|") + n.name;
+        return s;
+    }
+    case SettingKind::Number:
+        break;
+    }
+    return std::to_string(min) + "-" + std::to_string(max);
+}
+
+unsigned long long parseSettingValue(const Setting& s, const std::string& text) {
+    switch (s.kind) {
+    case SettingKind::Switch:
+        return parseSwitch(text, s.name) ? 1 : 0;
+    case SettingKind::Named:
+        return parseNamed(text, s.names, s.name);
+    case SettingKind::Number:
+        break;
+    }
+    return parseUnsigned(text, s.min, s.max, s.name);
+}
+
+unsigned long long shown(const Setting& s, unsigned long long raw) {
+    if (s.kind == SettingKind::Switch)
+        return (raw != 0) != s.invertGet ? 1 : 0;
+    return raw;
+}
+
+std::string settingText(const Setting& s, unsigned long long value) {
+    switch (s.kind) {
+    case SettingKind::Switch:
+        return value ? "on" : "off";
+    case SettingKind::Named:
+        return nameOf(static_cast<unsigned>(value), s.names);
+    case SettingKind::Number:
+        break;
+    }
+    return std::to_string(value);
+}
+
+json::UnknownElement settingJson(const Setting& s, unsigned long long value) {
+    switch (s.kind) {
+    case SettingKind::Switch:
+        return json::Boolean(value != 0);
+    case SettingKind::Named:
+        return json::String(nameOf(static_cast<unsigned>(value), s.names));
+    case SettingKind::Number:
+        break;
+    }
+    return json::UNumber(value);
+}
+
+const Setting* findSetting(const std::vector<Setting>& table, const std::string& name) {
+    for (const Setting& s : table)
+        if (s.name == name)
+            return &s;
+    return nullptr;
+}
+
+int readSetting(AdapterData& a, const Setting& s, unsigned long long& value) {
+    unsigned long long raw = 0;
+    int rc = s.get(a, raw);
+    if (rc == 0)
+        value = shown(s, raw);
+    return rc;
+}
+
+std::vector<SettingChange> parseAssignments(const std::vector<Setting>& table,
+                                            const std::vector<std::string>& args, const std::string& what,
+                                            const std::string& listHint) {
+    std::vector<SettingChange> changes;
+    std::set<std::string> seen;
+    for (const std::string& a : args) {
+        auto [name, value] = splitAssignment(a);
+        const Setting* s = findSetting(table, name);
+        if (s == nullptr)
+            throw UsageError("unknown " + what + " '" + name + "'; " + listHint);
+        if (!s->settable())
+            throw UsageError(what + " '" + name + "' cannot be set");
+        if (!seen.insert(name).second)
+            throw UsageError(what + " '" + name + "' is given twice");
+        changes.push_back({s, parseSettingValue(*s, value)});
+    }
+    return changes;
+}
+
+void applySettings(App& app, Target& t, const std::vector<SettingChange>& changes,
+                   const std::function<int(AdapterData&)>& begin,
+                   const std::function<int(AdapterData&, bool)>& end, const std::string& what,
+                   const std::string& titleWord) {
+    AdapterData& a = *t.adapter;
+    json::Array rows;
+    json::Object text;
+    std::vector<const SettingChange*> todo;
+    bool readFailed = false;
+    for (const SettingChange& ch : changes) {
+        unsigned long long current = 0;
+        int rc = readSetting(a, *ch.setting, current);
+        if (rc != 0) {
+            app.fail(t, "reading " + ch.setting->name, rc);
+            readFailed = true;
+            continue;
+        }
+        bool differs = current != ch.value;
+        if (differs)
+            todo.push_back(&ch);
+        json::Object row;
+        row["name"] = json::String(ch.setting->jsonKey());
+        row["old"] = settingJson(*ch.setting, current);
+        row["new"] = settingJson(*ch.setting, ch.value);
+        row["changed"] = json::Boolean(differs);
+        rows.Insert(row);
+        text[ch.setting->name] =
+            json::String(differs ? settingText(*ch.setting, current) + " -> " + settingText(*ch.setting, ch.value)
+                                 : settingText(*ch.setting, ch.value) + " (unchanged)");
+    }
+    bool changed = false;
+    if (!readFailed && !todo.empty()) {
+        int rc = begin(a);
+        bool ext = false;
+        for (const SettingChange* ch : todo) {
+            if (rc != 0)
+                break;
+            const Setting& s = *ch->setting;
+            unsigned long long raw = ch->value;
+            // Back from the shown sense to the field, then to what the setter takes.
+            if (s.kind == SettingKind::Switch && s.invertGet)
+                raw = raw ? 0 : 1;
+            if (s.kind == SettingKind::Switch && s.invertSet)
+                raw = raw ? 0 : 1;
+            rc = s.set(a, raw);
+            ext = ext || s.extension;
+        }
+        if (rc == 0)
+            rc = end(a, ext);
+        if (rc != 0)
+            app.fail(t, "writing " + what, rc);
+        else
+            changed = true;
+    }
+    if (app.json()) {
+        (*t.entry)["changes"] = rows;
+        (*t.entry)["changed"] = json::Boolean(changed);
+    } else {
+        app.emit(t, "", changed ? titleWord + " Changed" : titleWord + " Unchanged", text);
+    }
+}
+
+} // namespace cli

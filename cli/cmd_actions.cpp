@@ -1,0 +1,47 @@
+// kvictl flush-cache | factory-defaults | restart | shutdown: controller
+// actions. The last three are destructive: they ask on a terminal and need -y
+// otherwise; --dry-run shows the request instead.
+#include <CLI/CLI.hpp>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+
+namespace cli {
+
+namespace {
+
+void action(CLI::App& root, App& app, const char* name, const char* help, const char* question,
+            std::function<int(AdapterData&)> op) {
+    auto* sub = root.add_subcommand(name, help);
+    sub->footer(std::string("Examples:\n  kvictl --sim ") + name + "\n  kvictl --sim --dry-run " + name +
+                (question ? std::string("\n  kvictl --sim -y ") + name : std::string()));
+    sub->callback([&app, name, question, op] {
+        Command c;
+        c.name = name;
+        if (question != nullptr)
+            c.confirmation = [question] { return std::string(question); };
+        c.run = [&app, name, op](Target& t) {
+            int rc = op(*t.adapter);
+            if (rc != 0)
+                app.fail(t, name, rc);
+            actionDone(app, t, "Controller", name);
+        };
+        app.setCommand(std::move(c));
+    });
+}
+
+} // namespace
+
+void registerActions(CLI::App& root, App& app) {
+    action(root, app, "flush-cache", "Write the controller's cache to the drives", nullptr,
+           [](AdapterData& a) { return a.flushCache(); });
+    action(root, app, "factory-defaults", "Reset every controller setting to its factory default (asks first)",
+           "Reset the selected controllers to factory defaults?", [](AdapterData& a) { return a.setfactoryDefaults(); });
+    action(root, app, "restart", "Restart the controller (asks first)", "Restart the selected controllers?",
+           [](AdapterData& a) { return a.adpRestart(false); });
+    action(root, app, "shutdown", "Shut the controller down for power-off (asks first)",
+           "Shut down the selected controllers?", [](AdapterData& a) { return a.adpShutDown(false); });
+}
+
+} // namespace cli

@@ -1,0 +1,68 @@
+// kvictl alarm [show|on|off|silence]: the controller's audible alarm.
+#include <CLI/CLI.hpp>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+
+namespace cli {
+
+namespace {
+
+const char* alarmName(unsigned char state) {
+    switch (state) {
+    case 0: return "disabled";
+    case 1: return "enabled";
+    case 2: return "silenced";
+    case 3: return "absent";
+    default: return "unknown";
+    }
+}
+
+Command showAlarm(App& app) {
+    Command c;
+    c.name = "alarm show";
+    c.run = [&app](Target& t) {
+        unsigned char state = 0;
+        int rc = t.adapter->getalarmState(&state);
+        if (rc != 0) {
+            app.fail(t, "reading the alarm state", rc);
+            return;
+        }
+        Doc d(app.json());
+        d.str("State", "state", alarmName(state));
+        d.flag("Present", "present", state != 3);
+        app.emit(t, "alarm", "Alarm", d.object());
+    };
+    return c;
+}
+
+Command setAlarm(App& app, unsigned char value, const char* action) {
+    Command c;
+    c.name = std::string("alarm ") + action;
+    c.run = [&app, value, action](Target& t) {
+        int rc = t.adapter->setalarmState(value);
+        if (rc != 0)
+            app.fail(t, std::string("alarm ") + action, rc);
+        actionDone(app, t, "Alarm", std::string("alarm ") + action);
+    };
+    return c;
+}
+
+} // namespace
+
+void registerAlarm(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("alarm", "Show or change the audible alarm (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Examples:\n  kvictl --sim alarm\n  kvictl --sim alarm silence\n  kvictl --sim -c all alarm off");
+    verb(*g, "show", "Show the alarm state")->callback([&app] { app.setCommand(showAlarm(app)); });
+    verb(*g, "on", "Enable the alarm")->callback([&app] { app.setCommand(setAlarm(app, 1, "on")); });
+    verb(*g, "off", "Disable the alarm")->callback([&app] { app.setCommand(setAlarm(app, 0, "off")); });
+    verb(*g, "silence", "Silence a sounding alarm")->callback([&app] { app.setCommand(setAlarm(app, 2, "silence")); });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showAlarm(app));
+    });
+}
+
+} // namespace cli

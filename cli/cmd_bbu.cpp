@@ -1,0 +1,184 @@
+// kvictl bbu [show|learn|test|set auto-learn=MODE]: the battery backup unit.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+#include "cli/Util.h"
+#include "firmware/kvistat.h"
+
+namespace cli {
+
+namespace {
+
+const std::vector<NamedValue> kStates = {
+    {"missing", 0}, {"optimal", 1}, {"failed", 2}, {"degraded", 3}, {"needs_attention", 4},
+    {"code_update_required", 6}, {"predictive_failure", 7}, {"charging", 8},
+    {"communication_failure", 9}, {"unknown", 255}};
+const std::vector<NamedValue> kTypes = {
+    {"none", 0}, {"ibbu", 1}, {"bbu", 2}, {"zcr_legacy", 3}, {"itbbu3", 4}, {"ibbu08", 5},
+    {"supercap_module", 6}, {"smart_battery", 7}};
+const std::vector<NamedValue> kReasons = {
+    {"battery_missing", 0}, {"battery_failed", 1}, {"capacity_low", 2}, {"learn_cycle", 3},
+    {"no_space", 5}, {"microcode_required", 6}, {"communication_fault", 7}};
+const std::vector<NamedValue> kLearnModes = {{"auto", 0}, {"disabled", 1}, {"warn", 2}};
+
+std::string scheduleTime(unsigned int seconds) {
+    std::time_t t = static_cast<std::time_t>(scheduleEpoch() + seconds);
+    std::tm tm{};
+    localtime_r(&t, &tm);
+    return formatLocalTime(tm);
+}
+
+Command showBbu(App& app) {
+    Command c;
+    c.name = "bbu show";
+    c.run = [&app](Target& t) {
+        AdapterData& a = *t.adapter;
+        Doc d(app.json());
+        bool present = false;
+        int rc = a.isBBUPresent(&present);
+        if (rc != 0 && rc != KVI_STAT_NO_HW_PRESENT) {
+            app.fail(t, "reading the battery status", rc);
+            return;
+        }
+        d.flag("Present", "present", present);
+        int state = 0;
+        rc = a.getBatteryState(&state);
+        if (rc != 0) {
+            app.fail(t, "reading the battery state", rc);
+            app.emit(t, "battery", "Battery", d.object());
+            return;
+        }
+        d.str("State", "state", nameOf(static_cast<unsigned>(state), kStates));
+        if (present) {
+            // Each reading is shown when the controller gives it; a failed
+            // reading stops the section there and names the status.
+            auto step = [&](int status, const char* what) {
+                if (status != 0)
+                    app.fail(t, std::string("reading the battery ") + what, status);
+                return status == 0;
+            };
+            unsigned char type = 0, temp = 0, mode = 0, reason = 0;
+            int hot = 0;
+            unsigned short full = 0, remaining = 0, charge = 0, toEmpty = 0;
+            unsigned int period = 0, next = 0, fw = 0;
+            bool ok = step(a.getBatteryType(&type), "type");
+            if (ok)
+                d.str("Type", "type", nameOf(type, kTypes));
+            ok = ok && step(a.getBatteryTemperature(&temp), "temperature");
+            if (ok)
+                d.num("Temperature", "temperature_celsius", temp, "C");
+            ok = ok && step(a.getBatteryTemperatureStatus(&hot), "temperature status");
+            if (ok)
+                d.flag("Temperature High", "temperature_high", hot != 0);
+            ok = ok && step(a.getBbuFwStatus(&fw), "firmware status");
+            if (ok) {
+                char hex[16];
+                std::snprintf(hex, sizeof hex, "0x%08x", fw);
+                d.str("Firmware Status", "firmware_status", hex);
+            }
+            ok = ok && step(a.getBattRelativeStateOfCharge(&charge), "charge");
+            if (ok)
+                d.num("Relative State of Charge", "relative_charge_percent", charge, "%");
+            ok = ok && step(a.getBatteryFullCapacity(&full), "full capacity");
+            if (ok)
+                d.num("Full Charge Capacity", "full_capacity_mah", full, "mAh");
+            ok = ok && step(a.getBatteryRemainingCapacity(&remaining), "remaining capacity");
+            if (ok)
+                d.num("Remaining Capacity", "remaining_capacity_mah", remaining, "mAh");
+            ok = ok && step(a.getBattAvgTimeToEmpty(&toEmpty), "time to empty");
+            if (ok)
+                d.num("Average Time to Empty", "average_time_to_empty_minutes", toEmpty, "min");
+            ok = ok && step(a.getBatteryAutoLearnMode(&mode), "auto-learn mode");
+            if (ok)
+                d.str("Auto Learn Mode", "auto_learn_mode", nameOf(mode, kLearnModes));
+            ok = ok && step(a.getBatteryAutoLearnPeriod(&period), "auto-learn period");
+            if (ok)
+                d.num("Auto Learn Period", "auto_learn_period_seconds", period, "s");
+            ok = ok && step(a.getBatteryNextLearnTime(&next), "next learn time");
+            if (ok)
+                d.str("Next Learn Time", "next_learn_time", scheduleTime(next));
+            ok = ok && step(a.getWritePolicyChngReason(&reason), "write-policy reason");
+            if (ok && state != 1)
+                d.str("Write Policy Change Reason", "write_policy_change_reason", nameOf(reason, kReasons));
+        }
+        app.emit(t, "battery", "Battery", d.object());
+    };
+    return c;
+}
+
+Command bbuAction(App& app, const char* action, int (AdapterData::*op)()) {
+    Command c;
+    c.name = std::string("bbu ") + action;
+    c.run = [&app, action, op](Target& t) {
+        int rc = (t.adapter->*op)();
+        if (rc != 0)
+            app.fail(t, std::string("bbu ") + action, rc);
+        actionDone(app, t, "Battery", std::string("bbu ") + action);
+    };
+    return c;
+}
+
+} // namespace
+
+void registerBbu(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("bbu", "Battery backup unit: status, learn cycle, test, auto-learn mode (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Examples:\n  kvictl --sim bbu\n  kvictl --sim bbu learn\n  kvictl --sim bbu set auto-learn=disabled\n"
+              "  kvictl --sim -o json bbu show");
+    verb(*g, "show", "Show the battery status")->callback([&app] { app.setCommand(showBbu(app)); });
+    verb(*g, "learn", "Start a manual learn cycle")->callback([&app] {
+        app.setCommand(bbuAction(app, "learn", &AdapterData::startManualLearnCycle));
+    });
+    verb(*g, "test", "Start a battery retention test")->callback([&app] {
+        app.setCommand(bbuAction(app, "test", &AdapterData::adpBBUTest));
+    });
+    auto* set = verb(*g, "set", "Change the auto-learn mode: auto-learn=auto|disabled|warn");
+    auto args = std::make_shared<std::vector<std::string>>();
+    set->add_option("assignments", *args, "auto-learn=MODE")->required();
+    set->callback([&app, args] {
+        auto mode = std::make_shared<unsigned>(0);
+        Command c;
+        c.name = "bbu set";
+        c.validate = [args, mode] {
+            for (const std::string& a : *args) {
+                auto [name, value] = splitAssignment(a);
+                if (name != "auto-learn")
+                    throw UsageError("bbu set: unknown setting '" + name + "' (settings: auto-learn)");
+                *mode = parseNamed(value, kLearnModes, "auto-learn");
+            }
+        };
+        c.run = [&app, mode](Target& t) {
+            unsigned char current = 0;
+            int rc = t.adapter->getBatteryAutoLearnMode(&current);
+            if (rc != 0) {
+                app.fail(t, "reading the auto-learn mode", rc);
+                return;
+            }
+            bool changed = false;
+            if (current != *mode) {
+                unsigned char m = static_cast<unsigned char>(*mode);
+                rc = t.adapter->setBatteryAutoLearnMode(&m);
+                if (rc != 0)
+                    app.fail(t, "setting the auto-learn mode", rc);
+                else
+                    changed = true;
+            }
+            Doc d(app.json());
+            d.str("Auto Learn Mode", "auto_learn_mode", nameOf(*mode, kLearnModes));
+            d.flag("Changed", "changed", changed);
+            if (app.json())
+                (*t.entry)["changed"] = json::Boolean(changed);
+            app.emit(t, "battery", "Battery", d.object());
+        };
+        app.setCommand(std::move(c));
+    });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showBbu(app));
+    });
+}
+
+} // namespace cli

@@ -1,0 +1,117 @@
+// kvictl bios [show|set NAME=VALUE...]: the option-ROM BIOS settings, changed
+// in one BIOS-data transaction (written once, with its checksum).
+#include <CLI/CLI.hpp>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+#include "cli/Settings.h"
+
+namespace cli {
+
+namespace {
+
+using A = AdapterData;
+
+const std::vector<Setting>& biosSettings() {
+    static const std::vector<Setting> table = [] {
+        std::vector<Setting> t;
+        Setting s;
+        s.name = "enabled";
+        s.kind = SettingKind::Switch;
+        s.max = 1;
+        s.help = "The BIOS is exposed at boot";
+        s.get = getter(&A::getbiosStatus);
+        s.set = setV(&A::setbiosStatus);
+        t.push_back(s);
+
+        s = Setting();
+        s.name = "error-mode";
+        s.kind = SettingKind::Named;
+        s.names = {{"stop", 0}, {"pause", 1}, {"continue", 2}, {"safe-mode", 3}};
+        s.help = "What the BIOS does when it meets an error";
+        s.get = getter(&A::getBIOSBootMode);
+        s.set = setV(&A::setBIOSBootMode);
+        t.push_back(s);
+
+        s = Setting();
+        s.name = "auto-select-boot";
+        s.kind = SettingKind::Switch;
+        s.max = 1;
+        s.help = "The BIOS chooses the boot virtual drive itself";
+        s.get = getter(&A::getbiosABS);
+        s.set = setV(&A::setbiosABS);
+        s.invertSet = true; // the setter stores the opposite of its argument
+        t.push_back(s);
+
+        s = Setting();
+        s.name = "device-exposure";
+        s.max = 255;
+        s.help = "Drives the BIOS exposes";
+        s.get = getter(&A::getbiosDeviceExposure);
+        s.set = setV(&A::setbiosDeviceExposure);
+        t.push_back(s);
+        return t;
+    }();
+    return table;
+}
+
+Command showBios(App& app) {
+    Command c;
+    c.name = "bios show";
+    c.run = [&app](Target& t) {
+        Doc d(app.json());
+        for (const Setting& s : biosSettings()) {
+            unsigned long long v = 0;
+            int rc = readSetting(*t.adapter, s, v);
+            if (rc != 0) {
+                app.fail(t, "reading the BIOS setting " + s.name, rc);
+                break;
+            }
+            d.raw(s.name, snakeCase(s.name),
+                  app.json() ? settingJson(s, v) : json::UnknownElement(json::String(settingText(s, v))));
+        }
+        app.emit(t, "bios", "BIOS", d.object());
+    };
+    return c;
+}
+
+std::string biosNames() {
+    std::string s;
+    for (const Setting& b : biosSettings())
+        s += std::string(s.empty() ? "" : ", ") + b.name + "=" + b.rangeText();
+    return s;
+}
+
+} // namespace
+
+void registerBios(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("bios", "Show or change the BIOS settings (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Settings: " + biosNames() +
+              "\n\nExamples:\n  kvictl --sim bios\n  kvictl --sim bios set error-mode=pause auto-select-boot=off");
+    verb(*g, "show", "Show the BIOS settings")->callback([&app] { app.setCommand(showBios(app)); });
+    auto* set = verb(*g, "set", "Change BIOS settings in one write: NAME=VALUE...");
+    auto args = std::make_shared<std::vector<std::string>>();
+    set->add_option("assignments", *args, "NAME=VALUE pairs")->required();
+    set->callback([&app, args] {
+        auto changes = std::make_shared<std::vector<SettingChange>>();
+        Command c;
+        c.name = "bios set";
+        c.validate = [args, changes] {
+            *changes = parseAssignments(biosSettings(), *args, "BIOS setting", "settings: " + biosNames());
+        };
+        c.run = [&app, changes](Target& t) {
+            applySettings(
+                app, t, *changes, [](AdapterData& a) { return a.beginBIOSDataUpdate(); },
+                [](AdapterData& a, bool) { return a.endBIOSDataUpdate(); }, "the BIOS settings", "BIOS Settings");
+        };
+        app.setCommand(std::move(c));
+    });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showBios(app));
+    });
+}
+
+} // namespace cli

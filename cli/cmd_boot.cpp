@@ -1,0 +1,106 @@
+// kvictl boot [show|set vd=N|set pd=ID|clear]: the drive the BIOS boots from.
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "RaidLib/RaidFw/Elements.h"
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+#include "cli/Util.h"
+
+namespace cli {
+
+namespace {
+
+Command showBoot(App& app) {
+    Command c;
+    c.name = "boot show";
+    c.run = [&app](Target& t) {
+        VdId* vd = nullptr;
+        int rc = t.adapter->getBootVdId(&vd);
+        std::unique_ptr<VdId> owned(vd); // the caller owns the identifier
+        if (rc != 0) {
+            app.fail(t, "reading the boot drive", rc);
+            return;
+        }
+        unsigned short pd = 0xFFFF;
+        rc = t.adapter->getBootPdDevId(&pd);
+        if (rc != 0) {
+            app.fail(t, "reading the boot drive", rc);
+            return;
+        }
+        Doc d(app.json());
+        if (owned) {
+            d.str("Boot Device", "type", "vd");
+            d.num("Virtual Drive", "vd", owned->getTargetId());
+        } else if (pd != 0xFFFF) {
+            d.str("Boot Device", "type", "pd");
+            d.num("Physical Drive", "pd", pd);
+        } else {
+            d.str("Boot Device", "type", "none");
+        }
+        app.emit(t, "boot", "Boot Device", d.object());
+    };
+    return c;
+}
+
+} // namespace
+
+void registerBoot(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("boot", "Show, set or clear the boot drive (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Examples:\n  kvictl --sim boot\n  kvictl --sim boot set vd=1\n  kvictl --sim boot set pd=12\n"
+              "  kvictl --sim boot clear");
+    verb(*g, "show", "Show the boot drive")->callback([&app] { app.setCommand(showBoot(app)); });
+    auto* set = verb(*g, "set", "Boot from a virtual drive (vd=N) or a physical drive (pd=ID)");
+    auto arg = std::make_shared<std::string>();
+    set->add_option("drive", *arg, "vd=TARGET_ID or pd=DEVICE_ID")->required();
+    set->callback([&app, arg] {
+        auto isPd = std::make_shared<bool>(false);
+        auto id = std::make_shared<unsigned short>(0);
+        Command c;
+        c.name = "boot set";
+        c.validate = [arg, isPd, id] {
+            auto [kind, value] = splitAssignment(*arg);
+            if (kind != "vd" && kind != "pd")
+                throw UsageError("boot set: '" + *arg + "' is not vd=N or pd=ID");
+            *isPd = kind == "pd";
+            *id = static_cast<unsigned short>(parseUnsigned(value, 0, *isPd ? 0xFFFE : 255, kind));
+        };
+        c.run = [&app, isPd, id](Target& t) {
+            int rc;
+            if (*isPd) {
+                PhysicalDevice pd(*id);
+                rc = t.adapter->setBootVd(&pd);
+            } else {
+                VirtualDisk vd(*id);
+                rc = t.adapter->setBootVd(&vd);
+            }
+            if (rc == 0)
+                rc = t.adapter->endBIOSDataUpdate();
+            if (rc != 0)
+                app.fail(t, "setting the boot drive", rc);
+            actionDone(app, t, "Boot Device", std::string("boot set ") + (*isPd ? "pd=" : "vd=") + std::to_string(*id));
+        };
+        app.setCommand(std::move(c));
+    });
+    verb(*g, "clear", "Boot from no particular drive")->callback([&app] {
+        Command c;
+        c.name = "boot clear";
+        c.run = [&app](Target& t) {
+            int rc = t.adapter->unsetBootVd();
+            if (rc == 0)
+                rc = t.adapter->endBIOSDataUpdate();
+            if (rc != 0)
+                app.fail(t, "clearing the boot drive", rc);
+            actionDone(app, t, "Boot Device", "boot clear");
+        };
+        app.setCommand(std::move(c));
+    });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showBoot(app));
+    });
+}
+
+} // namespace cli

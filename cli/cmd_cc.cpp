@@ -1,0 +1,156 @@
+// kvictl cc [show|set ...]: the consistency-check schedule. Times are given
+// and shown in local time (YYYY-MM-DD HH:MM).
+#include <CLI/CLI.hpp>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+#include "cli/Schedule.h"
+#include "cli/Util.h"
+
+namespace cli {
+
+namespace {
+
+const std::vector<NamedValue> kCcModes = {{"disabled", 0}, {"sequential", 1}, {"concurrent", 2}};
+const std::vector<NamedValue> kCcStates = {{"stopped", 0}, {"ready", 1}, {"active", 2}, {"paused", 3}};
+
+Command showCc(App& app) {
+    Command c;
+    c.name = "cc show";
+    c.run = [&app](Target& t) {
+        AdapterData& a = *t.adapter;
+        // The schedule operations expect the controller information loaded.
+        std::string product;
+        int rc = a.getProductName(product);
+        if (rc != 0) {
+            app.fail(t, "reading the controller information", rc);
+            return;
+        }
+        Doc d(app.json());
+        bool supported = a.ccSchedSupported() == 1;
+        d.flag("Supported", "supported", supported);
+        if (!supported) {
+            app.emit(t, "consistency_check", "Consistency Check", d.object());
+            return;
+        }
+        auto step = [&](int status, const char* what) {
+            if (status != 0)
+                app.fail(t, std::string("reading the consistency-check ") + what, status);
+            return status == 0;
+        };
+        unsigned char mode = 0, state = 0, done = 0;
+        unsigned int delay = 0, iterations = 0;
+        std::tm start{};
+        ArrayList<unsigned short> excluded;
+        bool ok = step(a.getCcSchedMode(&mode), "mode");
+        if (ok)
+            d.str("Mode", "mode", nameOf(mode, kCcModes));
+        ok = ok && step(a.getCcSchedExecDelay(&delay), "delay");
+        if (ok) {
+            if (delay == 0xFFFFFFFFu)
+                d.null("Delay", "delay_hours");
+            else
+                d.num("Delay", "delay_hours", delay / 3600, "hours");
+        }
+        ok = ok && step(a.getCcSchedStartTime(&start), "start time");
+        if (ok)
+            d.str("Next Start", "next_start", formatLocalTime(start));
+        ok = ok && step(a.getCcSchedExcludedLdList(&excluded), "excluded virtual drives");
+        if (ok) {
+            if (app.json())
+                d.rows("Excluded", "excluded", idArray(excluded));
+            else
+                d.str("Excluded", "excluded", idText(excluded));
+        }
+        ok = ok && step(a.getCcSchedState(&state), "state");
+        if (ok)
+            d.str("State", "state", nameOf(state, kCcStates));
+        ok = ok && step(a.getCcSchedNumIteration(&iterations), "iterations");
+        if (ok)
+            d.num("Iterations", "iterations", iterations);
+        ok = ok && step(a.getCcSchedNumLdDone(&done), "progress");
+        if (ok)
+            d.num("Virtual Drives Done", "virtual_drives_done", done);
+        app.emit(t, "consistency_check", "Consistency Check", d.object());
+    };
+    return c;
+}
+
+struct CcSet {
+    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false;
+    unsigned char mode = 0;
+    unsigned int delaySeconds = 0;
+    std::tm start{};
+    std::vector<unsigned short> exclude;
+};
+
+} // namespace
+
+void registerCc(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("cc", "Consistency-check schedule (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Settings of set: mode=disabled|sequential|concurrent delay=HOURS start=\"YYYY-MM-DD HH:MM\"\n"
+              "                 exclude=LIST|none\n\nExamples:\n  kvictl --sim cc\n"
+              "  kvictl --sim cc set mode=concurrent delay=672 start=\"2025-07-01 03:00\"");
+    verb(*g, "show", "Show the schedule")->callback([&app] { app.setCommand(showCc(app)); });
+    auto args = std::make_shared<std::vector<std::string>>();
+    auto* set = verb(*g, "set", "Change the schedule in one write");
+    set->add_option("settings", *args, "KEY=VALUE pairs")->required();
+    set->callback([&app, args] {
+        auto p = std::make_shared<CcSet>();
+        Command c;
+        c.name = "cc set";
+        c.validate = [args, p] {
+            auto kv = parseKeyValues(*args, {"mode", "delay", "start", "exclude"}, "cc set");
+            for (auto& [k, v] : kv) {
+                if (k == "mode") {
+                    p->hasMode = true;
+                    p->mode = static_cast<unsigned char>(parseNamed(v, kCcModes, "mode"));
+                } else if (k == "delay") {
+                    p->hasDelay = true;
+                    p->delaySeconds = static_cast<unsigned int>(parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
+                } else if (k == "start") {
+                    p->hasStart = true;
+                    p->start = parseLocalTime(v, "start");
+                } else if (k == "exclude") {
+                    p->hasExclude = true;
+                    p->exclude = parseIdList(v, 255, "exclude");
+                    if (p->exclude.size() > 64)
+                        throw UsageError("exclude: at most 64 virtual drives");
+                }
+            }
+        };
+        c.run = [&app, p](Target& t) {
+            AdapterData& a = *t.adapter;
+            std::string product;
+            int rc = a.getProductName(product);
+            unsigned char mode = p->mode;
+            if (rc == 0 && !p->hasMode)
+                rc = a.getCcSchedMode(&mode);
+            if (rc != 0) {
+                app.fail(t, "reading the consistency-check schedule", rc);
+                return;
+            }
+            ArrayList<unsigned short> list;
+            for (unsigned short id : p->exclude)
+                list.add(id);
+            // A zeroed date keeps the start time, 0xFFFFFFFF keeps the delay.
+            std::tm none{};
+            std::tm start = p->hasStart ? p->start : none;
+            start.tm_isdst = 0;
+            rc = a.setCcSchedMode(mode, p->hasExclude ? &list : nullptr, &start,
+                                  p->hasDelay ? p->delaySeconds : 0xFFFFFFFFu);
+            if (rc != 0)
+                app.fail(t, "setting the consistency-check schedule", rc);
+            actionDone(app, t, "Consistency Check", "cc set");
+        };
+        app.setCommand(std::move(c));
+    });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showCc(app));
+    });
+}
+
+} // namespace cli

@@ -1,0 +1,216 @@
+// kvictl patrol [show|start|stop|suspend|resume|set ...]: patrol read, the
+// controller's background scan of its drives, and its schedule. Times are
+// given and shown in local time (YYYY-MM-DD HH:MM).
+#include <CLI/CLI.hpp>
+#include <set>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+#include "cli/Schedule.h"
+#include "cli/Util.h"
+
+namespace cli {
+
+std::map<std::string, std::string> parseKeyValues(const std::vector<std::string>& args,
+                                                  const std::vector<std::string>& keys, const std::string& what) {
+    std::map<std::string, std::string> out;
+    for (const std::string& a : args) {
+        auto [k, v] = splitAssignment(a);
+        bool known = false;
+        for (const std::string& key : keys)
+            known = known || key == k;
+        if (!known) {
+            std::string list;
+            for (const std::string& key : keys)
+                list += (list.empty() ? "" : ", ") + key;
+            throw UsageError(what + ": unknown setting '" + k + "' (settings: " + list + ")");
+        }
+        if (!out.emplace(k, v).second)
+            throw UsageError(what + ": '" + k + "' is given twice");
+    }
+    return out;
+}
+
+json::Array idArray(const ArrayList<unsigned short>& list) {
+    json::Array a;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        a.Insert(json::UNumber(list.get(i)));
+    return a;
+}
+
+std::string idText(const ArrayList<unsigned short>& list) {
+    std::string s;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        s += (s.empty() ? "" : ",") + std::to_string(list.get(i));
+    return s.empty() ? "none" : s;
+}
+
+namespace {
+
+const std::vector<NamedValue> kPrModes = {{"auto", 0}, {"manual", 1}, {"disabled", 2}};
+const std::vector<NamedValue> kPrStates = {{"stopped", 0}, {"ready", 1}, {"active", 2},
+                                           {"paused", 3},  {"user_paused", 4}, {"aborted", 255}};
+// Bit of the patrol-read options byte that covers SSDs.
+constexpr unsigned char kSsdOption = 0x01;
+
+Command showPatrol(App& app) {
+    Command c;
+    c.name = "patrol show";
+    c.run = [&app](Target& t) {
+        AdapterData& a = *t.adapter;
+        Doc d(app.json());
+        unsigned char maxPd = 0;
+        int rc = a.getMaxConcurrentPD(&maxPd);
+        if (rc != 0) {
+            app.fail(t, "reading the patrol read properties", rc);
+            return;
+        }
+        d.str("Mode", "mode", nameOf(a.getPrMode(), kPrModes));
+        unsigned char state = a.getPrState();
+        d.str("State", "state", nameOf(state, kPrStates));
+        d.num("Iterations", "iterations", a.getPrNumIteration());
+        d.num("Drives Done", "drives_done", a.getPrNumPdComplete());
+        unsigned int delay = a.getPrExecDelay();
+        d.num("Delay", "delay_hours", delay / 3600, "hours");
+        d.num("Max Concurrent Drives", "max_concurrent", maxPd);
+        std::tm start{};
+        rc = a.getPatrolReadSchedStartTime(&start);
+        if (rc != 0) {
+            app.fail(t, "reading the patrol read start time", rc);
+        } else {
+            d.str("Next Start", "next_start", formatLocalTime(start));
+        }
+        ArrayList<unsigned short> excluded;
+        rc = a.getPRSchedExcludedLdList(&excluded);
+        if (rc != 0)
+            app.fail(t, "reading the excluded virtual drives", rc);
+        else if (app.json())
+            d.rows("Excluded", "excluded", idArray(excluded));
+        else
+            d.str("Excluded", "excluded", idText(excluded));
+        unsigned char options = 0;
+        rc = a.getSSDPrStatus(&options);
+        if (rc != 0)
+            app.fail(t, "reading the patrol read options", rc);
+        else
+            d.flag("SSD Patrol Read", "ssd", (options & kSsdOption) != 0);
+        app.emit(t, "patrol_read", "Patrol Read", d.object());
+    };
+    return c;
+}
+
+Command patrolAction(App& app, const char* action, int (AdapterData::*op)()) {
+    Command c;
+    c.name = std::string("patrol ") + action;
+    c.run = [&app, action, op](Target& t) {
+        int rc = (t.adapter->*op)();
+        if (rc != 0)
+            app.fail(t, std::string("patrol ") + action, rc);
+        actionDone(app, t, "Patrol Read", std::string("patrol ") + action);
+    };
+    return c;
+}
+
+struct PatrolSet {
+    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false, hasMax = false, hasSsd = false;
+    unsigned char mode = 0;
+    unsigned int delaySeconds = 0;
+    std::tm start{};
+    std::vector<unsigned short> exclude;
+    unsigned char max = 0;
+    bool ssd = false;
+};
+
+} // namespace
+
+void registerPatrol(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("patrol", "Patrol read: state, start/stop/suspend/resume, schedule (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Settings of set: mode=auto|manual|disabled delay=HOURS start=\"YYYY-MM-DD HH:MM\" exclude=LIST|none\n"
+              "                 max-concurrent=N ssd=on|off\n\n"
+              "Examples:\n  kvictl --sim patrol\n  kvictl --sim patrol start\n"
+              "  kvictl --sim patrol set mode=auto delay=168 start=\"2025-06-01 02:00\"\n"
+              "  kvictl --sim patrol set exclude=1,4");
+    verb(*g, "show", "Show patrol read state and schedule")->callback([&app] { app.setCommand(showPatrol(app)); });
+    verb(*g, "start", "Start a patrol read pass")->callback([&app] { app.setCommand(patrolAction(app, "start", &AdapterData::startPr)); });
+    verb(*g, "stop", "Stop patrol read")->callback([&app] { app.setCommand(patrolAction(app, "stop", &AdapterData::stopPr)); });
+    verb(*g, "suspend", "Suspend the running pass")->callback([&app] { app.setCommand(patrolAction(app, "suspend", &AdapterData::suspendPr)); });
+    verb(*g, "resume", "Resume a suspended pass")->callback([&app] { app.setCommand(patrolAction(app, "resume", &AdapterData::resumePr)); });
+    auto args = std::make_shared<std::vector<std::string>>();
+    auto* set = verb(*g, "set", "Change the patrol read schedule");
+    set->add_option("settings", *args, "KEY=VALUE pairs")->required();
+    set->callback([&app, args] {
+        auto p = std::make_shared<PatrolSet>();
+        Command c;
+        c.name = "patrol set";
+        c.validate = [args, p] {
+            auto kv = parseKeyValues(*args, {"mode", "delay", "start", "exclude", "max-concurrent", "ssd"}, "patrol set");
+            for (auto& [k, v] : kv) {
+                if (k == "mode") {
+                    p->hasMode = true;
+                    p->mode = static_cast<unsigned char>(parseNamed(v, kPrModes, "mode"));
+                } else if (k == "delay") {
+                    p->hasDelay = true;
+                    p->delaySeconds = static_cast<unsigned int>(parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
+                } else if (k == "start") {
+                    p->hasStart = true;
+                    p->start = parseLocalTime(v, "start");
+                } else if (k == "exclude") {
+                    p->hasExclude = true;
+                    p->exclude = parseIdList(v, 255, "exclude");
+                    if (p->exclude.size() > 64)
+                        throw UsageError("exclude: at most 64 virtual drives");
+                } else if (k == "max-concurrent") {
+                    p->hasMax = true;
+                    p->max = static_cast<unsigned char>(parseUnsigned(v, 1, 255, "max-concurrent"));
+                } else if (k == "ssd") {
+                    p->hasSsd = true;
+                    p->ssd = parseSwitch(v, "ssd");
+                }
+            }
+        };
+        c.run = [&app, p](Target& t) {
+            AdapterData& a = *t.adapter;
+            auto step = [&](int rc, const char* what) {
+                if (rc != 0)
+                    app.fail(t, std::string("setting the patrol read ") + what, rc);
+                return rc == 0;
+            };
+            bool ok = true;
+            if (p->hasMode)
+                ok = step(a.setPrMode(p->mode), "mode");
+            if (ok && p->hasDelay)
+                ok = step(a.setPrExecDelay(p->delaySeconds), "delay");
+            if (ok && p->hasMax)
+                ok = step(a.setMaxConcurrentPD(p->max), "concurrency");
+            if (ok && p->hasStart) {
+                std::tm start = p->start;
+                ok = step(a.setPrStartTime(&start), "start time");
+            }
+            if (ok && p->hasExclude) {
+                ArrayList<unsigned short> list;
+                for (unsigned short id : p->exclude)
+                    list.add(id);
+                ok = step(a.setPRSchedExcludedLdList(&list), "excluded virtual drives");
+            }
+            if (ok && p->hasSsd) {
+                unsigned char options = 0;
+                ok = step(a.getSSDPrStatus(&options), "options");
+                if (ok) {
+                    unsigned char want = p->ssd ? (options | kSsdOption) : (options & ~kSsdOption);
+                    if (want != options)
+                        ok = step(a.setSSDPrStatus(want), "SSD option");
+                }
+            }
+            actionDone(app, t, "Patrol Read", "patrol set");
+        };
+        app.setCommand(std::move(c));
+    });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showPatrol(app));
+    });
+}
+
+} // namespace cli

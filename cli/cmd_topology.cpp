@@ -1,0 +1,291 @@
+// kvictl topology [show|phys|connectors|mux|lanes] and set-link-speed,
+// set-mux, set-sas-address: the controller's SAS/PCIe topology.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "cli/App.h"
+#include "cli/Doc.h"
+#include "cli/Util.h"
+
+namespace cli {
+
+namespace {
+
+constexpr unsigned kMaxPhys = 24;   // entries of the phy table
+constexpr unsigned kMaxMux = 4;     // entries of the mux list
+constexpr unsigned kLaneTable = 392;
+
+const std::vector<NamedValue> kSpeeds = {{"auto", 0}, {"1.5", 1}, {"3", 2}, {"6", 4}, {"12", 8}};
+
+std::string speedText(unsigned code) {
+    switch (code) {
+    case 0: return "no limit";
+    case 1: return "1.5 Gb/s";
+    case 2: return "3.0 Gb/s";
+    case 4: return "6.0 Gb/s";
+    case 8: return "12.0 Gb/s";
+    default: return "unknown";
+    }
+}
+
+std::string sasText(unsigned long long a) {
+    char b[24];
+    std::snprintf(b, sizeof b, "0x%016llx", a);
+    return b;
+}
+
+bool phys(App& app, Target& t, Doc& d) {
+    AdapterData& a = *t.adapter;
+    unsigned int count = 0;
+    int rc = a.getPhyCount(&count);
+    if (rc != 0) {
+        app.fail(t, "reading the phys", rc);
+        return false;
+    }
+    json::Array rows;
+    for (unsigned i = 0; i < count && i < kMaxPhys; ++i) {
+        bool disabled = false;
+        unsigned long long sas = 0;
+        unsigned int port = 0, speed = 0;
+        unsigned char connector = 0;
+        rc = a.isPhyDisable(static_cast<int>(i), &disabled);
+        if (rc == 0) rc = a.getSASAddress(static_cast<int>(i), &sas);
+        if (rc == 0) rc = a.getSASPortNumber(static_cast<int>(i), &port);
+        if (rc == 0) rc = a.getConnectorIndex(static_cast<int>(i), &connector);
+        if (rc == 0) rc = a.getLinkSpeed(static_cast<int>(i), &speed);
+        if (rc != 0) {
+            app.fail(t, "reading phy " + std::to_string(i), rc);
+            break;
+        }
+        Doc r(app.json());
+        r.num("Phy", "phy", i);
+        r.flag("Disabled", "disabled", disabled);
+        r.str("SAS Address", "sas_address", sasText(sas));
+        r.num("Port", "port", port);
+        r.num("Connector", "connector", connector);
+        r.str("Link Speed Limit", "link_speed_limit", app.json() ? nameOf(speed, kSpeeds) : speedText(speed));
+        rows.Insert(r.object());
+    }
+    d.rows("Phys", "phys", rows);
+    return rc == 0;
+}
+
+bool connectors(App& app, Target& t, Doc& d) {
+    AdapterData& a = *t.adapter;
+    unsigned char count = 0;
+    int rc = a.getConnectorCount(&count);
+    if (rc != 0) {
+        app.fail(t, "reading the connectors", rc);
+        return false;
+    }
+    json::Array rows;
+    for (unsigned char i = 0; i < count; ++i) {
+        unsigned char location = 0;
+        std::string* rawName = nullptr;
+        rc = a.getConnectorLocation(i, &location);
+        if (rc == 0)
+            rc = a.getConnectorName(i, &rawName);
+        std::unique_ptr<std::string> name(rawName); // the caller owns the name
+        if (rc != 0) {
+            app.fail(t, "reading connector " + std::to_string(i), rc);
+            break;
+        }
+        Doc r(app.json());
+        r.num("Connector", "connector", i);
+        r.str("Name", "name", name ? *name : "");
+        r.str("Location", "location", location == 0 ? "internal" : "external");
+        rows.Insert(r.object());
+    }
+    d.rows("Connectors", "connectors", rows);
+    return rc == 0;
+}
+
+bool muxes(App& app, Target& t, Doc& d) {
+    AdapterData& a = *t.adapter;
+    unsigned char count = 0;
+    int rc = a.getMuxCount(&count);
+    if (rc != 0) {
+        app.fail(t, "reading the multiplexers", rc);
+        return false;
+    }
+    json::Array rows;
+    for (unsigned char i = 0; i < count && i < kMaxMux; ++i) {
+        unsigned char mode = 0;
+        rc = a.getMuxMode(&mode, i);
+        if (rc != 0) {
+            app.fail(t, "reading multiplexer " + std::to_string(i), rc);
+            break;
+        }
+        Doc r(app.json());
+        r.num("Mux", "mux", i);
+        r.num("Mode", "mode", mode);
+        rows.Insert(r.object());
+    }
+    d.rows("Multiplexers", "multiplexers", rows);
+    return rc == 0;
+}
+
+bool lanes(App& app, Target& t, Doc& d) {
+    std::vector<unsigned char> buf(kLaneTable, 0);
+    int rc = t.adapter->getAllLaneConnectionInfo(buf.data());
+    if (rc != 0) {
+        app.fail(t, "reading the PCIe lanes", rc);
+        return false;
+    }
+    auto u32 = [&](std::size_t o) {
+        return std::uint32_t(buf[o]) | std::uint32_t(buf[o + 1]) << 8 | std::uint32_t(buf[o + 2]) << 16 |
+               std::uint32_t(buf[o + 3]) << 24;
+    };
+    // Head {u32 count, u32 reserved}, then 16-byte lane entries.
+    unsigned count = std::min<unsigned>(u32(0), (kLaneTable - 8) / 16);
+    json::Array rows;
+    for (unsigned i = 0; i < count; ++i) {
+        std::size_t e = 8 + i * 16;
+        std::uint32_t speeds = u32(e + 12);
+        Doc r(app.json());
+        r.num("Lane", "lane", static_cast<unsigned>(buf[e + 8] | buf[e + 9] << 8));
+        r.num("Connector", "connector", buf[e + 11]);
+        r.num("Supported Speed", "supported_speed", speeds & 0xFF);
+        r.num("Speed Limit", "speed_limit", (speeds >> 16) & 0xFF);
+        r.num("Current Speed", "current_speed", speeds >> 24);
+        r.flag("Disabled", "disabled", (speeds >> 8) & 1);
+        rows.Insert(r.object());
+    }
+    d.rows("Lanes", "lanes", rows);
+    return true;
+}
+
+Command showTopology(App& app, int which) { // 0 all, 1 phys, 2 connectors, 3 mux, 4 lanes
+    Command c;
+    c.name = "topology";
+    c.run = [&app, which](Target& t) {
+        Doc d(app.json());
+        bool ok = true;
+        if (which == 0 || which == 2)
+            ok = connectors(app, t, d);
+        if (ok && (which == 0 || which == 1))
+            ok = phys(app, t, d);
+        if (ok && (which == 0 || which == 3))
+            ok = muxes(app, t, d);
+        if (ok && (which == 0 || which == 4))
+            lanes(app, t, d);
+        if (ok && which == 0) {
+            unsigned long long sas = 0;
+            int rc = t.adapter->getAdpSASAddress(&sas);
+            if (rc != 0)
+                app.fail(t, "reading the controller's SAS address", rc);
+            else
+                d.str("Controller SAS Address", "sas_address", sasText(sas));
+        }
+        app.emit(t, "topology", "Topology", d.object());
+    };
+    return c;
+}
+
+} // namespace
+
+void registerTopology(CLI::App& root, App& app) {
+    auto* g = root.add_subcommand("topology", "Connectors, phys, multiplexers, lanes; link speed, mux mode, SAS address (default: show)");
+    g->require_subcommand(0, 1);
+    g->footer("Examples:\n  kvictl --sim topology\n  kvictl --sim topology phys\n"
+              "  kvictl --sim topology set-link-speed 4 6\n  kvictl --sim topology set-mux 0 2\n"
+              "  kvictl --sim topology set-sas-address 0x5000d31f0a94c100");
+    verb(*g, "show", "Everything")->callback([&app] { app.setCommand(showTopology(app, 0)); });
+    verb(*g, "phys", "The phys")->callback([&app] { app.setCommand(showTopology(app, 1)); });
+    verb(*g, "connectors", "The connectors")->callback([&app] { app.setCommand(showTopology(app, 2)); });
+    verb(*g, "mux", "The multiplexers")->callback([&app] { app.setCommand(showTopology(app, 3)); });
+    verb(*g, "lanes", "The PCIe lanes")->callback([&app] { app.setCommand(showTopology(app, 4)); });
+
+    auto phy = std::make_shared<std::string>();
+    auto speed = std::make_shared<std::string>();
+    auto* sls = verb(*g, "set-link-speed", "Limit a phy's link speed: PHY auto|1.5|3|6|12");
+    sls->add_option("phy", *phy, "Phy index")->required();
+    sls->add_option("speed", *speed, "auto, 1.5, 3, 6 or 12 (Gb/s)")->required();
+    sls->callback([&app, phy, speed] {
+        auto p = std::make_shared<unsigned>(0);
+        auto s = std::make_shared<unsigned>(0);
+        Command c;
+        c.name = "topology set-link-speed";
+        c.validate = [phy, speed, p, s] {
+            *p = static_cast<unsigned>(parseUnsigned(*phy, 0, kMaxPhys - 1, "phy"));
+            *s = parseNamed(*speed, kSpeeds, "speed");
+        };
+        c.run = [&app, p, s](Target& t) {
+            unsigned int count = 0;
+            int rc = t.adapter->getPhyCount(&count);
+            if (rc == 0 && *p >= count) {
+                app.error("usage", "phy " + std::to_string(*p) + " does not exist on controller " +
+                                       std::to_string(t.index) + " (phys 0-" + std::to_string(count ? count - 1 : 0) + ")",
+                          kExitUsage);
+                return;
+            }
+            if (rc == 0)
+                rc = t.adapter->setLinkSpeed(static_cast<int>(*p), *s);
+            if (rc != 0)
+                app.fail(t, "setting the link speed of phy " + std::to_string(*p), rc);
+            actionDone(app, t, "Topology", "set-link-speed");
+        };
+        app.setCommand(std::move(c));
+    });
+
+    auto muxIndex = std::make_shared<std::string>();
+    auto muxMode = std::make_shared<std::string>();
+    auto* smx = verb(*g, "set-mux", "Set a multiplexer's mode: INDEX MODE (1-255)");
+    smx->add_option("index", *muxIndex, "Multiplexer index")->required();
+    smx->add_option("mode", *muxMode, "Mode")->required();
+    smx->callback([&app, muxIndex, muxMode] {
+        auto i = std::make_shared<unsigned char>(0);
+        auto m = std::make_shared<unsigned char>(0);
+        Command c;
+        c.name = "topology set-mux";
+        c.validate = [muxIndex, muxMode, i, m] {
+            *i = static_cast<unsigned char>(parseUnsigned(*muxIndex, 0, kMaxMux - 1, "mux index"));
+            *m = static_cast<unsigned char>(parseUnsigned(*muxMode, 1, 255, "mux mode"));
+        };
+        c.run = [&app, i, m](Target& t) {
+            int rc = t.adapter->beginMuxModeUpdate();
+            if (rc == 0)
+                rc = t.adapter->setMuxMode(*m, *i);
+            if (rc == 0)
+                rc = t.adapter->endMuxModeUpdate();
+            if (rc != 0)
+                app.fail(t, "setting multiplexer " + std::to_string(*i), rc);
+            actionDone(app, t, "Topology", "set-mux");
+        };
+        app.setCommand(std::move(c));
+    });
+
+    auto addr = std::make_shared<std::string>();
+    auto* ssa = verb(*g, "set-sas-address", "Set the controller's SAS address (0x + 16 hex digits)");
+    ssa->add_option("address", *addr, "SAS address")->required();
+    ssa->callback([&app, addr] {
+        auto v = std::make_shared<unsigned long long>(0);
+        Command c;
+        c.name = "topology set-sas-address";
+        c.confirmation = [] { return std::string("Change the SAS address of the selected controllers?"); };
+        c.validate = [addr, v] {
+            if (addr->size() != 18 || addr->rfind("0x", 0) != 0)
+                throw UsageError("set-sas-address: '" + *addr + "' is not 0x followed by 16 hex digits");
+            *v = parseUnsigned(*addr, 1, ~0ull, "SAS address");
+        };
+        c.run = [&app, v](Target& t) {
+            bool gen2 = false;
+            int rc = t.adapter->isGen2Card(&gen2);
+            if (rc == 0)
+                rc = t.adapter->adpSetSASAdd(*v, gen2);
+            if (rc != 0)
+                app.fail(t, "setting the SAS address", rc);
+            actionDone(app, t, "Topology", "set-sas-address");
+        };
+        app.setCommand(std::move(c));
+    });
+    g->callback([&app, g] {
+        if (g->get_subcommands().empty())
+            app.setCommand(showTopology(app, 0));
+    });
+}
+
+} // namespace cli

@@ -1,0 +1,359 @@
+// End-to-end tests of kvictl: the real binary against the simulator, with a
+// fixed TZ and KVICTL_SIM_TIME. Golden files live in tests/golden/cli/;
+// KVI_UPDATE_GOLDEN=1 rewrites them.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <sstream>
+
+#include "Run.h"
+
+using clitest::readFile;
+using clitest::Result;
+using clitest::runKvictl;
+using clitest::RunOptions;
+using clitest::tempPath;
+using clitest::writeFile;
+using ojson = nlohmann::ordered_json;
+
+namespace {
+
+std::string goldenDir() { return std::string(KVI_SOURCE_DIR) + "/tests/golden/cli/"; }
+
+bool updating() {
+    const char* u = std::getenv("KVI_UPDATE_GOLDEN");
+    return u != nullptr && std::string(u) == "1";
+}
+
+// Compares "# exit N" and stdout with a golden file (or rewrites it).
+void expectGolden(const std::string& name, const Result& r) {
+    std::string actual = "# exit " + std::to_string(r.exitCode) + "\n" + r.out;
+    std::string path = goldenDir() + name;
+    if (updating()) {
+        writeFile(path, actual);
+        return;
+    }
+    std::string expected = readFile(path);
+    ASSERT_FALSE(expected.empty()) << "missing golden file " << path << " (run with KVI_UPDATE_GOLDEN=1)";
+    EXPECT_EQ(expected, actual) << "output of " << name << " differs from its golden file";
+}
+
+// The number of direct commands a capture file holds.
+int dcmdLines(const std::string& capture) {
+    std::istringstream in(readFile(capture));
+    std::string line;
+    int n = 0;
+    while (std::getline(in, line))
+        if (line.find("\"type\":\"dcmd\"") != std::string::npos)
+            ++n;
+    return n;
+}
+
+bool captureHasOpcode(const std::string& capture, const std::string& opcode) {
+    return readFile(capture).find("\"opcode\":\"" + opcode + "\"") != std::string::npos;
+}
+
+struct GoldenCase {
+    const char* name;
+    std::vector<std::string> args;
+};
+
+// Every command group, in text and in JSON, on a fresh default controller.
+const GoldenCase kGolden[] = {
+    {"show_summary", {"show"}},
+    {"show_all", {"show", "all"}},
+    {"list", {"list"}},
+    {"list_all3", {"--sim-controllers", "3", "-c", "all", "list"}},
+    {"properties", {"properties"}},
+    {"get", {"get", "rebuild-rate", "ncq", "coercion-mode", "spin-down-time"}},
+    {"set", {"set", "rebuild-rate=45", "jbod=on", "cc-rate=30"}},
+    {"raw_ctrl_prop", {"raw", "KV_CTRL_PROP"}},
+    {"alarm", {"alarm"}},
+    {"alarm_silence", {"alarm", "silence"}},
+    {"bbu", {"bbu"}},
+    {"bbu_set", {"bbu", "set", "auto-learn=disabled"}},
+    {"bios", {"bios"}},
+    {"bios_set", {"bios", "set", "error-mode=stop", "enabled=on"}},
+    {"boot", {"boot"}},
+    {"boot_set", {"boot", "set", "vd=1"}},
+    {"events_info", {"events", "info"}},
+    {"events_count", {"events", "count", "--class", "warning"}},
+    {"events_list", {"events", "list"}},
+    {"capture", {"capture"}},
+    {"capture_read", {"capture", "read"}},
+    {"patrol", {"patrol"}},
+    {"patrol_set", {"patrol", "set", "mode=manual", "delay=24", "start=2024-03-01 02:00", "exclude=2,7"}},
+    {"cc", {"cc"}},
+    {"rules", {"rules"}},
+    {"topology", {"topology"}},
+    {"topology_set_link_speed", {"topology", "set-link-speed", "4", "6"}},
+    {"security", {"security"}},
+    {"flush_cache", {"flush-cache"}},
+    {"dry_run_restart", {"--dry-run", "restart"}},
+};
+
+class Golden : public ::testing::TestWithParam<GoldenCase> {};
+
+TEST_P(Golden, TextAndJsonMatchAndJsonIsOneDocument) {
+    const GoldenCase& c = GetParam();
+    std::vector<std::string> text = {"--sim"};
+    text.insert(text.end(), c.args.begin(), c.args.end());
+    Result t = runKvictl(text);
+    expectGolden(std::string(c.name) + ".txt", t);
+
+    std::vector<std::string> js = {"--sim", "-o", "json"};
+    js.insert(js.end(), c.args.begin(), c.args.end());
+    Result j = runKvictl(js);
+    expectGolden(std::string(c.name) + ".json", j);
+    EXPECT_EQ(t.exitCode, j.exitCode);
+    ojson doc = ojson::parse(j.out); // exactly one document, or this throws
+    EXPECT_EQ(doc["kvictl"]["exit_status"].get<int>(), j.exitCode);
+    EXPECT_EQ(doc["kvictl"]["argv"][0], "kvictl");
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryCommand, Golden, ::testing::ValuesIn(kGolden),
+                         [](const ::testing::TestParamInfo<GoldenCase>& info) { return std::string(info.param.name); });
+
+TEST(Cli, JsonCompactIsOneLineOfTheSameDocument) {
+    Result pretty = runKvictl({"--sim", "-o", "json", "show", "bus"});
+    Result compact = runKvictl({"--sim", "-o", "json-compact", "show", "bus"});
+    ASSERT_EQ(compact.exitCode, 0);
+    EXPECT_EQ(std::count(compact.out.begin(), compact.out.end(), '\n'), 1);
+    EXPECT_EQ(ojson::parse(pretty.out)["controllers"], ojson::parse(compact.out)["controllers"]);
+}
+
+TEST(Cli, ShowAllKeepsTheSectionOrderInJson) {
+    Result r = runKvictl({"--sim", "-o", "json", "show", "all"});
+    ojson doc = ojson::parse(r.out);
+    std::vector<std::string> titles;
+    for (auto it = doc["controllers"][0]["sections"].begin(); it != doc["controllers"][0]["sections"].end(); ++it)
+        titles.push_back(it.key());
+    const std::vector<std::string> expected = {
+        "Basics", "Version", "Bus", "Pending Images", "Firmware Images", "Status",
+        "Supported Controller Operations", "Supported Drive Operations", "Supported Virtual Drive Operations",
+        "Key Management", "Hardware Configuration", "Policies", "Boot", "High Availability", "Scheduled Tasks",
+        "Secure Boot"};
+    EXPECT_EQ(titles, expected);
+    // Report sections keep their report keys as the sections write them.
+    EXPECT_EQ(doc["controllers"][0]["sections"]["Basics"].begin().key(), "Model");
+}
+
+TEST(Cli, SetThenGetAcrossInvocationsWithSimState) {
+    std::string state = tempPath("state.json");
+    std::string capture = tempPath("set.jsonl");
+    std::remove(state.c_str());
+    Result set = runKvictl({"--sim", "--sim-state", state, "-o", "json", "set", "rebuild-rate=55", "ncq=off"});
+    ASSERT_EQ(set.exitCode, 0) << set.err;
+    ojson s = ojson::parse(set.out);
+    EXPECT_TRUE(s["controllers"][0]["changed"].get<bool>());
+    EXPECT_EQ(s["controllers"][0]["changes"][0]["old"], 30);
+    EXPECT_EQ(s["controllers"][0]["changes"][0]["new"], 55);
+
+    Result get = runKvictl({"--sim", "--sim-state", state, "-o", "json", "get", "rebuild-rate", "ncq"});
+    ASSERT_EQ(get.exitCode, 0) << get.err;
+    ojson g = ojson::parse(get.out);
+    EXPECT_EQ(g["controllers"][0]["properties"]["rebuild_rate"], 55);
+    EXPECT_EQ(g["controllers"][0]["properties"]["ncq"], false);
+
+    // The same values again: nothing is written.
+    Result again = runKvictl({"--sim", "--sim-state", state, "--record", capture, "-o", "json", "set",
+                              "rebuild-rate=55", "ncq=off"});
+    ASSERT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_FALSE(ojson::parse(again.out)["controllers"][0]["changed"].get<bool>());
+    EXPECT_FALSE(captureHasOpcode(capture, "0x01020200")) << "a property write was sent";
+    EXPECT_GT(dcmdLines(capture), 0); // the current values were read
+    std::remove(state.c_str());
+    std::remove(capture.c_str());
+}
+
+TEST(Cli, AllControllersOfThree) {
+    Result r = runKvictl({"--sim", "--sim-controllers", "3", "-c", "all", "-o", "json", "list"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    ojson doc = ojson::parse(r.out);
+    ASSERT_EQ(doc["controllers"].size(), 3u);
+    std::set<std::string> serials, pci;
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(doc["controllers"][i]["index"], i);
+        EXPECT_EQ(doc["controllers"][i]["status"]["name"], "optimal");
+        serials.insert(doc["controllers"][i]["serial"].get<std::string>());
+        pci.insert(doc["controllers"][i]["pci_address"].get<std::string>());
+    }
+    EXPECT_EQ(serials.size(), 3u);
+    EXPECT_EQ(pci.size(), 3u);
+    Result one = runKvictl({"--sim", "--sim-controllers", "3", "-c", "2", "-o", "json", "get", "rebuild-rate"});
+    EXPECT_EQ(ojson::parse(one.out)["controllers"][0]["index"], 2);
+    Result none = runKvictl({"--sim", "--sim-controllers", "3", "-c", "3", "list"});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_NE(none.err.find("no such controller"), std::string::npos);
+}
+
+TEST(Cli, InjectedFailureGivesExitOneAPartialSectionAndTheStatusName) {
+    std::string profile = tempPath("busy-clock.json");
+    // The host-information read answers "busy": the basic section stops there.
+    writeFile(profile, R"({"base": "default", "fail": {"0x010C0700": 4}})");
+    Result r = runKvictl({"--sim=" + profile, "-o", "json", "show", "basic", "bus"});
+    EXPECT_EQ(r.exitCode, 1);
+    ojson doc = ojson::parse(r.out);
+    EXPECT_EQ(doc["kvictl"]["exit_status"], 1);
+    const ojson& c = doc["controllers"][0];
+    EXPECT_TRUE(c["sections"]["Basics"].contains("Model"));
+    EXPECT_FALSE(c["sections"]["Basics"].contains("Mfg Date"));
+    EXPECT_TRUE(c["sections"].contains("Bus")); // later sections still run
+    ASSERT_FALSE(c["messages"].empty());
+    EXPECT_EQ(c["messages"][0]["severity"], "error");
+    EXPECT_EQ(c["messages"][0]["code"], "KVI_STAT_BUSY");
+    EXPECT_NE(c["messages"][0]["text"].get<std::string>().find("Basics"), std::string::npos);
+
+    Result text = runKvictl({"--sim=" + profile, "show", "basic"});
+    EXPECT_EQ(text.exitCode, 1);
+    EXPECT_NE(text.err.find("KVI_STAT_BUSY"), std::string::npos) << text.err;
+    EXPECT_EQ(std::count(text.err.begin(), text.err.end(), '\n'), 1) << "one line per failure";
+    std::remove(profile.c_str());
+}
+
+struct BadInput {
+    const char* name;
+    std::vector<std::string> args;
+    std::string input;
+    int exitCode;
+    const char* message;
+    bool sendsNothing;
+};
+
+TEST(Cli, BadInputIsRefusedBeforeAnythingIsSent) {
+    const BadInput cases[] = {
+        {"unknown command", {"frobnicate"}, "", 2, "frobnicate", true},
+        {"unknown property", {"set", "bogus=1"}, "", 2, "unknown property 'bogus'", true},
+        {"out-of-range value", {"set", "rebuild-rate=101"}, "", 2, "out of range (0-100)", true},
+        {"out-of-range among valid", {"set", "cc-rate=20", "rebuild-rate=101"}, "", 2, "out of range", true},
+        {"malformed time", {"patrol", "set", "start=2025-02-30 10:00"}, "", 2, "not a local time", true},
+        {"phy index 99", {"topology", "set-link-speed", "99", "6"}, "", 2, "99 is out of range", true},
+        {"unknown speed", {"topology", "set-link-speed", "1", "7"}, "", 2, "speed", true},
+        {"passphrase of 40 characters", {"security", "create", "--passphrase-file", "-"},
+         std::string(40, 'x') + "\n", 2, "8 to 32 characters", true},
+        {"missing -y off a terminal", {"factory-defaults"}, "", 2, "-y", true},
+        {"missing -y for events clear", {"events", "clear"}, "", 2, "-y", true},
+        {"unknown section", {"show", "nonsense"}, "", 2, "unknown section", true},
+        {"unknown event class", {"events", "list", "--class", "loud"}, "", 2, "event class", true},
+        {"unknown record", {"raw", "KV_NOTHING"}, "", 2, "not a record", true},
+        {"firmware refuses a passphrase", {"security", "verify", "--passphrase-file", "-"}, "correct horse\n", 1,
+         "KVI_STAT_LOCK_KEY_ABSENT", false},
+    };
+    for (const BadInput& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string capture = tempPath("bad.jsonl");
+        std::remove(capture.c_str());
+        std::vector<std::string> args = {"--sim", "--record", capture};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        RunOptions o;
+        o.input = c.input;
+        Result r = runKvictl(args, o);
+        EXPECT_EQ(r.exitCode, c.exitCode) << r.err;
+        EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        if (c.sendsNothing) {
+            EXPECT_EQ(dcmdLines(capture), 0);
+        }
+        // The same in JSON: one document with the message and the exit status.
+        std::vector<std::string> js = {"--sim", "-o", "json-compact"};
+        js.insert(js.end(), c.args.begin(), c.args.end());
+        Result j = runKvictl(js, o);
+        ojson doc = ojson::parse(j.out);
+        EXPECT_EQ(doc["kvictl"]["exit_status"], c.exitCode);
+        std::remove(capture.c_str());
+    }
+}
+
+TEST(Cli, UnreadableProfileIsAUsageError) {
+    Result r = runKvictl({"--sim=/nonexistent/profile.json", "show"});
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_NE(r.err.find("/nonexistent/profile.json"), std::string::npos) << r.err;
+    EXPECT_TRUE(r.out.empty());
+}
+
+TEST(Cli, NoBackendSaysHowToTryTheSimulator) {
+    RunOptions o;
+    o.env["KVICTL_DEVICE"] = "";
+    Result r = runKvictl({"show"}, o);
+    EXPECT_EQ(r.exitCode, 3);
+    EXPECT_NE(r.err.find("kvictl --sim"), std::string::npos) << r.err;
+    Result j = runKvictl({"-o", "json", "show"}, o);
+    EXPECT_EQ(ojson::parse(j.out)["kvictl"]["exit_status"], 3);
+}
+
+TEST(Cli, DryRunListsTheWriteAndDoesNotSendIt) {
+    std::string capture = tempPath("dry.jsonl");
+    Result r = runKvictl({"--sim", "--record", capture, "--dry-run", "set", "rebuild-rate=77"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("KV_DCMD_CTRL_PROPERTIES_SET (0x01020200)"), std::string::npos) << r.out;
+    EXPECT_FALSE(captureHasOpcode(capture, "0x01020200"));
+    std::remove(capture.c_str());
+}
+
+TEST(Cli, LogFileTakesTheAdapterLines) {
+    std::string log = tempPath("debug.log");
+    std::remove(log.c_str());
+    Result r = runKvictl({"--sim", "--log", log, "--log-level", "3", "get", "rebuild-rate"});
+    ASSERT_EQ(r.exitCode, 0);
+    std::string text = readFile(log);
+    EXPECT_NE(text.find("Entering AdapterDataKvi::getRebuildRate"), std::string::npos) << text;
+    EXPECT_EQ(r.err, ""); // the debug log never goes to stderr
+    std::remove(log.c_str());
+}
+
+TEST(Cli, PatrolStartTimeRoundTripsInSummerTime) {
+    std::string state = tempPath("summer.json");
+    std::remove(state.c_str());
+    RunOptions berlin;
+    berlin.env["TZ"] = "Europe/Berlin";
+    for (const char* when : {"2024-07-15 02:30", "2024-12-15 02:30"}) {
+        SCOPED_TRACE(when);
+        Result set = runKvictl({"--sim", "--sim-state", state, "patrol", "set", std::string("start=") + when}, berlin);
+        ASSERT_EQ(set.exitCode, 0) << set.err;
+        Result show = runKvictl({"--sim", "--sim-state", state, "-o", "json", "patrol"}, berlin);
+        EXPECT_EQ(ojson::parse(show.out)["controllers"][0]["patrol_read"]["next_start"], when);
+    }
+    std::remove(state.c_str());
+}
+
+TEST(Cli, EventsListStreamsAHundredThousandEventsInFlatMemory) {
+    std::string big = tempPath("big-log.json");
+    std::string small = tempPath("small-log.json");
+    writeFile(big, R"({"base": "default", "eventLog": {"generate": 100000}})");
+    writeFile(small, R"({"base": "default", "eventLog": {"generate": 1000}})");
+    Result b = runKvictl({"--sim=" + big, "events", "list"});
+    Result s = runKvictl({"--sim=" + small, "events", "list"});
+    ASSERT_EQ(b.exitCode, 0) << b.err;
+    ASSERT_EQ(s.exitCode, 0) << s.err;
+    EXPECT_EQ(std::count(b.out.begin(), b.out.end(), '\n'), 100000 + 3);
+    // 100 000 records are 25 MB; streaming keeps the peak within a few MB of
+    // the small log's. (AddressSanitizer holds freed memory in quarantine, so
+    // the peak says nothing in a sanitizer build.)
+#if !defined(__SANITIZE_ADDRESS__)
+    EXPECT_LT(b.maxRssKb - s.maxRssKb, 8 * 1024) << b.maxRssKb << " KB vs " << s.maxRssKb << " KB";
+#endif
+
+    Result j = runKvictl({"--sim=" + big, "-o", "json-compact", "events", "list", "--from", "99990"});
+    ojson doc = ojson::parse(j.out);
+    EXPECT_EQ(doc["controllers"][0]["events"].size(), 11u);
+    EXPECT_EQ(doc["controllers"][0]["events"][0]["sequence"], 99990);
+    std::remove(big.c_str());
+    std::remove(small.c_str());
+}
+
+TEST(Cli, HelpAndVersionGoToStdoutWithExitZero) {
+    for (const std::vector<std::string>& a : std::vector<std::vector<std::string>>{
+             {"--help"}, {"--version"}, {"show", "--help"}, {"patrol", "set", "--help"}}) {
+        Result r = runKvictl(a);
+        EXPECT_EQ(r.exitCode, 0);
+        EXPECT_FALSE(r.out.empty());
+        EXPECT_EQ(r.err, "");
+    }
+    EXPECT_NE(runKvictl({"show", "--help"}).out.find("Examples:"), std::string::npos);
+}
+
+} // namespace
