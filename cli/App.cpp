@@ -307,6 +307,8 @@ int App::run(const std::vector<std::string>& rawArgs) {
     registerTopology(app, *this);
     registerSecurity(app, *this);
     registerActions(app, *this);
+    registerMetrics(app, *this);
+    registerCheck(app, *this);
 
     std::vector<std::string> reversed(args.rbegin(), args.rend());
     try {

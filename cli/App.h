@@ -170,6 +170,8 @@ void registerRules(CLI::App& root, App& app);
 void registerTopology(CLI::App& root, App& app);
 void registerSecurity(CLI::App& root, App& app);
 void registerActions(CLI::App& root, App& app);
+void registerMetrics(CLI::App& root, App& app);
+void registerCheck(CLI::App& root, App& app);
 
 // Man page and bash completion from the option table (docs).
 void writeManPage(CLI::App& root, std::ostream& os);

@@ -1,0 +1,302 @@
+// kvictl check [--warn T] [--crit T]: one summary line for a monitoring
+// system, with performance data after '|', and the plugin exit codes
+// 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN. Which condition gives which state is
+// the table in docs/MONITORING.md; evaluate() below is that table.
+#include <CLI/CLI.hpp>
+#include <cctype>
+#include <iostream>
+
+#include "cli/App.h"
+#include "cli/Health.h"
+#include "cli/Util.h"
+#include "json/Envelope.h"
+#include "provider/Provider.h"
+
+namespace cli {
+
+namespace {
+
+enum State { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
+
+const char* stateName(State s) {
+    switch (s) {
+    case kOk: return "OK";
+    case kWarning: return "WARNING";
+    case kCritical: return "CRITICAL";
+    default: return "UNKNOWN";
+    }
+}
+
+// CRITICAL over UNKNOWN over WARNING over OK: a controller that cannot be
+// seen may hide anything, so it outranks a known warning.
+int rank(State s) {
+    switch (s) {
+    case kOk: return 0;
+    case kWarning: return 1;
+    case kUnknown: return 2;
+    default: return 3;
+    }
+}
+State worse(State a, State b) { return rank(b) > rank(a) ? b : a; }
+
+// Temperature sensors with thresholds.
+enum Sensor { kRoc, kCtrl, kBattery, kSensors };
+const char* const kSensorNames[kSensors] = {"roc", "controller", "battery"};
+
+struct Thresholds {
+    unsigned warn[kSensors] = {95, 75, 50};
+    unsigned crit[kSensors] = {105, 90, 60};
+};
+
+// "N" (every sensor) or "roc=N,controller=N,battery=N" (any subset).
+void parseThreshold(const std::string& text, const char* option, unsigned (&out)[kSensors]) {
+    if (text.empty())
+        return;
+    if (text.find('=') == std::string::npos) {
+        unsigned v = static_cast<unsigned>(parseUnsigned(text, 0, 255, option));
+        for (unsigned& o : out)
+            o = v;
+        return;
+    }
+    std::size_t pos = 0;
+    while (pos <= text.size()) {
+        std::size_t comma = text.find(',', pos);
+        std::string item = text.substr(pos, comma == std::string::npos ? std::string::npos : comma - pos);
+        auto nv = splitAssignment(item);
+        int which = -1;
+        for (int s = 0; s < kSensors; ++s)
+            if (nv.first == kSensorNames[s])
+                which = s;
+        if (which < 0)
+            throw UsageError(std::string(option) + ": unknown sensor '" + nv.first +
+                             "' (sensors: roc, controller, battery)");
+        out[which] = static_cast<unsigned>(parseUnsigned(nv.second, 0, 255, std::string(option) + " " + nv.first));
+        if (comma == std::string::npos)
+            break;
+        pos = comma + 1;
+    }
+}
+
+struct Problem {
+    State state;
+    std::string text;
+};
+
+struct Verdict {
+    State state = kOk;
+    std::vector<Problem> problems;
+    std::string perf;
+};
+
+std::string plural(unsigned n, const char* one, const char* many) {
+    return std::to_string(n) + " " + (n == 1 ? one : many);
+}
+
+// The summary line is one line: model names come from the firmware and may
+// hold anything, so control characters and '|' (which starts the performance
+// data) are replaced.
+std::string oneLine(const std::string& s) {
+    std::string out;
+    for (char c : s)
+        out += (static_cast<unsigned char>(c) < 0x20 || c == 0x7F || c == '|') ? '?' : c;
+    return out;
+}
+
+Verdict evaluate(const Health& h, const Thresholds& th) {
+    Verdict v;
+    auto add = [&v](State s, const std::string& text) {
+        v.problems.push_back({s, text});
+        v.state = worse(v.state, s);
+    };
+    const std::string p = "c" + std::to_string(h.index) + "_";
+    auto perf = [&](const std::string& name, const std::string& value) {
+        v.perf += (v.perf.empty() ? "" : " ") + p + name + "=" + value;
+    };
+
+    if (!h.up()) {
+        std::string why = h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
+        add(kUnknown, "controller unreachable (" + why + ")");
+        return v;
+    }
+    for (const auto& f : h.failures) {
+        // Reads the table below depends on; the rest only feed metrics.
+        if (f.first == "battery state" || f.first == "battery status" || f.first == "battery temperature" ||
+            f.first == "lock key")
+            add(kUnknown, f.first + " unreadable (" + App::statusName(f.second) + ")");
+    }
+
+    switch (h.controllerStatus.value_or(CONTROLLER_STATUS_OPTIMAL)) {
+    case CONTROLLER_STATUS_FAILED: add(kCritical, "controller status failed (controller information unreadable)"); break;
+    case CONTROLLER_STATUS_SAFE_MODE: add(kCritical, "controller booted in safe mode"); break;
+    case CONTROLLER_STATUS_CERT_PROV: add(kWarning, "controller waits for certificate provisioning"); break;
+    default: break;
+    }
+    if (h.vdOffline.value_or(0) > 0)
+        add(kCritical, plural(*h.vdOffline, "offline virtual drive", "offline virtual drives"));
+    if (h.lockKeyFailed.value_or(false))
+        add(kCritical, "lock key failed");
+    if (h.vdDegraded.value_or(0) > 0)
+        add(kWarning, plural(*h.vdDegraded, "degraded virtual drive", "degraded virtual drives"));
+    if (h.diskFailed.value_or(0) > 0)
+        add(kWarning, plural(*h.diskFailed, "failed disk", "failed disks"));
+    if (h.diskPredFailure.value_or(0) > 0)
+        add(kWarning, plural(*h.diskPredFailure, "disk predicting failure", "disks predicting failure"));
+    if (h.memUncorrectable.value_or(0) > 0)
+        add(kWarning, plural(*h.memUncorrectable, "uncorrectable memory error", "uncorrectable memory errors"));
+    if (h.cachePinned.value_or(false))
+        add(kWarning, "pinned cache");
+
+    const std::uint32_t flags = h.batteryFlags.value_or(0);
+    const int bstate = h.batteryState.value_or(1);
+    if (bstate == 2 || (flags & kBatteryReplacePack) != 0)
+        add(kWarning, "battery needs replacement");
+    else if (bstate != 0 && bstate != 1) {
+        std::string name = batteryStateName(bstate);
+        for (char& ch : name)
+            ch = ch == '_' ? ' ' : ch;
+        add(kWarning, name == "unknown" ? "battery state unknown" : "battery " + name);
+    }
+    if ((flags & kBatteryLearnFailed) != 0)
+        add(kWarning, "battery learn cycle failed");
+    if ((flags & kBatteryTemperatureHigh) != 0)
+        add(kWarning, "battery temperature high");
+
+    const std::optional<unsigned> temps[kSensors] = {h.rocTemperature, h.ctrlTemperature, h.batteryTemperature};
+    const char* const perfNames[kSensors] = {"roc_temperature", "controller_temperature", "battery_temperature"};
+    const char* const texts[kSensors] = {"ROC temperature", "controller temperature", "battery temperature"};
+    for (int s = 0; s < kSensors; ++s) {
+        if (!temps[s])
+            continue;
+        unsigned t = *temps[s];
+        if (t >= th.crit[s])
+            add(kCritical, std::string(texts[s]) + " " + std::to_string(t) + " C (critical at " +
+                               std::to_string(th.crit[s]) + ")");
+        else if (t >= th.warn[s])
+            add(kWarning, std::string(texts[s]) + " " + std::to_string(t) + " C (warning at " +
+                              std::to_string(th.warn[s]) + ")");
+        perf(perfNames[s], std::to_string(t) + ";" + std::to_string(th.warn[s]) + ";" + std::to_string(th.crit[s]));
+    }
+    auto count = [&](const char* name, const std::optional<unsigned>& value) {
+        if (value)
+            perf(name, std::to_string(*value));
+    };
+    count("virtual_drives", h.vdPresent);
+    count("virtual_drives_degraded", h.vdDegraded);
+    count("virtual_drives_offline", h.vdOffline);
+    count("disks", h.diskPresent);
+    count("disks_failed", h.diskFailed);
+    count("disks_predictive_failure", h.diskPredFailure);
+    if (h.batteryCharge)
+        perf("battery_charge", std::to_string(*h.batteryCharge) + "%;;;0;100");
+    return v;
+}
+
+std::string controllerText(const Health& h, const Verdict& v) {
+    std::string head = "c" + std::to_string(h.index);
+    if (!h.model.empty())
+        head += " " + oneLine(h.model);
+    if (v.problems.empty()) {
+        std::string text = head + ": ok";
+        if (h.vdPresent)
+            text += ", " + plural(*h.vdPresent, "virtual drive", "virtual drives");
+        if (h.diskPresent)
+            text += ", " + plural(*h.diskPresent, "disk", "disks");
+        return text;
+    }
+    std::string text = head + ": ";
+    bool first = true;
+    // Most serious first.
+    for (State s : {kCritical, kUnknown, kWarning})
+        for (const Problem& p : v.problems)
+            if (p.state == s) {
+                text += (first ? "" : ", ") + oneLine(p.text);
+                first = false;
+            }
+    return text;
+}
+
+} // namespace
+
+void registerCheck(CLI::App& root, App& app) {
+    auto* sub = root.add_subcommand(
+        "check", "Check controller health for a monitoring system (exit 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN)");
+    auto warn = std::make_shared<std::string>();
+    auto crit = std::make_shared<std::string>();
+    sub->add_option("--warn", *warn, "Temperature warning thresholds in degrees C: N, or roc=N,controller=N,battery=N")
+        ->type_name("T");
+    sub->add_option("--crit", *crit, "Temperature critical thresholds, same form as --warn")->type_name("T");
+    sub->footer("Prints one line: KVICTL STATE - findings | performance data.\n"
+                "WARNING: degraded virtual drive, failed or failing disk, battery needing replacement or\n"
+                "degraded, pinned cache, uncorrectable memory errors, temperature at --warn.\n"
+                "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
+                "temperature at --crit. UNKNOWN: a controller that answers nothing, or an unreadable\n"
+                "battery or lock key. Defaults: --warn roc=95,controller=75,battery=50\n"
+                "--crit roc=105,controller=90,battery=60. The full table is in docs/MONITORING.md.\n\n"
+                "Examples:\n"
+                "  kvictl --sim check\n"
+                "  kvictl -c all check --warn 70 --crit 85\n"
+                "  kvictl -c all check --warn roc=90,battery=45");
+    sub->callback([&app, warn, crit] {
+        struct Run {
+            Thresholds th;
+            std::vector<std::pair<Health, Verdict>> results;
+        };
+        auto state = std::make_shared<Run>();
+        Command c;
+        c.name = "check";
+        c.headers = false;
+        c.validate = [state, warn, crit] {
+            parseThreshold(*warn, "--warn", state->th.warn);
+            parseThreshold(*crit, "--crit", state->th.crit);
+            for (int s = 0; s < kSensors; ++s)
+                if (state->th.warn[s] >= state->th.crit[s])
+                    throw UsageError("check: the " + std::string(kSensorNames[s]) + " warning threshold (" +
+                                     std::to_string(state->th.warn[s]) + ") must be below its critical one (" +
+                                     std::to_string(state->th.crit[s]) + ")");
+        };
+        c.run = [&app, state](Target& t) {
+            Health h = readHealth(t);
+            Verdict v = evaluate(h, state->th);
+            if (app.json() && t.entry != nullptr) {
+                json::Object check;
+                std::string name = stateName(v.state);
+                for (char& ch : name)
+                    ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+                check["state"] = json::String(name);
+                json::Array problems;
+                for (const Problem& p : v.problems) {
+                    json::Object o;
+                    std::string sev = stateName(p.state);
+                    for (char& ch : sev)
+                        ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+                    o["severity"] = json::String(sev);
+                    o["text"] = json::String(p.text);
+                    problems.Insert(o);
+                }
+                check["problems"] = problems;
+                (*t.entry)["check"] = check;
+            }
+            state->results.emplace_back(std::move(h), std::move(v));
+        };
+        c.finish = [&app, state] {
+            State overall = kOk;
+            std::string text, perf;
+            for (const auto& r : state->results) {
+                overall = worse(overall, r.second.state);
+                text += (text.empty() ? "" : "; ") + controllerText(r.first, r.second);
+                if (!r.second.perf.empty())
+                    perf += (perf.empty() ? "" : " ") + r.second.perf;
+            }
+            if (!app.json()) {
+                app.out() << "KVICTL " << stateName(overall) << " - " << text;
+                if (!perf.empty())
+                    app.out() << " | " << perf;
+                app.out() << "\n" << std::flush;
+            }
+            app.raiseExit(overall);
+        };
+        app.setCommand(std::move(c));
+    });
+}
+
+} // namespace cli

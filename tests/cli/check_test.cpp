@@ -1,0 +1,203 @@
+// kvictl check end to end: the documented state and exit code for every
+// bundled profile and for profiles made degraded, failing and unreachable.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/cli/MonitoringRun.h"
+
+using namespace kvimon;
+
+namespace {
+
+struct Case {
+    const char* name;
+    const char* records; // the "records" object of a profile on top of default ("" = none)
+    const char* fail;    // its "fail" object ("" = none)
+    std::vector<std::string> args; // after "check"
+    int exit;
+    const char* finding; // text the summary must hold
+};
+
+std::string profileText(const Case& c) {
+    std::string text = R"({"base": "default")";
+    if (*c.records)
+        text += std::string(R"(, "records": )") + c.records;
+    if (*c.fail)
+        text += std::string(R"(, "fail": )") + c.fail;
+    return text + "}";
+}
+
+const char* stateWord(int exit) {
+    switch (exit) {
+    case 0: return "OK";
+    case 1: return "WARNING";
+    case 2: return "CRITICAL";
+    default: return "UNKNOWN";
+    }
+}
+
+// "KVICTL STATE - findings | perfdata\n": exactly one line.
+void expectSummary(const RunResult& r, int exit, const char* finding) {
+    ASSERT_FALSE(r.out.empty()) << r.err;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
+    EXPECT_EQ(r.out.back(), '\n');
+    const std::string head = std::string("KVICTL ") + stateWord(exit) + " - ";
+    EXPECT_EQ(r.out.compare(0, head.size(), head), 0) << r.out;
+    std::string findings = r.out.substr(0, r.out.find(" | "));
+    EXPECT_NE(findings.find(finding), std::string::npos) << "want '" << finding << "' in " << r.out;
+}
+
+const char* const kAllReads =
+    R"({"0x01010000": 4, "0x01030100": 4, "0x01070100": 4, "0x01140100": 4,
+        "0x01140200": 4, "0x05010000": 4, "0x05020000": 4, "0x05050100": 4})";
+
+} // namespace
+
+TEST(CheckE2E, BundledProfilesAreOk) {
+    std::vector<std::string> profiles;
+    for (const auto& e : std::filesystem::directory_iterator(std::string(KVI_SOURCE_DIR) + "/sim/profiles"))
+        if (e.path().extension() == ".json")
+            profiles.push_back(e.path().stem().string());
+    ASSERT_FALSE(profiles.empty());
+    for (const std::string& profile : profiles) {
+        SCOPED_TRACE(profile);
+        TempDir tmp;
+        RunResult r = kvictl({"--sim=" + profile, "--sim-controllers", "2", "-c", "all", "check"}, tmp);
+        EXPECT_EQ(r.code, 0) << r.out << r.err;
+        expectSummary(r, 0, "c0 ");
+        EXPECT_NE(r.out.find("; c1 "), std::string::npos) << r.out;
+        // Performance data: counts of both controllers, temperatures with thresholds.
+        EXPECT_NE(r.out.find(" | c0_roc_temperature="), std::string::npos) << r.out;
+        EXPECT_NE(r.out.find(" c1_virtual_drives="), std::string::npos) << r.out;
+    }
+}
+
+// The table of docs/MONITORING.md, row by row.
+TEST(CheckE2E, StatesFollowTheTable) {
+    const Case cases[] = {
+        {"healthy", "", "", {}, 0, ": ok, 3 virtual drives, 8 disks"},
+        {"degraded virtual drive", R"({"KV_CTRL_INFO": {"ldDegradedCount": 1}})", "", {}, 1,
+         "1 degraded virtual drive"},
+        {"failed disk", R"({"KV_CTRL_INFO": {"pdDiskFailedCount": 2}})", "", {}, 1, "2 failed disks"},
+        {"predictive failure", R"({"KV_CTRL_INFO": {"pdDiskPredFailureCount": 1}})", "", {}, 1,
+         "1 disk predicting failure"},
+        {"battery replace pack", R"({"KV_BBU_STATUS": {"fwStatus": 1024}})", "", {}, 1, "battery needs replacement"},
+        {"battery learn failed", R"({"KV_BBU_STATUS": {"fwStatus": 128}})", "", {}, 1, "battery learn cycle failed"},
+        {"battery degraded", R"({"KV_BBU_STATUS": {"fwStatus": 2048}})", "", {}, 1, "battery degraded"},
+        {"pinned cache", R"({"KV_CTRL_INFO": {"adapterStatus.cacheIsPinned": 1}})", "", {}, 1, "pinned cache"},
+        {"uncorrectable memory", R"({"KV_CTRL_INFO": {"memUnCorrectableErrorCount": 3}})", "", {}, 1,
+         "3 uncorrectable memory errors"},
+        {"offline virtual drive", R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})", "", {}, 2,
+         "1 offline virtual drive"},
+        {"lock key failed",
+         R"({"KV_CTRL_INFO": {"adapterStatus.lockKeyAssigned": 1, "adapterStatus.lockKeyFailed": 1}})", "", {}, 2,
+         "lock key failed"},
+        {"safe mode", R"({"KV_CTRL_INFO": {"adapterStatus.safeModeBoot": 1}})", "", {}, 2, "safe mode"},
+        {"controller information unreadable", "", R"({"0x01010000": 4})", {}, 2, "controller status failed"},
+        {"critical outranks warning", R"({"KV_CTRL_INFO": {"ldDegradedCount": 1, "ldOfflineCount": 1}})", "", {}, 2,
+         "1 offline virtual drive, 1 degraded virtual drive"},
+        {"battery unreadable", "", R"({"0x05010000": 4})", {}, 3, "battery state unreadable"},
+        {"unreachable", "", kAllReads, {}, 3, "controller unreachable"},
+        // Temperatures: ROC 58, controller 44, battery 31 in the default profile.
+        {"roc at --warn", "", "", {"--warn", "58"}, 1, "ROC temperature 58 C (warning at 58)"},
+        {"roc at --crit", "", "", {"--warn", "40", "--crit", "55"}, 2, "ROC temperature 58 C (critical at 55)"},
+        {"per-sensor thresholds", "", "", {"--warn", "roc=60,controller=50", "--crit", "roc=70"}, 0, ": ok"},
+        {"battery threshold", "", "", {"--warn", "battery=30", "--crit", "battery=40"}, 1,
+         "battery temperature 31 C (warning at 30)"},
+        {"hot controller", R"({"KV_CTRL_INFO": {"temperatureCtrl": 95}})", "", {}, 2,
+         "controller temperature 95 C (critical at 90)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempDir tmp;
+        writeFile(tmp.file("p.json"), profileText(c));
+        std::vector<std::string> args = {"--sim=" + tmp.file("p.json"), "check"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        RunResult r = kvictl(args, tmp);
+        EXPECT_EQ(r.code, c.exit) << r.out << r.err;
+        expectSummary(r, c.exit, c.finding);
+    }
+}
+
+// Perfdata carries the thresholds in force.
+TEST(CheckE2E, PerformanceData) {
+    TempDir tmp;
+    RunResult r = kvictl({"--sim", "check", "--warn", "roc=80,battery=45", "--crit", "81"}, tmp);
+    ASSERT_EQ(r.code, 0) << r.err;
+    std::string perf = r.out.substr(r.out.find(" | ") + 3);
+    for (const char* item : {"c0_roc_temperature=58;80;81", "c0_controller_temperature=44;75;81",
+                             "c0_battery_temperature=31;45;81", "c0_virtual_drives=3", "c0_disks=8",
+                             "c0_virtual_drives_degraded=0", "c0_battery_charge=100%;;;0;100"})
+        EXPECT_NE(perf.find(item), std::string::npos) << item << " not in " << perf;
+}
+
+// A capture holding no answer: every read fails, so UNKNOWN.
+TEST(CheckE2E, ReplayOfEmptyCaptureIsUnknown) {
+    TempDir tmp;
+    const std::string full = tmp.file("full.jsonl");
+    ASSERT_EQ(kvictl({"--sim", "--record", full, "metrics"}, tmp).code, 0);
+    std::string head, line;
+    std::istringstream in(readFile(full));
+    while (std::getline(in, line))
+        if (line.find(R"("type":"dcmd")") == std::string::npos && line.find(R"("type":"smp")") == std::string::npos)
+            head += line + "\n";
+    ASSERT_NE(head.find(R"("type":"controller")"), std::string::npos) << head;
+    writeFile(tmp.file("empty.jsonl"), head);
+    RunResult r = kvictl({"--replay", tmp.file("empty.jsonl"), "check"}, tmp);
+    EXPECT_EQ(r.code, 3) << r.out << r.err;
+    expectSummary(r, 3, "controller unreachable");
+}
+
+// Several controllers: one line, the worst state wins.
+TEST(CheckE2E, WorstControllerWins) {
+    TempDir tmp;
+    writeFile(tmp.file("p.json"), R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldDegradedCount": 1}}})");
+    RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "--sim-controllers", "3", "-c", "all", "check"}, tmp);
+    EXPECT_EQ(r.code, 1) << r.out << r.err;
+    expectSummary(r, 1, "c2 KV 9480-16i: 1 degraded virtual drive");
+}
+
+// A model name with a line feed and '|' still gives one summary line whose
+// performance data starts at the first '|'.
+TEST(CheckE2E, HostileModelStaysOnOneLine) {
+    TempDir tmp;
+    writeFile(tmp.file("p.json"),
+              R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": "Bad|Name\nOK - x"}}})");
+    RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "check"}, tmp);
+    EXPECT_EQ(r.code, 0) << r.err;
+    expectSummary(r, 0, "c0 Bad?Name?OK - x: ok");
+    EXPECT_EQ(r.out.find('|'), r.out.find(" | ") + 1);
+}
+
+TEST(CheckE2E, JsonCarriesTheVerdict) {
+    TempDir tmp;
+    writeFile(tmp.file("p.json"), R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldOfflineCount": 1}}})");
+    RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "-o", "json", "check"}, tmp);
+    EXPECT_EQ(r.code, 2) << r.err;
+    nlohmann::json doc = nlohmann::json::parse(r.out, nullptr, false);
+    ASSERT_FALSE(doc.is_discarded()) << r.out;
+    EXPECT_EQ(doc["kvictl"]["exit_status"], 2);
+    const auto& check = doc["controllers"][0]["check"];
+    EXPECT_EQ(check["state"], "critical");
+    ASSERT_EQ(check["problems"].size(), 1u);
+    EXPECT_EQ(check["problems"][0]["severity"], "critical");
+    EXPECT_EQ(check["problems"][0]["text"], "1 offline virtual drive");
+}
+
+// Threshold arguments are checked before anything is sent.
+TEST(CheckE2E, BadThresholdsAreUsageErrors) {
+    const std::vector<std::vector<std::string>> bad = {
+        {"--warn", "90", "--crit", "80"}, {"--warn", "gpu=50"}, {"--crit", "hot"}, {"--warn", "roc=300"},
+    };
+    for (const auto& args : bad) {
+        SCOPED_TRACE(args[1]);
+        TempDir tmp;
+        std::vector<std::string> all = {"--sim", "check"};
+        all.insert(all.end(), args.begin(), args.end());
+        RunResult r = kvictl(all, tmp);
+        EXPECT_EQ(r.code, 2) << r.out;
+        EXPECT_NE(r.err.find("nothing was sent"), std::string::npos) << r.err;
+    }
+}
