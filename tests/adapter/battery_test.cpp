@@ -12,6 +12,7 @@
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/adapter/AdapterFixture.h"
 #include "tests/support/FakeController.h"
 #include "tests/support/LogCapture.h"
 
@@ -46,19 +47,8 @@ Bytes bbuStatus(std::uint8_t type, std::uint32_t fw, std::uint16_t temperature =
     return s;
 }
 
-class BatteryTest : public ::testing::Test {
+class BatteryTest : public AdapterFixture {
 protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    kvitest::LogCapture log;
-    AdapterDataKvi& a() { return *obj; }
-
-    void reset() {
-        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-        ctrl.clear();
-        ctrl.backend().clearScript();
-        log.clear();
-    }
     void battery(std::uint8_t type, std::uint32_t fw, bool fitted = true) {
         ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(fitted)));
         ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(type, fw)));

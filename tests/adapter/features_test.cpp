@@ -16,6 +16,7 @@
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/adapter/AdapterFixture.h"
 #include "tests/support/FakeController.h"
 #include "tests/support/LogCapture.h"
 #include "json/elements.h"
@@ -59,20 +60,7 @@ Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes) {
     return m;
 }
 
-class FeaturesTest : public ::testing::Test {
-protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    kvitest::LogCapture log;
-    AdapterDataKvi& a() { return *obj; }
-
-    void reset() {
-        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-        ctrl.clear();
-        ctrl.backend().clearScript();
-        log.clear();
-    }
-};
+using FeaturesTest = AdapterFixture;
 
 // ---------------------------------------------------------------------------
 // The fixed answers

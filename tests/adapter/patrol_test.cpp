@@ -15,6 +15,7 @@
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
+#include "tests/adapter/ScheduleTestUtil.h"
 #include "tests/support/FakeController.h"
 #include "tests/support/LogCapture.h"
 
@@ -27,55 +28,11 @@ using P = AdapterDataKviPeer;
 constexpr std::uint32_t kGet = KV_DCMD_CTRL_PR_GET_PROPERTIES;
 constexpr std::uint32_t kSet = KV_DCMD_CTRL_PR_SET_PROPERTIES;
 
-// Sets TZ for one test and restores the previous value afterwards.
-class TzGuard {
-public:
-    explicit TzGuard(const char* tz) {
-        const char* old = std::getenv("TZ");
-        hadOld_ = old != nullptr;
-        if (hadOld_) {
-            old_ = old;
-        }
-        setenv("TZ", tz, 1);
-        tzset();
-    }
-    ~TzGuard() {
-        if (hadOld_) {
-            setenv("TZ", old_.c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
-        tzset();
-    }
+using Form = kvitest::ScheduleForm;
+using kvitest::TzGuard;
+using kvitest::u32;
+using kvitest::wallClock;
 
-private:
-    bool hadOld_ = false;
-    std::string old_;
-};
-
-tm wallClock(int year, int mon, int mday, int hour, int min) {
-    tm t{};
-    t.tm_year = year - 1900;
-    t.tm_mon = mon - 1;
-    t.tm_mday = mday;
-    t.tm_hour = hour;
-    t.tm_min = min;
-    t.tm_isdst = -1;
-    return t;
-}
-
-std::uint32_t u32(const Bytes& b, std::size_t off) {
-    std::uint32_t v = 0;
-    std::memcpy(&v, b.data() + off, 4);
-    return v;
-}
-
-struct Form {
-    const char* name;
-    bool ext;
-    std::uint32_t length;
-    std::size_t nextExec, execFreq;
-};
 const Form kLegacy{"legacy", false, 208, 196, 200};
 const Form kExt{"extended", true, 120, 104, 108};
 

@@ -334,25 +334,6 @@ Rig::Rig(const ControllerSetup& s, std::time_t now)
 
 Rig::~Rig() { System::getInstance()->setBackend(nullptr); }
 
-TzGuard::TzGuard(const char* tz) {
-    const char* old = std::getenv("TZ");
-    had_ = old != nullptr;
-    if (had_) {
-        old_ = old;
-    }
-    setenv("TZ", tz, 1);
-    tzset();
-}
-
-TzGuard::~TzGuard() {
-    if (had_) {
-        setenv("TZ", old_.c_str(), 1);
-    } else {
-        unsetenv("TZ");
-    }
-    tzset();
-}
-
 std::vector<std::string> keys(const json::Object& obj) {
     std::vector<std::string> out;
     for (const json::Object::Member& m : obj) {

@@ -16,6 +16,7 @@
 
 #include "tests/support/FakeController.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/TzGuard.h"
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "firmware/kv.h"
@@ -114,15 +115,7 @@ public:
 kvitest::Bytes flashList(const std::vector<Component>& components);
 
 // Sets TZ for one scope (setenv + tzset) and restores it.
-class TzGuard {
-public:
-    explicit TzGuard(const char* tz);
-    ~TzGuard();
-
-private:
-    bool had_;
-    std::string old_;
-};
+using TzGuard = kvitest::TzGuard;
 
 // Member names of an object, in order.
 std::vector<std::string> keys(const json::Object& obj);

@@ -10,37 +10,35 @@
 
 #include "json/JsonWriter.h"
 #include "tests/reports/ReportRig.h"
+#include "tests/support/ReportSections.h"
 
 namespace {
 
-using Section = int (AdapterData::*)(json::Object&);
-
-struct SectionRow {
-    const char* name;
-    Section op;
+// Every section, in the order the golden documents hold them.
+const char* const kSectionOrder[] = {
+    "getShowBasic",
+    "getShowVersion",
+    "getBasicCtrlInfo",
+    "getShowBus",
+    "getShowStatus",
+    "getShowPendingImages",
+    "getShowDualImages",
+    "getShowSupportedAdpOperations",
+    "getShowSupportedPDOperations",
+    "getShowSupportedVDOperations",
+    "getSecureEKMSDetails",
+    "getShowHwConfig",
+    "getShowPolicies",
+    "getShowBoot",
+    "getShowClusterInfo",
+    "getShowNextSchdTask",
+    "getSecureBootDetails",
+    "getShowDefaults",
+    "getShowCapabilities",
 };
-
-const SectionRow kSections[] = {
-    {"getShowBasic", &AdapterData::getShowBasic},
-    {"getShowVersion", &AdapterData::getShowVersion},
-    {"getBasicCtrlInfo", &AdapterData::getBasicCtrlInfo},
-    {"getShowBus", &AdapterData::getShowBus},
-    {"getShowStatus", &AdapterData::getShowStatus},
-    {"getShowPendingImages", &AdapterData::getShowPendingImages},
-    {"getShowDualImages", &AdapterData::getShowDualImages},
-    {"getShowSupportedAdpOperations", &AdapterData::getShowSupportedAdpOperations},
-    {"getShowSupportedPDOperations", &AdapterData::getShowSupportedPDOperations},
-    {"getShowSupportedVDOperations", &AdapterData::getShowSupportedVDOperations},
-    {"getSecureEKMSDetails", &AdapterData::getSecureEKMSDetails},
-    {"getShowHwConfig", &AdapterData::getShowHwConfig},
-    {"getShowPolicies", &AdapterData::getShowPolicies},
-    {"getShowBoot", &AdapterData::getShowBoot},
-    {"getShowClusterInfo", &AdapterData::getShowClusterInfo},
-    {"getShowNextSchdTask", &AdapterData::getShowNextSchdTask},
-    {"getSecureBootDetails", &AdapterData::getSecureBootDetails},
-    {"getShowDefaults", &AdapterData::getShowDefaults},
-    {"getShowCapabilities", &AdapterData::getShowCapabilities},
-};
+static_assert(sizeof kSectionOrder / sizeof kSectionOrder[0] ==
+                  sizeof kvitest::kReportSections / sizeof kvitest::kReportSections[0],
+              "the golden documents hold every section");
 
 struct Variant {
     const char* name;
@@ -131,15 +129,17 @@ TEST_P(GoldenSections, EverySectionMatchesItsGoldenDocument) {
     GetParam().change(setup);
 
     json::Object document;
-    for (const SectionRow& section : kSections) {
+    for (const char* name : kSectionOrder) {
+        const kvitest::ReportSection* section = kvitest::reportSection(name);
+        ASSERT_NE(section, nullptr) << name;
         rt::Rig rig(setup);
         json::Object members;
         AdapterData& adapter = rig.adapter;
-        const int rc = (adapter.*section.op)(members);
+        const int rc = (adapter.*section->build)(members);
         json::Object entry;
         entry["rc"] = json::Number(rc);
         entry["members"] = members;
-        document[section.name] = entry;
+        document[section->name] = entry;
     }
     const std::string diff = rt::checkGolden(GetParam().name, json::JsonWriter::ToString(document));
     EXPECT_TRUE(diff.empty()) << diff;

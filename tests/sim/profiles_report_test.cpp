@@ -17,38 +17,15 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
+#include "tests/support/ReportSections.h"
+#include "tests/support/TzGuard.h"
 
 namespace {
 
 constexpr const char* kSimTime = "1748779200"; // 2025-06-01 12:00:00 UTC
 
-using Section = int (AdapterData::*)(json::Object&);
-struct SectionRow {
-    const char* name;
-    Section build;
-};
-// In the order `show all` asks for them.
-const SectionRow kSections[] = {
-    {"getShowBasic", &AdapterData::getShowBasic},
-    {"getShowVersion", &AdapterData::getShowVersion},
-    {"getShowBus", &AdapterData::getShowBus},
-    {"getShowPendingImages", &AdapterData::getShowPendingImages},
-    {"getShowStatus", &AdapterData::getShowStatus},
-    {"getShowSupportedAdpOperations", &AdapterData::getShowSupportedAdpOperations},
-    {"getShowSupportedPDOperations", &AdapterData::getShowSupportedPDOperations},
-    {"getShowSupportedVDOperations", &AdapterData::getShowSupportedVDOperations},
-    {"getSecureEKMSDetails", &AdapterData::getSecureEKMSDetails},
-    {"getShowHwConfig", &AdapterData::getShowHwConfig},
-    {"getShowPolicies", &AdapterData::getShowPolicies},
-    {"getShowBoot", &AdapterData::getShowBoot},
-    {"getShowClusterInfo", &AdapterData::getShowClusterInfo},
-    {"getShowDefaults", &AdapterData::getShowDefaults},
-    {"getShowCapabilities", &AdapterData::getShowCapabilities},
-    {"getShowNextSchdTask", &AdapterData::getShowNextSchdTask},
-    {"getBasicCtrlInfo", &AdapterData::getBasicCtrlInfo},
-    {"getShowDualImages", &AdapterData::getShowDualImages},
-    {"getSecureBootDetails", &AdapterData::getSecureBootDetails},
-};
+using SectionRow = kvitest::ReportSection;
+constexpr const auto& kSections = kvitest::kReportSections; // in `show all` order
 
 // No bundled profile needs a refusal: the sections report a missing battery,
 // alarm, backup image, pending image, host information or key manager as a
@@ -72,11 +49,8 @@ int expectedStatus(const std::string& profile, const std::string& section) {
 
 class ProfileReports : public ::testing::TestWithParam<std::string> {
 protected:
-    void SetUp() override {
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-        tzset();
-        setenv("KVICTL_SIM_TIME", kSimTime, 1);
-    }
+    kvitest::TzGuard tz_{"CET-1CEST,M3.5.0,M10.5.0/3"}; // a zone with summer time
+    void SetUp() override { setenv("KVICTL_SIM_TIME", kSimTime, 1); }
     void TearDown() override {
         unsetenv("KVICTL_SIM_TIME");
         System::getInstance()->setBackend(nullptr);

@@ -800,5 +800,34 @@ private:
         }
         return rc;
     }
+    // How a read-once loader closes: "Exiting ... retCode = %d" (most),
+    // "Exiting ..." without the status, or its entry line once more.
+    enum class LoadExit { RetCode, Plain, RepeatEntry };
+    // Read-once loader (cache.cpp): logs "Entering AdapterDataKvi::<name>",
+    // answers 0 when `member` is held, else reads it with readRecord and logs
+    // the closing line `exit` names. Returns the status.
+    template <typename T>
+    int loadOnce(T*& member, std::uint32_t opcode, const char* name,
+                 LoadExit exit = LoadExit::RetCode);
+    // Phy-table accessor (topology.cpp): the entry line, -1 for a null `out` or
+    // an index not `inRange`, the table loaded only when none is held, then
+    // *out = pick(entry `index`) and the exit line.
+    template <typename T, typename Pick>
+    int phyAnswer(const char* name, int index, bool inRange, T* out, Pick pick);
+    // `f` applied to the schedule record held, whichever form it is: patrol
+    // read (extended form first) and consistency check (short form first).
+    // The caller has loaded the schedule.
+    template <typename F> auto withPrRecord(F f) {
+        return kvPrPropExt_ != nullptr ? f(*kvPrPropExt_) : f(*kvPrProp_);
+    }
+    template <typename F> auto withCcRecord(F f) {
+        return kvCcScProp_ != nullptr ? f(*kvCcScProp_) : f(*kvCcScPropExt_);
+    }
+    // Patrol read schedule value and field setter (patrol.cpp): the entry
+    // line, the schedule read (a failure answers 0 / -1), then the value
+    // `pick` takes from the record, or `set` applied and the record sent;
+    // the exit line.
+    template <typename R, typename Pick> R prScheduleValue(const char* name, Pick pick);
+    template <typename Set> int prScheduleSet(const char* name, Set set);
     // ==== END data members ====
 };

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
@@ -17,6 +18,8 @@
 #include "provider/KviDataProvider.h"
 
 namespace {
+
+using kvi::adapter::loadedAnswer;
 
 // Bits of KV_BBU_STATUS.fwStatus.
 enum : std::uint32_t {
@@ -221,74 +224,35 @@ int AdapterDataKvi::getBatteryType(unsigned char* out) {
 }
 
 int AdapterDataKvi::getBatterySubType(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatterySubType");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBatteryInfoPtr_->subType;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatterySubType");
-    return 0;
+    return loadedAnswer(
+        "getBatterySubType", out, [this] { return getBatteryInfo(); },
+        [this] { return kvBatteryInfoPtr_->subType; });
 }
 
 // The name points into the object's own record: 8 characters, not necessarily terminated.
 int AdapterDataKvi::getBatteryDeviceName(unsigned char** out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryDeviceName");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryDesignInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBattDesignInfoPtr_->deviceName;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryDeviceName");
-    return 0;
+    return loadedAnswer(
+        "getBatteryDeviceName", out, [this] { return getBatteryDesignInfo(); },
+        [this] { return kvBattDesignInfoPtr_->deviceName; });
 }
 
 int AdapterDataKvi::getBatteryDesignInfoTransparentLearnsSupport(bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryDesignInfoTransparentLearnsSupport");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryDesignInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBattDesignInfoPtr_->transparentLearns != 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryDesignInfoTransparentLearnsSupport");
-    return 0;
+    return loadedAnswer(
+        "getBatteryDesignInfoTransparentLearnsSupport", out,
+        [this] { return getBatteryDesignInfo(); },
+        [this] { return kvBattDesignInfoPtr_->transparentLearns != 0; });
 }
 
 int AdapterDataKvi::isBBUTransparentLearnSet(bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isBBUTransparentLearnSet");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = (kvBatteryInfoPtr_->fwStatus & kTransparentLearn) != 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isBBUTransparentLearnSet");
-    return 0;
+    return loadedAnswer(
+        "isBBUTransparentLearnSet", out, [this] { return getBatteryInfo(); },
+        [this] { return (kvBatteryInfoPtr_->fwStatus & kTransparentLearn) != 0; });
 }
 
 int AdapterDataKvi::isI2cErrorsDetected(bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isI2cErrorsDetected");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = (kvBatteryInfoPtr_->fwStatus & kI2cErrorsDetected) != 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isI2cErrorsDetected");
-    return 0;
+    return loadedAnswer(
+        "isI2cErrorsDetected", out, [this] { return getBatteryInfo(); },
+        [this] { return (kvBatteryInfoPtr_->fwStatus & kI2cErrorsDetected) != 0; });
 }
 
 // Carries on past a failed load (skipping the read) and returns the load's status.
@@ -306,87 +270,39 @@ int AdapterDataKvi::getBatteryFullCapacity(unsigned short* out) {
 }
 
 int AdapterDataKvi::getBatteryRemainingCapacity(unsigned short* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryRemainingCapacity");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryCapacityInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBattCapacityInfoPtr_->remainingCapacity;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryRemainingCapacity");
-    return 0;
+    return loadedAnswer(
+        "getBatteryRemainingCapacity", out, [this] { return getBatteryCapacityInfo(); },
+        [this] { return kvBattCapacityInfoPtr_->remainingCapacity; });
 }
 
 int AdapterDataKvi::getBattRelativeStateOfCharge(unsigned short* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBattRelativeStateOfCharge");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryCapacityInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBattCapacityInfoPtr_->relativeStateOfCharge;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBattRelativeStateOfCharge");
-    return 0;
+    return loadedAnswer(
+        "getBattRelativeStateOfCharge", out, [this] { return getBatteryCapacityInfo(); },
+        [this] { return kvBattCapacityInfoPtr_->relativeStateOfCharge; });
 }
 
 int AdapterDataKvi::getBattAvgTimeToEmpty(unsigned short* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBattAvgTimeToEmpty");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryCapacityInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBattCapacityInfoPtr_->averageTimeToEmpty;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBattAvgTimeToEmpty");
-    return 0;
+    return loadedAnswer(
+        "getBattAvgTimeToEmpty", out, [this] { return getBatteryCapacityInfo(); },
+        [this] { return kvBattCapacityInfoPtr_->averageTimeToEmpty; });
 }
 
 int AdapterDataKvi::getBatteryAutoLearnMode(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryAutoLearnMode");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBBUProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBBUPropPtr_->autoLearnMode;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryAutoLearnMode");
-    return 0;
+    return loadedAnswer(
+        "getBatteryAutoLearnMode", out, [this] { return getBBUProperties(); },
+        [this] { return kvBBUPropPtr_->autoLearnMode; });
 }
 
 int AdapterDataKvi::getBatteryAutoLearnPeriod(unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryAutoLearnPeriod");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBBUProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBBUPropPtr_->autoLearnPeriod;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryAutoLearnPeriod");
-    return 0;
+    return loadedAnswer(
+        "getBatteryAutoLearnPeriod", out, [this] { return getBBUProperties(); },
+        [this] { return kvBBUPropPtr_->autoLearnPeriod; });
 }
 
 int AdapterDataKvi::getBatteryNextLearnTime(unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryNextLearnTime");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBBUProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBBUPropPtr_->nextLearnTime;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryNextLearnTime");
-    return 0;
+    return loadedAnswer(
+        "getBatteryNextLearnTime", out, [this] { return getBBUProperties(); },
+        [this] { return kvBBUPropPtr_->nextLearnTime; });
 }
 
 // Battery properties have no transaction: the new mode is written at once, with the whole
@@ -588,15 +504,7 @@ int AdapterDataKvi::getBbuOverallStatus(unsigned char* out) {
 }
 
 int AdapterDataKvi::getCtrlInfoBbu(bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCtrlInfoBbu");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCtrlInfoPtr_->adapterOperations.bbu != 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCtrlInfoBbu");
-    return 0;
+    return loadedAnswer(
+        "getCtrlInfoBbu", out, [this] { return getCtlrInfo(); },
+        [this] { return kvCtrlInfoPtr_->adapterOperations.bbu != 0; });
 }

@@ -10,10 +10,13 @@
 
 #include "RaidLib/RaidFw/Elements.h"
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+using kvi::adapter::loadedAnswer;
 constexpr std::uint16_t kNoBootTarget = 0xFFFF;
 } // namespace
 
@@ -47,17 +50,9 @@ int AdapterDataKvi::setbiosStatus(unsigned char value) {
 // Stop on error: the getter reports 1 for error mode 1, while the setter stores 0 for 1 and 1
 // for anything else; reading back after setbiosSOEStatus(1) gives 0.
 int AdapterDataKvi::getbiosSOEStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosSOEStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->continueOnError == 1 ? 1 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosSOEStatus");
-    return 0;
+    return loadedAnswer(
+        "getbiosSOEStatus", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->continueOnError == 1 ? 1 : 0; });
 }
 
 int AdapterDataKvi::setbiosSOEStatus(unsigned char value) {
@@ -100,17 +95,9 @@ int AdapterDataKvi::setbiosBEStatus(unsigned char value) {
 }
 
 int AdapterDataKvi::getbiosHCOEStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosHCOEStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->continueOnError == 2 ? 2 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosHCOEStatus");
-    return 0;
+    return loadedAnswer(
+        "getbiosHCOEStatus", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->continueOnError == 2 ? 2 : 0; });
 }
 
 int AdapterDataKvi::setbiosHCOEStatus(unsigned char value) {
@@ -126,17 +113,9 @@ int AdapterDataKvi::setbiosHCOEStatus(unsigned char value) {
 }
 
 int AdapterDataKvi::getbiosHSMStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosHSMStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->continueOnError == 3 ? 3 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosHSMStatus");
-    return 0;
+    return loadedAnswer(
+        "getbiosHSMStatus", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->continueOnError == 3 ? 3 : 0; });
 }
 
 int AdapterDataKvi::setbiosHSMStatus(unsigned char value) {
@@ -154,17 +133,9 @@ int AdapterDataKvi::setbiosHSMStatus(unsigned char value) {
 // Auto-select boot drive: like SOE, the setter stores the reverse of the getter's sense, so
 // reading back after setbiosABS(1) gives 0.
 int AdapterDataKvi::getbiosABS(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosABS");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->autoSelectBootLd != 0 ? 1 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosABS");
-    return 0;
+    return loadedAnswer(
+        "getbiosABS", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->autoSelectBootLd != 0 ? 1 : 0; });
 }
 
 int AdapterDataKvi::setbiosABS(unsigned char value) {
@@ -192,17 +163,9 @@ int AdapterDataKvi::setbiosDeviceExposure(unsigned char value) {
 }
 
 int AdapterDataKvi::getbiosDeviceExposure(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosDeviceExposure");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->deviceExposure;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosDeviceExposure");
-    return 0;
+    return loadedAnswer(
+        "getbiosDeviceExposure", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->deviceExposure; });
 }
 
 // The boot drive is named by its target id (virtual drive) or device id (physical drive),
@@ -307,17 +270,9 @@ int AdapterDataKvi::getBootPdDevId(unsigned short* out) {
 
 // The boot mode is the error-mode byte read and written raw.
 int AdapterDataKvi::getBIOSBootMode(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBIOSBootMode");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->continueOnError;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBIOSBootMode");
-    return 0;
+    return loadedAnswer(
+        "getBIOSBootMode", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->continueOnError; });
 }
 
 int AdapterDataKvi::setBIOSBootMode(unsigned char value) {

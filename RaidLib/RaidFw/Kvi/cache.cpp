@@ -104,98 +104,71 @@ bool AdapterDataKvi::extSchedForm() const {
     return kvCtrlInfoPtr_ != nullptr && kvCtrlInfoPtr_->adapterOperations3.supportMaxExtLDs != 0;
 }
 
+// Read-once loader behind the simple cache loaders: the entry line always, then
+// nothing more when the record is held; else one read (readRecord) and the
+// loader's closing line.
+template <typename T>
+int AdapterDataKvi::loadOnce(T*& member, std::uint32_t opcode, const char* name, LoadExit exit) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (member != nullptr) {
+        return 0;
+    }
+    const int rc = readRecord(member, opcode);
+    switch (exit) {
+    case LoadExit::RetCode:
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+        break;
+    case LoadExit::Plain:
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+        break;
+    case LoadExit::RepeatEntry:
+        DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+        break;
+    }
+    return rc;
+}
+
 // ---------------------------------------------------------------------------
 // Simple loaders: read once, keep on success, keep nothing on failure.
 
 int AdapterDataKvi::getCtlrInfo() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCtlrInfo");
-    if (kvCtrlInfoPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvCtrlInfoPtr_, KV_DCMD_CTRL_GET_INFO);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCtlrInfo retCode = %d", rc);
-    return rc;
+    return loadOnce(kvCtrlInfoPtr_, KV_DCMD_CTRL_GET_INFO, "getCtlrInfo");
 }
 
 int AdapterDataKvi::getMFCdata() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMFCdata");
-    if (kvMFCDefPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvMFCDefPtr_, KV_DCMD_CTRL_MFC_DEFAULTS_GET);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMFCdata retCode = %d", rc);
-    return rc;
+    return loadOnce(kvMFCDefPtr_, KV_DCMD_CTRL_MFC_DEFAULTS_GET, "getMFCdata");
 }
 
 int AdapterDataKvi::getBatteryInfo() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryInfo");
-    if (kvBatteryInfoPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvBatteryInfoPtr_, KV_DCMD_BBU_GET_STATUS);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryInfo retCode = %d", rc);
-    return rc;
+    return loadOnce(kvBatteryInfoPtr_, KV_DCMD_BBU_GET_STATUS, "getBatteryInfo");
 }
 
 int AdapterDataKvi::getBatteryCapacityInfo() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryCapacityInfo");
-    if (kvBattCapacityInfoPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvBattCapacityInfoPtr_, KV_DCMD_BBU_GET_CAPACITY_INFO);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryCapacityInfo retCode = %d", rc);
-    return rc;
+    return loadOnce(kvBattCapacityInfoPtr_, KV_DCMD_BBU_GET_CAPACITY_INFO,
+                    "getBatteryCapacityInfo");
 }
 
 int AdapterDataKvi::getBatteryDesignInfo() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryDesignInfo");
-    if (kvBattDesignInfoPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvBattDesignInfoPtr_, KV_DCMD_BBU_GET_DESIGN_INFO);
     // This loader's closing line repeats its entry text; log readers rely on it.
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryDesignInfo");
-    return rc;
+    return loadOnce(kvBattDesignInfoPtr_, KV_DCMD_BBU_GET_DESIGN_INFO, "getBatteryDesignInfo",
+                    LoadExit::RepeatEntry);
 }
 
 int AdapterDataKvi::getBBUProperties() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBBUProperties");
-    if (kvBBUPropPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvBBUPropPtr_, KV_DCMD_BBU_PROPERTIES_GET);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBBUProperties retCode = %d", rc);
-    return rc;
+    return loadOnce(kvBBUPropPtr_, KV_DCMD_BBU_PROPERTIES_GET, "getBBUProperties");
 }
 
 int AdapterDataKvi::getBIOSData() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBIOSData");
-    if (kvBiosDataPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvBiosDataPtr_, KV_DCMD_CTRL_BIOS_DATA_GET);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBIOSData retCode = %d", rc);
-    return rc;
+    return loadOnce(kvBiosDataPtr_, KV_DCMD_CTRL_BIOS_DATA_GET, "getBIOSData");
 }
 
 int AdapterDataKvi::getMuxInfo() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMuxInfo");
-    if (kvMuxListPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvMuxListPtr_, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMuxInfo");
-    return rc;
+    return loadOnce(kvMuxListPtr_, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, "getMuxInfo",
+                    LoadExit::Plain);
 }
 
 int AdapterDataKvi::getConnectors() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectors");
-    if (kvConnectorsPtr_ != nullptr) {
-        return 0;
-    }
-    const int rc = readRecord(kvConnectorsPtr_, KV_DCMD_SAS_CONFIG_GET_CONNECTORS);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectors retCode = %d", rc);
-    return rc;
+    return loadOnce(kvConnectorsPtr_, KV_DCMD_SAS_CONFIG_GET_CONNECTORS, "getConnectors");
 }
 
 // ---------------------------------------------------------------------------

@@ -10,12 +10,24 @@
 #include <ctime>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+using kvi::adapter::loadedAnswer;
+using kvi::adapter::schedStartAnswer;
+
+// A value of the consistency-check status, read afresh.
+template <typename T, typename Pick>
+int ccStatusAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
+    KV_CC_SCHEDULE_STATUS status{};
+    return loadedAnswer(
+        name, out, [&] { return a.getCcScStatus(&status); }, [&] { return pick(status); });
+}
 
 constexpr std::uint8_t kCcModeConcurrent = 2; // KV_CC_SCHEDULE_MODE_CONCURRENT
 constexpr std::uint32_t kNoDelay = 0xFFFFFFFFu;
@@ -116,31 +128,15 @@ int AdapterDataKvi::setCcSchedMode(unsigned char mode, const ArrayList<unsigned 
 }
 
 int AdapterDataKvi::getCcSchedMode(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedMode");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCcScProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCcScProp_ != nullptr ? kvCcScProp_->opMode : kvCcScPropExt_->opMode;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedMode");
-    return 0;
+    return loadedAnswer(
+        "getCcSchedMode", out, [this] { return getCcScProperties(); },
+        [this] { return withCcRecord([](const auto& r) { return r.opMode; }); });
 }
 
 int AdapterDataKvi::getCcSchedExecDelay(unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedExecDelay");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCcScProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCcScProp_ != nullptr ? kvCcScProp_->execFreq : kvCcScPropExt_->execFreq;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedExecDelay");
-    return 0;
+    return loadedAnswer(
+        "getCcSchedExecDelay", out, [this] { return getCcScProperties(); },
+        [this] { return withCcRecord([](const auto& r) { return r.execFreq; }); });
 }
 
 // Here all ones is not a keep-as-is marker: it is stored (and 0 becomes it).
@@ -160,21 +156,9 @@ int AdapterDataKvi::setCcScExecDelay(unsigned int delay) {
 }
 
 int AdapterDataKvi::getCcSchedStartTime(tm* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedStartTime");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCcScProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    const std::uint32_t offset =
-        kvCcScProp_ != nullptr ? kvCcScProp_->nextExec : kvCcScPropExt_->nextExec;
-    if (schedOffsetToLocal(offset, out) != 0) {
-        return -1;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedStartTime");
-    return 0;
+    return schedStartAnswer(
+        *this, "getCcSchedStartTime", out, [this] { return getCcScProperties(); },
+        [this] { return withCcRecord([](const auto& r) { return r.nextExec; }); });
 }
 
 // A load failure is passed through as it is (patrol read answers -1 there).
@@ -202,48 +186,18 @@ int AdapterDataKvi::setCcScStartTime(const tm* start) {
 }
 
 int AdapterDataKvi::getCcSchedState(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedState");
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_CC_SCHEDULE_STATUS status{};
-    const int rc = getCcScStatus(&status);
-    if (rc != 0) {
-        return rc;
-    }
-    *out = status.state;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedState");
-    return 0;
+    return ccStatusAnswer(*this, "getCcSchedState", out,
+                          [](const KV_CC_SCHEDULE_STATUS& st) { return st.state; });
 }
 
 int AdapterDataKvi::getCcSchedNumIteration(unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedNumIteration");
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_CC_SCHEDULE_STATUS status{};
-    const int rc = getCcScStatus(&status);
-    if (rc != 0) {
-        return rc;
-    }
-    *out = status.numIteration;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedNumIteration");
-    return 0;
+    return ccStatusAnswer(*this, "getCcSchedNumIteration", out,
+                          [](const KV_CC_SCHEDULE_STATUS& st) { return st.numIteration; });
 }
 
 int AdapterDataKvi::getCcSchedNumLdDone(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedNumLdDone");
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_CC_SCHEDULE_STATUS status{};
-    const int rc = getCcScStatus(&status);
-    if (rc != 0) {
-        return rc;
-    }
-    *out = status.numLdDone;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcSchedNumLdDone");
-    return 0;
+    return ccStatusAnswer(*this, "getCcSchedNumLdDone", out,
+                          [](const KV_CC_SCHEDULE_STATUS& st) { return st.numLdDone; });
 }
 
 // Appends to the caller's list (not cleared first).

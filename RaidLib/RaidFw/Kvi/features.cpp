@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
@@ -25,6 +26,8 @@
 #include "json/elements.h"
 
 namespace {
+
+using kvi::adapter::infoAnswer;
 
 // Personality codes, as the current-personality bitmap uses them.
 constexpr unsigned short kPersonalitySds = 4;
@@ -99,26 +102,8 @@ bool providerAvailable(const char* name) {
     return true;
 }
 
-// A query answered from the controller information: entry line, load (its
-// status returned at once on failure), answer, exit line.
-template <typename T, typename Pick>
-int infoAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
-    if (info == nullptr) {
-        return rc;
-    }
-    *out = static_cast<T>(pick(*info));
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
-    return 0;
-}
-
-// The same for the argument-less queries that return the answer: 1 or 0, and
-// 0 when the controller information cannot be read.
+// Like infoAnswer, for the argument-less queries that return the answer: 1
+// or 0, and 0 when the controller information cannot be read.
 template <typename Pick> int infoFlag(AdapterDataKvi& a, const char* name, Pick pick) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
     int rc = 0;

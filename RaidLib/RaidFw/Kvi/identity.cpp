@@ -10,10 +10,13 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+using kvi::adapter::loadedAnswer;
 
 // The component table of KV_CTRL_INFO is declared with eight entries, but the firmware's count
 // may claim more; entries are read by byte offset as far as the record reaches, never past it.
@@ -146,15 +149,7 @@ int AdapterDataKvi::getMaxConfigurableSSCSize(unsigned short* out) {
 }
 
 int AdapterDataKvi::getCurrentSSCSize(unsigned short* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCurrentSSCSize");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCtrlInfoPtr_->currentSSCsize;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCurrentSSCSize");
-    return 0;
+    return loadedAnswer(
+        "getCurrentSSCSize", out, [this] { return getCtlrInfo(); },
+        [this] { return kvCtrlInfoPtr_->currentSSCsize; });
 }

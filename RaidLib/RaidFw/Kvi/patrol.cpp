@@ -16,11 +16,14 @@
 #include <ctime>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+using kvi::adapter::schedStartAnswer;
 
 constexpr std::uint8_t kPrStateActive = 2; // KV_PR_STATE_ACTIVE
 constexpr std::uint8_t kPrPaused = 3;      // KV_PR_PAUSED
@@ -126,6 +129,31 @@ int AdapterDataKvi::sendHeldPrProperties() {
 }
 
 // ---------------------------------------------------------------------------
+// Schedule value and field helpers
+
+template <typename R, typename Pick>
+R AdapterDataKvi::prScheduleValue(const char* name, Pick pick) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (getPrProperties() != 0) {
+        return 0;
+    }
+    const R value = withPrRecord(pick);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+    return value;
+}
+
+template <typename Set> int AdapterDataKvi::prScheduleSet(const char* name, Set set) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (getPrProperties() != 0) {
+        return -1;
+    }
+    withPrRecord(set);
+    const int rc = sendHeldPrProperties();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+    return rc;
+}
+
+// ---------------------------------------------------------------------------
 // Control requests
 
 int AdapterDataKvi::startPr() {
@@ -146,28 +174,11 @@ int AdapterDataKvi::stopPr() {
 // Mode, status, delay and concurrency
 
 int AdapterDataKvi::setPrMode(unsigned char mode) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrMode");
-    if (getPrProperties() != 0) {
-        return -1;
-    }
-    if (kvPrPropExt_ != nullptr) {
-        kvPrPropExt_->opMode = mode;
-    } else {
-        kvPrProp_->opMode = mode;
-    }
-    const int rc = sendHeldPrProperties();
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrMode retCode = %d", rc);
-    return rc;
+    return prScheduleSet("setPrMode", [mode](auto& r) { r.opMode = mode; });
 }
 
 unsigned char AdapterDataKvi::getPrMode() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrMode");
-    if (getPrProperties() != 0) {
-        return 0;
-    }
-    const unsigned char mode = kvPrPropExt_ != nullptr ? kvPrPropExt_->opMode : kvPrProp_->opMode;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrMode");
-    return mode;
+    return prScheduleValue<unsigned char>("getPrMode", [](const auto& r) { return r.opMode; });
 }
 
 // A failed status read reports the paused state, not an error value.
@@ -203,40 +214,18 @@ unsigned char AdapterDataKvi::getPrNumPdComplete() {
 }
 
 unsigned int AdapterDataKvi::getPrExecDelay() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrExecDelay");
-    if (getPrProperties() != 0) {
-        return 0;
-    }
-    const unsigned int delay =
-        kvPrPropExt_ != nullptr ? kvPrPropExt_->execFreq : kvPrProp_->execFreq;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrExecDelay");
-    return delay;
+    return prScheduleValue<unsigned int>("getPrExecDelay",
+                                         [](const auto& r) { return r.execFreq; });
 }
 
 // The delay is stored as given; 0 included.
 int AdapterDataKvi::setPrExecDelay(unsigned int delay) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrExecDelay");
-    if (getPrProperties() != 0) {
-        return -1;
-    }
-    if (kvPrPropExt_ != nullptr) {
-        kvPrPropExt_->execFreq = delay;
-    } else {
-        kvPrProp_->execFreq = delay;
-    }
-    const int rc = sendHeldPrProperties();
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrExecDelay retCode = %d", rc);
-    return rc;
+    return prScheduleSet("setPrExecDelay", [delay](auto& r) { r.execFreq = delay; });
 }
 
 unsigned int AdapterDataKvi::getPrConcurrentPd() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrConcurrentPd");
-    if (getPrProperties() != 0) {
-        return 0;
-    }
-    const unsigned int maxPd = kvPrPropExt_ != nullptr ? kvPrPropExt_->maxPD : kvPrProp_->maxPD;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrConcurrentPd");
-    return maxPd;
+    return prScheduleValue<unsigned int>("getPrConcurrentPd",
+                                         [](const auto& r) { return r.maxPD; });
 }
 
 int AdapterDataKvi::getMaxConcurrentPD(unsigned char* out) {
@@ -254,18 +243,7 @@ int AdapterDataKvi::getMaxConcurrentPD(unsigned char* out) {
 }
 
 int AdapterDataKvi::setMaxConcurrentPD(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setMaxConcurrentPD");
-    if (getPrProperties() != 0) {
-        return -1;
-    }
-    if (kvPrPropExt_ != nullptr) {
-        kvPrPropExt_->maxPD = value;
-    } else {
-        kvPrProp_->maxPD = value;
-    }
-    const int rc = sendHeldPrProperties();
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setMaxConcurrentPD retCode = %d", rc);
-    return rc;
+    return prScheduleSet("setMaxConcurrentPD", [value](auto& r) { r.maxPD = value; });
 }
 
 // ---------------------------------------------------------------------------
@@ -291,21 +269,9 @@ int AdapterDataKvi::setPrStartTime(const tm* start) {
 }
 
 int AdapterDataKvi::getPatrolReadSchedStartTime(tm* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPatrolReadSchedStartTime");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getPrProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    const std::uint32_t offset =
-        kvPrPropExt_ != nullptr ? kvPrPropExt_->nextExec : kvPrProp_->nextExec;
-    if (schedOffsetToLocal(offset, out) != 0) {
-        return -1;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPatrolReadSchedStartTime");
-    return 0;
+    return schedStartAnswer(
+        *this, "getPatrolReadSchedStartTime", out, [this] { return getPrProperties(); },
+        [this] { return withPrRecord([](const auto& r) { return r.nextExec; }); });
 }
 
 // ---------------------------------------------------------------------------

@@ -12,12 +12,16 @@
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
 #include "provider/KviDataProvider.h"
 
 namespace {
+
+using kvi::adapter::infoAnswer;
+using kvi::adapter::mfcAnswer;
 
 // RAID level codes.
 constexpr unsigned char kRaid0 = 0;
@@ -65,41 +69,6 @@ ArrayList<unsigned char>* newList() {
     return new (std::nothrow) ArrayList<unsigned char>(ArrayList<unsigned char>::kDefaultCapacity);
 }
 
-// A capability answered from the controller information: entry line, load,
-// answer, exit line. The answer is written only when the load succeeded.
-template <typename T, typename Pick>
-int infoQuery(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
-    if (info == nullptr) {
-        return rc;
-    }
-    *out = pick(*info);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
-    return 0;
-}
-
-// The same for an answer taken from the manufacturing defaults.
-template <typename T, typename Pick>
-int mfcQuery(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_MFC_DEFAULTS* mfc = a.mfcDefaultsOrStatus(&rc);
-    if (mfc == nullptr) {
-        return rc;
-    }
-    *out = pick(*mfc);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
-    return 0;
-}
-
 // A fixed list handed to the caller.
 int fixedList(const char* name, ArrayList<unsigned char>** out, unsigned char first,
               unsigned char second) {
@@ -134,18 +103,18 @@ const KV_MFC_DEFAULTS* AdapterDataKvi::mfcDefaultsOrStatus(int* rc) {
 // Drive mix, default policies and policy lists
 
 int AdapterDataKvi::isAllowMixInLd(bool* out) {
-    return infoQuery(*this, "isAllowMixInLd", out,
-                     [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowMixInLD != 0; });
+    return infoAnswer(*this, "isAllowMixInLd", out,
+                      [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowMixInLD != 0; });
 }
 
 int AdapterDataKvi::isAllowHDDSSDMix(bool* out) {
-    return infoQuery(*this, "isAllowHDDSSDMix", out,
-                     [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowMixSSDHDDInLD != 0; });
+    return infoAnswer(*this, "isAllowHDDSSDMix", out,
+                      [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowMixSSDHDDInLD != 0; });
 }
 
 int AdapterDataKvi::isAllowSSDMixInLd(bool* out) {
-    return infoQuery(*this, "isAllowSSDMixInLd", out,
-                     [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowSSDMixInLD != 0; });
+    return infoAnswer(*this, "isAllowSSDMixInLd", out,
+                      [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowSSDMixInLD != 0; });
 }
 
 // Manufacturing write-back code to the tool's write policy code.
@@ -206,7 +175,7 @@ int AdapterDataKvi::getDefaultRdPolicy(unsigned char* out) {
 }
 
 int AdapterDataKvi::getDefaultCachePolicy(unsigned char* out) {
-    return mfcQuery(*this, "getDefaultCachePolicy", out, [](const KV_MFC_DEFAULTS& m) {
+    return mfcAnswer(*this, "getDefaultCachePolicy", out, [](const KV_MFC_DEFAULTS& m) {
         return static_cast<unsigned char>(m.cachedIo == 1 ? 0 : 1);
     });
 }
@@ -245,8 +214,8 @@ int AdapterDataKvi::getDefaultWriteCacheBadBBU(unsigned char* out) {
 }
 
 int AdapterDataKvi::getDiskCertificationPolicy(unsigned char* out) {
-    return mfcQuery(*this, "getDiskCertificationPolicy", out,
-                    [](const KV_MFC_DEFAULTS& m) { return m.allowUnCertifiedHDDs; });
+    return mfcAnswer(*this, "getDiskCertificationPolicy", out,
+                     [](const KV_MFC_DEFAULTS& m) { return m.allowUnCertifiedHDDs; });
 }
 
 int AdapterDataKvi::getValidWrPolicyLst(ArrayList<unsigned char>** out) {
@@ -262,8 +231,8 @@ int AdapterDataKvi::getValidCachePolicy(ArrayList<unsigned char>** out) {
 }
 
 int AdapterDataKvi::isDskCachePlChnglb(bool* out) {
-    return infoQuery(*this, "isDskCachePlChnglb", out,
-                     [](const KV_CTRL_INFO& i) { return i.ldOperations.diskCachePolicy != 0; });
+    return infoAnswer(*this, "isDskCachePlChnglb", out,
+                      [](const KV_CTRL_INFO& i) { return i.ldOperations.diskCachePolicy != 0; });
 }
 
 // Reads the controller information afresh (not the cache) into a local record.
@@ -337,8 +306,8 @@ int AdapterDataKvi::getValidStrpSzLst(ArrayList<unsigned char>** out) {
 }
 
 int AdapterDataKvi::getDefaultStrpSz(unsigned char* out) {
-    return mfcQuery(*this, "getDefaultStrpSz", out,
-                    [](const KV_MFC_DEFAULTS& m) { return m.stripeSize; });
+    return mfcAnswer(*this, "getDefaultStrpSz", out,
+                     [](const KV_MFC_DEFAULTS& m) { return m.stripeSize; });
 }
 
 // ---------------------------------------------------------------------------
@@ -555,7 +524,7 @@ int AdapterDataKvi::getSupportedRaidLevels(ArrayList<unsigned char>** out) {
 }
 
 int AdapterDataKvi::isPRL11Supported(bool* out) {
-    return infoQuery(*this, "isPRL11Supported", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isPRL11Supported", out, [](const KV_CTRL_INFO& i) {
         return i.raidLevels.raidLevel_1E_RLQ0 != 0 || i.raidLevels.raidLevel_1E0_RLQ0 != 0;
     });
 }
@@ -563,7 +532,7 @@ int AdapterDataKvi::isPRL11Supported(bool* out) {
 // The firmware's bit is read but the answer is always "no": this level is not
 // offered by the tool.
 int AdapterDataKvi::isSRL03Supported(bool* out) {
-    return infoQuery(*this, "isSRL03Supported", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isSRL03Supported", out, [](const KV_CTRL_INFO& i) {
         bool srl03 = i.raidLevels.SRL_03 != 0;
         srl03 = false;
         return srl03;
@@ -571,8 +540,8 @@ int AdapterDataKvi::isSRL03Supported(bool* out) {
 }
 
 int AdapterDataKvi::getMaxAllowedVd(unsigned char* out) {
-    return infoQuery(*this, "getMaxAllowedVd", out,
-                     [](const KV_CTRL_INFO& i) { return i.maxLDs; });
+    return infoAnswer(*this, "getMaxAllowedVd", out,
+                      [](const KV_CTRL_INFO& i) { return i.maxLDs; });
 }
 
 int AdapterDataKvi::isSlicingSupportedWithSpanning(bool* out) {
@@ -609,7 +578,7 @@ int AdapterDataKvi::adpRestart(bool value) {
 // Configuration permission and capabilities
 
 int AdapterDataKvi::doesFWSupportAllowedOpValdation(bool* out) {
-    return infoQuery(*this, "doesFWSupportAllowedOpValdation", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "doesFWSupportAllowedOpValdation", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations.supportAllowedOps != 0;
     });
 }
@@ -662,42 +631,42 @@ int AdapterDataKvi::isClearConfigAllowed(bool* out) {
 }
 
 int AdapterDataKvi::isGen2Card(bool* out) {
-    return infoQuery(*this, "isGen2Card", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isGen2Card", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations.supportConfigPageModel != 0;
     });
 }
 
 int AdapterDataKvi::isNewFrnCfgAPISupported(bool* out) {
-    return infoQuery(*this, "isNewFrnCfgAPISupported", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isNewFrnCfgAPISupported", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations.supportEnhForeignImport != 0;
     });
 }
 
 int AdapterDataKvi::isEnclEnumSupported(bool* out) {
-    return infoQuery(*this, "isEnclEnumSupported", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isEnclEnumSupported", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations.supportEnclEnumeration != 0;
     });
 }
 
 int AdapterDataKvi::moreThan8Phys(bool* out) {
-    return infoQuery(*this, "moreThan8Phys", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "moreThan8Phys", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations.supportMoreThan8Phys != 0;
     });
 }
 
 int AdapterDataKvi::isExpanderPresent(bool* out) {
-    return infoQuery(*this, "isExpanderPresent", out,
-                     [](const KV_CTRL_INFO& i) { return i.hwPresent.expander != 0; });
+    return infoAnswer(*this, "isExpanderPresent", out,
+                      [](const KV_CTRL_INFO& i) { return i.hwPresent.expander != 0; });
 }
 
 int AdapterDataKvi::isAlarmPresent(bool* out) {
-    return infoQuery(*this, "isAlarmPresent", out,
-                     [](const KV_CTRL_INFO& i) { return i.hwPresent.alarm != 0; });
+    return infoAnswer(*this, "isAlarmPresent", out,
+                      [](const KV_CTRL_INFO& i) { return i.hwPresent.alarm != 0; });
 }
 
 int AdapterDataKvi::isTreatR1EAsR10(bool* out) {
-    return mfcQuery(*this, "isTreatR1EAsR10", out,
-                    [](const KV_MFC_DEFAULTS& m) { return m.treatR1EAsR10 != 0; });
+    return mfcAnswer(*this, "isTreatR1EAsR10", out,
+                     [](const KV_MFC_DEFAULTS& m) { return m.treatR1EAsR10 != 0; });
 }
 
 // Size of the SSD cache as configured, in 512-byte blocks; 0 when the
@@ -835,7 +804,7 @@ int AdapterDataKvi::getValidWrPolicyLstChng(ArrayList<unsigned char>** out) {
 }
 
 int AdapterDataKvi::moreThan16Phys(bool* out) {
-    return infoQuery(*this, "moreThan16Phys", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "moreThan16Phys", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations3.supportMoreThan16Phys != 0;
     });
 }

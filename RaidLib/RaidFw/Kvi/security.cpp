@@ -13,11 +13,16 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+// Key states are answered from the controller information.
+using kvi::adapter::infoAnswer;
+using kvi::adapter::loadedAnswer;
 
 // Longest texts the records hold (each field keeps room for its NUL).
 constexpr std::size_t kMaxPassPhrase = sizeof(KV_CTRL_LOCK_KEY_PASSPHRASE::passPhrase) - 1; // 32
@@ -50,27 +55,10 @@ DCMD_MBOX modeMbox(int mode) {
     return m;
 }
 
-// A key state answered from the controller information.
-template <typename T, typename Pick>
-int infoQuery(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
-    if (info == nullptr) {
-        return rc;
-    }
-    *out = pick(*info);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
-    return 0;
-}
-
 } // namespace
 
 int AdapterDataKvi::isSecurityEnabled(bool* out) {
-    return infoQuery(*this, "isSecurityEnabled", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isSecurityEnabled", out, [](const KV_CTRL_INFO& i) {
         return i.adapterOperations.supportSecurity != 0;
     });
 }
@@ -150,19 +138,18 @@ int AdapterDataKvi::destroyLockKey() {
 }
 
 int AdapterDataKvi::isLockKeyAssigned(bool* out) {
-    return infoQuery(*this, "isLockKeyAssigned", out, [](const KV_CTRL_INFO& i) {
-        return i.adapterStatus.lockKeyAssigned != 0;
-    });
+    return infoAnswer(*this, "isLockKeyAssigned", out,
+                      [](const KV_CTRL_INFO& i) { return i.adapterStatus.lockKeyAssigned != 0; });
 }
 
 int AdapterDataKvi::isLockKeyFailed(bool* out) {
-    return infoQuery(*this, "isLockKeyFailed", out,
-                     [](const KV_CTRL_INFO& i) { return i.adapterStatus.lockKeyFailed != 0; });
+    return infoAnswer(*this, "isLockKeyFailed", out,
+                      [](const KV_CTRL_INFO& i) { return i.adapterStatus.lockKeyFailed != 0; });
 }
 
 // A controller without a key reports a passphrase error.
 int AdapterDataKvi::isPassPhraseError(bool* out) {
-    return infoQuery(*this, "isPassPhraseError", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isPassPhraseError", out, [](const KV_CTRL_INFO& i) {
         bool error = true;
         if (i.adapterStatus.lockKeyAssigned != 0) {
             error = i.adapterStatus.lockKeyFailed != 0;
@@ -180,14 +167,14 @@ int AdapterDataKvi::islockKeyRebootRequired(bool* out) {
     }
     delete kvCtrlInfoPtr_;
     kvCtrlInfoPtr_ = nullptr;
-    return infoQuery(*this, "islockKeyRebootRequired", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "islockKeyRebootRequired", out, [](const KV_CTRL_INFO& i) {
         return i.adapterStatus.lockKeyRebootRequired != 0;
     });
 }
 
 int AdapterDataKvi::isEKMSupported(bool* out) {
-    return infoQuery(*this, "isEKMSupported", out,
-                     [](const KV_CTRL_INFO& i) { return i.adapterOperations.supportEKM != 0; });
+    return infoAnswer(*this, "isEKMSupported", out,
+                      [](const KV_CTRL_INFO& i) { return i.adapterOperations.supportEKM != 0; });
 }
 
 // The key manager supplies the key: the record is sent all zero.
@@ -204,27 +191,19 @@ int AdapterDataKvi::RekeyLockKeyinEKMS() {
 }
 
 int AdapterDataKvi::getlockKeyBinding(unsigned char* out) {
-    return infoQuery(*this, "getlockKeyBinding", out,
-                     [](const KV_CTRL_INFO& i) { return i.lockKeyBinding; });
+    return infoAnswer(*this, "getlockKeyBinding", out,
+                      [](const KV_CTRL_INFO& i) { return i.lockKeyBinding; });
 }
 
 int AdapterDataKvi::getbiosEKMStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosEKMStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->EKMStatus;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosEKMStatus");
-    return 0;
+    return loadedAnswer(
+        "getbiosEKMStatus", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->EKMStatus; });
 }
 
 // The high-availability peer holds a different key.
 int AdapterDataKvi::isSecurityKeyMismatch(unsigned int* out) {
-    return infoQuery(*this, "isSecurityKeyMismatch", out, [](const KV_CTRL_INFO& i) {
+    return infoAnswer(*this, "isSecurityKeyMismatch", out, [](const KV_CTRL_INFO& i) {
         return i.cluster.securityKeyMismatch != 0 ? 1u : 0u;
     });
 }

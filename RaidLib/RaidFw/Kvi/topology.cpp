@@ -11,11 +11,14 @@
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+using kvi::adapter::loadedAnswer;
 
 constexpr unsigned kMaxPhys = 24;       // entries of KV_SAS_PHY_CONNECTIONS
 constexpr unsigned kMaxConnectors = 8;  // entries of KV_SAS_CONNECTORS
@@ -37,17 +40,9 @@ bool phyInRange(int phy) { return phy >= 0 && static_cast<unsigned>(phy) < kMaxP
 // Mux modes
 
 int AdapterDataKvi::getMuxCount(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMuxCount");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getMuxInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvMuxListPtr_->sasMuxCount;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMuxCount");
-    return 0;
+    return loadedAnswer(
+        "getMuxCount", out, [this] { return getMuxInfo(); },
+        [this] { return kvMuxListPtr_->sasMuxCount; });
 }
 
 int AdapterDataKvi::getMuxMode(unsigned char* out, unsigned char mux) {
@@ -97,17 +92,9 @@ int AdapterDataKvi::setMuxMode(unsigned char mode, unsigned char mux) {
 // Connectors
 
 int AdapterDataKvi::getConnectorCount(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorCount");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getConnectors();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = static_cast<unsigned char>(kvConnectorsPtr_->count & 0xFFu);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorCount");
-    return 0;
+    return loadedAnswer(
+        "getConnectorCount", out, [this] { return getConnectors(); },
+        [this] { return static_cast<unsigned char>(kvConnectorsPtr_->count & 0xFFu); });
 }
 
 int AdapterDataKvi::getConnectorLocation(unsigned char index, unsigned char* out) {
@@ -151,154 +138,68 @@ int AdapterDataKvi::getConnectorName(unsigned char index, std::string** out) {
 }
 
 int AdapterDataKvi::getConnectorsValue(KV_SAS_CONNECTORS* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorsValue");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getConnectors();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = *kvConnectorsPtr_;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorsValue");
-    return 0;
+    return loadedAnswer(
+        "getConnectorsValue", out, [this] { return getConnectors(); },
+        [this] { return *kvConnectorsPtr_; });
 }
 
 // ---------------------------------------------------------------------------
 // Phys
 
 int AdapterDataKvi::getPhyCount(unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPhyCount");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getAllPhyConnections();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvPhy_->count;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPhyCount");
-    return 0;
+    return loadedAnswer(
+        "getPhyCount", out, [this] { return getAllPhyConnections(); },
+        [this] { return kvPhy_->count; });
 }
 
 // The phy accessors below load the table only when none is held (a failed
 // read is then remembered as an all-zero table). Phy indices outside the
 // table are refused.
+template <typename T, typename Pick>
+int AdapterDataKvi::phyAnswer(const char* name, int index, bool inRange, T* out, Pick pick) {
+    return loadedAnswer(
+        name, out, [this] { return kvPhy_ != nullptr ? 0 : getAllPhyConnections(); },
+        [&] { return pick(kvPhy_->phy[index]); }, inRange);
+}
 
 int AdapterDataKvi::isPhyDisable(int phy, bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isPhyDisable");
-    if (out == nullptr || !phyInRange(phy)) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
     // A phy without a connector is disabled; the firmware's `disabled` bit is
     // not what the tool shows.
-    *out = kvPhy_->phy[phy].connectorIndex == 0xFF;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isPhyDisable");
-    return 0;
+    return phyAnswer("isPhyDisable", phy, phyInRange(phy), out,
+                     [](const KV_SAS_PHY_CONNECTION& p) { return p.connectorIndex == 0xFF; });
 }
 
 int AdapterDataKvi::getSASAddress(int phy, unsigned long long* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSASAddress");
-    if (out == nullptr || !phyInRange(phy)) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    *out = kvPhy_->phy[phy].sasAddr;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSASAddress");
-    return 0;
+    return phyAnswer("getSASAddress", phy, phyInRange(phy), out,
+                     [](const KV_SAS_PHY_CONNECTION& p) { return p.sasAddr; });
 }
 
 int AdapterDataKvi::getSASPortNumber(int phy, unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSASPortNumber");
-    if (out == nullptr || !phyInRange(phy)) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    *out = kvPhy_->phy[phy].sasPortNumber;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSASPortNumber");
-    return 0;
+    return phyAnswer("getSASPortNumber", phy, phyInRange(phy), out,
+                     [](const KV_SAS_PHY_CONNECTION& p) { return p.sasPortNumber; });
 }
 
 int AdapterDataKvi::getSASPortNumberValid(int phy, unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSASPortNumberValid");
-    if (out == nullptr || !phyInRange(phy)) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    *out = kvPhy_->phy[phy].sasPortNumberValid != 0 ? 1 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSASPortNumberValid");
-    return 0;
+    return phyAnswer(
+        "getSASPortNumberValid", phy, phyInRange(phy), out,
+        [](const KV_SAS_PHY_CONNECTION& p) { return p.sasPortNumberValid != 0 ? 1 : 0; });
 }
 
 int AdapterDataKvi::getConnectorIndex(int phy, unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorIndex");
-    if (out == nullptr || !phyInRange(phy)) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    *out = kvPhy_->phy[phy].connectorIndex;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConnectorIndex");
-    return 0;
+    return phyAnswer("getConnectorIndex", phy, phyInRange(phy), out,
+                     [](const KV_SAS_PHY_CONNECTION& p) { return p.connectorIndex; });
 }
 
 // The configured maximum link speed (a KV_SAS_PHY_LINK_SPEED code).
 int AdapterDataKvi::getLinkSpeed(int phy, unsigned int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getLinkSpeed");
-    if (out == nullptr || !phyInRange(phy)) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    *out = kvPhy_->phy[phy].linkSpeedControl;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getLinkSpeed");
-    return 0;
+    return phyAnswer("getLinkSpeed", phy, phyInRange(phy), out,
+                     [](const KV_SAS_PHY_CONNECTION& p) { return p.linkSpeedControl; });
 }
 
 // The connector the phy belongs to (255 = none).
 int AdapterDataKvi::getPhyConnection(unsigned char* out, unsigned char index) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPhyConnection");
-    if (out == nullptr || index >= kMaxPhys) {
-        return -1;
-    }
-    if (kvPhy_ == nullptr) {
-        const int rc = getAllPhyConnections();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    *out = kvPhy_->phy[index].connectorIndex;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPhyConnection");
-    return 0;
+    return phyAnswer("getPhyConnection", index, index < kMaxPhys, out,
+                     [](const KV_SAS_PHY_CONNECTION& p) { return p.connectorIndex; });
 }
 
 // The held phy table is not refreshed: it keeps the speed read first.
@@ -357,17 +258,9 @@ int AdapterDataKvi::getLaneConnectionInfo(unsigned char* out, unsigned char inde
 // Controller SAS address
 
 int AdapterDataKvi::getAdpSASAddress(unsigned long long* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getAdpSASAddress");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getMFCdata();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvMFCDefPtr_->sasAddr;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAdpSASAddress");
-    return 0;
+    return loadedAnswer(
+        "getAdpSASAddress", out, [this] { return getMFCdata(); },
+        [this] { return kvMFCDefPtr_->sasAddr; });
 }
 
 // Controllers of the configuration-page generation take the address in the
