@@ -3,10 +3,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -42,6 +45,83 @@ Exit codes: 0 success, 1 a controller or firmware request failed, 2 usage error
 (nothing was sent), 3 no controller reachable, 4 permission denied.)";
 
 bool isTerminal(int fd) { return ::isatty(fd) == 1; }
+
+// ---- what a capture keeps besides the requests ----
+//
+// Output depends on more than the controller's answers: the host's clock and
+// time zone (report dates), the process-wide inputs (OEM flag, resource texts,
+// controller type) and, in JSON, the command line in the envelope. --record
+// writes them as facts and --replay applies them, so a replay prints what the
+// recorded run printed.
+const char kFactNow[] = "now";
+const char kFactOem[] = "isOEMhp";
+const char kFactOemCheck[] = "oemCheck";
+const char kFactControllerType[] = "controllerType";
+const char kFactTimeZone[] = "tz";
+const char kFactArgv[] = "argv";
+
+// The time zone in effect: $TZ when set (also when empty), else the zone the
+// /etc/localtime link names; nullopt when neither says.
+std::optional<std::string> currentTimeZone() {
+    if (const char* tz = std::getenv("TZ"))
+        return std::string(tz);
+    char target[PATH_MAX];
+    ssize_t n = ::readlink("/etc/localtime", target, sizeof target - 1);
+    if (n <= 0)
+        return std::nullopt;
+    std::string path(target, static_cast<std::size_t>(n));
+    const std::string marker = "zoneinfo/";
+    std::size_t at = path.rfind(marker);
+    if (at == std::string::npos || at + marker.size() >= path.size())
+        return std::nullopt;
+    return path.substr(at + marker.size());
+}
+
+// The arguments that say what a run does, without the ones that say where its
+// answers come from (--sim..., --device, --replay, --record and their values).
+std::vector<std::string> commandPart(const std::vector<std::string>& argv) {
+    static const char* const withValue[] = {"--sim-profile", "--sim-state", "--sim-controllers",
+                                            "--device", "--replay", "--record"};
+    std::vector<std::string> out;
+    for (std::size_t i = 1; i < argv.size(); ++i) {
+        const std::string& a = argv[i];
+        if (a == "--")
+            break;
+        if (a == "--sim" || a.rfind("--sim=", 0) == 0)
+            continue;
+        bool skip = false;
+        for (const char* o : withValue) {
+            std::string opt = o;
+            if (a == opt) {
+                ++i;
+                skip = true;
+            } else if (a.rfind(opt + "=", 0) == 0) {
+                skip = true;
+            }
+        }
+        if (!skip)
+            out.push_back(a);
+    }
+    return out;
+}
+
+std::string encodeArgv(const std::vector<std::string>& argv) {
+    // Arguments need not be UTF-8; replace what is not rather than fail.
+    return nlohmann::json(argv).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+std::optional<std::vector<std::string>> decodeArgv(const std::string& text) {
+    nlohmann::json j = nlohmann::json::parse(text, nullptr, false);
+    if (!j.is_array())
+        return std::nullopt;
+    std::vector<std::string> out;
+    for (const auto& e : j) {
+        if (!e.is_string())
+            return std::nullopt;
+        out.push_back(e.get<std::string>());
+    }
+    return out;
+}
 
 } // namespace
 
@@ -143,6 +223,8 @@ void App::error(const std::string& code, const std::string& text, int exitCode) 
     std::cerr << "kvictl: " << text << "\n";
     if (envelope_)
         envelope_->AddMessage(json::Envelope::Error, code, text);
+    if (!controllersRead_ && command_ && command_->earlyFailure)
+        exitCode = command_->earlyFailure(text);
     raiseExit(exitCode);
 }
 
@@ -275,7 +357,8 @@ int App::run(const std::vector<std::string>& rawArgs) {
     app.add_option("--replay", opt_.replay, "Answer requests from a capture file")->group("Backend");
     app.add_option("--record", opt_.record, "Write every request and answer to a capture file")
         ->group("Backend");
-    app.add_option("-c,--controller", opt_.controller, "Controller index, or all (default 0)")
+    app.add_option("-c,--controller", opt_.controller,
+                   "Controller index, or all (default 0; metrics and check: all)")
         ->group("Selection");
     app.add_option("-o,--output", opt_.output, "Output format")
         ->check(CLI::IsMember({"text", "json", "json-compact"}))
@@ -367,7 +450,7 @@ void checkBackendChoice(const GlobalOptions& o) {
         throw UsageError("--sim-state and --sim-controllers need --sim");
     if (o.logFile.empty() && o.logLevel != 3)
         throw UsageError("--log-level needs --log FILE");
-    if (o.controller != "all")
+    if (!o.controller.empty() && o.controller != "all")
         parseUnsigned(o.controller, 0, 4095, "-c");
 }
 
@@ -450,15 +533,32 @@ int App::openAndRun() {
             if (o.transport.controllers.empty()) {
                 error("replay", o.transport.error + "; nothing was sent", kExitUsage);
             } else if (o.transport.log) {
+                const kvi::ReplayLog& log = *o.transport.log;
                 kvi::ProcessInputs in;
-                if (auto v = o.transport.log->fact("isOEMhp"))
+                if (auto v = log.fact(kFactOem))
                     in.isOEMhp = *v == "1";
-                if (auto v = o.transport.log->fact("controllerType"))
+                if (auto v = log.fact(kFactOemCheck))
+                    in.oemCheck = std::atoi(v->c_str());
+                if (auto v = log.fact(kFactControllerType))
                     in.controllerType = std::atoi(v->c_str());
                 kvi::setProcessInputs(in);
-                if (auto v = o.transport.log->fact("now")) {
+                if (auto v = log.fact(kFactNow)) {
                     now = static_cast<std::time_t>(std::atoll(v->c_str()));
                     fixedNow = true;
+                }
+                if (auto v = log.fact(kFactTimeZone)) {
+                    ::setenv("TZ", v->c_str(), 1);
+                    ::tzset();
+                }
+                // The JSON envelope names the recorded command line when this
+                // run asks for the same thing, so the document comes out as
+                // recorded; a different command keeps its own.
+                if (envelope_) {
+                    if (auto v = log.fact(kFactArgv)) {
+                        auto recorded = decodeArgv(*v);
+                        if (recorded && !recorded->empty() && commandPart(*recorded) == commandPart(argv_))
+                            envelope_ = std::make_unique<json::Envelope>(kVersion, *recorded);
+                    }
                 }
             }
         } else {
@@ -510,9 +610,20 @@ int App::openAndRun() {
             return exit_;
         }
         kvi::ProcessInputs in = kvi::processInputs();
-        o.writer->recordFact("now", std::to_string(fixedNow ? now : std::time(nullptr)));
-        o.writer->recordFact("isOEMhp", in.isOEMhp ? "1" : "0");
-        o.writer->recordFact("controllerType", std::to_string(in.controllerType));
+        if (!fixedNow) {
+            // One clock reading for the whole run, so the capture and the
+            // output agree.
+            now = std::time(nullptr);
+            fixedNow = true;
+            kvi::reports::setHostTime(now);
+        }
+        o.writer->recordFact(kFactNow, std::to_string(now));
+        o.writer->recordFact(kFactOem, in.isOEMhp ? "1" : "0");
+        o.writer->recordFact(kFactOemCheck, std::to_string(in.oemCheck));
+        o.writer->recordFact(kFactControllerType, std::to_string(in.controllerType));
+        if (auto tz = currentTimeZone())
+            o.writer->recordFact(kFactTimeZone, *tz);
+        o.writer->recordFact(kFactArgv, encodeArgv(argv_));
         o.captured = kvi::captureAll(o.raw, o.writer);
         chain.clear();
         for (auto& c : o.captured)
@@ -524,13 +635,16 @@ int App::openAndRun() {
 
     // 4. The controllers to work on.
     std::vector<unsigned> selected;
-    if (opt_.controller == "all") {
+    std::string which = opt_.controller;
+    if (which.empty())
+        which = command_->allControllersByDefault ? "all" : "0";
+    if (which == "all") {
         for (unsigned i = 0; i < o.gates.size(); ++i)
             selected.push_back(i);
     } else {
-        unsigned n = static_cast<unsigned>(parseUnsigned(opt_.controller, 0, 4095, "-c"));
+        unsigned n = static_cast<unsigned>(parseUnsigned(which, 0, 4095, "-c"));
         if (n >= o.gates.size()) {
-            error("usage", "-c " + opt_.controller + ": no such controller (" + std::to_string(o.gates.size()) +
+            error("usage", "-c " + which + ": no such controller (" + std::to_string(o.gates.size()) +
                                " found, 0-" + std::to_string(o.gates.size() - 1) + "); nothing was sent",
                   kExitUsage);
         } else {
@@ -540,6 +654,8 @@ int App::openAndRun() {
     multi_ = selected.size() > 1;
 
     // 5. One BackendController and one AdapterDataKvi per controller, in turn.
+    if (!selected.empty())
+        controllersRead_ = true;
     for (unsigned index : selected) {
         Gate& gate = *o.gates[index];
         BackendController controller(gate, ControllerId(index));
@@ -594,7 +710,9 @@ int App::openAndRun() {
             }
         }
     }
-    if (command_->finish)
+    // Nothing selected (no such controller): nothing was read, so there is
+    // nothing to sum up either.
+    if (command_->finish && !selected.empty())
         command_->finish();
 
     // 6. Keep the simulator's state, check the capture.

@@ -52,7 +52,7 @@ struct GlobalOptions {
     std::string device;
     std::string replay;
     std::string record;
-    std::string controller = "0";
+    std::string controller; // -c as given; empty = not given (see Command::allControllersByDefault)
     std::string output = "text";
     std::string logFile;
     int logLevel = 3;
@@ -88,6 +88,17 @@ struct Command {
     // Text output heads each controller's block with "Controller N" when
     // several are selected; commands that print one table turn this off.
     bool headers = true;
+    // Without -c a command works on controller 0; the monitoring commands
+    // (metrics, check) read every controller instead.
+    bool allControllersByDefault = false;
+    // Failures found before any controller is read: usage errors, a backend,
+    // capture or log that cannot be opened, no such controller. Unset, they
+    // take exit status 2, 3 or 4 as the failure says. Set, the hook is called
+    // with the message (also on stderr and in the JSON envelope) and its
+    // result is the exit status: check prints its UNKNOWN line and gives 3.
+    // A command that wants this for parse errors too sets a Command with the
+    // hook from its subcommand's pre-parse callback.
+    std::function<int(const std::string& message)> earlyFailure;
 };
 
 class App {
@@ -150,6 +161,7 @@ private:
     int exit_ = kExitOk;
     bool multi_ = false; // more than one controller selected (text headers)
     bool firstBlock_ = true;
+    bool controllersRead_ = false; // the first controller has been worked on
     std::vector<std::pair<std::string, std::FILE*>> streams_;
 };
 

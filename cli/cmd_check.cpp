@@ -215,6 +215,25 @@ std::string controllerText(const Health& h, const Verdict& v) {
     return text;
 }
 
+// The monitoring-plugin side of a failure before any controller is read
+// (usage, backend, capture): one UNKNOWN line, exit 3.
+int unknownBeforeReading(App& app, const std::string& message) {
+    if (!app.json())
+        app.out() << "KVICTL UNKNOWN - " << oneLine(message) << "\n" << std::flush;
+    return kUnknown;
+}
+
+// What check is before and after its arguments are parsed: every controller
+// unless -c says otherwise, and plugin codes for early failures.
+Command baseCommand(App& app) {
+    Command c;
+    c.name = "check";
+    c.headers = false;
+    c.allControllersByDefault = true;
+    c.earlyFailure = [&app](const std::string& message) { return unknownBeforeReading(app, message); };
+    return c;
+}
+
 } // namespace
 
 void registerCheck(CLI::App& root, App& app) {
@@ -231,20 +250,23 @@ void registerCheck(CLI::App& root, App& app) {
                 "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
                 "temperature at --crit. UNKNOWN: a controller that answers nothing, or an unreadable\n"
                 "battery or lock key. Defaults: --warn roc=95,controller=75,battery=50\n"
-                "--crit roc=105,controller=90,battery=60. The full table is in docs/MONITORING.md.\n\n"
+                "--crit roc=105,controller=90,battery=60. The full table is in docs/MONITORING.md.\n"
+                "Every controller is checked unless -c selects one. A usage error, or a backend or\n"
+                "capture that cannot be opened, gives UNKNOWN (exit 3) with the reason.\n\n"
                 "Examples:\n"
                 "  kvictl --sim check\n"
-                "  kvictl -c all check --warn 70 --crit 85\n"
-                "  kvictl -c all check --warn roc=90,battery=45");
+                "  kvictl check --warn 70 --crit 85\n"
+                "  kvictl -c 1 check --warn roc=90,battery=45");
+    // Set before check's own arguments are parsed, so that an error in them
+    // is reported the plugin way too.
+    sub->preparse_callback([&app](std::size_t) { app.setCommand(baseCommand(app)); });
     sub->callback([&app, warn, crit] {
         struct Run {
             Thresholds th;
             std::vector<std::pair<Health, Verdict>> results;
         };
         auto state = std::make_shared<Run>();
-        Command c;
-        c.name = "check";
-        c.headers = false;
+        Command c = baseCommand(app);
         c.validate = [state, warn, crit] {
             parseThreshold(*warn, "--warn", state->th.warn);
             parseThreshold(*crit, "--crit", state->th.crit);

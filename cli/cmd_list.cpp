@@ -41,6 +41,10 @@ void registerList(CLI::App& root, App& app) {
         c.run = [&app, rows](Target& t) {
             AdapterDataKvi& a = *t.adapter;
             // Model, serial number and PCI address as the basic section words them.
+            // The serial stays the basic section's: on OEM hosts it is the
+            // controller information's serial and for the withholding
+            // controller type "NA", while getCtrlManfactureSno always answers
+            // the manufacturing record's.
             json::Object basic;
             int rc = a.getShowBasic(basic);
             if (rc != 0)

@@ -194,11 +194,12 @@ void registerMetrics(CLI::App& root, App& app) {
         ->type_name("PATH");
     sub->footer("Every series carries a controller=\"N\" label; kvictl_up is 0 for a controller that\n"
                 "answered no read. A read that fails leaves its series out (kvictl_scrape_read_errors\n"
-                "counts them). The metric list is in docs/MONITORING.md.\n\n"
+                "counts them). Every controller is read unless -c selects one. The metric list is in\n"
+                "docs/MONITORING.md.\n\n"
                 "Examples:\n"
                 "  kvictl --sim metrics\n"
-                "  kvictl -c all metrics\n"
-                "  kvictl -c all metrics --textfile /var/lib/node_exporter/textfile/kvictl.prom");
+                "  kvictl -c 1 metrics\n"
+                "  kvictl metrics --textfile /var/lib/node_exporter/textfile/kvictl.prom");
     sub->callback([&app, textfile] {
         struct State {
             std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
@@ -208,6 +209,7 @@ void registerMetrics(CLI::App& root, App& app) {
         Command c;
         c.name = "metrics";
         c.headers = false;
+        c.allControllersByDefault = true; // a scrape covers the host
         c.validate = [&app, textfile] {
             if (app.json())
                 throw UsageError("metrics: the output is the Prometheus text format; leave out -o");

@@ -186,18 +186,71 @@ TEST(CheckE2E, JsonCarriesTheVerdict) {
     EXPECT_EQ(check["problems"][0]["text"], "1 offline virtual drive");
 }
 
-// Threshold arguments are checked before anything is sent.
-TEST(CheckE2E, BadThresholdsAreUsageErrors) {
-    const std::vector<std::vector<std::string>> bad = {
-        {"--warn", "90", "--crit", "80"}, {"--warn", "gpu=50"}, {"--crit", "hot"}, {"--warn", "roc=300"},
+// Failures before any controller is read (usage errors, a backend or capture
+// that cannot be opened, no such controller) follow the plugin convention for
+// check only: one UNKNOWN line with the reason, exit 3. Other commands keep
+// exit 2 (usage) and 3 (nothing reachable).
+TEST(CheckE2E, FailuresBeforeReadingAreUnknown) {
+    struct EarlyCase {
+        const char* name;
+        std::vector<std::string> args;
+        const char* reason; // in the UNKNOWN line and on stderr
     };
-    for (const auto& args : bad) {
-        SCOPED_TRACE(args[1]);
+    const EarlyCase cases[] = {
+        {"warn above crit", {"--sim", "check", "--warn", "90", "--crit", "80"}, "must be below its critical one"},
+        {"unknown sensor", {"--sim", "check", "--warn", "gpu=50"}, "gpu"},
+        {"not a number", {"--sim", "check", "--crit", "hot"}, "'hot' is not a number"},
+        {"out of range", {"--sim", "check", "--warn", "roc=300"}, "300 is out of range"},
+        {"unknown option", {"--sim", "check", "--bogus"}, "--bogus"},
+        {"missing value", {"--sim", "check", "--warn"}, "--warn"},
+        {"bad global option", {"-o", "xml", "check"}, "--output"},
+        {"two backends", {"--sim", "--replay", "x.jsonl", "check"}, "choose one backend"},
+        {"no backend", {"check"}, "no device given"},
+        {"no device node", {"--device", "/nonexistent/kvictl0", "check"}, "/nonexistent/kvictl0"},
+        {"unreadable capture", {"--replay", "/nonexistent/c.jsonl", "check"}, "/nonexistent/c.jsonl"},
+        {"no such controller", {"--sim", "-c", "5", "check"}, "-c 5: no such controller"},
+        {"bad profile", {"--sim=/nonexistent/p.json", "check"}, "nothing was sent"},
+    };
+    for (const EarlyCase& c : cases) {
+        SCOPED_TRACE(c.name);
         TempDir tmp;
-        std::vector<std::string> all = {"--sim", "check"};
-        all.insert(all.end(), args.begin(), args.end());
-        RunResult r = kvictl(all, tmp);
-        EXPECT_EQ(r.code, 2) << r.out;
-        EXPECT_NE(r.err.find("nothing was sent"), std::string::npos) << r.err;
+        RunResult r = kvictl(c.args, tmp);
+        EXPECT_EQ(r.code, 3) << r.out << r.err;
+        expectSummary(r, 3, c.reason);
+        EXPECT_EQ(r.out.find(" | "), std::string::npos) << "no performance data: " << r.out;
+        EXPECT_NE(r.err.find(c.reason), std::string::npos) << r.err;
     }
+
+    // JSON: the envelope is still the one document on stdout, exit 3.
+    TempDir tmp;
+    RunResult j = kvictl({"--sim", "-o", "json", "check", "--crit", "hot"}, tmp);
+    EXPECT_EQ(j.code, 3);
+    nlohmann::json doc = nlohmann::json::parse(j.out, nullptr, false);
+    ASSERT_FALSE(doc.is_discarded()) << j.out;
+    EXPECT_EQ(doc["kvictl"]["exit_status"], 3);
+    EXPECT_EQ(doc["messages"][0]["code"], "usage");
+    EXPECT_TRUE(doc["controllers"].empty());
+
+    // The same failures elsewhere keep the tool's own exit codes.
+    EXPECT_EQ(kvictl({"--sim", "show", "--bogus"}, tmp).code, 2);
+    EXPECT_EQ(kvictl({"--sim", "-c", "5", "metrics"}, tmp).code, 2);
+    RunResult show = kvictl({"show"}, tmp);
+    EXPECT_EQ(show.code, 3);
+    EXPECT_EQ(show.out, "");
+}
+
+// Without -c, check covers every controller; -c narrows it to one.
+TEST(CheckE2E, EveryControllerByDefault) {
+    TempDir tmp;
+    RunResult all = kvictl({"--sim", "--sim-controllers", "3", "check"}, tmp);
+    EXPECT_EQ(all.code, 0) << all.err;
+    expectSummary(all, 0, "c0 KV 9480-16i: ok");
+    EXPECT_NE(all.out.find("; c2 KV 9480-16i: ok"), std::string::npos) << all.out;
+    EXPECT_NE(all.out.find(" c2_virtual_drives=3"), std::string::npos) << all.out;
+
+    RunResult one = kvictl({"--sim", "--sim-controllers", "3", "-c", "1", "check"}, tmp);
+    EXPECT_EQ(one.code, 0) << one.err;
+    expectSummary(one, 0, "c1 KV 9480-16i: ok");
+    EXPECT_EQ(one.out.find("c0 "), std::string::npos) << one.out;
+    EXPECT_EQ(one.out.find("c2"), std::string::npos) << one.out;
 }
