@@ -2,7 +2,6 @@
 // flag word is probed one bit at a time through the structs, and a few rows the
 // rest of the tool depends on are pinned by hand.
 #include <cstring>
-#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -17,15 +16,17 @@ using namespace kvi::fields;
 
 namespace {
 
+// Plain data with function pointers, so the table is built at compile time
+// (a table of std::function would need one huge initialiser function).
 struct StructAccess {
-    std::string record;
-    std::string path;
-    std::size_t offset;       // offsetof through the struct (non-bit fields)
-    std::size_t size;         // sizeof the member
+    const char* record;
+    const char* path;
+    std::size_t offset; // offsetof through the struct (non-bit fields)
+    std::size_t size;   // sizeof the member
     bool bitField;
     // Bit fields: write a value through the struct / read one back through it.
-    std::function<void(std::uint8_t*, std::uint64_t)> set;
-    std::function<std::uint64_t(const std::uint8_t*)> get;
+    void (*set)(std::uint8_t*, std::uint64_t);
+    std::uint64_t (*get)(const std::uint8_t*);
 };
 
 #define KVI_RECORD(rec, size)
@@ -45,12 +46,9 @@ struct StructAccess {
          std::memcpy(&r, img, sizeof r);                                                           \
          return std::uint64_t(r.member);                                                           \
      }},
-const std::vector<StructAccess>& structAccess() {
-    static const std::vector<StructAccess> rows = {
+const StructAccess kStructAccess[] = {
 #include "firmware/kv_fields.def"
-    };
-    return rows;
-}
+};
 #undef KVI_RECORD
 #undef KVI_FIELD
 #undef KVI_BITFIELD
@@ -86,7 +84,7 @@ TEST(Registry, EveryRecordSizeMatchesItsStruct) {
 }
 
 TEST(Registry, EveryFieldMatchesItsStructMember) {
-    for (const StructAccess& s : structAccess()) {
+    for (const StructAccess& s : kStructAccess) {
         const FieldInfo& f = registryField(s.record, s.path);
         const RecordInfo* rec = findRecord(s.record);
         ASSERT_LE(f.offset + f.byteSize(), rec->size) << s.record << "." << s.path;
@@ -107,9 +105,9 @@ TEST(Registry, EveryFieldMatchesItsStructMember) {
 // structs: only the flag that owns the bit may see it, at the right position.
 TEST(Registry, EachFlagWordBitReadsBackThroughExactlyOneField) {
     std::map<std::string, std::vector<const StructAccess*>> units; // "REC@offset" -> fields
-    for (const StructAccess& s : structAccess())
+    for (const StructAccess& s : kStructAccess)
         if (s.bitField)
-            units[s.record + "@" + std::to_string(registryField(s.record, s.path).offset)]
+            units[std::string(s.record) + "@" + std::to_string(registryField(s.record, s.path).offset)]
                 .push_back(&s);
     ASSERT_FALSE(units.empty());
     for (const auto& [key, fields] : units) {
