@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, once.
 set -euo pipefail
-pkgs=(cmake g++ make googletest libgtest-dev libgmock-dev nlohmann-json3-dev libcli11-dev valgrind python3-prometheus-client)
+pkgs=(cmake g++ make googletest libgtest-dev libgmock-dev nlohmann-json3-dev libcli11-dev valgrind python3-prometheus-client clang libclang-rt-14-dev clang-format clang-tidy libbenchmark-dev time)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,0 +1,40 @@
+# Writes the operations of the AdapterData interface as an X-macro list for the
+# adapter fuzz target: one KVI_FUZZ_OP(name) line per operation whose name is
+# declared once. Overloaded names (declared more than once) cannot be taken by
+# address without a cast, so they go to KVI_FUZZ_OVERLOADED(name, count) lines
+# and the target calls each form itself.
+#   cmake -DHEADER=RaidLib/RaidFw/AdpData.h -DOUT=ops.inc -P ListOperations.cmake
+cmake_minimum_required(VERSION 3.20)
+file(STRINGS "${HEADER}" lines REGEX "^[ \t]*virtual[^(]*[ \t*&][A-Za-z_][A-Za-z0-9_]*\\(")
+set(names "")
+foreach(line IN LISTS lines)
+  string(REGEX MATCH "([A-Za-z_][A-Za-z0-9_]*)\\(" m "${line}")
+  list(APPEND names "${CMAKE_MATCH_1}")
+endforeach()
+set(text "// Generated from ${HEADER} by fuzz/ListOperations.cmake; do not edit.\n")
+set(seen "")
+foreach(name IN LISTS names)
+  if(name IN_LIST seen)
+    continue()
+  endif()
+  list(APPEND seen "${name}")
+  set(count 0)
+  foreach(other IN LISTS names)
+    if(other STREQUAL name)
+      math(EXPR count "${count} + 1")
+    endif()
+  endforeach()
+  if(count EQUAL 1)
+    string(APPEND text "KVI_FUZZ_OP(${name})\n")
+  else()
+    string(APPEND text "KVI_FUZZ_OVERLOADED(${name}, ${count})\n")
+  endif()
+endforeach()
+# Rewrite only on change so the targets do not rebuild needlessly.
+if(EXISTS "${OUT}")
+  file(READ "${OUT}" old)
+  if(old STREQUAL text)
+    return()
+  endif()
+endif()
+file(WRITE "${OUT}" "${text}")
