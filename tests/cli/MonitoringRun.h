@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "tests/cli/Run.h"
+#include "tests/support/ScratchDir.h"
 
 extern char** environ;
 
@@ -30,27 +31,9 @@ struct RunResult {
 using clitest::readFile;
 using clitest::writeFile;
 
-// A fresh folder under $TMPDIR, removed with its files at the end.
-class TempDir {
-public:
-    TempDir() {
-        const char* base = std::getenv("TMPDIR");
-        std::string tmpl = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/kvictl-mon.XXXXXX";
-        std::vector<char> buf(tmpl.begin(), tmpl.end());
-        buf.push_back('\0');
-        path_ = ::mkdtemp(buf.data()) != nullptr ? buf.data() : "";
-    }
-    ~TempDir() {
-        if (!path_.empty())
-            std::system(("rm -rf '" + path_ + "'").c_str());
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
+// A fresh folder for the run's files, removed at the end.
+struct TempDir : kvitest::ScratchDir {
+    TempDir() : kvitest::ScratchDir("kvictl-mon") {}
 };
 
 // Runs `program args...` (the parser script) with stdout and stderr captured

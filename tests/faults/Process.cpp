@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/ScratchDir.h"
+
 namespace faults {
 
 std::string readFile(const std::string& path) {
@@ -34,17 +36,9 @@ bool fileExists(const std::string& path) {
     return ::stat(path.c_str(), &st) == 0;
 }
 
-std::string makeTempDir() {
-    std::string pattern = testing::TempDir() + "kvictl-faults-XXXXXX";
-    if (::mkdtemp(&pattern[0]) == nullptr) {
-        throw std::runtime_error("cannot create a folder under " + testing::TempDir());
-    }
-    return pattern;
-}
-
 Run runKvictl(const std::vector<std::string>& args) {
-    static const std::string dir = makeTempDir();
-    const std::string outPath = dir + "/stdout", errPath = dir + "/stderr";
+    static const kvitest::ScratchDir dir("kvictl-faults");
+    const std::string outPath = dir.file("stdout"), errPath = dir.file("stderr");
     std::vector<std::string> full{KVICTL_BINARY};
     full.insert(full.end(), args.begin(), args.end());
     std::vector<char*> argv;

@@ -20,7 +20,4 @@ std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
 bool fileExists(const std::string& path);
 
-// A fresh folder of its own under the test's temporary folder.
-std::string makeTempDir();
-
 } // namespace faults

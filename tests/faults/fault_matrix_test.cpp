@@ -25,6 +25,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/faults/Process.h"
+#include "tests/support/ScratchDir.h"
 
 namespace {
 
@@ -250,11 +251,6 @@ void PrintTo(const CommandCase& c, std::ostream* os) {
 
 class FaultMatrix : public testing::TestWithParam<CommandCase> {
 protected:
-    void SetUp() override { dir_ = faults::makeTempDir(); }
-    void TearDown() override {
-        std::error_code ec;
-        std::filesystem::remove_all(dir_, ec);
-    }
 
     // Changing commands and a few read-only ones keep a state file and check
     // it; the other read-only commands run without one (half the runs).
@@ -286,7 +282,8 @@ protected:
         return faults::readFile(state);
     }
 
-    std::string dir_;
+    kvitest::ScratchDir scratch_{"kvictl-faults"};
+    const std::string dir_ = scratch_.path();
 };
 
 TEST_P(FaultMatrix, EveryOpcodeFailingWithEveryStatus) {

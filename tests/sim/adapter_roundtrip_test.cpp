@@ -23,6 +23,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
+#include "tests/support/ScratchDir.h"
 #include "util/ArList.h"
 
 namespace {
@@ -42,8 +43,6 @@ protected:
     void TearDown() override {
         System::getInstance()->setBackend(nullptr);
         kvi::resetProcessInputs();
-        for (const std::string& f : files_)
-            std::remove(f.c_str());
     }
 
     void load(const std::string& profile) {
@@ -55,10 +54,8 @@ protected:
     }
     // A profile on top of the default one, written to a temporary file.
     void loadOnDefault(const std::string& body) {
-        std::string path = ::testing::TempDir() + "roundtrip_profile_" +
-                           std::to_string(files_.size()) + ".json";
+        std::string path = scratch_.file("profile_" + std::to_string(profiles_++) + ".json");
         std::ofstream(path) << "{\"base\": \"default\", " << body << "}";
-        files_.push_back(path);
         load(path);
     }
 
@@ -71,7 +68,8 @@ protected:
     kvi::sim::Simulator sim_{kvi::sim::Clock(kNow)};
     std::unique_ptr<BackendController> ctrl_;
     ControllerId id_{0};
-    std::vector<std::string> files_;
+    kvitest::ScratchDir scratch_{"roundtrip"};
+    int profiles_ = 0;
 };
 
 std::tm localTime(int year, int month, int day, int hour, int min) {
@@ -502,8 +500,7 @@ TEST_F(Roundtrip, SscSizeSumsTheVolumesOfTheProfile) {
 
 TEST_F(Roundtrip, SscVolumesSurviveTheStateFile) {
     loadOnDefault(R"("sscVolumes": [4096])");
-    std::string state = ::testing::TempDir() + "roundtrip_ssc_state.json";
-    files_.push_back(state);
+    std::string state = scratch_.file("state.json");
     sim_.saveState(state);
     ctrl_.reset();
     sim_.loadState(state);

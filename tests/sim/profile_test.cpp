@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "SimTestUtil.h"
+#include "tests/support/ScratchDir.h"
 
 using namespace simtest;
 using kvi::sim::Clock;
@@ -114,9 +115,8 @@ TEST(SimProfiles, ProfileSetsFieldsListsAndInputs) {
 }
 
 TEST(SimProfiles, ProfileFileWithRelativeBase) {
-    char dir[] = "/tmp/kvsimXXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    std::string base = std::string(dir) + "/base.json", top = std::string(dir) + "/top.json";
+    kvitest::ScratchDir dir("kvsim");
+    std::string base = dir.file("base.json"), top = dir.file("top.json");
     std::ofstream(base) << R"({"base": "default", "records": {"KV_HOST_INFO": {"pciSlotNumber": 9}}})";
     std::ofstream(top) << R"({"base": "base.json", "oem": 3})";
     Simulator sim{Clock(kNow)};
@@ -129,9 +129,6 @@ TEST(SimProfiles, ProfileFileWithRelativeBase) {
     EXPECT_STRNE(sim.controller(0).state().mfg.sn, sim.controller(1).state().mfg.sn);
     EXPECT_NE(sim.controller(0).state().mfc.sasAddr, sim.controller(2).state().mfc.sasAddr);
     EXPECT_NE(sim.controller(0).state().pci.bus, sim.controller(1).state().pci.bus);
-    std::remove(base.c_str());
-    std::remove(top.c_str());
-    rmdir(dir);
 }
 
 struct Malformed {
@@ -211,9 +208,8 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
 }
 
 TEST(SimProfiles, ErrorsNameTheFileThatHoldsThem) {
-    char dir[] = "/tmp/kvsimXXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    std::string base = std::string(dir) + "/base.json", top = std::string(dir) + "/top.json";
+    kvitest::ScratchDir dir("kvsim");
+    std::string base = dir.file("base.json"), top = dir.file("top.json");
     std::ofstream(base) << R"({"records": {"KV_HOST_INFO": {"pciSlot": 9}}})";
     std::ofstream(top) << R"({"base": "base.json"})";
     try {
@@ -236,9 +232,6 @@ TEST(SimProfiles, ErrorsNameTheFileThatHoldsThem) {
     } catch (const SimError& e) {
         EXPECT_EQ(std::string(e.what()), "nonesuch: no bundled profile of that name and no such file");
     }
-    std::remove(base.c_str());
-    std::remove(top.c_str());
-    rmdir(dir);
 }
 
 // Random mutations of a valid profile: each either loads or fails with a

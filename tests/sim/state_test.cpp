@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "SimTestUtil.h"
+#include "tests/support/ScratchDir.h"
 
 using namespace simtest;
 using kvi::sim::Clock;
@@ -18,22 +19,9 @@ namespace {
 
 class SimState : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_NE(mkdtemp(dir_), nullptr);
-        path_ = std::string(dir_) + "/state.json";
-    }
-    void TearDown() override {
-        if (DIR* d = opendir(dir_)) {
-            while (dirent* e = readdir(d))
-                if (e->d_name[0] != '.' || (e->d_name[1] != 0 && e->d_name[1] != '.'))
-                    std::remove((std::string(dir_) + "/" + e->d_name).c_str());
-            closedir(d);
-        }
-        rmdir(dir_);
-    }
     std::vector<std::string> files() {
         std::vector<std::string> names;
-        if (DIR* d = opendir(dir_)) {
+        if (DIR* d = opendir(dir_.path().c_str())) {
             while (dirent* e = readdir(d))
                 if (std::string(e->d_name) != "." && std::string(e->d_name) != "..")
                     names.push_back(e->d_name);
@@ -47,8 +35,8 @@ protected:
         s << in.rdbuf();
         return s.str();
     }
-    char dir_[32] = "/tmp/kvsimstateXXXXXX";
-    std::string path_;
+    kvitest::ScratchDir dir_{"kvsimstate"};
+    std::string path_ = dir_.file("state.json");
 };
 
 KV_CTRL_LOCK_KEY_PARAMS keyParams(const char* pass) {
