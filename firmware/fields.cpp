@@ -8,7 +8,8 @@ namespace kvi::fields {
 namespace {
 
 #define KVI_RECORD(rec, size)
-#define KVI_FIELD(rec, member, off, usz, cnt, kind) {#rec, {#member, off, usz, cnt, 0, 0, FieldKind::kind}},
+#define KVI_FIELD(rec, member, off, usz, cnt, kind)                                                \
+    {#rec, {#member, off, usz, cnt, 0, 0, FieldKind::kind}},
 #define KVI_BITFIELD(rec, member, off, usz, bit, width)                                            \
     {#rec, {#member, off, usz, 1, bit, width, FieldKind::Unsigned}},
 struct Row {
@@ -107,7 +108,8 @@ FieldRef findField(const RecordInfo& record, std::string_view path) {
     for (std::size_t i = 0; i < record.fieldCount; ++i) {
         const FieldInfo& f = record.fields[i];
         if (base == f.path && f.count > 1 && idx < f.count &&
-            (f.kind == FieldKind::Unsigned || f.kind == FieldKind::Signed || f.kind == FieldKind::Bytes))
+            (f.kind == FieldKind::Unsigned || f.kind == FieldKind::Signed ||
+             f.kind == FieldKind::Bytes))
             return {&f, std::uint16_t(idx)};
     }
     return {};

@@ -13,9 +13,13 @@ namespace kvi {
 
 using nlohmann::json;
 
-bool isLockKeyOpcode(std::uint32_t opcode) { return (opcode & 0xFFFF0000u) == 0x01150000u; }
+bool isLockKeyOpcode(std::uint32_t opcode) {
+    return (opcode & 0xFFFF0000u) == 0x01150000u;
+}
 
-bool returnsPassphrase(std::uint32_t opcode) { return opcode == KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE; }
+bool returnsPassphrase(std::uint32_t opcode) {
+    return opcode == KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE;
+}
 
 static std::string opcodeText(std::uint32_t opcode) {
     char hex[16];
@@ -48,8 +52,8 @@ CaptureWriter::~CaptureWriter() {
 bool CaptureWriter::writeLine(const std::string& line) {
     if (failed_)
         return false;
-    if (std::fwrite(line.data(), 1, line.size(), file_) != line.size() || std::fputc('\n', file_) == EOF ||
-        std::fflush(file_) != 0) {
+    if (std::fwrite(line.data(), 1, line.size(), file_) != line.size() ||
+        std::fputc('\n', file_) == EOF || std::fflush(file_) != 0) {
         failed_ = true;
         error_ = "cannot write the capture file " + path_ + ": " + std::strerror(errno);
         return false;
@@ -63,7 +67,8 @@ void CaptureWriter::recordFact(const std::string& name, const std::string& value
 
 // ---- CaptureBackend ----
 
-CaptureBackend::CaptureBackend(Backend& inner, std::shared_ptr<CaptureWriter> writer, unsigned controller)
+CaptureBackend::CaptureBackend(Backend& inner, std::shared_ptr<CaptureWriter> writer,
+                               unsigned controller)
     : inner_(inner), writer_(std::move(writer)), controller_(controller) {
     pciStatus_ = inner_.pciLocation(pci_);
     if (pciStatus_ != 0)
@@ -128,7 +133,7 @@ int CaptureBackend::submit(DirectCommand& cmd) {
         line["redacted"] = true;
     line["status"] = status;
     if (receives)
-        line["received"] = !hasData ? std::string()
+        line["received"] = !hasData         ? std::string()
                            : redactReceived ? std::string(std::size_t(cmd.length) * 2, '0')
                                             : toHex(cmd.data, cmd.length);
     line["mboxAfter"] = toHex(cmd.mbox, sizeof cmd.mbox);
@@ -154,8 +159,9 @@ int CaptureBackend::submitSmp(SmpCommand& cmd) {
                  {"request", request},
                  {"responseLength", cmd.responseLength},
                  {"status", status},
-                 {"response", cmd.response && cmd.responseLength ? toHex(cmd.response, cmd.responseLength)
-                                                                 : std::string()}};
+                 {"response", cmd.response && cmd.responseLength
+                                  ? toHex(cmd.response, cmd.responseLength)
+                                  : std::string()}};
     if (status < 0)
         line["error"] = inner_.lastError();
     writer_->writeLine(line.dump(-1, ' ', false, json::error_handler_t::replace));

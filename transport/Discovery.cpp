@@ -31,9 +31,10 @@ bool parseHex(const std::string& text, std::uint32_t& out, std::size_t maxDigits
     for (char c : text) {
         if (!std::isxdigit(static_cast<unsigned char>(c)))
             return false;
-        value = value * 16 + static_cast<std::uint32_t>(std::isdigit(static_cast<unsigned char>(c))
-                                                             ? c - '0'
-                                                             : std::tolower(static_cast<unsigned char>(c)) - 'a' + 10);
+        value = value * 16 + static_cast<std::uint32_t>(
+                                 std::isdigit(static_cast<unsigned char>(c))
+                                     ? c - '0'
+                                     : std::tolower(static_cast<unsigned char>(c)) - 'a' + 10);
     }
     out = value;
     return true;
@@ -89,10 +90,10 @@ bool parsePciName(const std::string& text, PciLocation& out) {
     if (dot == std::string::npos)
         return false;
     std::uint32_t domain = 0, bus = 0, device = 0, function = 0;
-    if (c1 < 4 || !parseHex(text.substr(0, c1), domain, 8) ||
-        c2 - c1 - 1 != 2 || !parseHex(text.substr(c1 + 1, 2), bus, 2) ||
-        dot - c2 - 1 != 2 || !parseHex(text.substr(c2 + 1, 2), device, 2) ||
-        text.size() - dot - 1 != 1 || !parseHex(text.substr(dot + 1), function, 1))
+    if (c1 < 4 || !parseHex(text.substr(0, c1), domain, 8) || c2 - c1 - 1 != 2 ||
+        !parseHex(text.substr(c1 + 1, 2), bus, 2) || dot - c2 - 1 != 2 ||
+        !parseHex(text.substr(c2 + 1, 2), device, 2) || text.size() - dot - 1 != 1 ||
+        !parseHex(text.substr(dot + 1), function, 1))
         return false;
     if (device > 0x1F || function > 7)
         return false;
@@ -121,7 +122,8 @@ std::vector<ScsiHost> listScsiHosts(const std::string& sysfsRoot) {
         host.driverName = readAttribute(it->path() / "proc_name");
         if (!host.driverName.empty() && host.driverName.find('/') == std::string::npos &&
             host.driverName != "." && host.driverName != "..")
-            host.driverVersion = readAttribute(fs::path(sysfsRoot) / "module" / host.driverName / "version");
+            host.driverVersion =
+                readAttribute(fs::path(sysfsRoot) / "module" / host.driverName / "version");
         fs::path pciDir;
         if (findPciFunction(it->path(), pciDir, host.pci)) {
             host.hasPci = true;
@@ -129,7 +131,9 @@ std::vector<ScsiHost> listScsiHosts(const std::string& sysfsRoot) {
             std::string width = readAttribute(pciDir / "max_link_width");
             char* endp = nullptr;
             unsigned long value = width.empty() ? 0 : std::strtoul(width.c_str(), &endp, 10);
-            host.pci.linkWidth = (endp && *endp == '\0' && value <= 0xFFFFFFFFul) ? static_cast<std::uint32_t>(value) : 0;
+            host.pci.linkWidth = (endp && *endp == '\0' && value <= 0xFFFFFFFFul)
+                                     ? static_cast<std::uint32_t>(value)
+                                     : 0;
         }
         hosts.push_back(std::move(host));
     }
@@ -141,12 +145,14 @@ std::vector<ScsiHost> listScsiHosts(const std::string& sysfsRoot) {
 Discovery discoverControllers(const std::string& sysfsRoot, const ControllerProbe& probe) {
     Discovery result;
     for (ScsiHost& host : listScsiHosts(sysfsRoot)) {
-        ProbeResult answer = probe ? probe(host) : ProbeResult{-1, TransportFault::Other, "no probe"};
+        ProbeResult answer =
+            probe ? probe(host) : ProbeResult{-1, TransportFault::Other, "no probe"};
         if (answer.status == 0) {
             result.controllers.push_back(std::move(host));
             continue;
         }
-        if (answer.fault == TransportFault::NoDevice || answer.fault == TransportFault::PermissionDenied) {
+        if (answer.fault == TransportFault::NoDevice ||
+            answer.fault == TransportFault::PermissionDenied) {
             result.fault = answer.fault;
             result.error = answer.message;
             result.controllers.clear();

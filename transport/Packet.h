@@ -15,31 +15,32 @@
 
 namespace kvi {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the packet is little-endian, as is the host");
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "the packet is little-endian, as is the host");
 
 constexpr unsigned long kKviIoctlRequest = 0xC1944D01ul;
-constexpr std::uint8_t kFrameCmdDcmd = 5;          // KVI_CMD_OP_DCMD
-constexpr std::uint32_t kFrameSglOffset = 40;      // scatter list offset inside the frame
-constexpr std::uint16_t kFrameFlagRead = 0x0010;   // data read from the controller
-constexpr std::uint16_t kFrameFlagWrite = 0x0008;  // data written to the controller
+constexpr std::uint8_t kFrameCmdDcmd = 5;         // KVI_CMD_OP_DCMD
+constexpr std::uint32_t kFrameSglOffset = 40;     // scatter list offset inside the frame
+constexpr std::uint16_t kFrameFlagRead = 0x0010;  // data read from the controller
+constexpr std::uint16_t kFrameFlagWrite = 0x0008; // data written to the controller
 constexpr unsigned kPacketMaxIov = 16;
 
 #pragma pack(push, 1)
 // The direct-command frame. Fields this backend does not set stay zero.
 struct KviDcmdFrame {
-    std::uint8_t cmd;          /* 0 */
-    std::uint8_t reserved0;    /* 1 */
-    std::uint8_t status;       /* 2 */
-    std::uint8_t reserved1[4]; /* 3 */
-    std::uint8_t sgeCount;     /* 7 */
-    std::uint8_t reserved2[8]; /* 8 */
-    std::uint16_t flags;       /* 16 */
-    std::uint16_t timeout;     /* 18 */
-    std::uint32_t dataLength;  /* 20 */
-    std::uint32_t opcode;      /* 24 */
-    std::uint8_t mbox[12];     /* 28 */
-    std::uint32_t sgeAddress;  /* 40 (the driver rewrites it) */
-    std::uint32_t sgeLength;   /* 44 */
+    std::uint8_t cmd;           /* 0 */
+    std::uint8_t reserved0;     /* 1 */
+    std::uint8_t status;        /* 2 */
+    std::uint8_t reserved1[4];  /* 3 */
+    std::uint8_t sgeCount;      /* 7 */
+    std::uint8_t reserved2[8];  /* 8 */
+    std::uint16_t flags;        /* 16 */
+    std::uint16_t timeout;      /* 18 */
+    std::uint32_t dataLength;   /* 20 */
+    std::uint32_t opcode;       /* 24 */
+    std::uint8_t mbox[12];      /* 28 */
+    std::uint32_t sgeAddress;   /* 40 (the driver rewrites it) */
+    std::uint32_t sgeLength;    /* 44 */
     std::uint8_t reserved3[80]; /* 48 */
 };
 static_assert(sizeof(KviDcmdFrame) == 128, "KviDcmdFrame size");
@@ -62,13 +63,13 @@ struct KviIoctlIov {
 static_assert(sizeof(KviIoctlIov) == 16, "KviIoctlIov size");
 
 struct KviIoctlPacket {
-    std::uint16_t host;        /* 0 */
-    std::uint16_t pad;         /* 2 */
-    std::uint32_t sglOffset;   /* 4 */
-    std::uint32_t sgeCount;    /* 8 */
-    std::uint32_t senseOffset; /* 12 */
-    std::uint32_t senseLength; /* 16 */
-    std::uint8_t frame[128];   /* 20 */
+    std::uint16_t host;             /* 0 */
+    std::uint16_t pad;              /* 2 */
+    std::uint32_t sglOffset;        /* 4 */
+    std::uint32_t sgeCount;         /* 8 */
+    std::uint32_t senseOffset;      /* 12 */
+    std::uint32_t senseLength;      /* 16 */
+    std::uint8_t frame[128];        /* 20 */
     KviIoctlIov iov[kPacketMaxIov]; /* 148 */
 };
 #pragma pack(pop)
@@ -82,7 +83,8 @@ static_assert(offsetof(KviIoctlPacket, senseLength) == 16, "KviIoctlPacket.sense
 static_assert(offsetof(KviIoctlPacket, frame) == 20, "KviIoctlPacket.frame");
 static_assert(offsetof(KviIoctlPacket, iov) == 148, "KviIoctlPacket.iov");
 // The ioctl request number encodes the packet size (bits 16-29).
-static_assert(((kKviIoctlRequest >> 16) & 0x3FFFu) == sizeof(KviIoctlPacket), "request number encodes 404 bytes");
+static_assert(((kKviIoctlRequest >> 16) & 0x3FFFu) == sizeof(KviIoctlPacket),
+              "request number encodes 404 bytes");
 
 // True when the command moves data (a direction other than none and a
 // non-zero length); such a command gets one scatter entry and one iovec.

@@ -61,7 +61,8 @@ std::string errnoMessage(int err, bool opening, const std::string& device, unsig
     if (opening) {
         switch (err) {
         case ENOENT:
-            return "no device node " + device + ": is the controller driver loaded? (give the node with --device)";
+            return "no device node " + device +
+                   ": is the controller driver loaded? (give the node with --device)";
         case ENODEV:
         case ENXIO:
             return "no driver behind " + device + ": is the controller driver loaded?";
@@ -81,7 +82,8 @@ std::string errnoMessage(int err, bool opening, const std::string& device, unsig
     case ENXIO:
         return hostText + " is not a controller of the driver behind " + device;
     case ENOTTY:
-        return device + " does not take controller commands: is it the controller driver's management device?";
+        return device + " does not take controller commands: is it the controller driver's "
+                        "management device?";
     case EINVAL:
         return "the driver behind " + device + " rejected " + what + " for " + hostText;
     case EFAULT:
@@ -89,8 +91,8 @@ std::string errnoMessage(int err, bool opening, const std::string& device, unsig
     case ETIMEDOUT:
         return hostText + " did not answer " + what + " in time";
     case EINTR:
-        return what + " to " + hostText + " was interrupted " + std::to_string(kMaxEintrRetries + 1) +
-               " times; giving up";
+        return what + " to " + hostText + " was interrupted " +
+               std::to_string(kMaxEintrRetries + 1) + " times; giving up";
     default:
         return what + " to " + hostText + " failed on " + device + ": " + std::strerror(err);
     }
@@ -118,7 +120,9 @@ int PassThroughDevice::open() {
     return fd_ >= 0 ? 0 : kTransportFailed;
 }
 
-TransportFault PassThroughDevice::openFault() const { return faultOfErrno(openErrno_, true); }
+TransportFault PassThroughDevice::openFault() const {
+    return faultOfErrno(openErrno_, true);
+}
 
 std::string PassThroughDevice::openError() const {
     return openErrno_ ? errnoMessage(openErrno_, true, path_, 0, 0) : std::string();

@@ -33,7 +33,8 @@ static std::string describeSmp(std::uint64_t sas, unsigned port, const std::uint
 }
 
 static std::string describeRecorded(const RecordedRequest& r) {
-    return r.smp ? describeSmp(r.sasAddress, r.port, r.request.data(), r.request.size(), r.responseLength)
+    return r.smp ? describeSmp(r.sasAddress, r.port, r.request.data(), r.request.size(),
+                               r.responseLength)
                  : describeRequest(r.opcode, r.mbox, r.length);
 }
 
@@ -78,7 +79,10 @@ std::uint64_t hexNumber(const json& line, const char* key, std::uint64_t hi) {
     std::uint64_t value = 0;
     for (std::size_t i = 2; i < s.size(); ++i) {
         char c = s[i];
-        int d = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+        int d = c >= '0' && c <= '9'   ? c - '0'
+                : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                       : -1;
         if (d < 0)
             throw Malformed{std::string("\"") + key + "\" is not a 0x hex number"};
         value = value << 4 | static_cast<unsigned>(d);
@@ -137,7 +141,8 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
     try {
         while (std::getline(in, raw)) {
             ++lineNo;
-            if (std::all_of(raw.begin(), raw.end(), [](char c) { return c == ' ' || c == '\t' || c == '\r'; }))
+            if (std::all_of(raw.begin(), raw.end(),
+                            [](char c) { return c == ' ' || c == '\t' || c == '\r'; }))
                 continue;
             json line = json::parse(raw, nullptr, false);
             if (line.is_discarded())
@@ -147,7 +152,8 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
             const std::string type = text(line, "type");
             if (!sawHeader) {
                 if (type != "capture" || text(line, "format") != "kvictl-capture")
-                    throw Malformed{"not a kvictl capture (the first line must be its \"capture\" header)"};
+                    throw Malformed{
+                        "not a kvictl capture (the first line must be its \"capture\" header)"};
                 if (integer(line, "version", 0, INT32_MAX) != kCaptureVersion)
                     throw Malformed{"capture version " + member(line, "version").dump() +
                                     " is not supported (this kvictl reads version " +
@@ -177,7 +183,8 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
                 c.pci.bus = static_cast<std::uint32_t>(integer(pci, "bus", 0, UINT32_MAX));
                 c.pci.device = static_cast<std::uint8_t>(integer(pci, "device", 0, 255));
                 c.pci.function = static_cast<std::uint8_t>(integer(pci, "function", 0, 255));
-                c.pci.linkWidth = static_cast<std::uint32_t>(integer(pci, "linkWidth", 0, UINT32_MAX));
+                c.pci.linkWidth =
+                    static_cast<std::uint32_t>(integer(pci, "linkWidth", 0, UINT32_MAX));
                 c.driverName = text(line, "driverName");
                 c.driverVersion = text(line, "driverVersion");
                 continue;
@@ -199,7 +206,8 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
                 r.sasAddress = hexNumber(line, "sasAddress", UINT64_MAX);
                 r.port = static_cast<std::uint8_t>(integer(line, "port", 0, 255));
                 r.request = bytes(line, "request");
-                r.responseLength = static_cast<std::uint32_t>(integer(line, "responseLength", 0, UINT32_MAX));
+                r.responseLength =
+                    static_cast<std::uint32_t>(integer(line, "responseLength", 0, UINT32_MAX));
                 r.received = bytes(line, "response");
                 if (!r.received.empty() && r.received.size() != r.responseLength)
                     throw Malformed{"\"response\" does not hold \"responseLength\" bytes"};
@@ -233,7 +241,8 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
         for (std::size_t i = 0; i < declared.size(); ++i)
             if (!declared[i]) {
                 ++lineNo;
-                throw Malformed{"controller " + std::to_string(i) + " is never declared (end of file)"};
+                throw Malformed{"controller " + std::to_string(i) +
+                                " is never declared (end of file)"};
             }
     } catch (const Malformed& bad) {
         error = "capture " + name + " line " + std::to_string(lineNo) + ": " + bad.what;
@@ -281,22 +290,25 @@ int ReplayBackend::submit(DirectCommand& cmd) {
     const std::string sent = describeRequest(cmd.opcode, cmd.mbox, cmd.length);
     const std::string ctl = "controller " + std::to_string(controller_);
     if (!c)
-        return mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) + " holds no " + ctl);
+        return mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) +
+                        " holds no " + ctl);
     if (next_ >= c->requests.size())
-        return mismatch("replay mismatch on " + ctl + ": the command sent " + sent + ", but the capture " +
-                        log_->name() + " holds no more requests (it recorded " +
+        return mismatch("replay mismatch on " + ctl + ": the command sent " + sent +
+                        ", but the capture " + log_->name() +
+                        " holds no more requests (it recorded " +
                         std::to_string(c->requests.size()) + ")");
     const RecordedRequest& r = c->requests[next_];
     if (r.smp || r.opcode != cmd.opcode || std::memcmp(r.mbox, cmd.mbox, sizeof r.mbox) != 0 ||
         r.length != cmd.length)
         return mismatch("replay mismatch on " + ctl + " at request " + std::to_string(next_ + 1) +
-                        ": the command sent " + sent + ", but the capture " + log_->name() + " line " +
-                        std::to_string(r.line) + " recorded " + describeRecorded(r));
+                        ": the command sent " + sent + ", but the capture " + log_->name() +
+                        " line " + std::to_string(r.line) + " recorded " + describeRecorded(r));
     ++next_;
     if ((cmd.direction == Direction::Read || cmd.direction == Direction::Both) && cmd.data &&
         !r.received.empty())
         // Both sizes equal the matched length; the bound keeps it so regardless.
-        std::memcpy(cmd.data, r.received.data(), std::min<std::size_t>(cmd.length, r.received.size()));
+        std::memcpy(cmd.data, r.received.data(),
+                    std::min<std::size_t>(cmd.length, r.received.size()));
     std::memcpy(cmd.mbox, r.mboxAfter, sizeof cmd.mbox);
     if (r.status < 0)
         lastError_ = r.error;
@@ -311,22 +323,26 @@ int ReplayBackend::submitSmp(SmpCommand& cmd) {
                                          cmd.request ? cmd.requestLength : 0, cmd.responseLength);
     const std::string ctl = "controller " + std::to_string(controller_);
     if (!c)
-        return mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) + " holds no " + ctl);
+        return mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) +
+                        " holds no " + ctl);
     if (next_ >= c->requests.size())
-        return mismatch("replay mismatch on " + ctl + ": the command sent " + sent + ", but the capture " +
-                        log_->name() + " holds no more requests (it recorded " +
+        return mismatch("replay mismatch on " + ctl + ": the command sent " + sent +
+                        ", but the capture " + log_->name() +
+                        " holds no more requests (it recorded " +
                         std::to_string(c->requests.size()) + ")");
     const RecordedRequest& r = c->requests[next_];
     const std::size_t requestLength = cmd.request ? cmd.requestLength : 0;
-    if (!r.smp || r.sasAddress != cmd.sasAddress || r.port != cmd.port || r.request.size() != requestLength ||
+    if (!r.smp || r.sasAddress != cmd.sasAddress || r.port != cmd.port ||
+        r.request.size() != requestLength ||
         (requestLength && std::memcmp(r.request.data(), cmd.request, requestLength) != 0) ||
         r.responseLength != cmd.responseLength)
         return mismatch("replay mismatch on " + ctl + " at request " + std::to_string(next_ + 1) +
-                        ": the command sent " + sent + ", but the capture " + log_->name() + " line " +
-                        std::to_string(r.line) + " recorded " + describeRecorded(r));
+                        ": the command sent " + sent + ", but the capture " + log_->name() +
+                        " line " + std::to_string(r.line) + " recorded " + describeRecorded(r));
     ++next_;
     if (cmd.response && !r.received.empty())
-        std::memcpy(cmd.response, r.received.data(), std::min<std::size_t>(cmd.responseLength, r.received.size()));
+        std::memcpy(cmd.response, r.received.data(),
+                    std::min<std::size_t>(cmd.responseLength, r.received.size()));
     if (r.status < 0)
         lastError_ = r.error;
     return r.status;

@@ -4,7 +4,8 @@
 
 namespace kvi {
 
-TransportSet openPassThrough(const std::string& devicePath, const std::string& sysfsRoot, DeviceOps ops) {
+TransportSet openPassThrough(const std::string& devicePath, const std::string& sysfsRoot,
+                             DeviceOps ops) {
     TransportSet set;
     auto device = std::make_shared<PassThroughDevice>(devicePath, std::move(ops));
     Discovery found = discoverControllers(sysfsRoot, controllerInfoProbe(device));
@@ -16,12 +17,14 @@ TransportSet openPassThrough(const std::string& devicePath, const std::string& s
     if (found.controllers.empty()) {
         if (found.others.empty()) {
             set.fault = TransportFault::NoDevice;
-            set.error = "no SCSI hosts under " + sysfsRoot + "/class/scsi_host: is the controller driver loaded?";
+            set.error = "no SCSI hosts under " + sysfsRoot +
+                        "/class/scsi_host: is the controller driver loaded?";
         } else {
             set.fault = TransportFault::NotController;
             std::string names;
             for (const ScsiHost& h : found.others)
-                names += (names.empty() ? "" : ", ") + h.name + (h.driverName.empty() ? "" : " (" + h.driverName + ")");
+                names += (names.empty() ? "" : ", ") + h.name +
+                         (h.driverName.empty() ? "" : " (" + h.driverName + ")");
             set.error = "no controller answered through " + devicePath + "; hosts tried: " + names;
         }
         return set;
@@ -50,11 +53,12 @@ TransportSet openReplay(const std::string& capturePath) {
     return set;
 }
 
-std::vector<std::unique_ptr<CaptureBackend>> captureAll(const std::vector<Backend*>& inner,
-                                                        const std::shared_ptr<CaptureWriter>& writer) {
+std::vector<std::unique_ptr<CaptureBackend>>
+captureAll(const std::vector<Backend*>& inner, const std::shared_ptr<CaptureWriter>& writer) {
     std::vector<std::unique_ptr<CaptureBackend>> out;
     for (std::size_t i = 0; i < inner.size(); ++i)
-        out.push_back(std::make_unique<CaptureBackend>(*inner[i], writer, static_cast<unsigned>(i)));
+        out.push_back(
+            std::make_unique<CaptureBackend>(*inner[i], writer, static_cast<unsigned>(i)));
     return out;
 }
 

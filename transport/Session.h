@@ -39,8 +39,8 @@ TransportSet openReplay(const std::string& capturePath);
 
 // Wraps each backend in a CaptureBackend numbered by its position. The inner
 // backends must outlive the returned ones.
-std::vector<std::unique_ptr<CaptureBackend>> captureAll(const std::vector<Backend*>& inner,
-                                                        const std::shared_ptr<CaptureWriter>& writer);
+std::vector<std::unique_ptr<CaptureBackend>>
+captureAll(const std::vector<Backend*>& inner, const std::shared_ptr<CaptureWriter>& writer);
 
 // The exit status for a run that could not reach its controllers:
 // 4 permission denied, 3 no controller reachable, 1 anything else.

@@ -31,10 +31,14 @@ struct StructAccess {
 
 #define KVI_RECORD(rec, size)
 #define KVI_FIELD(rec, member, off, usz, cnt, kind)                                                \
-    {#rec, #member, offsetof(rec, member), sizeof(std::declval<rec&>().member), false, nullptr,   \
-     nullptr},
+    {#rec,    #member, offsetof(rec, member), sizeof(std::declval<rec&>().member), false,          \
+     nullptr, nullptr},
 #define KVI_BITFIELD(rec, member, off, usz, bit, width)                                            \
-    {#rec, #member, 0, 0, true,                                                                    \
+    {#rec,                                                                                         \
+     #member,                                                                                      \
+     0,                                                                                            \
+     0,                                                                                            \
+     true,                                                                                         \
      [](std::uint8_t* img, std::uint64_t v) {                                                      \
          rec r;                                                                                    \
          std::memcpy(&r, img, sizeof r);                                                           \
@@ -107,7 +111,8 @@ TEST(Registry, EachFlagWordBitReadsBackThroughExactlyOneField) {
     std::map<std::string, std::vector<const StructAccess*>> units; // "REC@offset" -> fields
     for (const StructAccess& s : kStructAccess)
         if (s.bitField)
-            units[std::string(s.record) + "@" + std::to_string(registryField(s.record, s.path).offset)]
+            units[std::string(s.record) + "@" +
+                  std::to_string(registryField(s.record, s.path).offset)]
                 .push_back(&s);
     ASSERT_FALSE(units.empty());
     for (const auto& [key, fields] : units) {
@@ -118,8 +123,9 @@ TEST(Registry, EachFlagWordBitReadsBackThroughExactlyOneField) {
             img[first.offset + bit / 8] = std::uint8_t(1u << (bit % 8));
             for (const StructAccess* s : fields) {
                 const FieldInfo& f = registryField(s->record, s->path);
-                std::uint64_t want =
-                    (bit >= f.bit && bit < unsigned(f.bit + f.bitWidth)) ? 1ull << (bit - f.bit) : 0;
+                std::uint64_t want = (bit >= f.bit && bit < unsigned(f.bit + f.bitWidth))
+                                         ? 1ull << (bit - f.bit)
+                                         : 0;
                 EXPECT_EQ(s->get(img.data()), want) << key << " bit " << bit << " " << s->path;
             }
         }

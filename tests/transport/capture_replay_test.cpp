@@ -10,12 +10,12 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "tests/support/FakeController.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
 #include "provider/Controller.h"
 #include "provider/DpParams.h"
+#include "tests/support/FakeController.h"
 #include "transport/Capture.h"
 #include "transport/Replay.h"
 
@@ -103,7 +103,9 @@ void scriptFake(kvitest::FakeBackend& fake) {
     fake.answer(KV_DCMD_CTRL_GET_INFO, kvitest::FakeAnswer::record(info));
     fake.answer(KV_DCMD_CTRL_PROPERTIES_GET, kvitest::FakeAnswer::ok(kvitest::Bytes(128, 0x77)));
     fake.answer(KV_DCMD_CFG_AUTOCFG, kvitest::FakeAnswer::ok({1, 2, 3, 4, 5, 6, 7, 8}));
-    fake.answer(KV_DCMD_CTRL_AEC_GET, kvitest::FakeAnswer::ok(kvitest::Bytes(64, 0x99)).withMboxWord(1, 17).withMboxWord(2, 0xABCD));
+    fake.answer(KV_DCMD_CTRL_AEC_GET, kvitest::FakeAnswer::ok(kvitest::Bytes(64, 0x99))
+                                          .withMboxWord(1, 17)
+                                          .withMboxWord(2, 0xABCD));
     fake.answer(KV_DCMD_BBU_GET_STATUS, kvitest::FakeAnswer::fail(KVI_STAT_NO_HW_PRESENT));
     KV_DRV_DRIVER_VERSION version{};
     std::memcpy(version.driverVersion, "07.725", 6);
@@ -183,9 +185,10 @@ TEST(CaptureReplay, EachLineHoldsTheRequestAndIsFlushedAtOnce) {
     EXPECT_NE(text[1].find(R"("bus":59)"), std::string::npos);
     EXPECT_NE(text[1].find(R"("driverName":"kvdrv")"), std::string::npos);
     const std::string& req = text[2];
-    for (const char* part : {R"("type":"dcmd")", R"("opcode":"0x01020200")", R"("name":"KV_DCMD_CTRL_PROPERTIES_SET")",
-                             R"("kind":"firmware")", R"("direction":"write")", R"("length":64)", R"("status":0)",
-                             R"("mbox":"000000000000000000000000")", R"("controller":2)"})
+    for (const char* part :
+         {R"("type":"dcmd")", R"("opcode":"0x01020200")", R"("name":"KV_DCMD_CTRL_PROPERTIES_SET")",
+          R"("kind":"firmware")", R"("direction":"write")", R"("length":64)", R"("status":0)",
+          R"("mbox":"000000000000000000000000")", R"("controller":2)"})
         EXPECT_NE(req.find(part), std::string::npos) << part << " in " << req;
     std::string sentHex;
     for (int i = 0; i < 64; ++i)
@@ -196,7 +199,8 @@ TEST(CaptureReplay, EachLineHoldsTheRequestAndIsFlushedAtOnce) {
 }
 
 TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
-    const char* secrets[] = {"Secret#Pass1234", "Backup#Pass5678", "Escrow#Key0042", "Suggest#Pass99"};
+    const char* secrets[] = {"Secret#Pass1234", "Backup#Pass5678", "Escrow#Key0042",
+                             "Suggest#Pass99"};
     TempFile file;
     kvitest::FakeBackend fake;
     KV_CTRL_LOCK_KEY_PASSPHRASE suggested{};
@@ -215,14 +219,16 @@ TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
         std::memcpy(params.keyId, "KEYID-1", 7);
         DCMD_MBOX mbox{};
         mbox.b[0] = 1;
-        DcmdKviDpParams create(KV_DCMD_CTRL_LOCK_KEY_CREATE, mbox, reinterpret_cast<unsigned char*>(&params), 0, 0, 0);
+        DcmdKviDpParams create(KV_DCMD_CTRL_LOCK_KEY_CREATE, mbox,
+                               reinterpret_cast<unsigned char*>(&params), 0, 0, 0);
         ASSERT_EQ(ctrl.execute(&create), 0);
 
         KV_CTRL_LOCK_KEY_FROM_ESCROW escrow{};
         std::memcpy(escrow.lockKeyPassPhrase.passPhrase, secrets[0], std::strlen(secrets[0]));
         std::memcpy(escrow.escrow.escrowLockKey, secrets[2], std::strlen(secrets[2]));
-        for (std::uint32_t opcode : {KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, KV_DCMD_CTRL_LOCK_KEY_REKEY,
-                                     KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW}) {
+        for (std::uint32_t opcode :
+             {KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, KV_DCMD_CTRL_LOCK_KEY_REKEY,
+              KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW}) {
             DcmdKviDpParams p(opcode, mbox, reinterpret_cast<unsigned char*>(&escrow), 0, 0, 0);
             ASSERT_EQ(ctrl.execute(&p), 0);
         }
@@ -230,11 +236,14 @@ TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
         DcmdKviDpParams suggest(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, 0, 0, 0,
                                 reinterpret_cast<unsigned char*>(&got), 0, 0, 0);
         ASSERT_EQ(ctrl.execute(&suggest), 0);
-        EXPECT_STREQ(reinterpret_cast<const char*>(got.passPhrase), secrets[3]) << "the caller gets the real answer";
+        EXPECT_STREQ(reinterpret_cast<const char*>(got.passPhrase), secrets[3])
+            << "the caller gets the real answer";
     }
     // The controller got the real bytes.
     ASSERT_NE(fake.last(KV_DCMD_CTRL_LOCK_KEY_CREATE), nullptr);
-    EXPECT_EQ(std::memcmp(fake.last(KV_DCMD_CTRL_LOCK_KEY_CREATE)->sent.data(), secrets[0], std::strlen(secrets[0])), 0);
+    EXPECT_EQ(std::memcmp(fake.last(KV_DCMD_CTRL_LOCK_KEY_CREATE)->sent.data(), secrets[0],
+                          std::strlen(secrets[0])),
+              0);
 
     const std::string text = readFile(file.path);
     for (const char* secret : secrets) {
@@ -266,12 +275,14 @@ TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
     std::memcpy(other.lockKeyPassPhrase.passPhrase, "different", 9);
     DCMD_MBOX mbox{};
     mbox.b[0] = 1;
-    DcmdKviDpParams create(KV_DCMD_CTRL_LOCK_KEY_CREATE, mbox, reinterpret_cast<unsigned char*>(&other), 0, 0, 0);
+    DcmdKviDpParams create(KV_DCMD_CTRL_LOCK_KEY_CREATE, mbox,
+                           reinterpret_cast<unsigned char*>(&other), 0, 0, 0);
     EXPECT_EQ(ctrl.execute(&create), 0) << replay.lastError();
 }
 
 // Replays the script against a capture whose text was edited by `tamper`.
-std::string replayTampered(const std::function<void(std::vector<std::string>&)>& tamper, int& failedAt) {
+std::string replayTampered(const std::function<void(std::vector<std::string>&)>& tamper,
+                           int& failedAt) {
     TempFile file;
     {
         std::string error;
@@ -303,7 +314,8 @@ std::string replayTampered(const std::function<void(std::vector<std::string>&)>&
             break;
         }
     // Once mismatched, every later request fails too.
-    for (std::size_t i = failedAt < 0 ? outcomes.size() : static_cast<std::size_t>(failedAt); i < outcomes.size(); ++i)
+    for (std::size_t i = failedAt < 0 ? outcomes.size() : static_cast<std::size_t>(failedAt);
+         i < outcomes.size(); ++i)
         EXPECT_EQ(outcomes[i].status, kvi::kReplayMismatch) << "request " << i;
     return replay.lastError();
 }
@@ -320,15 +332,21 @@ TEST(CaptureReplay, TamperedCaptureNamesBothRequests) {
         failedAt);
     EXPECT_EQ(failedAt, 1);
     EXPECT_NE(message.find("request 2"), std::string::npos) << message;
-    EXPECT_NE(message.find("the command sent KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox 010000000000000000000000 length 128"),
-              std::string::npos) << message;
-    EXPECT_NE(message.find("line 4 recorded KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox 020000000000000000000000 length 128"),
-              std::string::npos) << message;
+    EXPECT_NE(message.find("the command sent KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox "
+                           "010000000000000000000000 length 128"),
+              std::string::npos)
+        << message;
+    EXPECT_NE(message.find("line 4 recorded KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox "
+                           "020000000000000000000000 length 128"),
+              std::string::npos)
+        << message;
 
     message = replayTampered([](std::vector<std::string>& l) { l.erase(l.begin() + 4); }, failedAt);
     EXPECT_EQ(failedAt, 2);
-    EXPECT_NE(message.find("sent KV_DCMD_CTRL_PROPERTIES_SET (0x01020200)"), std::string::npos) << message;
-    EXPECT_NE(message.find("recorded KV_DCMD_CFG_AUTOCFG (0x04070100)"), std::string::npos) << message;
+    EXPECT_NE(message.find("sent KV_DCMD_CTRL_PROPERTIES_SET (0x01020200)"), std::string::npos)
+        << message;
+    EXPECT_NE(message.find("recorded KV_DCMD_CFG_AUTOCFG (0x04070100)"), std::string::npos)
+        << message;
 
     message = replayTampered(
         [](std::vector<std::string>& l) {
@@ -345,7 +363,8 @@ TEST(CaptureReplay, TamperedCaptureNamesBothRequests) {
 
     message = replayTampered([](std::vector<std::string>& l) { l.pop_back(); }, failedAt);
     EXPECT_EQ(failedAt, 8);
-    EXPECT_NE(message.find("sent KV_DRV_GET_DRIVER_VERSION (0xF0010100)"), std::string::npos) << message;
+    EXPECT_NE(message.find("sent KV_DRV_GET_DRIVER_VERSION (0xF0010100)"), std::string::npos)
+        << message;
     EXPECT_NE(message.find("holds no more requests (it recorded 8)"), std::string::npos) << message;
 }
 
@@ -353,34 +372,44 @@ TEST(CaptureReplay, MalformedFilesNameTheLine) {
     const std::string head = R"({"type":"capture","format":"kvictl-capture","version":1})";
     const std::string ctl =
         R"({"type":"controller","controller":0,"pci":{"status":0,"domain":0,"bus":1,"device":0,"function":0,"linkWidth":8},"driverName":"d","driverVersion":"v"})";
-    const std::string req = R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})";
+    const std::string req =
+        R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})";
     struct Case {
         std::string text;
         const char* expect;
     } cases[] = {
         {"", "line 1: empty file"},
         {"{\"type\":\"dcmd\"}\n", "line 1: not a kvictl capture"},
-        {R"({"type":"capture","format":"kvictl-capture","version":2})", "line 1: capture version 2 is not supported"},
+        {R"({"type":"capture","format":"kvictl-capture","version":2})",
+         "line 1: capture version 2 is not supported"},
         {head + "\n" + ctl + "\n{nope\n", "line 3: not valid JSON"},
         {head + "\n[1,2]\n", "line 2: not a JSON object"},
         {head + "\n" + req + "\n", "line 2: request for controller 0, which no earlier"},
         {head + "\n" + ctl + "\n" + ctl + "\n", "line 3: controller 0 is declared twice"},
         {head + "\n" + ctl + "\n{\"type\":\"weird\"}\n", "line 3: unknown line type \"weird\""},
-        {head + "\n" + ctl + "\n\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"00","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"00","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
          "line 4: \"mbox\" is not 12 bytes"},
-        {head + "\n" + ctl + "\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":2,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":2,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
          "line 3: \"received\" holds 1 bytes, not \"length\" 2"},
-        {head + "\n" + ctl + "\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"1030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"1030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
          "line 3: \"opcode\" is not a 0x hex number"},
-        {head + "\n" + ctl + "\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"sideways","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"sideways","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
          "line 3: \"direction\" is not none, read, write or both"},
-        {head + "\n" + ctl + "\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"zz","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"zz","mboxAfter":"000000000000000000000000"})",
          "line 3: \"received\" is not hex bytes"},
-        {head + "\n" + ctl + "\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":-1,"status":0,"received":"","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":-1,"status":0,"received":"","mboxAfter":"000000000000000000000000"})",
          "line 3: \"length\" is out of range"},
-        {head + "\n" + ctl + "\n" + R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + "\n" + ctl + "\n" +
+             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
          "line 3: missing \"mbox\""},
-        {head + "\n" + R"({"type":"controller","controller":1,"pci":{"status":0,"domain":0,"bus":1,"device":0,"function":0,"linkWidth":8},"driverName":"d","driverVersion":"v"})",
+        {head + "\n" +
+             R"({"type":"controller","controller":1,"pci":{"status":0,"domain":0,"bus":1,"device":0,"function":0,"linkWidth":8},"driverName":"d","driverVersion":"v"})",
          "line 3: controller 0 is never declared"},
     };
     for (const Case& c : cases) {
@@ -400,7 +429,8 @@ TEST(CaptureReplay, MalformedFilesNameTheLine) {
     EXPECT_FALSE(kvi::ReplayLog::load("/nonexistent/kvi.jsonl", error));
     EXPECT_NE(error.find("cannot read the capture file /nonexistent/kvi.jsonl"), std::string::npos);
     EXPECT_FALSE(kvi::CaptureWriter::open("/nonexistent/dir/kvi.jsonl", error));
-    EXPECT_NE(error.find("cannot write the capture file /nonexistent/dir/kvi.jsonl"), std::string::npos);
+    EXPECT_NE(error.find("cannot write the capture file /nonexistent/dir/kvi.jsonl"),
+              std::string::npos);
 }
 
 TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
@@ -460,7 +490,8 @@ TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
     kvi::DirectCommand none;
     none.opcode = KV_DCMD_CTRL_TIME_GET;
     EXPECT_EQ(ra.submit(none), kvi::kTransportFailed);
-    EXPECT_EQ(ra.lastError(), "host0 did not answer in time") << "a recorded failure keeps its message";
+    EXPECT_EQ(ra.lastError(), "host0 did not answer in time")
+        << "a recorded failure keeps its message";
     ASSERT_EQ(rb.submit(cmd), 0);
     EXPECT_EQ(byte, 2);
 
@@ -480,7 +511,8 @@ TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
     ASSERT_EQ(rc.submit(cmd), 0);
     EXPECT_EQ(rc.submitSmp(wrong), kvi::kReplayMismatch);
     EXPECT_NE(rc.lastError().find("request 40110000"), std::string::npos) << rc.lastError();
-    EXPECT_NE(rc.lastError().find("recorded SMP to 0x500605B000000001 port 2 request 40100000"), std::string::npos)
+    EXPECT_NE(rc.lastError().find("recorded SMP to 0x500605B000000001 port 2 request 40100000"),
+              std::string::npos)
         << rc.lastError();
 
     ASSERT_EQ(rb.submitSmp(smp), 0);

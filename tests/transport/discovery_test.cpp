@@ -45,7 +45,8 @@ protected:
 
     // <parent>/hostN/scsi_host/hostN with proc_name, the class link and the
     // `device` link; max_link_width on the first PCI function above.
-    void addHost(unsigned n, const std::string& parent, const std::string& proc, const std::string& width) {
+    void addHost(unsigned n, const std::string& parent, const std::string& proc,
+                 const std::string& width) {
         const std::string name = "host" + std::to_string(n);
         const fs::path hostDir = root / parent / name;
         const fs::path classObj = hostDir / "scsi_host" / name;
@@ -116,7 +117,8 @@ TEST_F(FakeSysfs, ControllersAreTheHostsThatAnswerTheInformationRead) {
     ProbeDevice dev;
     dev.errnoByHost[3] = ENODEV;
     auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", dev.ops());
-    kvi::Discovery found = kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
+    kvi::Discovery found =
+        kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
 
     EXPECT_EQ(found.fault, kvi::TransportFault::None);
     ASSERT_EQ(found.controllers.size(), 2u);
@@ -154,7 +156,8 @@ TEST_F(FakeSysfs, UnusableDeviceStopsDiscoveryWithItsMessage) {
     ProbeDevice dev;
     dev.openResult = -EACCES;
     auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", dev.ops());
-    kvi::Discovery found = kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
+    kvi::Discovery found =
+        kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
     EXPECT_EQ(found.fault, kvi::TransportFault::PermissionDenied);
     EXPECT_EQ(found.error, "permission denied opening /dev/kvtest: run as root");
     EXPECT_TRUE(found.controllers.empty());
@@ -176,7 +179,8 @@ TEST_F(FakeSysfs, OpenPassThroughGivesOneBackendPerControllerOrAnExitStatus) {
     set = kvi::openPassThrough("/dev/kvtest", root.string(), none.ops());
     EXPECT_TRUE(set.controllers.empty());
     EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
-    EXPECT_EQ(set.error, "no controller answered through /dev/kvtest; hosts tried: host2 (kvdrv), host3 (ahci), host10 (kvdrv)");
+    EXPECT_EQ(set.error, "no controller answered through /dev/kvtest; hosts tried: host2 (kvdrv), "
+                         "host3 (ahci), host10 (kvdrv)");
 
     ProbeDevice denied;
     denied.openResult = -EPERM;
@@ -200,16 +204,11 @@ TEST(Discovery, PciNames) {
         std::uint32_t domain, bus;
         unsigned device, function;
     } cases[] = {
-        {"0000:3b:00.0", true, 0, 0x3b, 0, 0},
-        {"0001:AF:1f.7", true, 1, 0xaf, 0x1f, 7},
-        {"10000:00:02.3", true, 0x10000, 0, 2, 3},
-        {"0000:3b:00", false, 0, 0, 0, 0},
-        {"0000:3b:20.0", false, 0, 0, 0, 0},
-        {"0000:3b:00.8", false, 0, 0, 0, 0},
-        {"pci0000:00", false, 0, 0, 0, 0},
-        {"00:3b:00.0", false, 0, 0, 0, 0},
-        {"0000:3g:00.0", false, 0, 0, 0, 0},
-        {"host2", false, 0, 0, 0, 0},
+        {"0000:3b:00.0", true, 0, 0x3b, 0, 0},     {"0001:AF:1f.7", true, 1, 0xaf, 0x1f, 7},
+        {"10000:00:02.3", true, 0x10000, 0, 2, 3}, {"0000:3b:00", false, 0, 0, 0, 0},
+        {"0000:3b:20.0", false, 0, 0, 0, 0},       {"0000:3b:00.8", false, 0, 0, 0, 0},
+        {"pci0000:00", false, 0, 0, 0, 0},         {"00:3b:00.0", false, 0, 0, 0, 0},
+        {"0000:3g:00.0", false, 0, 0, 0, 0},       {"host2", false, 0, 0, 0, 0},
     };
     for (const Case& c : cases) {
         kvi::PciLocation loc;

@@ -19,8 +19,7 @@ namespace {
 
 using kvi::KviIoctlPacket;
 
-template <class T>
-T at(const std::vector<std::uint8_t>& bytes, std::size_t offset) {
+template <class T> T at(const std::vector<std::uint8_t>& bytes, std::size_t offset) {
     T value{};
     std::memcpy(&value, bytes.data() + offset, sizeof value);
     return value;
@@ -32,8 +31,8 @@ struct FakeDevice {
     int openResult = 7;
     int openCalls = 0;
     int closedFd = -1;
-    std::deque<int> errnos;                       // next ioctl results (default 0)
-    std::function<void(KviIoctlPacket&)> answer;  // acts as the driver on success
+    std::deque<int> errnos;                      // next ioctl results (default 0)
+    std::function<void(KviIoctlPacket&)> answer; // acts as the driver on success
     std::vector<std::vector<std::uint8_t>> packets;
     std::vector<unsigned long> requests;
     std::vector<int> fds;
@@ -79,12 +78,14 @@ struct PacketCase {
     bool driver;
     std::uint32_t callerLength; // 0 = standard size
     std::uint8_t mboxB0;
-    std::uint16_t flags;        // expected frame flags
-    std::uint32_t length;       // expected transfer length
+    std::uint16_t flags;  // expected frame flags
+    std::uint32_t length; // expected transfer length
 };
 
 // gtest would otherwise dump the struct's bytes, padding included.
-void PrintTo(const PacketCase& c, std::ostream* os) { *os << c.name; }
+void PrintTo(const PacketCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class PacketBytes : public ::testing::TestWithParam<PacketCase> {};
 
@@ -95,7 +96,8 @@ TEST_P(PacketBytes, FrameAndPacketAtTheirOffsets) {
     fake.answer = [&](KviIoctlPacket& p) {
         const kvi::KviDcmdFrame frame = kvi::frameOf(p);
         if (p.sgeCount) {
-            auto* user = reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(p.iov[0].base));
+            auto* user =
+                reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(p.iov[0].base));
             seen.assign(user, user + p.iov[0].len);
             if (frame.flags & kvi::kFrameFlagRead)
                 std::memset(user, 0xA5, p.iov[0].len);
@@ -112,10 +114,12 @@ TEST_P(PacketBytes, FrameAndPacketAtTheirOffsets) {
     mbox.b[11] = 0xEE;
     int status;
     if (c.driver) {
-        DriverKviDPParams params(c.opcode, mbox.w[0], mbox.w[1], mbox.w[2], buffer.data(), c.callerLength, 0, 0);
+        DriverKviDPParams params(c.opcode, mbox.w[0], mbox.w[1], mbox.w[2], buffer.data(),
+                                 c.callerLength, 0, 0);
         status = ctrl.execute(&params);
     } else {
-        DcmdKviDpParams params(c.opcode, mbox, c.length ? buffer.data() : nullptr, c.callerLength, 0, 0);
+        DcmdKviDpParams params(c.opcode, mbox, c.length ? buffer.data() : nullptr, c.callerLength,
+                               0, 0);
         status = ctrl.execute(&params);
     }
     ASSERT_EQ(status, 0) << backend.lastError();
@@ -157,13 +161,13 @@ TEST_P(PacketBytes, FrameAndPacketAtTheirOffsets) {
 
 INSTANTIATE_TEST_SUITE_P(
     Directions, PacketBytes,
-    ::testing::Values(
-        PacketCase{"read", KV_DCMD_CTRL_GET_INFO, false, 0, 0, 0x0010, 2464},
-        PacketCase{"write", KV_DCMD_CTRL_PROPERTIES_SET, false, 0, 0, 0x0008, 64},
-        PacketCase{"both", KV_DCMD_CFG_AUTOCFG, false, 0, 3, 0x0018, 8},
-        PacketCase{"none", KV_DCMD_CTRL_PR_SUSPEND_RESUME, false, 0, 1, 0x0000, 0},
-        PacketCase{"explicit", KV_DCMD_CTRL_PROPERTIES_GET, false, 128, 1, 0x0010, 128},
-        PacketCase{"driver", KV_DRV_GET_DRIVER_VERSION, true, 0, 0, 0x0010, 112}),
+    ::testing::Values(PacketCase{"read", KV_DCMD_CTRL_GET_INFO, false, 0, 0, 0x0010, 2464},
+                      PacketCase{"write", KV_DCMD_CTRL_PROPERTIES_SET, false, 0, 0, 0x0008, 64},
+                      PacketCase{"both", KV_DCMD_CFG_AUTOCFG, false, 0, 3, 0x0018, 8},
+                      PacketCase{"none", KV_DCMD_CTRL_PR_SUSPEND_RESUME, false, 0, 1, 0x0000, 0},
+                      PacketCase{"explicit", KV_DCMD_CTRL_PROPERTIES_GET, false, 128, 1, 0x0010,
+                                 128},
+                      PacketCase{"driver", KV_DRV_GET_DRIVER_VERSION, true, 0, 0, 0x0010, 112}),
     [](const ::testing::TestParamInfo<PacketCase>& info) { return std::string(info.param.name); });
 
 TEST(PassThrough, StatusAndMailboxComeBackFromTheFrame) {
@@ -196,7 +200,9 @@ struct ErrnoCase {
     const char* text; // part of the message
 };
 
-void PrintTo(const ErrnoCase& c, std::ostream* os) { *os << "errno " << c.err << (c.opening ? " opening" : ""); }
+void PrintTo(const ErrnoCase& c, std::ostream* os) {
+    *os << "errno " << c.err << (c.opening ? " opening" : "");
+}
 
 class ErrnoMapping : public ::testing::TestWithParam<ErrnoCase> {};
 
@@ -232,15 +238,19 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         ErrnoCase{ENOENT, true, kvi::TransportFault::NoDevice, "no device node /dev/kvtest"},
         ErrnoCase{ENXIO, true, kvi::TransportFault::NoDevice, "no driver behind /dev/kvtest"},
-        ErrnoCase{EACCES, true, kvi::TransportFault::PermissionDenied, "permission denied opening /dev/kvtest: run as root"},
+        ErrnoCase{EACCES, true, kvi::TransportFault::PermissionDenied,
+                  "permission denied opening /dev/kvtest: run as root"},
         ErrnoCase{EPERM, true, kvi::TransportFault::PermissionDenied, "run as root"},
         ErrnoCase{EBUSY, true, kvi::TransportFault::Other, "cannot open /dev/kvtest"},
         ErrnoCase{EACCES, false, kvi::TransportFault::PermissionDenied, "run as root"},
         ErrnoCase{EPERM, false, kvi::TransportFault::PermissionDenied, "run as root"},
         ErrnoCase{ENODEV, false, kvi::TransportFault::NotController, "host4 is not a controller"},
-        ErrnoCase{ENOTTY, false, kvi::TransportFault::NoDevice, "does not take controller commands"},
-        ErrnoCase{EFAULT, false, kvi::TransportFault::DriverRejected, "KV_DCMD_CTRL_BIOS_DATA_GET (0x010C0100)"},
-        ErrnoCase{EINVAL, false, kvi::TransportFault::DriverRejected, "rejected KV_DCMD_CTRL_BIOS_DATA_GET"},
+        ErrnoCase{ENOTTY, false, kvi::TransportFault::NoDevice,
+                  "does not take controller commands"},
+        ErrnoCase{EFAULT, false, kvi::TransportFault::DriverRejected,
+                  "KV_DCMD_CTRL_BIOS_DATA_GET (0x010C0100)"},
+        ErrnoCase{EINVAL, false, kvi::TransportFault::DriverRejected,
+                  "rejected KV_DCMD_CTRL_BIOS_DATA_GET"},
         ErrnoCase{ETIMEDOUT, false, kvi::TransportFault::Timeout, "did not answer"},
         ErrnoCase{EINTR, false, kvi::TransportFault::Other, "interrupted"},
         ErrnoCase{EIO, false, kvi::TransportFault::Other, "failed on /dev/kvtest"}));
