@@ -418,9 +418,12 @@ TEST_F(BatteryTest, PresenceAnswers) {
         int present; // -1: left as it was
     };
     const Case cases[] = {
-        {0, true, 0, 1},         {0, false, 0, 1}, // a status record that reads back means a
-                                                   // battery
-        {kNoHw, true, kNoHw, 0}, {kFail, false, kFail, 0}, {kFail, true, kFail, -1},
+        {0, true, 0, 1},
+        {0, false, 0, 1}, // a status record that reads back means a
+                          // battery
+        {kNoHw, true, kNoHw, 0},
+        {kFail, false, kFail, 0},
+        {kFail, true, kFail, -1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.statusRead << " fitted " << c.fitted);

@@ -9,8 +9,8 @@
 #include <cstring>
 #include <memory>
 #include <optional>
-#include <utility>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -44,8 +44,7 @@ Bytes bytesOf(const void* p, std::size_t n) {
     return Bytes(c, c + n);
 }
 
-template <class T>
-T fromBytes(const Bytes& b) {
+template <class T> T fromBytes(const Bytes& b) {
     T value{};
     std::memcpy(&value, b.data(), sizeof(T));
     return value;
@@ -73,7 +72,8 @@ Bytes flashList(const std::vector<std::string>& names, std::uint32_t headCount) 
     std::memcpy(b.data(), &size, 4);
     std::memcpy(b.data() + 4, &headCount, 4);
     for (std::size_t i = 0; i < names.size(); ++i) {
-        std::memcpy(b.data() + 8 + i * 72, names[i].data(), std::min<std::size_t>(8, names[i].size()));
+        std::memcpy(b.data() + 8 + i * 72, names[i].data(),
+                    std::min<std::size_t>(8, names[i].size()));
         const std::string version = "v" + std::to_string(i);
         std::memcpy(b.data() + 16 + i * 72, version.data(), version.size());
     }
@@ -92,7 +92,8 @@ protected:
     AdapterDataKvi& a() { return *obj; }
 
     void scriptInfo(bool extLds, bool propExt = false, bool dualImage = false) {
-        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(ctrlInfo(extLds, propExt, dualImage)));
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO,
+                    FakeAnswer::record(ctrlInfo(extLds, propExt, dualImage)));
     }
     const FakeRequest& req(std::size_t i) const { return ctrl.requests().at(i); }
 };
@@ -186,8 +187,8 @@ const SimpleLoader kSimpleLoaders[] = {
      [](AdapterDataKvi& a) -> const void* { return P::battCapacity(a); },
      "Exiting AdapterDataKvi::getBatteryCapacityInfo retCode = %d"},
     // The design-info loader closes with its entry text a second time.
-    {"getBatteryDesignInfo", &AdapterDataKvi::getBatteryDesignInfo, KV_DCMD_BBU_GET_DESIGN_INFO,
-     64, [](AdapterDataKvi& a) -> const void* { return P::battDesign(a); },
+    {"getBatteryDesignInfo", &AdapterDataKvi::getBatteryDesignInfo, KV_DCMD_BBU_GET_DESIGN_INFO, 64,
+     [](AdapterDataKvi& a) -> const void* { return P::battDesign(a); },
      "Entering AdapterDataKvi::getBatteryDesignInfo"},
     {"getBBUProperties", &AdapterDataKvi::getBBUProperties, KV_DCMD_BBU_PROPERTIES_GET, 32,
      [](AdapterDataKvi& a) -> const void* { return P::bbuProp(a); },
@@ -216,9 +217,9 @@ TEST_P(SimpleLoaderTest, ReadsOnceAndKeepsTheAnswer) {
     const FakeRequest& r = req(0);
     EXPECT_EQ(r.opcode, l.opcode);
     EXPECT_EQ(r.mbox, kvitest::Mbox{});
-    EXPECT_EQ(r.callerLength, 0u);     // the standard size ...
-    EXPECT_EQ(r.length, l.size);       // ... is the record's size
-    EXPECT_EQ(r.capacity, l.size);     // and the record holds all of it
+    EXPECT_EQ(r.callerLength, 0u); // the standard size ...
+    EXPECT_EQ(r.length, l.size);   // ... is the record's size
+    EXPECT_EQ(r.capacity, l.size); // and the record holds all of it
     EXPECT_EQ(r.direction, kvi::Direction::Read);
     ASSERT_NE(l.cache(a()), nullptr);
     EXPECT_EQ(bytesOf(l.cache(a()), l.size), answer);
@@ -274,8 +275,8 @@ TEST_F(CacheTest, BeginUpdatesAreTheirLoaders) {
 TEST_F(CacheTest, PropertiesWithoutExtensionSupportReadOnlyTheProperties) {
     scriptInfo(false, false);
     EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO,
-                                                           KV_DCMD_CTRL_PROPERTIES_GET}));
+    EXPECT_EQ(ctrl.opcodes(),
+              (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, KV_DCMD_CTRL_PROPERTIES_GET}));
     EXPECT_EQ(req(1).mbox, kvitest::Mbox{});
     EXPECT_EQ(req(1).callerLength, 0u);
     EXPECT_EQ(req(1).length, 64u);
@@ -311,8 +312,9 @@ TEST_F(CacheTest, PropertiesExtensionFailureNeverReachesTheCaller) {
     EXPECT_EQ(a().getKvCtlrProp(), 0);
     EXPECT_NE(P::prop(a()), nullptr);
     EXPECT_EQ(P::propExt(a()), nullptr);
-    EXPECT_EQ(log.texts(WARNING), std::vector<std::string>{
-        "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
+    EXPECT_EQ(log.texts(WARNING),
+              std::vector<std::string>{
+                  "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
 }
 
 TEST_F(CacheTest, PropertiesFailureIsLoggedAtWarningAndRetried) {
@@ -321,8 +323,9 @@ TEST_F(CacheTest, PropertiesFailureIsLoggedAtWarningAndRetried) {
     EXPECT_EQ(a().getKvCtlrProp(), 4);
     EXPECT_EQ(P::prop(a()), nullptr);
     EXPECT_NE(P::propExt(a()), nullptr); // the extension is read all the same
-    EXPECT_EQ(log.texts(WARNING), std::vector<std::string>{
-        "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
+    EXPECT_EQ(log.texts(WARNING),
+              std::vector<std::string>{
+                  "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
     EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getKvCtlrProp retCode = 4"));
 
     // Next call reads both again (the earlier extension is replaced).
@@ -335,8 +338,8 @@ TEST_F(CacheTest, PropertiesFailureIsLoggedAtWarningAndRetried) {
 TEST_F(CacheTest, PropertiesLoaderWithoutControllerInformationSkipsTheExtension) {
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
     EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO,
-                                                           KV_DCMD_CTRL_PROPERTIES_GET}));
+    EXPECT_EQ(ctrl.opcodes(),
+              (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, KV_DCMD_CTRL_PROPERTIES_GET}));
     EXPECT_EQ(P::propExt(a()), nullptr);
 }
 
@@ -396,7 +399,7 @@ TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
     expected[offsetof(KV_CTRL_PROP, rebuildRate)] = 77; // only that byte changes
     EXPECT_EQ(w.sent, expected);
     EXPECT_EQ(log.texts(), (std::vector<std::string>{"Entering AdapterDataKvi::endCtlrPropUpdate",
-                                                      "Exiting AdapterDataKvi::endCtlrPropUpdate"}));
+                                                     "Exiting AdapterDataKvi::endCtlrPropUpdate"}));
     // The cache keeps the written values and is not re-read; a second end sends nothing.
     EXPECT_EQ(P::prop(a())->rebuildRate, 77);
     EXPECT_EQ(a().endCtlrPropUpdate(), 0);
@@ -491,8 +494,8 @@ TEST_F(CacheTest, EndMuxModeUpdateWritesTheListWhenChanged) {
 
 struct ScheduleCase {
     const char* name;
-    bool cc;      // consistency check (else patrol read)
-    bool ext;     // extended form
+    bool cc;  // consistency check (else patrol read)
+    bool ext; // extended form
     std::uint32_t length;
     bool rereads; // a second get sends a new read
 };
@@ -626,9 +629,9 @@ TEST_F(CacheTest, PhyConnectionsKeepAFailedBuffer) {
     log.clear();
     EXPECT_EQ(a().getAllPhyConnections(), 0);
     EXPECT_EQ(ctrl.requests().size(), 1u);
-    EXPECT_EQ(log.texts(), (std::vector<std::string>{
-                               "Entering AdapterDataKvi::getAllPhyConnections",
-                               "Exiting AdapterDataKvi::getAllPhyConnections"}));
+    EXPECT_EQ(log.texts(),
+              (std::vector<std::string>{"Entering AdapterDataKvi::getAllPhyConnections",
+                                        "Exiting AdapterDataKvi::getAllPhyConnections"}));
 }
 
 // ---------------------------------------------------------------------------
@@ -861,7 +864,7 @@ TEST_F(FlashTest, AnEmptyRunningImageIsReadWithTheStandardLength) {
 
 TEST_F(FlashTest, ASecondAnswerClaimingMoreEntriesIsCappedAtTheRoomHeld) {
     scriptInfo(false);
-    ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP"})));         // head: 1 entry
+    ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP"})));             // head: 1 entry
     ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP", "BIOS"}, 40))); // list claims 40
     ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
     EXPECT_EQ(a().getFwCompData(), 0);

@@ -59,10 +59,10 @@ protected:
         b[1] = 0x22;
         b[3] = 2;
         if (f.ext) {
-            b[8 + 0] = 0x08;     // 3
-            b[8 + 8] = 0x40;     // 70
+            b[8 + 0] = 0x08; // 3
+            b[8 + 8] = 0x40; // 70
         } else {
-            b[4] = 70;           // array order: 70, 3
+            b[4] = 70; // array order: 70, 3
             b[6] = 3;
         }
         const std::uint32_t next = 0x01020304, freq = 0x0A0B0C0D;
@@ -139,7 +139,8 @@ TEST_P(CcTest, DelayRules) {
         {true, 0, 0xFFFFFFFFu},  {true, 7200, 7200},  {true, 0xFFFFFFFFu, 0x0A0B0C0Du},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.given) + (c.oneCall ? " setCcSchedMode" : " setCcScExecDelay"));
+        SCOPED_TRACE(std::to_string(c.given) +
+                     (c.oneCall ? " setCcSchedMode" : " setCcScExecDelay"));
         delete P::ccScProp(a); // start from the firmware's record each time
         P::ccScProp(a) = nullptr;
         const int rc = c.oneCall ? a.setCcSchedMode(1, nullptr, nullptr, c.given)

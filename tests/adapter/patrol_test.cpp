@@ -250,9 +250,9 @@ TEST_P(PatrolTest, ExclusionListRoundTripsInItsForm) {
     ArrayList<unsigned short> back;
     back.add(1000);
     ASSERT_EQ(a.getPRSchedExcludedLdList(&back), 0);
-    const std::vector<unsigned short> want =
-        GetParam().ext ? std::vector<unsigned short>{1000, 0, 9, 255}
-                       : std::vector<unsigned short>{1000, 9, 255, 0};
+    const std::vector<unsigned short> want = GetParam().ext
+                                                 ? std::vector<unsigned short>{1000, 0, 9, 255}
+                                                 : std::vector<unsigned short>{1000, 9, 255, 0};
     EXPECT_EQ(std::vector<unsigned short>(back.begin(), back.end()), want);
     expectFormOnEveryRequest();
 }

@@ -57,8 +57,8 @@ struct Variant {
 };
 
 const Variant kPlain{"plain", [](KV_CTRL_INFO&) {}, 0, 0};
-const Variant kOem2Rlq0{"oem2_rlq0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; },
-                        2, 0};
+const Variant kOem2Rlq0{"oem2_rlq0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; }, 2,
+                        0};
 const Variant kOem2{"oem2", [](KV_CTRL_INFO&) {}, 2, 0};
 const Variant kRlq0Only{"rlq0_oem0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E0_RLQ0 = 1; },
                         0, 0};
@@ -85,8 +85,8 @@ protected:
     AdapterDataKvi& use(const KV_CTRL_INFO& info, int oem = 0, int oemStatus = 0) {
         ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
         const std::uint32_t word = static_cast<std::uint32_t>(oem);
-        ctrl.answer(KV_DCMD_CTRL_OEM_ID_GET, oemStatus == 0 ? FakeAnswer::record(word)
-                                                            : FakeAnswer::fail(oemStatus));
+        ctrl.answer(KV_DCMD_CTRL_OEM_ID_GET,
+                    oemStatus == 0 ? FakeAnswer::record(word) : FakeAnswer::fail(oemStatus));
         obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
         ctrl.clear();
         return *obj;
@@ -109,8 +109,8 @@ struct PdRow {
     int min[6];
     int max[6];
 };
-const Variant* const kPdVariants[6] = {&kPlain, &kOem2Rlq0, &kOem2, &kRlq0Only, &kOemFails,
-                                       &kNoSpans};
+const Variant* const kPdVariants[6] = {&kPlain,    &kOem2Rlq0, &kOem2,
+                                       &kRlq0Only, &kOemFails, &kNoSpans};
 // Columns: plain, oem2_rlq0, oem2, rlq0_oem0, oem_fails_rlq0, oem2_rlq0_no_spans.
 const PdRow kPdRows[] = {
     {0, {1, 1, 1, 1, 1, 1}, {32, 32, 32, 32, 32, 32}},
@@ -178,9 +178,9 @@ TEST_F(RulesTest, SpanCountsOverVariants) {
         unsigned char level;
         unsigned char min, max;
     } cases[] = {
-        {8, false, 0, 1, 1},  {8, false, 1, 1, 1},   {8, true, 1, 1, 8},  {8, true, 5, 1, 1},
-        {8, false, 32, 2, 8}, {8, false, 33, 2, 8},  {8, false, 34, 2, 8}, {8, false, 36, 2, 8},
-        {3, true, 36, 2, 3},  {8, false, 35, 1, 1},  {0, true, 1, 1, 0},
+        {8, false, 0, 1, 1},  {8, false, 1, 1, 1},  {8, true, 1, 1, 8},   {8, true, 5, 1, 1},
+        {8, false, 32, 2, 8}, {8, false, 33, 2, 8}, {8, false, 34, 2, 8}, {8, false, 36, 2, 8},
+        {3, true, 36, 2, 3},  {8, false, 35, 1, 1}, {0, true, 1, 1, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE("level " + std::to_string(c.level) + " spans " + std::to_string(c.maxSpans) +
@@ -217,8 +217,11 @@ TEST_F(RulesTest, RaidLevelListsOverLevelBits) {
         // all eight level bits, 00 supported
         {"all", 0x00FF, {0, 1, 5, 6, 36, 32, 33, 34}, {0}, false},
         // 00 unsupported, SSD-cache bits 1, 5, 1E set, RAID 0 for SSD cache unsupported
-        {"ssc", 0x00FF | 1u << 9 | 1u << 12 | 1u << 13 | 1u << 14 | 1u << 15,
-         {0, 1, 5, 6, 32, 33, 34}, {1, 5, 35}, false},
+        {"ssc",
+         0x00FF | 1u << 9 | 1u << 12 | 1u << 13 | 1u << 14 | 1u << 15,
+         {0, 1, 5, 6, 32, 33, 34},
+         {1, 5, 35},
+         false},
         // only RAID 1 and 1E, RLQ0 bits: 17 and 35 never appear in the list
         {"r1", 1u << 1 | 1u << 3 | 1u << 9 | 1u << 10, {1}, {}, true},
         {"none", 1u << 9 | 1u << 11, {}, {}, true},
@@ -335,7 +338,7 @@ TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
 TEST_F(RulesTest, DiskCachePolicyByOem) {
     const struct {
         int oem, status, rc, out;
-    } cases[] = {{0, 0, 0, 0}, {2, 0, 0, 0}, {6, 0, 0, 2}, {7, 0, 0, 2},
+    } cases[] = {{0, 0, 0, 0}, {2, 0, 0, 0},  {6, 0, 0, 2},         {7, 0, 0, 2},
                  {9, 0, 0, 2}, {10, 0, 0, 0}, {6, 0x0C, 0x0C, 0xEE}};
     for (const auto& c : cases) {
         AdapterDataKvi& a = use(baseInfo(), c.oem, c.status);
@@ -352,8 +355,8 @@ TEST_F(RulesTest, WritePolicyOfferedOnChange) {
         unsigned char def;
         List valid;
     } cases[] = {
-        {0, 0, false, false, 1, {1}},  {0, 1, true, true, 1, {1, 0, 3}},
-        {1, 0, false, true, 1, {1}},   {1, 1, false, false, 3, {1}},
+        {0, 0, false, false, 1, {1}},     {0, 1, true, true, 1, {1, 0, 3}},
+        {1, 0, false, true, 1, {1}},      {1, 1, false, false, 3, {1}},
         {1, 1, true, true, 3, {1, 0, 3}}, {1, 0, true, false, 0, {1}},
         {2, 0, true, true, 3, {1, 0, 3}},
     };

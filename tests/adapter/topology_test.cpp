@@ -231,8 +231,8 @@ TEST_F(TopologyTest, LinkSpeedRequestAndTexts) {
     const struct {
         unsigned char code;
         const char* text;
-    } texts[] = {{0, "No limit"}, {1, "1.5 Gbps"}, {2, "3.0 Gbps"}, {3, "N/A"},
-                 {4, "6.0 Gbps"}, {8, "12.0 Gbps"}, {16, "N/A"}, {255, "N/A"}};
+    } texts[] = {{0, "No limit"}, {1, "1.5 Gbps"},  {2, "3.0 Gbps"}, {3, "N/A"},
+                 {4, "6.0 Gbps"}, {8, "12.0 Gbps"}, {16, "N/A"},     {255, "N/A"}};
     for (const auto& t : texts) {
         EXPECT_STREQ(a.GetSASPhyLinkSpeed(t.code), t.text);
     }

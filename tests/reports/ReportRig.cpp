@@ -293,8 +293,7 @@ kvitest::FakeAnswer answerOf(int status, kvitest::FakeAnswer ok) {
 } // namespace
 
 Rig::Rig(const ControllerSetup& s, std::time_t now)
-    : setup(s), inputs(inputsOf(s)), hostTime(now),
-      adapter(&ctrl, ctrl.getControllerId(), setup) {
+    : setup(s), inputs(inputsOf(s)), hostTime(now), adapter(&ctrl, ctrl.getControllerId(), setup) {
     using kvitest::FakeAnswer;
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(setup.info));
     ctrl.answer(KV_DCMD_CTRL_MFC_MFG_GET, FakeAnswer::record(setup.mfg));
@@ -302,7 +301,8 @@ Rig::Rig(const ControllerSetup& s, std::time_t now)
                 answerOf(setup.mfcStatus, FakeAnswer::record(setup.mfc)));
     ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET,
                 answerOf(setup.hostStatus, FakeAnswer::record(setup.host)));
-    ctrl.answer(KV_DCMD_CTRL_TIME_GET, answerOf(setup.clockStatus, FakeAnswer::record(setup.clock)));
+    ctrl.answer(KV_DCMD_CTRL_TIME_GET,
+                answerOf(setup.clockStatus, FakeAnswer::record(setup.clock)));
     ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::record(setup.prop));
     ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET,
                 answerOf(setup.biosStatus, FakeAnswer::record(setup.bios)));
@@ -332,7 +332,9 @@ Rig::Rig(const ControllerSetup& s, std::time_t now)
     System::getInstance()->setBackend(&ctrl.backend());
 }
 
-Rig::~Rig() { System::getInstance()->setBackend(nullptr); }
+Rig::~Rig() {
+    System::getInstance()->setBackend(nullptr);
+}
 
 std::vector<std::string> keys(const json::Object& obj) {
     std::vector<std::string> out;
@@ -352,7 +354,8 @@ std::string text(const json::Object& obj, const std::string& key) {
 }
 
 std::string checkGolden(const std::string& name, const std::string& rendered) {
-    const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/reports/" + name + ".json";
+    const std::string path =
+        std::string(KVI_SOURCE_DIR) + "/tests/golden/reports/" + name + ".json";
     const char* update = std::getenv("KVI_UPDATE_GOLDEN");
     if (update != nullptr && std::string(update) == "1") {
         std::ofstream out(path, std::ios::binary | std::ios::trunc);
@@ -369,7 +372,8 @@ std::string checkGolden(const std::string& name, const std::string& rendered) {
     if (expected == rendered + "\n") {
         return std::string();
     }
-    return "differs from " + path + "\n--- expected\n" + expected + "--- actual\n" + rendered + "\n";
+    return "differs from " + path + "\n--- expected\n" + expected + "--- actual\n" + rendered +
+           "\n";
 }
 
 } // namespace rt

@@ -14,12 +14,12 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/TzGuard.h"
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "firmware/kv.h"
+#include "tests/support/FakeController.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TzGuard.h"
 #include "json/elements.h"
 
 namespace rt {

@@ -23,7 +23,9 @@ struct TextCase {
     int rc = 0;
 };
 
-void PrintTo(const TextCase& c, std::ostream* os) { *os << c.what; }
+void PrintTo(const TextCase& c, std::ostream* os) {
+    *os << c.what;
+}
 
 class MemberText : public ::testing::TestWithParam<TextCase> {};
 
@@ -58,8 +60,8 @@ const TextCase kTexts[] = {
      [](ControllerSetup& s) { std::memcpy(s.mfg.sn, "ABCDEFGHIJKLMNOPQRS", 16); },
      &AdapterData::getShowBasic, "Serial Number", "ABCDEFGHIJKLMNOP"},
     {"revision cut at 8 characters",
-     [](ControllerSetup& s) { std::memcpy(s.mfg.rev, "12345678", 8); },
-     &AdapterData::getShowBasic, "Revision No", "12345678"},
+     [](ControllerSetup& s) { std::memcpy(s.mfg.rev, "12345678", 8); }, &AdapterData::getShowBasic,
+     "Revision No", "12345678"},
     {"type 1 withholds the revision", [](ControllerSetup& s) { s.controllerType = 1; },
      &AdapterData::getShowBasic, "Revision No", "NA"},
     {"no host information support: no slot line",
@@ -87,8 +89,9 @@ const TextCase kTexts[] = {
      &AdapterData::getBasicCtrlInfo, "Current Personality", "eHBA-Mode"},
     {"summary personality bit 8, OEM 0", [](ControllerSetup& s) { s.personality = 0x0C; },
      &AdapterData::getBasicCtrlInfo, "Current Personality", "SDS-Mode JBOD-Mode "},
-    {"summary personality bits 16-128 add nothing", [](ControllerSetup& s) { s.personality = 0xF0; },
-     &AdapterData::getBasicCtrlInfo, "Current Personality", ""},
+    {"summary personality bits 16-128 add nothing",
+     [](ControllerSetup& s) { s.personality = 0xF0; }, &AdapterData::getBasicCtrlInfo,
+     "Current Personality", ""},
     {"failed personality query drops the summary line",
      [](ControllerSetup& s) { s.personalityStatus = 0x03; }, &AdapterData::getBasicCtrlInfo,
      "Current Personality", "<absent>"},
@@ -141,7 +144,8 @@ const TextCase kTexts[] = {
     {"no device interface bit: no line",
      [](ControllerSetup& s) { std::memset(&s.info.deviceInterface, 0, 1); },
      &AdapterData::getShowBus, "Device Interface", "<absent>"},
-    {"SATA 1.5G only", [](ControllerSetup& s) {
+    {"SATA 1.5G only",
+     [](ControllerSetup& s) {
          std::memset(&s.info.deviceInterface, 0, 1);
          s.info.deviceInterface.SATA_1_5G = 1;
      },
@@ -175,15 +179,16 @@ const TextCase kTexts[] = {
     {"alarm query failing otherwise", [](ControllerSetup& s) { s.alarmStatus = 0x03; },
      &AdapterData::getShowHwConfig, "Alarm", "Unknown"},
     {"ROC temperature absent without sensor",
-     [](ControllerSetup& s) { s.info.hwPresent.tempSensorROC = 0; },
-     &AdapterData::getShowHwConfig, "ROC temperature(Degree Celsius)", "<absent>"},
+     [](ControllerSetup& s) { s.info.hwPresent.tempSensorROC = 0; }, &AdapterData::getShowHwConfig,
+     "ROC temperature(Degree Celsius)", "<absent>"},
     {"controller temperature absent without sensor",
-     [](ControllerSetup& s) { s.info.hwPresent.tempSensorCtrl = 0; },
-     &AdapterData::getShowHwConfig, "Ctrl temperature(Degree Celsius)", "<absent>"},
+     [](ControllerSetup& s) { s.info.hwPresent.tempSensorCtrl = 0; }, &AdapterData::getShowHwConfig,
+     "Ctrl temperature(Degree Celsius)", "<absent>"},
     {"type 1 chip revision", [](ControllerSetup& s) { s.controllerType = 1; },
      &AdapterData::getShowHwConfig, "ChipRevision", "NA"},
-    {"chip revision stops at a zero byte", [](ControllerSetup& s) { s.info.pci.chipRevision[1] = 0; },
-     &AdapterData::getShowHwConfig, "ChipRevision", " B"},
+    {"chip revision stops at a zero byte",
+     [](ControllerSetup& s) { s.info.pci.chipRevision[1] = 0; }, &AdapterData::getShowHwConfig,
+     "ChipRevision", " B"},
     {"Pellora size without battery bit", [](ControllerSetup& s) { s.info.hwPresent.bbu = 0; },
      &AdapterData::getShowHwConfig, "Pellora Flash Size", "NA"},
     {"Pellora size query failing", [](ControllerSetup& s) { s.flashStatus = 0x03; },
@@ -200,9 +205,8 @@ const TextCase kTexts[] = {
          s.info.hwPresent.bbu = 0;
      },
      &AdapterData::getShowHwConfig, "Energy Pack", "Absent"},
-    {"energy pack present",
-     [](ControllerSetup& s) { s.oemHp = true; }, &AdapterData::getShowHwConfig, "Energy Pack",
-     "Present"},
+    {"energy pack present", [](ControllerSetup& s) { s.oemHp = true; },
+     &AdapterData::getShowHwConfig, "Energy Pack", "Present"},
     // Supported operations.
     {"OEM 3 names the reconstruction rate", [](ControllerSetup& s) { s.oem = 3; },
      &AdapterData::getShowSupportedAdpOperations, "Reconstruction Rate", "Yes"},
@@ -210,8 +214,8 @@ const TextCase kTexts[] = {
      &AdapterData::getShowSupportedAdpOperations, "Reconstruct Rate", "Yes"},
     {"OEM 2 adds SystemPD", [](ControllerSetup& s) { s.oem = 2; },
      &AdapterData::getShowSupportedAdpOperations, "Support SystemPD", "Yes"},
-    {"no SystemPD for OEM 0", [](ControllerSetup&) {},
-     &AdapterData::getShowSupportedAdpOperations, "Support SystemPD", "<absent>"},
+    {"no SystemPD for OEM 0", [](ControllerSetup&) {}, &AdapterData::getShowSupportedAdpOperations,
+     "Support SystemPD", "<absent>"},
     {"FW triggered snapdump both bits set",
      [](ControllerSetup& s) {
          s.info.adapterOperationExt.adapterOperations5.FWTriggeredSnapDumpNotSupported = 1;
@@ -240,12 +244,12 @@ const TextCase kTexts[] = {
      &AdapterData::getShowPolicies, "Auto detect BackPlane", "disable both auto detect"},
     {"backplane 0", [](ControllerSetup& s) { s.prop.disableAutoDetectBackplane = 0; },
      &AdapterData::getShowPolicies, "Auto detect BackPlane", "SGPIO/i2c SEP"},
-    {"spin down 1", [](ControllerSetup& s) { s.mfc.spindownMode = 1; },
-     &AdapterData::getShowBoot, "Spin Down Mode", "Internal Only"},
-    {"spin down 3", [](ControllerSetup& s) { s.mfc.spindownMode = 3; },
-     &AdapterData::getShowBoot, "Spin Down Mode", "all"},
-    {"spin down 9", [](ControllerSetup& s) { s.mfc.spindownMode = 9; },
-     &AdapterData::getShowBoot, "Spin Down Mode", "None"},
+    {"spin down 1", [](ControllerSetup& s) { s.mfc.spindownMode = 1; }, &AdapterData::getShowBoot,
+     "Spin Down Mode", "Internal Only"},
+    {"spin down 3", [](ControllerSetup& s) { s.mfc.spindownMode = 3; }, &AdapterData::getShowBoot,
+     "Spin Down Mode", "all"},
+    {"spin down 9", [](ControllerSetup& s) { s.mfc.spindownMode = 9; }, &AdapterData::getShowBoot,
+     "Spin Down Mode", "None"},
     {"continue on error stops nothing", [](ControllerSetup& s) { s.bios.continueOnError = 1; },
      &AdapterData::getShowBoot, "Stop BIOS on Error", "Off"},
     // Cluster and schedules.
@@ -265,19 +269,22 @@ const TextCase kTexts[] = {
      &AdapterData::getShowClusterInfo, "Domain Id", ""},
     {"peer absent", [](ControllerSetup& s) { s.info.maxHANodes = 3; },
      &AdapterData::getShowClusterInfo, "Peer Controller Status", "Inactive"},
-    {"peer present", [](ControllerSetup& s) {
+    {"peer present",
+     [](ControllerSetup& s) {
          s.info.maxHANodes = 2;
          s.info.cluster.peerIsPresent = 1;
      },
      &AdapterData::getShowClusterInfo, "Peer Controller Status", "Active"},
     {"no incompatibility", [](ControllerSetup& s) { s.info.maxHANodes = 2; },
      &AdapterData::getShowClusterInfo, "Incompatible Details", "None"},
-    {"auto balance unsupported", [](ControllerSetup& s) {
+    {"auto balance unsupported",
+     [](ControllerSetup& s) {
          s.info.maxHANodes = 2;
          s.info.cluster.exclusiveLDNotSupported = 1;
      },
      &AdapterData::getShowClusterInfo, "Configuration Auto Balance", "Not supported"},
-    {"no auto balance line without exclusive bit", [](ControllerSetup& s) {
+    {"no auto balance line without exclusive bit",
+     [](ControllerSetup& s) {
          s.info.maxHANodes = 2;
          s.info.adapterOperations2.supportConfigAutoBalance = 1;
      },
@@ -288,28 +295,30 @@ const TextCase kTexts[] = {
      &AdapterData::getShowNextSchdTask, "Consistency Check Reoccurrence", "0 hrs"},
     {"CC continuous", [](ControllerSetup& s) { s.cc.execFreq = 0xFFFFFFFFu; },
      &AdapterData::getShowNextSchdTask, "Consistency Check Reoccurrence", "Continuous"},
-    {"extended CC form", [](ControllerSetup& s) {
+    {"extended CC form",
+     [](ControllerSetup& s) {
          s.info.adapterOperations3.supportMaxExtLDs = 1;
          s.ccExt.execFreq = 7200;
      },
      &AdapterData::getShowNextSchdTask, "Consistency Check Reoccurrence", "2 hrs"},
     {"PR frequency 0", [](ControllerSetup& s) { s.pr.execFreq = 0; },
      &AdapterData::getShowNextSchdTask, "Patrol Read Reoccurrence", "Unknown"},
-    {"extended PR form", [](ControllerSetup& s) {
+    {"extended PR form",
+     [](ControllerSetup& s) {
          s.info.adapterOperations3.supportMaxExtLDs = 1;
          s.prExt.execFreq = 7200;
      },
      &AdapterData::getShowNextSchdTask, "Patrol Read Reoccurrence", "2 hrs"},
-    {"CC start 5 March 2025 14:37", [](ControllerSetup&) {},
-     &AdapterData::getShowNextSchdTask, "Next Consistency check launch", "03/05/2025, 14:00:00"},
+    {"CC start 5 March 2025 14:37", [](ControllerSetup&) {}, &AdapterData::getShowNextSchdTask,
+     "Next Consistency check launch", "03/05/2025, 14:00:00"},
     {"OEM 2 omits the next learn", [](ControllerSetup& s) { s.oem = 2; },
      &AdapterData::getShowNextSchdTask, "Next Battery Learn", "<absent>"},
     {"OEM 2 keeps the learn recurrence", [](ControllerSetup& s) { s.oem = 2; },
      &AdapterData::getShowNextSchdTask, "Battery learn Reoccurrence", "672 hrs"},
-    {"OEMID 10", [](ControllerSetup& s) { s.oem = 10; }, &AdapterData::getShowNextSchdTask,
-     "OEMID", "SoftLayer"},
-    {"OEMID 11", [](ControllerSetup& s) { s.oem = 11; }, &AdapterData::getShowNextSchdTask,
-     "OEMID", "Unknown"},
+    {"OEMID 10", [](ControllerSetup& s) { s.oem = 10; }, &AdapterData::getShowNextSchdTask, "OEMID",
+     "SoftLayer"},
+    {"OEMID 11", [](ControllerSetup& s) { s.oem = 11; }, &AdapterData::getShowNextSchdTask, "OEMID",
+     "Unknown"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, MemberText, ::testing::ValuesIn(kTexts));

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "json/JsonWriter.h"
 #include "tests/reports/ReportRig.h"
 #include "tests/support/ReportSections.h"
+#include "json/JsonWriter.h"
 
 namespace {
 

@@ -19,12 +19,12 @@ constexpr std::uint32_t kJanuarySeconds = 790245000;
 
 struct TimeCase {
     const char* zone;
-    std::time_t host;         // host clock
-    std::uint32_t fw;         // controller clock and schedule times
-    const char* hostComma;    // "Current System Date/time"
-    const char* hostPlain;    // "System Time"
-    const char* controller;   // "Current Controller Date/Time"
-    const char* launch;       // "Next Patrol Read launch", "Next Battery Learn"
+    std::time_t host;       // host clock
+    std::uint32_t fw;       // controller clock and schedule times
+    const char* hostComma;  // "Current System Date/time"
+    const char* hostPlain;  // "System Time"
+    const char* controller; // "Current Controller Date/Time"
+    const char* launch;     // "Next Patrol Read launch", "Next Battery Learn"
 };
 
 class TimeLines : public ::testing::TestWithParam<TimeCase> {};

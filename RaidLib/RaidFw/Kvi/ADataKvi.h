@@ -599,7 +599,7 @@ public:
     template <typename Rec>
     static void schedLegacyExcludedToList(const Rec& rec, ArrayList<unsigned short>* out) {
         const unsigned n = rec.excludeLdCount < kSchedLegacyMaxExcluded ? rec.excludeLdCount
-                                                                       : kSchedLegacyMaxExcluded;
+                                                                        : kSchedLegacyMaxExcluded;
         for (unsigned i = 0; i < n; ++i) {
             out->add(rec.excludedLD[i]);
         }
@@ -630,8 +630,8 @@ public:
         rec.excludeLdCount = static_cast<std::uint8_t>(list.getCount());
         for (unsigned i = 0; i < list.getCount(); ++i) {
             const unsigned n = list.get(i) & 0xFFu;
-            rec.excludedLdMap.b[n / 8] = static_cast<std::uint8_t>(rec.excludedLdMap.b[n / 8] |
-                                                                   (1u << (n % 8)));
+            rec.excludedLdMap.b[n / 8] =
+                static_cast<std::uint8_t>(rec.excludedLdMap.b[n / 8] | (1u << (n % 8)));
         }
     }
     // True when a list cannot be stored because the controller uses the short
@@ -686,13 +686,12 @@ public:
                         unsigned int* outLength);
     // One write of the opcode's standard-size record: the caller's bytes
     // (1..record size) at its start, zeros after. -1 for no data or too much.
-    int featureWriteRecord(std::uint32_t opcode, const DCMD_MBOX& mbox,
-                           const unsigned char* data, unsigned int length);
+    int featureWriteRecord(std::uint32_t opcode, const DCMD_MBOX& mbox, const unsigned char* data,
+                           unsigned int length);
     // Header pass, then the page body (handed over without the request head;
     // an empty page is a null buffer of length 0). Provider check first.
     int featureReadConfigPage(unsigned char pageType, unsigned char pageNumber,
-                              unsigned int pageAddress, unsigned char** out,
-                              unsigned int* length);
+                              unsigned int pageAddress, unsigned char** out, unsigned int* length);
     // ==== END features helpers ====
 
 private:
@@ -731,7 +730,7 @@ private:
     bool kvMuxPropertiesChanged_ = false;
     bool kvCtrlPropertiesExtChanged_ = false;
     bool kvBIOSDataChanged_ = false;
-    int PendingCount = 0; // components in the pending image, as last read
+    int PendingCount = 0;  // components in the pending image, as last read
     char msgbuf[100] = {}; // scratch for report value texts
 
     // ---- request helpers (every operation sends through these) ----
@@ -789,8 +788,7 @@ private:
     // Reads one record into `member` (a new value-initialised T, replacing and
     // releasing any record held there) with an empty mailbox and length 0; on
     // failure releases it and nulls `member`. Returns the status.
-    template <typename T>
-    int readRecord(T*& member, std::uint32_t opcode) {
+    template <typename T> int readRecord(T*& member, std::uint32_t opcode) {
         delete member;
         member = new T();
         const int rc = sendDcmdRec(opcode, kviMbox(), member);

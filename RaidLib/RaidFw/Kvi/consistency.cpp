@@ -34,7 +34,9 @@ constexpr std::uint32_t kNoDelay = 0xFFFFFFFFu;
 constexpr std::uint32_t kMktimeFailure32 = 0xFFFFFFFFu;
 
 // execFreq as stored: 0 means "no delay", which the firmware knows as all ones.
-std::uint32_t storedDelay(std::uint32_t delay) { return delay == 0 ? kNoDelay : delay; }
+std::uint32_t storedDelay(std::uint32_t delay) {
+    return delay == 0 ? kNoDelay : delay;
+}
 
 } // namespace
 

@@ -850,8 +850,7 @@ int AdapterDataKvi::isCtrlhas64VDLimit() {
     if (rc != 0) {
         return 1;
     }
-    const std::size_t count =
-        std::min<std::size_t>(u32At(list, 4), list.size() - kLdListIdsOffset);
+    const std::size_t count = std::min<std::size_t>(u32At(list, 4), list.size() - kLdListIdsOffset);
     int result = 0;
     for (std::size_t i = 0; i < count; ++i) {
         if (list[kLdListIdsOffset + i] > 63) {

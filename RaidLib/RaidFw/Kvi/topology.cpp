@@ -20,10 +20,10 @@ namespace {
 
 using kvi::adapter::loadedAnswer;
 
-constexpr unsigned kMaxPhys = 24;       // entries of KV_SAS_PHY_CONNECTIONS
-constexpr unsigned kMaxConnectors = 8;  // entries of KV_SAS_CONNECTORS
-constexpr unsigned kMaxMuxes = 4;       // modes of KV_SAS_MUX_LIST
-constexpr unsigned kMaxLanes = 24;      // entries of the lane table
+constexpr unsigned kMaxPhys = 24;      // entries of KV_SAS_PHY_CONNECTIONS
+constexpr unsigned kMaxConnectors = 8; // entries of KV_SAS_CONNECTORS
+constexpr unsigned kMaxMuxes = 4;      // modes of KV_SAS_MUX_LIST
+constexpr unsigned kMaxLanes = 24;     // entries of the lane table
 constexpr std::size_t kLaneTableSize = 392;
 constexpr std::size_t kLaneEntrySize = 16;
 constexpr std::size_t kLaneEntriesOffset = 8;
@@ -32,7 +32,9 @@ constexpr std::size_t kConnectorNameSize = 16;
 // The tool's own interface level.
 constexpr unsigned short kAppApiLevel = 0;
 
-bool phyInRange(int phy) { return phy >= 0 && static_cast<unsigned>(phy) < kMaxPhys; }
+bool phyInRange(int phy) {
+    return phy >= 0 && static_cast<unsigned>(phy) < kMaxPhys;
+}
 
 } // namespace
 

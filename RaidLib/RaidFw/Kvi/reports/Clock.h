@@ -35,7 +35,9 @@ inline void setHostTime(std::time_t value) {
 }
 
 // Back to the real clock.
-inline void clearHostTime() { detail::hostClockState() = detail::HostClockState(); }
+inline void clearHostTime() {
+    detail::hostClockState() = detail::HostClockState();
+}
 
 // Fixes the host clock for one scope and restores the previous setting.
 class ScopedHostTime {

@@ -113,7 +113,7 @@ const char* componentLabel(const char* name) {
         const char* label;
     };
     static const Row kRows[] = {
-        {"APP", 3, "Firmware Version"},   {"BIOS", 4, "Bios Version"},
+        {"APP", 3, "Firmware Version"},    {"BIOS", 4, "Bios Version"},
         {"BTBL", 4, "Boot Block Version"}, {"NVDT", 4, "NVDATA Version"},
         {"BOOT", 4, "Bootloader Version"}, {"BCON", 4, "WebBIOS Version"},
         {"CTLR", 4, "Ctrl-R Version"},     {"CTLM", 4, "Ctrl-M Version"},
@@ -143,7 +143,7 @@ const KV_FLASH_COMP_INFO* ctrlInfoComponent(const KV_CTRL_INFO& info, std::size_
     }
     const unsigned char* base = reinterpret_cast<const unsigned char*>(&info);
     return reinterpret_cast<const KV_FLASH_COMP_INFO*>(base + arrayOffset +
-                                                        i * sizeof(KV_FLASH_COMP_INFO));
+                                                       i * sizeof(KV_FLASH_COMP_INFO));
 }
 
 } // namespace reports

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "firmware/kv.h"
-#include "json/elements.h"
 #include "provider/ControllerId.h"
+#include "json/elements.h"
 
 namespace kvi {
 namespace reports {
@@ -64,9 +64,15 @@ inline void putText(json::Object& obj, const std::string& key, const std::string
 inline void putNumber(json::Object& obj, const std::string& key, long value) {
     obj[key] = json::Number(value);
 }
-inline const char* yesNo(bool set) { return set ? "Yes" : "No"; }
-inline const char* onOff(bool set) { return set ? "On" : "Off"; }
-inline const char* presentAbsent(bool set) { return set ? "Present" : "Absent"; }
+inline const char* yesNo(bool set) {
+    return set ? "Yes" : "No";
+}
+inline const char* onOff(bool set) {
+    return set ? "On" : "Off";
+}
+inline const char* presentAbsent(bool set) {
+    return set ? "Present" : "Absent";
+}
 
 // The personality text of a personality bitmap: "RAID-Mode ", "HBA-Mode ",
 // "SDS-Mode " and, for bit 8, `oem2Text` when the OEM number is 2, else

@@ -28,20 +28,13 @@ json::Object imageSet(const KV_FLASH_COMP_INFO_LIST* list) {
         const char* key;
     };
     static const Row kRows[] = {
-        {"BIOS", 4, "BIOS Version"},
-        {"HIIM", 4, "HIIM Version"},
-        {"HIIA", 4, "HIIA Version"},
-        {"APP ", 4, "FW Version"},
-        {"NVDT", 4, "NVDATA Version"},
-        {"BOOT", 4, "BOOT Version"},
-        {"CPLD", 4, "CPLD Version"},
-        {"CTLR", 4, "CTLR Version"},
-        {"PCLI", 4, "PCLI Version"},
-        {"BTBL", 4, "Boot Block Version"},
-        {"SGFW", 4, "SGFW Version"},
-        {"MBBL", 4, "Master Boot Block Version"},
-        {"CBB ", 4, "CBB Version"},
-        {"PACKAGE", 7, "FW Package Build"},
+        {"BIOS", 4, "BIOS Version"},   {"HIIM", 4, "HIIM Version"},
+        {"HIIA", 4, "HIIA Version"},   {"APP ", 4, "FW Version"},
+        {"NVDT", 4, "NVDATA Version"}, {"BOOT", 4, "BOOT Version"},
+        {"CPLD", 4, "CPLD Version"},   {"CTLR", 4, "CTLR Version"},
+        {"PCLI", 4, "PCLI Version"},   {"BTBL", 4, "Boot Block Version"},
+        {"SGFW", 4, "SGFW Version"},   {"MBBL", 4, "Master Boot Block Version"},
+        {"CBB ", 4, "CBB Version"},    {"PACKAGE", 7, "FW Package Build"},
     };
     json::Object set;
     for (std::uint32_t i = 0;; ++i) {

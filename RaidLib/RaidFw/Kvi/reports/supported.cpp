@@ -264,8 +264,7 @@ void writeRow(json::Object& obj, const Capability& cap, const RowContext& ctx) {
         }
         break;
     case Row::ReconRate:
-        putText(obj,
-                keyWithName(cap.key, ctx.oem == 3 ? gResStr->STR_RECON_OBJ : "Reconstruct"),
+        putText(obj, keyWithName(cap.key, ctx.oem == 3 ? gResStr->STR_RECON_OBJ : "Reconstruct"),
                 yesNo(set));
         break;
     case Row::Battery:
