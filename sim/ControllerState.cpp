@@ -2,8 +2,7 @@
 
 namespace kvi::sim {
 namespace {
-template <class T>
-RecordSlot slot(const char* name, T& record) {
+template <class T> RecordSlot slot(const char* name, T& record) {
     return {name, reinterpret_cast<std::uint8_t*>(&record), sizeof(T)};
 }
 } // namespace

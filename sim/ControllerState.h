@@ -35,17 +35,17 @@ static_assert(sizeof(SimLaneConnections) == 392, "lane table is 392 bytes");
 // A status to answer instead of processing a request.
 struct Fault {
     std::uint32_t opcode = 0;
-    int mboxByte = -1;        // -1: any mailbox; else b[mboxByte] must equal mboxValue
+    int mboxByte = -1; // -1: any mailbox; else b[mboxByte] must equal mboxValue
     std::uint8_t mboxValue = 0;
     int status = 0;
-    std::string key;          // as written in the profile ("0x05010000@b0=2")
+    std::string key; // as written in the profile ("0x05010000@b0=2")
 };
 
 struct LockKeyState {
     bool assigned = false;
-    bool external = false;    // created through the external key manager (empty passphrase)
-    std::string salt;         // hex
-    std::string hash;         // hex of the keyed passphrase hash
+    bool external = false; // created through the external key manager (empty passphrase)
+    std::string salt;      // hex
+    std::string hash;      // hex of the keyed passphrase hash
     std::string keyId;
     std::uint32_t suggestions = 0; // passphrases suggested so far
 };
@@ -61,7 +61,7 @@ struct ControllerState {
     KV_BIOS_DATA bios{};
     KV_HOST_INFO host{};
     KV_MFC_MFG mfg{};
-    std::uint8_t mfg2[32]{};        // second manufacturing record: text at its start
+    std::uint8_t mfg2[32]{}; // second manufacturing record: text at its start
     KV_BBU_STATUS bbu{};
     KV_BBU_CAPACITY_INFO bbuCapacity{};
     KV_BBU_DESIGN_INFO bbuDesign{};
@@ -103,7 +103,7 @@ struct ControllerState {
     // Alarm presence is KV_CTRL_INFO.hwPresent.alarm.
     std::uint8_t alarmState = kAlarmUnset; // 0 disabled, 1 enabled, 2 silenced
     std::uint8_t haMode = 0;
-    std::uint32_t learnReadsLeft = 0; // battery status reads until a learn cycle ends
+    std::uint32_t learnReadsLeft = 0;    // battery status reads until a learn cycle ends
     std::vector<std::uint32_t> captured; // sequence numbers caught by event capture (newest last)
     LockKeyState lockKey;
     EventLog events;

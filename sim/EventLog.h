@@ -94,8 +94,8 @@ private:
     }
 
     std::uint32_t genFirst_ = 1, genCount_ = 0, genNewestTime_ = 0;
-    std::uint32_t nextSeq_ = 1;  // sequence number of the next event
-    std::uint32_t oldest_ = 1;   // oldest sequence number still held
+    std::uint32_t nextSeq_ = 1; // sequence number of the next event
+    std::uint32_t oldest_ = 1;  // oldest sequence number still held
     std::uint32_t clearSeq_ = 0, shutdownSeq_ = 0, bootSeq_ = 0;
     std::deque<SimEvent> stored_; // consecutive sequence numbers
 };

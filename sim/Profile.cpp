@@ -55,7 +55,8 @@ namespace fld = kvi::fields;
 
 constexpr int kMaxBaseDepth = 8;
 
-[[noreturn]] void fail(const std::string& file, const std::string& field, const std::string& reason) {
+[[noreturn]] void fail(const std::string& file, const std::string& field,
+                       const std::string& reason) {
     throw SimError(file + ": " + (field.empty() ? std::string() : field + ": ") + reason);
 }
 
@@ -198,8 +199,8 @@ void setField(std::uint8_t* image, const fld::RecordInfo& record, const std::str
                 fail(file, where, "malformed hex bytes");
             if (bytes.size() > f.byteSize())
                 fail(file, where,
-                     std::to_string(bytes.size()) + " bytes do not fit " + std::to_string(f.byteSize()) +
-                         " bytes");
+                     std::to_string(bytes.size()) + " bytes do not fit " +
+                         std::to_string(f.byteSize()) + " bytes");
             std::memset(image + f.offset, 0, f.byteSize());
             if (!bytes.empty())
                 std::memcpy(image + f.offset, bytes.data(), bytes.size());
@@ -220,8 +221,8 @@ void setField(std::uint8_t* image, const fld::RecordInfo& record, const std::str
                 fail(file, where, "expected an integer, got an array");
             if (value.size() > f.count)
                 fail(file, where,
-                     std::to_string(value.size()) + " values do not fit " + std::to_string(f.count) +
-                         " elements");
+                     std::to_string(value.size()) + " values do not fit " +
+                         std::to_string(f.count) + " elements");
             for (std::size_t i = 0; i < value.size(); ++i)
                 writeInteger(image, fld::FieldRef{&f, std::uint16_t(i)}, value[i], file,
                              where + "[" + std::to_string(i) + "]");
@@ -243,7 +244,8 @@ void setFields(std::uint8_t* image, const char* recordName, const json& fields,
         setField(image, *record, it.key(), it.value(), file, where + "." + it.key());
 }
 
-const json& need(const json& obj, const char* key, const std::string& file, const std::string& where) {
+const json& need(const json& obj, const char* key, const std::string& file,
+                 const std::string& where) {
     auto it = obj.find(key);
     if (it == obj.end())
         fail(file, where, std::string("missing \"") + key + "\"");
@@ -343,15 +345,16 @@ void applyFlash(ControllerState& st, const json& flash, const std::string& file)
         std::memset(st.info.pendingImageComponent, 0, sizeof st.info.pendingImageComponent);
         std::size_t n = std::min<std::size_t>(st.pending.size(), 8);
         if (n)
-            std::memcpy(st.info.pendingImageComponent, st.pending.data(), n * sizeof(KV_FLASH_COMP_INFO));
+            std::memcpy(st.info.pendingImageComponent, st.pending.data(),
+                        n * sizeof(KV_FLASH_COMP_INFO));
         st.info.pendingImageComponentCount = std::uint32_t(n);
     }
 }
 
 // Returns the number of entries set.
 template <class Entry>
-std::uint32_t applyEntryList(const json& list, const char* recordName, Entry* entries, std::size_t capacity,
-                             const std::string& file, const char* where) {
+std::uint32_t applyEntryList(const json& list, const char* recordName, Entry* entries,
+                             std::size_t capacity, const std::string& file, const char* where) {
     if (!list.is_array())
         fail(file, where, "expected an array");
     if (list.size() > capacity)
@@ -390,8 +393,8 @@ void applyLanes(ControllerState& st, const json& list, const std::string& file) 
         if (!list[i].is_object())
             fail(file, where, "expected an object of fields");
         for (auto it = list[i].begin(); it != list[i].end(); ++it)
-            setField(reinterpret_cast<std::uint8_t*>(&st.lanes.lane[i]), record, it.key(), it.value(),
-                     file, where + "." + it.key());
+            setField(reinterpret_cast<std::uint8_t*>(&st.lanes.lane[i]), record, it.key(),
+                     it.value(), file, where + "." + it.key());
     }
     st.lanes.count = std::uint32_t(list.size());
 }
@@ -415,11 +418,12 @@ void applySscVolumes(ControllerState& st, const json& list, const std::string& f
         fail(file, "sscVolumes", "more than " + std::to_string(kMaxSscVolumes) + " volumes");
     st.sscVolumes.clear();
     for (std::size_t i = 0; i < list.size(); ++i)
-        st.sscVolumes.push_back(
-            uintValue(list[i], 0xFFFFFFFFFFFFFFFFull, file, "sscVolumes[" + std::to_string(i) + "]"));
+        st.sscVolumes.push_back(uintValue(list[i], 0xFFFFFFFFFFFFFFFFull, file,
+                                          "sscVolumes[" + std::to_string(i) + "]"));
 }
 
-void applyEvents(ControllerState& st, const json& list, const Clock& clock, const std::string& file) {
+void applyEvents(ControllerState& st, const json& list, const Clock& clock,
+                 const std::string& file) {
     if (!list.is_array())
         fail(file, "events", "expected an array of events");
     std::uint32_t now = clock.firmwareTime();
@@ -428,9 +432,11 @@ void applyEvents(ControllerState& st, const json& list, const Clock& clock, cons
         const json& e = list[i];
         if (!e.is_object())
             fail(file, where, "expected an object");
-        checkKeys(e, {"code", "class", "locale", "argType", "args", "description", "age"}, file, where);
+        checkKeys(e, {"code", "class", "locale", "argType", "args", "description", "age"}, file,
+                  where);
         SimEvent ev;
-        ev.code = std::uint32_t(uintValue(need(e, "code", file, where), 0xFFFFFFFFu, file, where + ".code"));
+        ev.code = std::uint32_t(
+            uintValue(need(e, "code", file, where), 0xFFFFFFFFu, file, where + ".code"));
         if (e.contains("class")) {
             std::uint64_t u = 0;
             std::int64_t s = 0;
@@ -450,7 +456,8 @@ void applyEvents(ControllerState& st, const json& list, const Clock& clock, cons
             if (ev.args.size() > 96)
                 fail(file, where + ".args", "more than 96 argument bytes");
         }
-        ev.description = textValue(need(e, "description", file, where), 127, file, where + ".description");
+        ev.description =
+            textValue(need(e, "description", file, where), 127, file, where + ".description");
         std::uint64_t age = 0;
         if (e.contains("age"))
             age = uintValue(e["age"], 0xFFFFFFFFu, file, where + ".age");
@@ -509,7 +516,8 @@ void applyFaults(ControllerState& st, const json& faults, const std::string& fil
         f.status = int(s);
         // A later entry for the same opcode and qualifier replaces the earlier one.
         for (auto old = st.faults.begin(); old != st.faults.end(); ++old)
-            if (old->opcode == f.opcode && old->mboxByte == f.mboxByte && old->mboxValue == f.mboxValue) {
+            if (old->opcode == f.opcode && old->mboxByte == f.mboxByte &&
+                old->mboxValue == f.mboxValue) {
                 st.faults.erase(old);
                 break;
             }
@@ -536,7 +544,8 @@ void applyLockKey(ControllerState& st, const json& v, const std::string& file) {
     if (!v.is_object())
         fail(file, "lockKey", "expected an object");
     checkKeys(v, {"passphrase", "keyId"}, file, "lockKey");
-    std::string pass = textValue(need(v, "passphrase", file, "lockKey"), 32, file, "lockKey.passphrase");
+    std::string pass =
+        textValue(need(v, "passphrase", file, "lockKey"), 32, file, "lockKey.passphrase");
     if (pass.empty())
         fail(file, "lockKey.passphrase", "empty passphrase");
     std::string keyId;
@@ -589,10 +598,11 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
     const std::string& file = src.label;
     if (!doc.is_object())
         fail(file, "", "a profile is a JSON object");
-    checkKeys(doc,
-              {"base", "description", "comment", "records", "flash", "phys", "connectors", "mux",
-               "lanes", "events", "eventLog", "pci", "driver", "oem", "controllerType", "isOEMhp",
-               "haMode", "personality", "mfg2", "alarm", "lockKey", "sscVolumes", "fail"},
+    checkKeys(doc, {"base",     "description", "comment",     "records", "flash",
+                    "phys",     "connectors",  "mux",         "lanes",   "events",
+                    "eventLog", "pci",         "driver",      "oem",     "controllerType",
+                    "isOEMhp",  "haMode",      "personality", "mfg2",    "alarm",
+                    "lockKey",  "sscVolumes",  "fail"},
               file, "");
     if (doc.contains("base")) {
         if (!doc["base"].is_string())
@@ -601,7 +611,8 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
             fail(file, "base", "bases nest more than " + std::to_string(kMaxBaseDepth) + " deep");
         Source base = resolve(doc["base"].get<std::string>(), src.baseDir, file, "base");
         if (chain.count(base.label))
-            fail(file, "base", "profile \"" + doc["base"].get<std::string>() + "\" includes itself");
+            fail(file, "base",
+                 "profile \"" + doc["base"].get<std::string>() + "\" includes itself");
         applyLayer(st, base, clock, depth + 1, chain);
     }
     for (const char* key : {"description", "comment"})
@@ -615,7 +626,8 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
     if (doc.contains("flash"))
         applyFlash(st, doc["flash"], file);
     if (doc.contains("phys"))
-        st.phys.count = applyEntryList(doc["phys"], "KV_SAS_PHY_CONNECTION", st.phys.phy, 24, file, "phys");
+        st.phys.count =
+            applyEntryList(doc["phys"], "KV_SAS_PHY_CONNECTION", st.phys.phy, 24, file, "phys");
     if (doc.contains("connectors"))
         st.connectors.count = applyEntryList(doc["connectors"], "KV_SAS_CONNECTOR_INFO",
                                              st.connectors.connectors, 8, file, "connectors");
@@ -701,7 +713,8 @@ void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int 
         // nlohmann's message names the byte offset and what it expected.
         std::string what = e.what();
         std::size_t cut = what.find("] ");
-        fail(src.label, "", "malformed JSON: " + (cut == std::string::npos ? what : what.substr(cut + 2)));
+        fail(src.label, "",
+             "malformed JSON: " + (cut == std::string::npos ? what : what.substr(cut + 2)));
     }
     chain.insert(src.label);
     applyDocument(st, doc, src, clock, depth, chain);
@@ -737,8 +750,10 @@ std::unique_ptr<ControllerState> buildFromProfile(const std::string& profile, co
     return build(resolve(profile, "", "", ""), clock);
 }
 
-std::unique_ptr<ControllerState> buildFromProfileText(const std::string& text, const std::string& label,
-                                                      const std::string& baseDir, const Clock& clock) {
+std::unique_ptr<ControllerState> buildFromProfileText(const std::string& text,
+                                                      const std::string& label,
+                                                      const std::string& baseDir,
+                                                      const Clock& clock) {
     return build(Source{text, label, baseDir}, clock);
 }
 

@@ -59,19 +59,30 @@ constexpr int kBusy = KVI_STAT_BUSY;
 
 // Event locales (a bit set) and codes of the actions.
 enum Locale : std::uint16_t {
-    kLocCtrl = 0x0001, kLocPd = 0x0002, kLocLd = 0x0004, kLocBbu = 0x0008,
-    kLocConfig = 0x0010, kLocSas = 0x0040, kLocSecurity = 0x0080,
+    kLocCtrl = 0x0001,
+    kLocPd = 0x0002,
+    kLocLd = 0x0004,
+    kLocBbu = 0x0008,
+    kLocConfig = 0x0010,
+    kLocSas = 0x0040,
+    kLocSecurity = 0x0080,
 };
 
 // PR states.
-enum : std::uint8_t { kPrStopped = 0, kPrReady = 1, kPrActive = 2, kPrPaused = 3, kPrUserPaused = 4 };
+enum : std::uint8_t {
+    kPrStopped = 0,
+    kPrReady = 1,
+    kPrActive = 2,
+    kPrPaused = 3,
+    kPrUserPaused = 4
+};
 
 constexpr std::uint32_t kLearnActive = 1u << 6;
 constexpr std::uint32_t kLearnRequested = 1u << 5;
 
 std::uint32_t word(const std::uint8_t* m, int i) {
-    return std::uint32_t(m[4 * i]) | std::uint32_t(m[4 * i + 1]) << 8 | std::uint32_t(m[4 * i + 2]) << 16 |
-           std::uint32_t(m[4 * i + 3]) << 24;
+    return std::uint32_t(m[4 * i]) | std::uint32_t(m[4 * i + 1]) << 8 |
+           std::uint32_t(m[4 * i + 2]) << 16 | std::uint32_t(m[4 * i + 3]) << 24;
 }
 void putWord(std::uint8_t* m, int i, std::uint32_t v) {
     for (int k = 0; k < 4; ++k)
@@ -129,8 +140,9 @@ std::string keyedHash(const std::string& salt, const std::string& passphrase) {
 void assignLockKey(ControllerState& st, const std::string& passphrase, const std::string& keyId,
                    bool external) {
     std::string serial(st.mfg.sn, strnlen(st.mfg.sn, sizeof st.mfg.sn));
-    std::uint64_t seed = fnv1a(0xcbf29ce484222325ULL,
-                               serial + "/" + std::to_string(st.events.newestSeqNum()) + "/" + keyId);
+    std::uint64_t seed =
+        fnv1a(0xcbf29ce484222325ULL,
+              serial + "/" + std::to_string(st.events.newestSeqNum()) + "/" + keyId);
     std::uint8_t saltBytes[8];
     for (int i = 0; i < 8; ++i)
         saltBytes[i] = std::uint8_t(seed >> (8 * i));
@@ -170,8 +182,10 @@ bool fromHex(const std::string& text, std::vector<std::uint8_t>& out) {
         int v = 0;
         for (int k = 0; k < 2; ++k) {
             char c = text[2 * i + k];
-            int d = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                                   : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+            int d = c >= '0' && c <= '9'   ? c - '0'
+                    : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                    : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                           : -1;
             if (d < 0)
                 return false;
             v = v * 16 + d;
@@ -197,8 +211,12 @@ public:
 
 private:
     // ---- transfer checks ----
-    bool reads() const { return cmd_.direction == Direction::Read || cmd_.direction == Direction::Both; }
-    bool writes() const { return cmd_.direction == Direction::Write || cmd_.direction == Direction::Both; }
+    bool reads() const {
+        return cmd_.direction == Direction::Read || cmd_.direction == Direction::Both;
+    }
+    bool writes() const {
+        return cmd_.direction == Direction::Write || cmd_.direction == Direction::Both;
+    }
     // Answers a fixed-size record.
     int answer(const void* record, std::uint32_t size) {
         if (cmd_.length != size || !reads())
@@ -206,10 +224,7 @@ private:
         std::memcpy(cmd_.data, record, size);
         return kOk;
     }
-    template <class T>
-    int answer(const T& record) {
-        return answer(&record, sizeof(T));
-    }
+    template <class T> int answer(const T& record) { return answer(&record, sizeof(T)); }
     // Takes a fixed-size record from the host.
     bool take(void* record, std::uint32_t size) {
         if (cmd_.length != size || !writes())
@@ -230,15 +245,21 @@ private:
     bool alarmPresent() const { return st_.info.hwPresent.alarm != 0; }
     std::uint32_t drives() const;
     // The records are packed: their fields are read and written by value.
-    std::uint32_t prNextExec() const { return extendedSchedules(st_) ? st_.prExt.nextExec : st_.pr.nextExec; }
+    std::uint32_t prNextExec() const {
+        return extendedSchedules(st_) ? st_.prExt.nextExec : st_.pr.nextExec;
+    }
     void setPrNextExec(std::uint32_t v) {
         if (extendedSchedules(st_))
             st_.prExt.nextExec = v;
         else
             st_.pr.nextExec = v;
     }
-    std::uint32_t prExecFreq() const { return extendedSchedules(st_) ? st_.prExt.execFreq : st_.pr.execFreq; }
-    std::uint8_t prMode() const { return extendedSchedules(st_) ? st_.prExt.opMode : st_.pr.opMode; }
+    std::uint32_t prExecFreq() const {
+        return extendedSchedules(st_) ? st_.prExt.execFreq : st_.pr.execFreq;
+    }
+    std::uint8_t prMode() const {
+        return extendedSchedules(st_) ? st_.prExt.opMode : st_.pr.opMode;
+    }
     // The next start past "now", in whole periods from `nextExec`.
     std::uint32_t advanceSchedule(std::uint32_t nextExec, std::uint32_t freq) const;
 
@@ -271,7 +292,8 @@ private:
     bool handled_ = true;
 };
 
-void Firmware::log(std::uint32_t code, std::uint16_t locale, std::int8_t cls, const std::string& text) {
+void Firmware::log(std::uint32_t code, std::uint16_t locale, std::int8_t cls,
+                   const std::string& text) {
     SimEvent e;
     e.code = code;
     e.locale = locale;
@@ -329,7 +351,8 @@ int Firmware::properties(bool set) {
     if (st_.prop.ctrlProp1.alarmEnable != before)
         st_.alarmState = st_.prop.ctrlProp1.alarmEnable ? 1 : 0;
     mirrorProperties(st_);
-    log(0x0010, kLocCtrl, 0, ext ? "Controller properties (extension) changed" : "Controller properties changed");
+    log(0x0010, kLocCtrl, 0,
+        ext ? "Controller properties (extension) changed" : "Controller properties changed");
     return kOk;
 }
 
@@ -565,7 +588,8 @@ int Firmware::sasAddress() {
         return kBad;
     st_.mfc.sasAddr = addr;
     char text[80];
-    std::snprintf(text, sizeof text, "Controller SAS address set to %016llx", (unsigned long long)addr);
+    std::snprintf(text, sizeof text, "Controller SAS address set to %016llx",
+                  (unsigned long long)addr);
     log(0x0013, kLocSas, 0, text);
     return kOk;
 }
@@ -578,8 +602,9 @@ int Firmware::flashComponents() {
         return kBad;
     if (cmd_.length < 8 || !reads())
         return kBad;
-    const std::vector<KV_FLASH_COMP_INFO>& list =
-        m_[0] == 0 ? st_.running : m_[0] == 1 ? st_.pending : st_.backup;
+    const std::vector<KV_FLASH_COMP_INFO>& list = m_[0] == 0   ? st_.running
+                                                  : m_[0] == 1 ? st_.pending
+                                                               : st_.backup;
     std::memset(cmd_.data, 0, cmd_.length);
     std::uint32_t count = std::uint32_t(list.size());
     std::uint32_t size = 8 + count * std::uint32_t(sizeof(KV_FLASH_COMP_INFO));
@@ -587,7 +612,8 @@ int Firmware::flashComponents() {
     putWord(cmd_.data, 1, count);
     // As many entries as the transfer holds; a shorter transfer gets a cut list.
     std::uint32_t room = cmd_.length - 8;
-    std::uint32_t bytes = std::min<std::uint32_t>(room, count * std::uint32_t(sizeof(KV_FLASH_COMP_INFO)));
+    std::uint32_t bytes =
+        std::min<std::uint32_t>(room, count * std::uint32_t(sizeof(KV_FLASH_COMP_INFO)));
     if (bytes)
         std::memcpy(cmd_.data + 8, list.data(), bytes);
     return kOk;
@@ -598,7 +624,8 @@ int Firmware::ccProperties(bool set) {
     if (!zeroFrom(m_, 1) || m_[0] != (ext ? 1 : 0))
         return kBad;
     void* record = ext ? static_cast<void*>(&st_.ccExt) : static_cast<void*>(&st_.cc);
-    std::uint32_t size = ext ? sizeof(KV_CC_SCHEDULE_PROPERTIES_EXT) : sizeof(KV_CC_SCHEDULE_PROPERTIES);
+    std::uint32_t size =
+        ext ? sizeof(KV_CC_SCHEDULE_PROPERTIES_EXT) : sizeof(KV_CC_SCHEDULE_PROPERTIES);
     if (!set)
         return answer(record, size);
     if (cmd_.length != size || !writes())
@@ -628,7 +655,8 @@ int Firmware::lockKey() {
         if (!take(&p, sizeof p))
             return kBad;
         std::string pass, keyId;
-        if (!boundedText(p.lockKeyPassPhrase.passPhrase, sizeof p.lockKeyPassPhrase.passPhrase, pass) ||
+        if (!boundedText(p.lockKeyPassPhrase.passPhrase, sizeof p.lockKeyPassPhrase.passPhrase,
+                         pass) ||
             !boundedText(p.keyId, sizeof p.keyId, keyId))
             return kBad;
         if (key.assigned)
@@ -638,7 +666,8 @@ int Firmware::lockKey() {
             return kBad;
         assignLockKey(st_, pass, keyId, external);
         std::memset(&p, 0, sizeof p);
-        log(0x0070, kLocSecurity, 0, external ? "Lock key created through the key manager" : "Lock key created");
+        log(0x0070, kLocSecurity, 0,
+            external ? "Lock key created through the key manager" : "Lock key created");
         return kOk;
     }
     case KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE: {
@@ -646,9 +675,11 @@ int Firmware::lockKey() {
             return kBad;
         KV_CTRL_LOCK_KEY_PASSPHRASE out{};
         std::string serial(st_.mfg.sn, strnlen(st_.mfg.sn, sizeof st_.mfg.sn));
-        std::uint64_t h = fnv1a(0xcbf29ce484222325ULL, serial + "#" + std::to_string(key.suggestions));
+        std::uint64_t h =
+            fnv1a(0xcbf29ce484222325ULL, serial + "#" + std::to_string(key.suggestions));
         char text[33];
-        std::snprintf(text, sizeof text, "Kv#%08xSim%u", unsigned(h & 0xFFFFFFFFu), unsigned(key.suggestions % 100));
+        std::snprintf(text, sizeof text, "Kv#%08xSim%u", unsigned(h & 0xFFFFFFFFu),
+                      unsigned(key.suggestions % 100));
         std::memcpy(out.passPhrase, text, std::strlen(text));
         int status = answer(out);
         if (status == kOk)
@@ -685,7 +716,8 @@ int Firmware::lockKey() {
         if (!take(&r, sizeof r))
             return kBad;
         std::string pass;
-        bool ok = boundedText(r.lockKeyPassPhrase.passPhrase, sizeof r.lockKeyPassPhrase.passPhrase, pass);
+        bool ok = boundedText(r.lockKeyPassPhrase.passPhrase, sizeof r.lockKeyPassPhrase.passPhrase,
+                              pass);
         std::uint8_t escrowLen = r.escrow.escrowLockKeyLength;
         std::string current(reinterpret_cast<const char*>(r.escrow.escrowLockKey),
                             std::min<std::size_t>(escrowLen, sizeof r.escrow.escrowLockKey));
@@ -867,8 +899,8 @@ int Firmware::linkSpeed() {
         !(speed == 0 || speed == 1 || speed == 2 || speed == 4 || speed == 8))
         return kBad;
     st_.phys.phy[phy].linkSpeedControl = speed;
-    static const char* const names[] = {"no limit", "1.5 Gbps", "3.0 Gbps", "", "6.0 Gbps",
-                                        "", "", "", "12.0 Gbps"};
+    static const char* const names[] = {"no limit", "1.5 Gbps", "3.0 Gbps", "",         "6.0 Gbps",
+                                        "",         "",         "",         "12.0 Gbps"};
     char text[64];
     std::snprintf(text, sizeof text, "Link speed of phy %u set to %s", unsigned(phy), names[speed]);
     log(0x0080, kLocSas, 0, text);
@@ -900,7 +932,8 @@ int Firmware::driverVersion() {
     std::memcpy(v.driverSignature, "KVDRIVER", 8);
     std::memcpy(v.osName, "Linux", 5);
     std::memcpy(v.osVersion, "6.1", 3);
-    std::memcpy(v.driverName, st_.driverName.data(), std::min<std::size_t>(st_.driverName.size(), 19));
+    std::memcpy(v.driverName, st_.driverName.data(),
+                std::min<std::size_t>(st_.driverName.size(), 19));
     std::memcpy(v.driverVersion, st_.driverVersion.data(),
                 std::min<std::size_t>(st_.driverVersion.size(), 31));
     std::memcpy(v.driverReleaseDate, "2025-03-14", 10);
@@ -910,43 +943,63 @@ int Firmware::driverVersion() {
 int Firmware::run() {
     KV_CTRL_INFO& info = st_.info;
     switch (cmd_.opcode) {
-    case KV_DCMD_CTRL_GET_INFO: return ctrlInfo();
-    case KV_DCMD_CTRL_PROPERTIES_GET: return properties(false);
-    case KV_DCMD_CTRL_PROPERTIES_SET: return properties(true);
+    case KV_DCMD_CTRL_GET_INFO:
+        return ctrlInfo();
+    case KV_DCMD_CTRL_PROPERTIES_GET:
+        return properties(false);
+    case KV_DCMD_CTRL_PROPERTIES_SET:
+        return properties(true);
     case KV_DCMD_CTRL_ALARM_GET:
     case KV_DCMD_CTRL_ALARM_ENABLE:
     case KV_DCMD_CTRL_ALARM_DISABLE:
-    case KV_DCMD_CTRL_ALARM_SILENCE: return alarm();
+    case KV_DCMD_CTRL_ALARM_SILENCE:
+        return alarm();
     case KV_DCMD_CTRL_EVENT_GET_INFO:
     case KV_DCMD_CTRL_EVENT_CLEAR:
     case KV_DCMD_CTRL_EVENT_GET:
-    case KV_DCMD_CTRL_EVENT_COUNT: return eventList();
-    case KV_DCMD_CTRL_SHUTDOWN: return shutdown();
-    case KV_DCMD_CTRL_PR_GET_STATUS: return prStatus();
-    case KV_DCMD_CTRL_PR_GET_PROPERTIES: return prProperties(false);
-    case KV_DCMD_CTRL_PR_SET_PROPERTIES: return prProperties(true);
+    case KV_DCMD_CTRL_EVENT_COUNT:
+        return eventList();
+    case KV_DCMD_CTRL_SHUTDOWN:
+        return shutdown();
+    case KV_DCMD_CTRL_PR_GET_STATUS:
+        return prStatus();
+    case KV_DCMD_CTRL_PR_GET_PROPERTIES:
+        return prProperties(false);
+    case KV_DCMD_CTRL_PR_SET_PROPERTIES:
+        return prProperties(true);
     case KV_DCMD_CTRL_PR_START:
     case KV_DCMD_CTRL_PR_STOP:
-    case KV_DCMD_CTRL_PR_SUSPEND_RESUME: return prControl();
-    case KV_DCMD_CTRL_TIME_GET: return ctrlTime();
-    case KV_DCMD_CTRL_BIOS_DATA_GET: return bios(false);
-    case KV_DCMD_CTRL_BIOS_DATA_SET: return bios(true);
+    case KV_DCMD_CTRL_PR_SUSPEND_RESUME:
+        return prControl();
+    case KV_DCMD_CTRL_TIME_GET:
+        return ctrlTime();
+    case KV_DCMD_CTRL_BIOS_DATA_GET:
+        return bios(false);
+    case KV_DCMD_CTRL_BIOS_DATA_SET:
+        return bios(true);
     case KV_DCMD_CTRL_HOST_INFO_GET:
         if (!info.adapterOperations4.supportHostInfo)
             return kNoDcmd;
         return zeroFrom(m_, 0) ? answer(st_.host) : kBad;
-    case KV_DCMD_CTRL_SET_FACTORY_DEFAULTS: return factoryDefaults();
-    case KV_DCMD_CTRL_MFC_DEFAULTS_GET: return zeroFrom(m_, 0) ? answer(st_.mfc) : kBad;
+    case KV_DCMD_CTRL_SET_FACTORY_DEFAULTS:
+        return factoryDefaults();
+    case KV_DCMD_CTRL_MFC_DEFAULTS_GET:
+        return zeroFrom(m_, 0) ? answer(st_.mfc) : kBad;
     case KV_DCMD_CTRL_MFC_DEFAULTS_SET:
         if (!zeroFrom(m_, 0) || !take(&st_.mfc, sizeof st_.mfc))
             return kBad;
         log(0x0014, kLocCtrl, 0, "Manufacturing defaults changed");
         return kOk;
-    case KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET: return sasAddress();
-    case KV_DCMD_CTRL_MFC_MFG_GET: return zeroFrom(m_, 0) ? answer(st_.mfg) : kBad;
-    case KV_DCMD_CTRL_MFC_MFG_2_GET: return zeroFrom(m_, 0) ? answer(st_.mfg2, sizeof st_.mfg2) : kBad;
-    case KV_DCMD_CTRL_OEM_ID_GET: return zeroFrom(m_, 0) ? answer(&st_.oem, 4) : kBad;
-    case KV_DCMD_CTRL_FLASH_COMP_INFO_GET: return flashComponents();
+    case KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET:
+        return sasAddress();
+    case KV_DCMD_CTRL_MFC_MFG_GET:
+        return zeroFrom(m_, 0) ? answer(st_.mfg) : kBad;
+    case KV_DCMD_CTRL_MFC_MFG_2_GET:
+        return zeroFrom(m_, 0) ? answer(st_.mfg2, sizeof st_.mfg2) : kBad;
+    case KV_DCMD_CTRL_OEM_ID_GET:
+        return zeroFrom(m_, 0) ? answer(&st_.oem, 4) : kBad;
+    case KV_DCMD_CTRL_FLASH_COMP_INFO_GET:
+        return flashComponents();
     case KV_DCMD_CTRL_NVCACHE_ERASE: {
         if (!info.adapterOperations3.supportNVCacheErase)
             return kNoDcmd;
@@ -979,18 +1032,24 @@ int Firmware::run() {
     case KV_DCMD_BBU_GET_DESIGN_INFO:
     case KV_DCMD_BBU_LEARN:
     case KV_DCMD_BBU_PROPERTIES_GET:
-    case KV_DCMD_BBU_PROPERTIES_SET: return battery();
-    case KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET: return answerZeros(8);
-    case KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET: return zeroFrom(m_, 8) ? kOk : kBad;
+    case KV_DCMD_BBU_PROPERTIES_SET:
+        return battery();
+    case KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET:
+        return answerZeros(8);
+    case KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET:
+        return zeroFrom(m_, 8) ? kOk : kBad;
     case KV_DCMD_CTRL_DIAG_PHY_LOOPBACK:
         if (!zeroFrom(m_, 1) || m_[0] >= st_.phys.count)
             return kBad;
         if (cmd_.length > 0 && reads())
             std::memset(cmd_.data, 0, cmd_.length);
         return kOk;
-    case KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS: return zeroFrom(m_, 0) ? answer(st_.ccStatus) : kBad;
-    case KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES: return ccProperties(false);
-    case KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES: return ccProperties(true);
+    case KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS:
+        return zeroFrom(m_, 0) ? answer(st_.ccStatus) : kBad;
+    case KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES:
+        return ccProperties(false);
+    case KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES:
+        return ccProperties(true);
     case KV_DCMD_CTRL_LOCK_KEY_CREATE:
     case KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE:
     case KV_DCMD_CTRL_LOCK_KEY_KEYID_GET:
@@ -998,10 +1057,12 @@ int Firmware::run() {
     case KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW:
     case KV_DCMD_CTRL_LOCK_KEY_REKEY:
     case KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW:
-    case KV_DCMD_CTRL_LOCK_KEY_DESTROY: return lockKey();
+    case KV_DCMD_CTRL_LOCK_KEY_DESTROY:
+        return lockKey();
     case KV_DCMD_CTRL_AEC_CONTROL:
     case KV_DCMD_CTRL_AEC_GET:
-    case KV_DCMD_CTRL_AEC_GET_SETTINGS: return eventCapture();
+    case KV_DCMD_CTRL_AEC_GET_SETTINGS:
+        return eventCapture();
     case KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV:
         return kNoDcmd; // this firmware has no reduced mode to fall back to
     case KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET:
@@ -1028,7 +1089,8 @@ int Firmware::run() {
         info.adapterStatus.maintenanceMode = m_[0] & 3;
         log(0x0096, kLocCtrl, 0, m_[0] ? "Maintenance mode entered" : "Maintenance mode left");
         return kOk;
-    case KV_DCMD_CTRL_PERSONALITY_GET: return zeroFrom(m_, 0) ? answer(st_.personality) : kBad;
+    case KV_DCMD_CTRL_PERSONALITY_GET:
+        return zeroFrom(m_, 0) ? answer(st_.personality) : kBad;
     case KV_DCMD_CTRL_PERSONALITY_SET: {
         if (!info.adapterOperations3.supportPersonalityChange)
             return kNoDcmd;
@@ -1042,7 +1104,8 @@ int Firmware::run() {
         log(0x0095, kLocCtrl, 0, "Personality change requested; restart to apply");
         return kOk;
     }
-    case KV_DCMD_CTRL_PROFILE_LIST_GET: return answerZeros(8);
+    case KV_DCMD_CTRL_PROFILE_LIST_GET:
+        return answerZeros(8);
     case KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES:
     case KV_DCMD_CTRL_SNAPDUMP_SET_PROPERTIES:
     case KV_DCMD_CTRL_SNAPDUMP_GET:
@@ -1073,16 +1136,24 @@ int Firmware::run() {
         if (cmd_.opcode == KV_DCMD_CTRL_PSEC_IMPORT_CER && (cmd_.length == 0 || !writes()))
             return kBad;
         return kOk;
-    case KV_DCMD_CTRL_CONFIG_PAGE_GET: return answerZeros(1);
-    case KV_DCMD_LD_LIST_QUERY: return answerZeros(8);
-    case KV_DCMD_LD_GET_SPAN_LIST: return answerZeros(8);
-    case KV_DCMD_LD_GET_PINNED_LIST: return answerZeros(8);
+    case KV_DCMD_CTRL_CONFIG_PAGE_GET:
+        return answerZeros(1);
+    case KV_DCMD_LD_LIST_QUERY:
+        return answerZeros(8);
+    case KV_DCMD_LD_GET_SPAN_LIST:
+        return answerZeros(8);
+    case KV_DCMD_LD_GET_PINNED_LIST:
+        return answerZeros(8);
     case KV_DCMD_LD_DISCARD_PINNED:
         return (m_[1] == 1 && zeroFrom(m_, 2)) ? kOk : kBad;
-    case KV_DCMD_LD_SSCD_SET_LDS: return (cmd_.length >= 8 && writes()) ? kOk : kBad;
-    case KV_DCMD_LD_SSCD_GET_LDS: return answerZeros(8);
-    case KV_DCMD_CFG_READ: return configRead();
-    case KV_DCMD_CFG_GET_ALLOWED_OPS: return zeroFrom(m_, 0) ? answer(st_.allowedOps) : kBad;
+    case KV_DCMD_LD_SSCD_SET_LDS:
+        return (cmd_.length >= 8 && writes()) ? kOk : kBad;
+    case KV_DCMD_LD_SSCD_GET_LDS:
+        return answerZeros(8);
+    case KV_DCMD_CFG_READ:
+        return configRead();
+    case KV_DCMD_CFG_GET_ALLOWED_OPS:
+        return zeroFrom(m_, 0) ? answer(st_.allowedOps) : kBad;
     case KV_DCMD_CFG_AUTOCFG: {
         // w[0]: 0 and 3 read, 1 and 2 write the auto-configuration parameters.
         std::uint32_t sub = word(m_, 0);
@@ -1102,10 +1173,14 @@ int Firmware::run() {
         std::memcpy(cmd_.data, st_.autoConfig, n);
         return kOk;
     }
-    case KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS: return zeroFrom(m_, 0) ? answer(st_.phys) : kBad;
-    case KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST: return zeroFrom(m_, 0) ? answer(st_.mux) : kBad;
-    case KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST: return muxSet();
-    case KV_DCMD_SAS_CONFIG_GET_CONNECTORS: return zeroFrom(m_, 0) ? answer(st_.connectors) : kBad;
+    case KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS:
+        return zeroFrom(m_, 0) ? answer(st_.phys) : kBad;
+    case KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST:
+        return zeroFrom(m_, 0) ? answer(st_.mux) : kBad;
+    case KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST:
+        return muxSet();
+    case KV_DCMD_SAS_CONFIG_GET_CONNECTORS:
+        return zeroFrom(m_, 0) ? answer(st_.connectors) : kBad;
     case KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH:
         // The page request goes out and the page comes back in the same buffer;
         // this controller answers every page as all zeros after its header.
@@ -1114,7 +1189,8 @@ int Firmware::run() {
         if (reads() && cmd_.length > 4)
             std::memset(cmd_.data + 4, 0, cmd_.length - 4);
         return kOk;
-    case KV_DCMD_SAS_CONFIG_SET_LINK_SPEED: return linkSpeed();
+    case KV_DCMD_SAS_CONFIG_SET_LINK_SPEED:
+        return linkSpeed();
     case KV_DCMD_DPM_GET_CFG:
         if (m_[8] != 1 || !zeroFrom(m_, 9))
             return kBad;
@@ -1124,15 +1200,20 @@ int Firmware::run() {
             return kBad;
         std::memcpy(st_.dpm, m_, 8);
         return kOk;
-    case KV_DCMD_OOB_METHOD_SET: return zeroFrom(m_, 1) && take(st_.oob, sizeof st_.oob) ? kOk : kBad;
-    case KV_DCMD_OOB_METHOD_GET: return zeroFrom(m_, 1) ? answer(st_.oob, sizeof st_.oob) : kBad;
-    case KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS: return zeroFrom(m_, 0) ? answer(st_.lanes) : kBad;
-    case KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST: return answerZeros(8);
+    case KV_DCMD_OOB_METHOD_SET:
+        return zeroFrom(m_, 1) && take(st_.oob, sizeof st_.oob) ? kOk : kBad;
+    case KV_DCMD_OOB_METHOD_GET:
+        return zeroFrom(m_, 1) ? answer(st_.oob, sizeof st_.oob) : kBad;
+    case KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS:
+        return zeroFrom(m_, 0) ? answer(st_.lanes) : kBad;
+    case KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST:
+        return answerZeros(8);
     case KV_DCMD_PCIE_NVME_REPAIR:
         if (!info.adapterOperationExt.adapterOperations5.supportNVMeRepair)
             return kNoDcmd;
         return zeroFrom(m_, 1) ? kOk : kBad;
-    case KV_DRV_GET_DRIVER_VERSION: return zeroFrom(m_, 0) ? driverVersion() : kBad;
+    case KV_DRV_GET_DRIVER_VERSION:
+        return zeroFrom(m_, 0) ? driverVersion() : kBad;
     default:
         handled_ = false;
         return kNoDcmd;
@@ -1237,8 +1318,12 @@ int SimController::pciLocation(PciLocation& out) {
     return 0;
 }
 
-std::string SimController::driverName() { return state_->driverName; }
-std::string SimController::driverVersion() { return state_->driverVersion; }
+std::string SimController::driverName() {
+    return state_->driverName;
+}
+std::string SimController::driverVersion() {
+    return state_->driverVersion;
+}
 
 void SimController::setTraceLimit(std::size_t limit) {
     traceLimit_ = limit;

@@ -131,14 +131,20 @@ namespace {
 using json = nlohmann::json;
 constexpr int kStateVersion = 1;
 
-[[noreturn]] void stateError(const std::string& file, const std::string& field, const std::string& reason) {
+[[noreturn]] void stateError(const std::string& file, const std::string& field,
+                             const std::string& reason) {
     throw SimError(file + ": " + (field.empty() ? std::string() : field + ": ") + reason);
 }
 
 json eventJson(const SimEvent& e) {
-    return json{{"seq", e.seqNum}, {"time", e.timeStamp}, {"code", e.code}, {"locale", e.locale},
-                {"class", e.eventClass}, {"argType", e.argType},
-                {"args", toHex(e.args.data(), e.args.size())}, {"description", e.description}};
+    return json{{"seq", e.seqNum},
+                {"time", e.timeStamp},
+                {"code", e.code},
+                {"locale", e.locale},
+                {"class", e.eventClass},
+                {"argType", e.argType},
+                {"args", toHex(e.args.data(), e.args.size())},
+                {"description", e.description}};
 }
 
 json controllerJson(SimController& c) {
@@ -158,13 +164,23 @@ json controllerJson(SimController& c) {
         stored.push_back(eventJson(e));
     json faults = json::array();
     for (const Fault& f : st.faults)
-        faults.push_back(json{{"key", f.key}, {"opcode", f.opcode}, {"mboxByte", f.mboxByte},
-                              {"mboxValue", f.mboxValue}, {"status", f.status}});
+        faults.push_back(json{{"key", f.key},
+                              {"opcode", f.opcode},
+                              {"mboxByte", f.mboxByte},
+                              {"mboxValue", f.mboxValue},
+                              {"status", f.status}});
     return json{
         {"blocks", blocks},
-        {"flash", {{"running", list(st.running)}, {"backup", list(st.backup)}, {"pending", list(st.pending)}}},
-        {"pci", {{"domain", st.pci.domain}, {"bus", st.pci.bus}, {"device", st.pci.device},
-                 {"function", st.pci.function}, {"linkWidth", st.pci.linkWidth}}},
+        {"flash",
+         {{"running", list(st.running)},
+          {"backup", list(st.backup)},
+          {"pending", list(st.pending)}}},
+        {"pci",
+         {{"domain", st.pci.domain},
+          {"bus", st.pci.bus},
+          {"device", st.pci.device},
+          {"function", st.pci.function},
+          {"linkWidth", st.pci.linkWidth}}},
         {"driver", {{"name", st.driverName}, {"version", st.driverVersion}}},
         {"oem", st.oem},
         {"controllerType", st.controllerType},
@@ -174,12 +190,23 @@ json controllerJson(SimController& c) {
         {"learnReadsLeft", st.learnReadsLeft},
         {"captured", st.captured},
         {"sscVolumes", st.sscVolumes},
-        {"lockKey", {{"assigned", st.lockKey.assigned}, {"external", st.lockKey.external},
-                     {"salt", st.lockKey.salt}, {"hash", st.lockKey.hash}, {"keyId", st.lockKey.keyId},
-                     {"suggestions", st.lockKey.suggestions}}},
-        {"events", {{"genFirst", ev.genFirst}, {"genCount", ev.genCount}, {"genNewestTime", ev.genNewestTime},
-                    {"nextSeq", ev.nextSeq}, {"oldest", ev.oldest}, {"clearSeq", ev.clearSeq},
-                    {"shutdownSeq", ev.shutdownSeq}, {"bootSeq", ev.bootSeq}, {"stored", stored}}},
+        {"lockKey",
+         {{"assigned", st.lockKey.assigned},
+          {"external", st.lockKey.external},
+          {"salt", st.lockKey.salt},
+          {"hash", st.lockKey.hash},
+          {"keyId", st.lockKey.keyId},
+          {"suggestions", st.lockKey.suggestions}}},
+        {"events",
+         {{"genFirst", ev.genFirst},
+          {"genCount", ev.genCount},
+          {"genNewestTime", ev.genNewestTime},
+          {"nextSeq", ev.nextSeq},
+          {"oldest", ev.oldest},
+          {"clearSeq", ev.clearSeq},
+          {"shutdownSeq", ev.shutdownSeq},
+          {"bootSeq", ev.bootSeq},
+          {"stored", stored}}},
         {"faults", faults},
     };
 }
@@ -216,10 +243,12 @@ public:
             stateError(file_, where + key, "expected true or false");
         return v.get<bool>();
     }
-    std::string text(const json& obj, const std::string& key, const std::string& where, std::size_t max) const {
+    std::string text(const json& obj, const std::string& key, const std::string& where,
+                     std::size_t max) const {
         const json& v = at(obj, key, where);
         if (!v.is_string() || v.get<std::string>().size() > max)
-            stateError(file_, where + key, "expected a text of at most " + std::to_string(max) + " characters");
+            stateError(file_, where + key,
+                       "expected a text of at most " + std::to_string(max) + " characters");
         return v.get<std::string>();
     }
     void bytes(const json& obj, const std::string& key, const std::string& where, std::uint8_t* out,
@@ -236,7 +265,8 @@ private:
     std::string file_;
 };
 
-std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader& r, const std::string& where) {
+std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader& r,
+                                                    const std::string& where) {
     auto st = std::make_unique<ControllerState>();
     if (!c.is_object())
         stateError(r.file(), where, "expected an object");
@@ -253,7 +283,8 @@ std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader&
         lists[i]->resize(l.size());
         for (std::size_t k = 0; k < l.size(); ++k) {
             std::vector<std::uint8_t> b;
-            if (!l[k].is_string() || !fromHex(l[k].get<std::string>(), b) || b.size() != sizeof(KV_FLASH_COMP_INFO))
+            if (!l[k].is_string() || !fromHex(l[k].get<std::string>(), b) ||
+                b.size() != sizeof(KV_FLASH_COMP_INFO))
                 stateError(r.file(), where + "flash." + names[i] + "[" + std::to_string(k) + "]",
                            "expected 72 bytes of hex");
             std::memcpy(&(*lists[i])[k], b.data(), b.size());
@@ -299,7 +330,8 @@ std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader&
     st->lockKey.salt = r.text(key, "salt", where + "lockKey.", 64);
     st->lockKey.hash = r.text(key, "hash", where + "lockKey.", 64);
     st->lockKey.keyId = r.text(key, "keyId", where + "lockKey.", 255);
-    st->lockKey.suggestions = r.number<std::uint32_t>(key, "suggestions", where + "lockKey.", 0, 0xFFFFFFFFu);
+    st->lockKey.suggestions =
+        r.number<std::uint32_t>(key, "suggestions", where + "lockKey.", 0, 0xFFFFFFFFu);
     const json& ev = r.at(c, "events", where);
     std::string ew = where + "events.";
     EventLog::Snapshot s;
@@ -365,20 +397,23 @@ void writeAll(int fd, const std::string& data, const std::string& path) {
 void Simulator::saveState(const std::string& path) const {
     if (!refusedStatePath_.empty() && refusedStatePath_ == path)
         stateError(path, "", "not overwritten: the file could not be read as a simulator state");
-    json doc{{"kvictl_sim_state", kStateVersion}, {"profile", profile_}, {"controllers", json::array()}};
+    json doc{
+        {"kvictl_sim_state", kStateVersion}, {"profile", profile_}, {"controllers", json::array()}};
     for (const auto& c : controllers_)
         doc["controllers"].push_back(controllerJson(*c));
     std::string data = doc.dump(1) + "\n";
 
     std::size_t slash = path.rfind('/');
     std::string dir = slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
-    std::string tmpl = (slash == std::string::npos ? std::string("./") : path.substr(0, slash + 1)) + "." +
-                       path.substr(slash == std::string::npos ? 0 : slash + 1) + ".XXXXXX";
+    std::string tmpl =
+        (slash == std::string::npos ? std::string("./") : path.substr(0, slash + 1)) + "." +
+        path.substr(slash == std::string::npos ? 0 : slash + 1) + ".XXXXXX";
     std::vector<char> name(tmpl.begin(), tmpl.end());
     name.push_back('\0');
     int fd = ::mkstemp(name.data());
     if (fd < 0)
-        stateError(path, "", std::string("cannot create a temporary file: ") + std::strerror(errno));
+        stateError(path, "",
+                   std::string("cannot create a temporary file: ") + std::strerror(errno));
     std::string tmp(name.data());
     try {
         writeAll(fd, data, path);
@@ -431,7 +466,8 @@ void Simulator::loadState(const std::string& path) {
         std::vector<std::unique_ptr<SimController>> built;
         for (std::size_t i = 0; i < list.size(); ++i)
             built.push_back(std::make_unique<SimController>(
-                controllerFromJson(list[i], r, "controllers[" + std::to_string(i) + "]."), &clock_));
+                controllerFromJson(list[i], r, "controllers[" + std::to_string(i) + "]."),
+                &clock_));
         controllers_ = std::move(built);
         profile_ = profile;
         if (refusedStatePath_ == path)

@@ -43,12 +43,14 @@ inline Reply send(kvi::sim::SimController& c, std::uint32_t opcode, DCMD_MBOX mb
     if (data)
         std::memcpy(r.data.data(), data, dataSize < length ? dataSize : length);
     kvi::DirectCommand cmd;
-    cmd.kind = opcode == KV_DRV_GET_DRIVER_VERSION ? kvi::CommandKind::Driver : kvi::CommandKind::Firmware;
+    cmd.kind =
+        opcode == KV_DRV_GET_DRIVER_VERSION ? kvi::CommandKind::Driver : kvi::CommandKind::Firmware;
     cmd.opcode = opcode;
     std::memcpy(cmd.mbox, mbox.b, 12);
     cmd.data = length ? r.data.data() : nullptr;
     cmd.length = length;
-    cmd.direction = direction >= 0 ? static_cast<kvi::Direction>(direction) : tableDirection(opcode);
+    cmd.direction =
+        direction >= 0 ? static_cast<kvi::Direction>(direction) : tableDirection(opcode);
     if (length > 0 && cmd.direction == kvi::Direction::None)
         cmd.direction = kvi::Direction::Both;
     r.status = c.submit(cmd);
@@ -62,8 +64,7 @@ inline Reply sendRecord(kvi::sim::SimController& c, std::uint32_t opcode, const 
     return send(c, opcode, mbox, sizeof(T), &record, sizeof(T));
 }
 
-template <class T>
-inline T as(const Reply& r) {
+template <class T> inline T as(const Reply& r) {
     T v{};
     std::memcpy(&v, r.data.data(), r.data.size() < sizeof(T) ? r.data.size() : sizeof(T));
     return v;

@@ -126,7 +126,9 @@ template <class T> std::function<int(AdapterData&, unsigned)> setVal(int (Adapte
     return [fn](AdapterData& a, unsigned v) { return (a.*fn)(static_cast<T>(v)); };
 }
 
-void PrintTo(const Setting& s, std::ostream* os) { *os << s.name; }
+void PrintTo(const Setting& s, std::ostream* os) {
+    *os << s.name;
+}
 
 class SettingRoundtrip : public Roundtrip, public ::testing::WithParamInterface<Setting> {};
 
@@ -153,8 +155,9 @@ const Setting kSettings[] = {
     // controller properties (first half)
     {"RebuildRate", setPtr(&AdapterData::setRebuildRate), getter(&AdapterData::getRebuildRate), 55,
      &AdapterData::beginCtlrPropUpdate, &AdapterData::endCtlrPropUpdate},
-    {"PatrolReadRate", setPtr(&AdapterData::setpatrolReadRate), getter(&AdapterData::getpatrolReadRate), 17,
-     &AdapterData::beginCtlrPropUpdate, &AdapterData::endCtlrPropUpdate},
+    {"PatrolReadRate", setPtr(&AdapterData::setpatrolReadRate),
+     getter(&AdapterData::getpatrolReadRate), 17, &AdapterData::beginCtlrPropUpdate,
+     &AdapterData::endCtlrPropUpdate},
     {"CcRate", setPtr(&AdapterData::setccRate), getter(&AdapterData::getccRate), 44,
      &AdapterData::beginCtlrPropUpdate, &AdapterData::endCtlrPropUpdate},
     {"CacheFlushInterval", setPtr(&AdapterData::setcacheFlushInterval),
@@ -162,22 +165,24 @@ const Setting kSettings[] = {
      &AdapterData::endCtlrPropUpdate},
     {"JBOD", setPtr(&AdapterData::setJBODState), getter(&AdapterData::getJBODState), 1,
      &AdapterData::beginCtlrPropUpdate, &AdapterData::endCtlrPropUpdate},
-    {"SpinDownTime", setVal(&AdapterData::setSpinDownTime), getter(&AdapterData::getSpinDownTime), 90,
-     &AdapterData::beginCtlrPropUpdate, &AdapterData::endCtlrPropUpdate},
+    {"SpinDownTime", setVal(&AdapterData::setSpinDownTime), getter(&AdapterData::getSpinDownTime),
+     90, &AdapterData::beginCtlrPropUpdate, &AdapterData::endCtlrPropUpdate},
     // the property extension (second half)
     {"PredFailDAInterval", setVal(&AdapterData::setPredFailDAInterval),
      getter(&AdapterData::getPredFailDAInterval), 90, &AdapterData::beginCtlrPropUpdate,
      &AdapterData::endCtlrPropExtUpdate},
     // BIOS data
-    {"BiosStopOnError", setVal(&AdapterData::setbiosSOEStatus), getter(&AdapterData::getbiosSOEStatus), 1,
-     &AdapterData::beginBIOSDataUpdate, &AdapterData::endBIOSDataUpdate, 0},
+    {"BiosStopOnError", setVal(&AdapterData::setbiosSOEStatus),
+     getter(&AdapterData::getbiosSOEStatus), 1, &AdapterData::beginBIOSDataUpdate,
+     &AdapterData::endBIOSDataUpdate, 0},
     {"BiosAutoSelectBoot", setVal(&AdapterData::setbiosABS), getter(&AdapterData::getbiosABS), 1,
      &AdapterData::beginBIOSDataUpdate, &AdapterData::endBIOSDataUpdate, 0},
     {"BiosDeviceExposure", setVal(&AdapterData::setbiosDeviceExposure),
      getter(&AdapterData::getbiosDeviceExposure), 1, &AdapterData::beginBIOSDataUpdate,
      &AdapterData::endBIOSDataUpdate},
     // mux modes
-    {"MuxMode", [](AdapterData& a, unsigned v) { return a.setMuxMode(static_cast<unsigned char>(v), 1); },
+    {"MuxMode",
+     [](AdapterData& a, unsigned v) { return a.setMuxMode(static_cast<unsigned char>(v), 1); },
      [](AdapterData& a, unsigned* out) {
          unsigned char m = 0;
          int rc = a.getMuxMode(&m, 1);
@@ -188,7 +193,9 @@ const Setting kSettings[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Default, SettingRoundtrip, ::testing::ValuesIn(kSettings),
-                         [](const ::testing::TestParamInfo<Setting>& i) { return std::string(i.param.name); });
+                         [](const ::testing::TestParamInfo<Setting>& i) {
+                             return std::string(i.param.name);
+                         });
 
 // ---- settings written at once ----
 struct Immediate {
@@ -198,7 +205,9 @@ struct Immediate {
     unsigned long long expected;
 };
 
-void PrintTo(const Immediate& s, std::ostream* os) { *os << s.name; }
+void PrintTo(const Immediate& s, std::ostream* os) {
+    *os << s.name;
+}
 
 class ImmediateRoundtrip : public Roundtrip, public ::testing::WithParamInterface<Immediate> {};
 
@@ -222,10 +231,14 @@ const Immediate kImmediate[] = {
          return rc;
      },
      4},
-    {"SasAddressInTheMailbox", [](AdapterData& a) { return a.adpSetSASAdd(0x500605B0000A1230ULL, true); },
-     [](AdapterData& a, unsigned long long* out) { return a.getAdpSASAddress(out); }, 0x500605B0000A1230ULL},
-    {"SasAddressInTheRecord", [](AdapterData& a) { return a.adpSetSASAdd(0x500605B0000B4560ULL, false); },
-     [](AdapterData& a, unsigned long long* out) { return a.getAdpSASAddress(out); }, 0x500605B0000B4560ULL},
+    {"SasAddressInTheMailbox",
+     [](AdapterData& a) { return a.adpSetSASAdd(0x500605B0000A1230ULL, true); },
+     [](AdapterData& a, unsigned long long* out) { return a.getAdpSASAddress(out); },
+     0x500605B0000A1230ULL},
+    {"SasAddressInTheRecord",
+     [](AdapterData& a) { return a.adpSetSASAdd(0x500605B0000B4560ULL, false); },
+     [](AdapterData& a, unsigned long long* out) { return a.getAdpSASAddress(out); },
+     0x500605B0000B4560ULL},
     {"AlarmDisabled", [](AdapterData& a) { return a.setalarmState(0); },
      [](AdapterData& a, unsigned long long* out) {
          unsigned char s = 9;
@@ -265,7 +278,9 @@ const Immediate kImmediate[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Default, ImmediateRoundtrip, ::testing::ValuesIn(kImmediate),
-                         [](const ::testing::TestParamInfo<Immediate>& i) { return std::string(i.param.name); });
+                         [](const ::testing::TestParamInfo<Immediate>& i) {
+                             return std::string(i.param.name);
+                         });
 
 TEST_F(Roundtrip, AlarmEnableAfterDisableShowsInTheProperties) {
     ASSERT_EQ(fresh()->setalarmState(0), 0);
@@ -495,7 +510,8 @@ TEST_F(Roundtrip, SscSizeSumsTheVolumesOfTheProfile) {
     ASSERT_EQ(fresh()->getCurrentConfigSSCSize(&blocks), 0);
     EXPECT_EQ(blocks, 2097152u + 1048576u + 256u);
     ASSERT_EQ(backend().trace().size(), 2u);
-    EXPECT_EQ(backend().trace()[1].length, 8u + 3 * 8u) << "the body is read at the size the head gave";
+    EXPECT_EQ(backend().trace()[1].length, 8u + 3 * 8u)
+        << "the body is read at the size the head gave";
 }
 
 TEST_F(Roundtrip, SscVolumesSurviveTheStateFile) {
@@ -513,7 +529,8 @@ TEST_F(Roundtrip, SscVolumesSurviveTheStateFile) {
 
 // ---- SMP to an expander ----
 TEST_F(Roundtrip, ExpanderAnswersReportGeneralOnlyAtItsAddress) {
-    loadOnDefault(R"("phys": [{"sasAddr": "0x500605b000e0c0ff", "phyIdentifier": 0, "connectorIndex": 0,
+    loadOnDefault(
+        R"("phys": [{"sasAddr": "0x500605b000e0c0ff", "phyIdentifier": 0, "connectorIndex": 0,
                                "deviceType": 2, "smpTarget": 1, "linkSpeedControl": 8, "currentSpeed": 8}])");
     unsigned char phys = 0;
     ASSERT_EQ(fresh()->GetExpanderNumPhy(0x500605B000E0C0FFULL, &phys), 0);

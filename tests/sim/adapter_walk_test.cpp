@@ -26,12 +26,12 @@
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
-#include "json/elements.h"
 #include "provider/Controller.h"
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
 #include "util/ArList.h"
+#include "json/elements.h"
 
 namespace {
 
@@ -46,8 +46,7 @@ template <class T> struct Arg<T, std::enable_if_t<std::is_arithmetic<T>::value>>
     T get() { return T(); }
 };
 
-template <class T>
-struct Arg<T*, std::enable_if_t<std::is_arithmetic<T>::value && !isByte<T>()>> {
+template <class T> struct Arg<T*, std::enable_if_t<std::is_arithmetic<T>::value && !isByte<T>()>> {
     T v = T();
     T* get() { return &v; }
 };
@@ -151,7 +150,9 @@ struct Operation {
 // Operations whose plain arguments need a value a user would give.
 std::vector<Operation> explicitCalls() {
     std::vector<Operation> ops;
-    auto add = [&](const char* n, std::function<void(AdapterData&)> f) { ops.push_back({n, std::move(f)}); };
+    auto add = [&](const char* n, std::function<void(AdapterData&)> f) {
+        ops.push_back({n, std::move(f)});
+    };
     add("setBootVd(VirtualDisk*)", [](AdapterData& a) {
         VirtualDisk vd(1);
         (void)a.setBootVd(&vd);
@@ -174,129 +175,143 @@ namespace {
 #define OP(n) {#n, [](AdapterData& a) { invoke(a, &AdapterData::n); }},
 const std::vector<Operation>& generatedCalls() {
     static const std::vector<Operation> ops = {
-    OP(getRebuildRate) OP(getseqNum) OP(getpredFailPollInterval) OP(getintThrottleCount)
-    OP(getintThrottleTimeUs) OP(getpatrolReadRate) OP(getbgiRate) OP(getccRate) OP(getreconRate)
-    OP(getcacheFlushInterval) OP(getspinupDriveCount) OP(getspinupDelay) OP(getclusterState)
-    OP(getBatteryWarningState) OP(getEccBucketSize) OP(getEccBucketLeakRate) OP(getEccBucketCount)
-    OP(getmemUnCorrectableErrorCount) OP(getAbortCCOnError) OP(getcoercionMode) OP(getautoRbldState)
-    OP(getalarmState) OP(getCopyBackState) OP(getJBODState) OP(isJBODSupported)
-    OP(getCacheBypassState) OP(getSMARTCopyBackState) OP(getSSDSMARTCopyBackState)
-    OP(getEnableSpinDnUnconfState) OP(getDisableSpinDnHSState) OP(getSpinDownTime)
-    OP(getLoadBalanceState) OP(getNCQState) OP(getMaintPDFailHistState)
-    OP(getExposeEnclDevicesState) OP(getAutoEnhancedImportState) OP(getUseFDEOnlyEncrypt)
-    OP(getPrCorrectUncfgdAreas) OP(getSSDPatrolReadState) OP(getRevertibleHotSparesState)
-    OP(getKeyID) OP(getHostInfo) OP(getRestoreHotSpareOnInsertState) OP(getOnlineCtrlResetState)
-    OP(getSesMultiPathConfig) OP(getBootWithPinnedCacheState) OP(getImmediateIO)
-    OP(getDriveActivityLED) OP(getLargeIOSupport) OP(getFlushWriteVerify) OP(getDPMCfg)
-    OP(setDPMState) OP(isExtMfgVPDFlashSupported) OP(setRebuildRate) OP(setseqNum)
-    OP(setpredFailPollInterval) OP(setintThrottleCount) OP(setintThrottleTimeUs)
-    OP(setpatrolReadRate) OP(setbgiRate) OP(setccRate) OP(setreconRate) OP(setcacheFlushInterval)
-    OP(setspinupDriveCount) OP(setspinupDelay) OP(setclusterState) OP(setBatteryWarningState)
-    OP(setEccBucketSize) OP(setEccBucketLeakRate) OP(setAbortCCOnError) OP(setcoercionMode)
-    OP(setautoRbldState) OP(setalarmState) OP(setCopyBackState) OP(setJBODState)
-    OP(setCacheBypassState) OP(setSMARTCopyBackState) OP(setSSDSMARTCopyBackState)
-    OP(setEnableSpinDnUnconfState) OP(setDisableSpinDnHSState) OP(setSpinDownTime)
-    OP(setLoadBalanceState) OP(setNCQState) OP(setMaintPDFailHistState)
-    OP(setAutoEnhancedImportState) OP(setUseFDEOnlyEncrypt) OP(setPrCorrectUncfgdAreas)
-    OP(setSSDPatrolReadState) OP(setKeyID) OP(setFlushWriteVerify) OP(beginCtlrPropUpdate)
-    OP(endCtlrPropUpdate) OP(endCtlrPropExtUpdate) OP(setRestoreHotSpareOnInsertState)
-    OP(setOnlineCtrlResetState) OP(setSesMultiPathConfig) OP(setBootWithPinnedCacheState)
-    OP(setImmediateIO) OP(setDriveActivityLED) OP(setLargeIOSupport) OP(getProfileData)
-    OP(setExposeEnclDevicesState) OP(getProfileMgmtSupport) OP(getShowBasic) OP(getShowVersion)
-    OP(getShowBus) OP(getShowPendingImages) OP(getShowStatus) OP(getShowSupportedAdpOperations)
-    OP(getShowSupportedPDOperations) OP(getSecureEKMSDetails) OP(getShowSupportedVDOperations)
-    OP(getShowHwConfig) OP(getShowPolicies) OP(getShowBoot) OP(getShowClusterInfo)
-    OP(getShowDefaults) OP(getShowCapabilities) OP(getShowNextSchdTask) OP(getBasicCtrlInfo)
-    OP(getShowDualImages) OP(showSSCDFlush) OP(startDiagPhyLoopBackTest) OP(getbiosStatus)
-    OP(setbiosStatus) OP(getbiosSOEStatus) OP(setbiosSOEStatus) OP(getbiosBEStatus)
-    OP(setbiosBEStatus) OP(getbiosHCOEStatus) OP(setbiosHCOEStatus) OP(getbiosHSMStatus)
-    OP(setbiosHSMStatus) OP(getbiosABS) OP(setbiosABS) OP(setbiosDeviceExposure)
-    OP(getbiosDeviceExposure) OP(unsetBootVd) OP(getBootVdId) OP(getBootPdDevId) OP(getFwVersion)
-    OP(getlocaleFwVersion) OP(getBIOSVersion) OP(getProductName) OP(getPackageVersion)
-    OP(getBootBlkVersion) OP(beginBIOSDataUpdate) OP(endBIOSDataUpdate) OP(setfactoryDefaults)
-    OP(flushCache) OP(clearEventLog) OP(getEventLogInfo) OP(getEventCnt) OP(getEventList)
-    OP(startPr) OP(stopPr) OP(setPrMode) OP(getPrMode) OP(getPrState) OP(getPrNumIteration)
-    OP(getPrNumPdComplete) OP(getPrExecDelay) OP(setPrExecDelay) OP(getPrConcurrentPd)
-    OP(getMaxConcurrentPD) OP(setMaxConcurrentPD) OP(setPrStartTime) OP(getPatrolReadSchedStartTime)
-    OP(setPRSchedExcludedLdList) OP(getPRSchedExcludedLdList) OP(ccSchedSupported)
-    OP(setCcSchedMode) OP(getCcSchedMode) OP(getCcSchedExecDelay) OP(setCcScExecDelay)
-    OP(getCcSchedStartTime) OP(setCcScStartTime) OP(getCcSchedState) OP(getCcSchedNumIteration)
-    OP(getCcSchedNumLdDone) OP(getCcSchedExcludedLdList) OP(startDiag) OP(adpBBUTest)
-    OP(isAllowMixInLd) OP(isAllowHDDSSDMix) OP(isAllowSSDMixInLd) OP(getDefaultWrPolicy)
-    OP(getDefaultRdPolicy) OP(getDefaultCachePolicy) OP(getDefaultDiskCachePolicy)
-    OP(getDefaultWriteCacheBadBBU) OP(getDiskCertificationPolicy) OP(getValidWrPolicyLst)
-    OP(getValidRdPolicyLst) OP(getValidCachePolicy) OP(isDskCachePlChnglb) OP(isWritePolicy)
-    OP(getMinStrpSz) OP(getMaxStrpSz) OP(getValidStrpSzLst) OP(getDefaultStrpSz)
-    OP(isMultiSpanRaidLevel) OP(getMinSpanCount) OP(getMaxSpanCount) OP(getMinPdPerSpan)
-    OP(getMaxPdPerSpan) OP(getSupportedRaidLevels) OP(isPRL11Supported) OP(isSRL03Supported)
-    OP(getMaxAllowedVd) OP(isSlicingSupportedWithSpanning) OP(adpShutDown) OP(adpRestart)
-    OP(doesFWSupportAllowedOpValdation) OP(isAddConfigAllowed) OP(isClearConfigAllowed)
-    OP(isGen2Card) OP(isNewFrnCfgAPISupported) OP(isEnclEnumSupported) OP(moreThan8Phys)
-    OP(isExpanderPresent) OP(isAlarmPresent) OP(getMuxCount) OP(getMuxMode) OP(setMuxMode)
-    OP(beginMuxModeUpdate) OP(endMuxModeUpdate) OP(getConnectorCount) OP(getConnectorLocation)
-    OP(getConnectorName) OP(getConnectorsValue) OP(readManufacturingPage) OP(writeManufacturingPage)
-    OP(getConfigPageGeneric) OP(getConfigPageInfo) OP(getConfigPageInfoMPI2) OP(getPhyCount)
-    OP(isPhyDisable) OP(getSASAddress) OP(getSASPortNumber) OP(getSASPortNumberValid)
-    OP(getConnectorIndex) OP(getLinkSpeed) OP(getPhyConnection) OP(setLinkSpeed)
-    OP(getAllLaneConnectionInfo) OP(getLaneConnectionInfo) OP(getAdpSASAddress) OP(adpSetSASAdd)
-    OP(getMaxLdPerArray) OP(isSecurityEnabled) OP(createLockKey) OP(rekeyLock) OP(lockKeyFromEscrow)
-    OP(verifyLockKey) OP(getSuggestedSecurityKey) OP(destroyLockKey) OP(isLockKeyAssigned)
-    OP(isLockKeyFailed) OP(isPassPhraseError) OP(islockKeyRebootRequired) OP(getSecurityKeyPerPD)
-    OP(setSecurityKeyPerPD) OP(getSecureAllPDs) OP(setSecureAllPDs) OP(getPreservedCacheVDBits)
-    OP(getPreservedCacheVDBitsExt) OP(clearPreservedCacheData) OP(isTreatR1EAsR10)
-    OP(isAutoSnapshotSupported) OP(getDefaultSnapshotSpace) OP(setDefaultSnapshotSpace)
-    OP(getDefaultViewSpace) OP(setDefaultViewSpace) OP(getAutoSnapshotSpace)
-    OP(setAutoSnapshotSpace) OP(isSnapshotSupported) OP(getSnapshotState)
-    OP(getMaxConfigurableSSCSize) OP(getCurrentSSCSize) OP(getCurrentConfigSSCSize)
-    OP(getSupportedRaidLevelsForBV) OP(sscForceFlush) OP(isEKMSupported) OP(createLockKeyUseEKMS)
-    OP(RekeyLockKeyinEKMS) OP(getlockKeyBinding) OP(getbiosEKMStatus) OP(startAEC) OP(stopAEC)
-    OP(disableAEC) OP(setAECCaptureMode) OP(getAEC) OP(showAECSettings) OP(filterAECMask)
-    OP(getPreventPIImport) OP(setPreventPIImport) OP(getPreventEnablePI) OP(setPreventEnablePI)
-    OP(isPISupported) OP(getfailPdOnSmartError) OP(setfailPdOnSmartError) OP(getForceSGPIO)
-    OP(setForceSGPIO) OP(getBatteryState) OP(getBatteryTemperature) OP(getBatteryTemperatureStatus)
-    OP(getBatteryType) OP(getBatterySubType) OP(getBatteryDeviceName)
-    OP(getBatteryDesignInfoTransparentLearnsSupport) OP(isBBUTransparentLearnSet)
-    OP(isI2cErrorsDetected) OP(getBatteryFullCapacity) OP(getBatteryRemainingCapacity)
-    OP(getBattRelativeStateOfCharge) OP(getBattAvgTimeToEmpty) OP(getBatteryAutoLearnMode)
-    OP(getBatteryAutoLearnPeriod) OP(getBatteryNextLearnTime) OP(setBatteryAutoLearnMode)
-    OP(getWritePolicyChngReason) OP(getUseGlobalSparesForEmergency) OP(getUseUnconfGoodForEmergency)
-    OP(getUseEmergencySparesForSMARTer) OP(setUseUnconfGoodForEmergency)
-    OP(setUseEmergencySparesForSMARTer) OP(setUseGlobalSparesForEmergency) OP(clearAECMask)
-    OP(isBreakMirrorSupported) OP(getautoDetectBackPlaneState) OP(setautoDetectBackPlaneState)
-    OP(isDiskActivityUsedForLocate) OP(setUseDiskActivityForLocate) OP(getConfigAutoBalance)
-    OP(setConfigAutoBalance) OP(isPowerSavingsSupported) OP(getDefaultLDPSPolicy)
-    OP(setDefaultLDPSPolicy) OP(getDisableLDPSInterval) OP(setDisableLDPSInterval)
-    OP(getDisableLdPsTime) OP(setDisableLdPsTime) OP(getSpinUpEncDrvCnt) OP(setSpinUpEncDrvCnt)
-    OP(getSpinUpEncDelay) OP(setSpinUpEncDelay) OP(isCpldSupported) OP(suspendPr) OP(resumePr)
-    OP(getSSDPrStatus) OP(setSSDPrStatus) OP(setEPDPrStatus) OP(getPerfMode) OP(isCbsupported)
-    OP(getLDRestriction) OP(setLDRestriction) OP(startManualLearnCycle) OP(getControllerInfo)
-    OP(getSscdTargetIds) OP(setSscdTargetIds) OP(isBatteryHWPresent) OP(getBbuStatus)
-    OP(getBbuFwStatus) OP(isBBUPresent) OP(isBriskoPresent) OP(getBbuOverallStatus)
-    OP(getCtrlInfoBbu) OP(getWrPolicyDefaultChng) OP(getValidWrPolicyLstChng) OP(getFwBootTypeMode)
-    OP(setFwBootTypeMode) OP(getDisableSESMonitoring) OP(setDisableSESMonitoring)
-    OP(getLimitMaxRateSATA3G) OP(setLimitMaxRateSATA3G) OP(isBlockSSDWriteCacheChange)
-    OP(isSecurityOnJBODSupported) OP(isSupportAllowedOpsforDrvRemoval) OP(isLargeIOSupported)
-    OP(moreThan16Phys) OP(doesAppNeedToBeUpdated) OP(doesFwNeedToBeUpdated) OP(getOem)
-    OP(isCtrlhas64VDLimit) OP(getIOVPrivateInfo) OP(downgrade) OP(getAutoConfigParam)
-    OP(setAutoConfigParam) OP(getAutoPDCache) OP(setAutoPDCache) OP(getCtrlManfactureSno)
-    OP(getPortCount) OP(getVdCount) OP(setAllCopyback) OP(getMemScrubPatterns)
-    OP(setMemScrubPattern) OP(adpFlashErase) OP(getHDDThermalPollInterval)
-    OP(setHDDThermalPollInterval) OP(getSSDThermalPollInterval) OP(setSSDThermalPollInterval)
-    OP(getJbodWriteCache) OP(setJbodWriteCache) OP(getBIOSBootMode) OP(setBIOSBootMode)
-    OP(getLDSpanList) OP(getPDDgdDetectionType) OP(setPDDgdDetectionType)
-    OP(getPDDgdCorrectiveAction) OP(setPDDgdCorrectiveAction) OP(getPDDgdErrorThreshold)
-    OP(setPDDgdErrorThreshold) OP(isCtrlOstraQuorvex) OP(getControllerHA) OP(setControllerHA)
-    OP(isSecurityKeyMismatch) OP(getMaintenanceMode) OP(setMaintenanceMode) OP(getLargeQDepth)
-    OP(setLargeQDepth) OP(getPersonality) OP(isJBODPersonalitysupported) OP(isSDSsupported)
-    OP(getSnapDumpInfo) OP(setSnapDumpInfo) OP(getSnapDumpHDR) OP(getSnapDumpData)
-    OP(getEnableSnapDump) OP(setEnableSnapDump) OP(getScsiUnmap) OP(setScsiUnmap)
-    OP(getNVMEErrorList) OP(sendNVMeRepairRequest) OP(getFirmwareBasedDeviceOrdering)
-    OP(setFirmwareBasedDeviceOrdering) OP(getMfgExtPage) OP(getSecurityPage0)
-    OP(getSecureBootDetails) OP(exportCSR) OP(importCSR) OP(setInvalidateSlot) OP(getOOBInfo)
-    OP(setOOBInfo) OP(setFirmwareDebug) OP(getPredFailDAInterval) OP(setPredFailDAInterval)
-    OP(GetExpanderNumPhy) OP(doesControllerSupportPortNumInSmp) OP(getParityReadCacheByPass)
-    OP(setParityReadCacheByPass) OP(isNvmeErrorDeviceConnectorIndexSupported)
-    };
+        OP(getRebuildRate) OP(getseqNum) OP(getpredFailPollInterval) OP(getintThrottleCount) OP(
+            getintThrottleTimeUs) OP(getpatrolReadRate) OP(getbgiRate) OP(getccRate)
+            OP(getreconRate) OP(getcacheFlushInterval) OP(getspinupDriveCount) OP(
+                getspinupDelay) OP(getclusterState) OP(getBatteryWarningState) OP(getEccBucketSize)
+                OP(getEccBucketLeakRate) OP(getEccBucketCount) OP(getmemUnCorrectableErrorCount) OP(
+                    getAbortCCOnError) OP(getcoercionMode) OP(getautoRbldState) OP(getalarmState)
+                    OP(getCopyBackState) OP(getJBODState) OP(isJBODSupported) OP(
+                        getCacheBypassState) OP(getSMARTCopyBackState) OP(getSSDSMARTCopyBackState)
+                        OP(getEnableSpinDnUnconfState) OP(getDisableSpinDnHSState) OP(
+                            getSpinDownTime) OP(getLoadBalanceState) OP(getNCQState)
+                            OP(getMaintPDFailHistState) OP(getExposeEnclDevicesState) OP(
+                                getAutoEnhancedImportState) OP(getUseFDEOnlyEncrypt)
+                                OP(getPrCorrectUncfgdAreas) OP(getSSDPatrolReadState) OP(
+                                    getRevertibleHotSparesState) OP(getKeyID) OP(getHostInfo)
+                                    OP(getRestoreHotSpareOnInsertState) OP(getOnlineCtrlResetState) OP(
+                                        getSesMultiPathConfig) OP(getBootWithPinnedCacheState)
+                                        OP(getImmediateIO) OP(getDriveActivityLED) OP(
+                                            getLargeIOSupport) OP(getFlushWriteVerify) OP(getDPMCfg) OP(setDPMState)
+                                            OP(isExtMfgVPDFlashSupported) OP(setRebuildRate) OP(
+                                                setseqNum) OP(setpredFailPollInterval) OP(setintThrottleCount) OP(setintThrottleTimeUs)
+                                                OP(setpatrolReadRate) OP(
+                                                    setbgiRate) OP(setccRate) OP(setreconRate)
+                                                    OP(setcacheFlushInterval) OP(setspinupDriveCount) OP(
+                                                        setspinupDelay) OP(setclusterState)
+                                                        OP(setBatteryWarningState) OP(setEccBucketSize) OP(setEccBucketLeakRate) OP(
+                                                            setAbortCCOnError) OP(setcoercionMode) OP(setautoRbldState)
+                                                            OP(setalarmState) OP(setCopyBackState) OP(setJBODState) OP(setCacheBypassState) OP(
+                                                                setSMARTCopyBackState) OP(setSSDSMARTCopyBackState)
+                                                                OP(setEnableSpinDnUnconfState) OP(setDisableSpinDnHSState) OP(
+                                                                    setSpinDownTime) OP(setLoadBalanceState)
+                                                                    OP(
+                                                                        setNCQState) OP(setMaintPDFailHistState)
+                                                                        OP(setAutoEnhancedImportState) OP(
+                                                                            setUseFDEOnlyEncrypt) OP(setPrCorrectUncfgdAreas)
+                                                                            OP(setSSDPatrolReadState) OP(setKeyID) OP(
+                                                                                setFlushWriteVerify) OP(beginCtlrPropUpdate)
+                                                                                OP(endCtlrPropUpdate) OP(endCtlrPropExtUpdate) OP(
+                                                                                    setRestoreHotSpareOnInsertState) OP(setOnlineCtrlResetState)
+                                                                                    OP(setSesMultiPathConfig) OP(setBootWithPinnedCacheState) OP(
+                                                                                        setImmediateIO) OP(setDriveActivityLED)
+                                                                                        OP(setLargeIOSupport) OP(
+                                                                                            getProfileData) OP(setExposeEnclDevicesState)
+                                                                                            OP(getProfileMgmtSupport) OP(getShowBasic) OP(getShowVersion) OP(getShowBus) OP(getShowPendingImages) OP(getShowStatus) OP(getShowSupportedAdpOperations) OP(getShowSupportedPDOperations) OP(getSecureEKMSDetails) OP(getShowSupportedVDOperations) OP(getShowHwConfig) OP(getShowPolicies) OP(getShowBoot) OP(getShowClusterInfo) OP(getShowDefaults) OP(getShowCapabilities) OP(
+                                                                                                getShowNextSchdTask) OP(getBasicCtrlInfo)
+                                                                                                OP(getShowDualImages) OP(
+                                                                                                    showSSCDFlush) OP(startDiagPhyLoopBackTest)
+                                                                                                    OP(getbiosStatus) OP(
+                                                                                                        setbiosStatus) OP(getbiosSOEStatus) OP(setbiosSOEStatus) OP(getbiosBEStatus) OP(setbiosBEStatus) OP(getbiosHCOEStatus) OP(setbiosHCOEStatus) OP(getbiosHSMStatus) OP(setbiosHSMStatus) OP(getbiosABS) OP(setbiosABS) OP(setbiosDeviceExposure) OP(getbiosDeviceExposure) OP(unsetBootVd) OP(getBootVdId) OP(getBootPdDevId) OP(getFwVersion) OP(getlocaleFwVersion) OP(getBIOSVersion) OP(getProductName) OP(getPackageVersion) OP(getBootBlkVersion) OP(beginBIOSDataUpdate) OP(endBIOSDataUpdate) OP(setfactoryDefaults)
+                                                                                                        OP(flushCache) OP(clearEventLog) OP(
+                                                                                                            getEventLogInfo) OP(getEventCnt)
+                                                                                                            OP(getEventList) OP(
+                                                                                                                startPr) OP(stopPr)
+                                                                                                                OP(setPrMode) OP(
+                                                                                                                    getPrMode)
+                                                                                                                    OP(getPrState) OP(
+                                                                                                                        getPrNumIteration)
+                                                                                                                        OP(getPrNumPdComplete)
+                                                                                                                            OP(getPrExecDelay)
+                                                                                                                                OP(
+                                                                                                                                    setPrExecDelay) OP(getPrConcurrentPd) OP(getMaxConcurrentPD) OP(setMaxConcurrentPD) OP(setPrStartTime) OP(getPatrolReadSchedStartTime) OP(setPRSchedExcludedLdList) OP(getPRSchedExcludedLdList) OP(ccSchedSupported) OP(setCcSchedMode) OP(getCcSchedMode)
+                                                                                                                                    OP(getCcSchedExecDelay) OP(setCcScExecDelay) OP(getCcSchedStartTime) OP(setCcScStartTime) OP(getCcSchedState) OP(getCcSchedNumIteration) OP(getCcSchedNumLdDone) OP(getCcSchedExcludedLdList) OP(
+                                                                                                                                        startDiag) OP(adpBBUTest)
+                                                                                                                                        OP(isAllowMixInLd) OP(
+                                                                                                                                            isAllowHDDSSDMix)
+                                                                                                                                            OP(isAllowSSDMixInLd)
+                                                                                                                                                OP(getDefaultWrPolicy) OP(getDefaultRdPolicy) OP(getDefaultCachePolicy) OP(getDefaultDiskCachePolicy) OP(getDefaultWriteCacheBadBBU) OP(getDiskCertificationPolicy) OP(getValidWrPolicyLst) OP(getValidRdPolicyLst) OP(getValidCachePolicy) OP(isDskCachePlChnglb) OP(isWritePolicy) OP(getMinStrpSz) OP(getMaxStrpSz) OP(getValidStrpSzLst) OP(getDefaultStrpSz) OP(isMultiSpanRaidLevel) OP(getMinSpanCount) OP(getMaxSpanCount) OP(getMinPdPerSpan) OP(getMaxPdPerSpan) OP(getSupportedRaidLevels) OP(isPRL11Supported) OP(isSRL03Supported) OP(getMaxAllowedVd) OP(
+                                                                                                                                                    isSlicingSupportedWithSpanning) OP(adpShutDown) OP(adpRestart) OP(doesFWSupportAllowedOpValdation)
+                                                                                                                                                    OP(isAddConfigAllowed) OP(isClearConfigAllowed) OP(isGen2Card) OP(isNewFrnCfgAPISupported) OP(isEnclEnumSupported) OP(moreThan8Phys) OP(isExpanderPresent) OP(isAlarmPresent) OP(getMuxCount) OP(getMuxMode) OP(setMuxMode) OP(
+                                                                                                                                                        beginMuxModeUpdate) OP(endMuxModeUpdate) OP(getConnectorCount) OP(getConnectorLocation) OP(getConnectorName) OP(getConnectorsValue) OP(readManufacturingPage)
+                                                                                                                                                        OP(writeManufacturingPage) OP(
+                                                                                                                                                            getConfigPageGeneric) OP(getConfigPageInfo)
+                                                                                                                                                            OP(getConfigPageInfoMPI2)
+                                                                                                                                                                OP(getPhyCount)
+                                                                                                                                                                    OP(isPhyDisable) OP(getSASAddress) OP(getSASPortNumber) OP(getSASPortNumberValid) OP(getConnectorIndex) OP(getLinkSpeed) OP(getPhyConnection) OP(setLinkSpeed) OP(getAllLaneConnectionInfo) OP(getLaneConnectionInfo) OP(getAdpSASAddress) OP(
+                                                                                                                                                                        adpSetSASAdd) OP(getMaxLdPerArray) OP(isSecurityEnabled) OP(createLockKey) OP(rekeyLock) OP(lockKeyFromEscrow) OP(verifyLockKey)
+                                                                                                                                                                        OP(getSuggestedSecurityKey) OP(
+                                                                                                                                                                            destroyLockKey)
+                                                                                                                                                                            OP(isLockKeyAssigned)
+                                                                                                                                                                                OP(
+                                                                                                                                                                                    isLockKeyFailed) OP(isPassPhraseError) OP(islockKeyRebootRequired) OP(getSecurityKeyPerPD) OP(setSecurityKeyPerPD) OP(getSecureAllPDs)
+                                                                                                                                                                                    OP(setSecureAllPDs)
+                                                                                                                                                                                        OP(getPreservedCacheVDBits)
+                                                                                                                                                                                            OP(getPreservedCacheVDBitsExt)
+                                                                                                                                                                                                OP(
+                                                                                                                                                                                                    clearPreservedCacheData) OP(isTreatR1EAsR10) OP(isAutoSnapshotSupported) OP(getDefaultSnapshotSpace) OP(setDefaultSnapshotSpace)
+                                                                                                                                                                                                    OP(getDefaultViewSpace)
+                                                                                                                                                                                                        OP(setDefaultViewSpace) OP(getAutoSnapshotSpace) OP(setAutoSnapshotSpace) OP(isSnapshotSupported) OP(getSnapshotState) OP(
+                                                                                                                                                                                                            getMaxConfigurableSSCSize) OP(getCurrentSSCSize) OP(getCurrentConfigSSCSize) OP(getSupportedRaidLevelsForBV) OP(sscForceFlush) OP(isEKMSupported) OP(createLockKeyUseEKMS)
+                                                                                                                                                                                                            OP(RekeyLockKeyinEKMS) OP(getlockKeyBinding) OP(getbiosEKMStatus) OP(startAEC) OP(stopAEC) OP(disableAEC) OP(setAECCaptureMode) OP(getAEC) OP(showAECSettings) OP(
+                                                                                                                                                                                                                filterAECMask)
+                                                                                                                                                                                                                OP(getPreventPIImport)
+                                                                                                                                                                                                                    OP(setPreventPIImport)
+                                                                                                                                                                                                                        OP(getPreventEnablePI) OP(setPreventEnablePI) OP(isPISupported) OP(getfailPdOnSmartError) OP(setfailPdOnSmartError) OP(getForceSGPIO) OP(setForceSGPIO) OP(getBatteryState) OP(getBatteryTemperature) OP(
+                                                                                                                                                                                                                            getBatteryTemperatureStatus)
+                                                                                                                                                                                                                            OP(
+                                                                                                                                                                                                                                getBatteryType) OP(getBatterySubType) OP(getBatteryDeviceName) OP(getBatteryDesignInfoTransparentLearnsSupport) OP(isBBUTransparentLearnSet) OP(isI2cErrorsDetected) OP(getBatteryFullCapacity) OP(getBatteryRemainingCapacity)
+                                                                                                                                                                                                                                OP(getBattRelativeStateOfCharge) OP(getBattAvgTimeToEmpty) OP(getBatteryAutoLearnMode) OP(getBatteryAutoLearnPeriod) OP(getBatteryNextLearnTime) OP(setBatteryAutoLearnMode) OP(
+                                                                                                                                                                                                                                    getWritePolicyChngReason) OP(getUseGlobalSparesForEmergency) OP(getUseUnconfGoodForEmergency) OP(getUseEmergencySparesForSMARTer) OP(setUseUnconfGoodForEmergency) OP(setUseEmergencySparesForSMARTer) OP(setUseGlobalSparesForEmergency) OP(clearAECMask)
+                                                                                                                                                                                                                                    OP(isBreakMirrorSupported) OP(
+                                                                                                                                                                                                                                        getautoDetectBackPlaneState)
+                                                                                                                                                                                                                                        OP(setautoDetectBackPlaneState) OP(isDiskActivityUsedForLocate) OP(setUseDiskActivityForLocate)
+                                                                                                                                                                                                                                            OP(getConfigAutoBalance)
+                                                                                                                                                                                                                                                OP(setConfigAutoBalance)
+                                                                                                                                                                                                                                                    OP(isPowerSavingsSupported)
+                                                                                                                                                                                                                                                        OP(getDefaultLDPSPolicy) OP(setDefaultLDPSPolicy) OP(getDisableLDPSInterval)
+                                                                                                                                                                                                                                                            OP(
+                                                                                                                                                                                                                                                                setDisableLDPSInterval) OP(getDisableLdPsTime) OP(setDisableLdPsTime) OP(getSpinUpEncDrvCnt) OP(setSpinUpEncDrvCnt) OP(getSpinUpEncDelay) OP(setSpinUpEncDelay) OP(isCpldSupported) OP(suspendPr) OP(resumePr) OP(getSSDPrStatus) OP(setSSDPrStatus) OP(setEPDPrStatus) OP(getPerfMode)
+                                                                                                                                                                                                                                                                OP(isCbsupported) OP(
+                                                                                                                                                                                                                                                                    getLDRestriction)
+                                                                                                                                                                                                                                                                    OP(setLDRestriction)
+                                                                                                                                                                                                                                                                        OP(startManualLearnCycle)
+                                                                                                                                                                                                                                                                            OP(getControllerInfo) OP(getSscdTargetIds) OP(setSscdTargetIds) OP(isBatteryHWPresent) OP(getBbuStatus) OP(getBbuFwStatus) OP(isBBUPresent) OP(isBriskoPresent) OP(getBbuOverallStatus) OP(getCtrlInfoBbu) OP(getWrPolicyDefaultChng) OP(getValidWrPolicyLstChng) OP(
+                                                                                                                                                                                                                                                                                getFwBootTypeMode) OP(setFwBootTypeMode)
+                                                                                                                                                                                                                                                                                OP(getDisableSESMonitoring)
+                                                                                                                                                                                                                                                                                    OP(setDisableSESMonitoring) OP(getLimitMaxRateSATA3G) OP(setLimitMaxRateSATA3G) OP(isBlockSSDWriteCacheChange) OP(isSecurityOnJBODSupported) OP(isSupportAllowedOpsforDrvRemoval) OP(isLargeIOSupported) OP(moreThan16Phys) OP(doesAppNeedToBeUpdated) OP(doesFwNeedToBeUpdated) OP(getOem) OP(
+                                                                                                                                                                                                                                                                                        isCtrlhas64VDLimit) OP(getIOVPrivateInfo) OP(downgrade) OP(getAutoConfigParam) OP(setAutoConfigParam) OP(getAutoPDCache) OP(setAutoPDCache) OP(getCtrlManfactureSno)
+                                                                                                                                                                                                                                                                                        OP(getPortCount) OP(
+                                                                                                                                                                                                                                                                                            getVdCount) OP(setAllCopyback) OP(getMemScrubPatterns) OP(setMemScrubPattern)
+                                                                                                                                                                                                                                                                                            OP(adpFlashErase) OP(getHDDThermalPollInterval) OP(setHDDThermalPollInterval) OP(getSSDThermalPollInterval) OP(
+                                                                                                                                                                                                                                                                                                setSSDThermalPollInterval) OP(getJbodWriteCache) OP(setJbodWriteCache) OP(getBIOSBootMode) OP(setBIOSBootMode) OP(getLDSpanList) OP(getPDDgdDetectionType) OP(setPDDgdDetectionType) OP(getPDDgdCorrectiveAction)
+                                                                                                                                                                                                                                                                                                OP(setPDDgdCorrectiveAction) OP(getPDDgdErrorThreshold) OP(setPDDgdErrorThreshold) OP(isCtrlOstraQuorvex) OP(getControllerHA) OP(setControllerHA) OP(
+                                                                                                                                                                                                                                                                                                    isSecurityKeyMismatch) OP(getMaintenanceMode) OP(setMaintenanceMode) OP(getLargeQDepth) OP(setLargeQDepth) OP(getPersonality) OP(isJBODPersonalitysupported) OP(isSDSsupported)
+                                                                                                                                                                                                                                                                                                    OP(getSnapDumpInfo) OP(
+                                                                                                                                                                                                                                                                                                        setSnapDumpInfo)
+                                                                                                                                                                                                                                                                                                        OP(getSnapDumpHDR)
+                                                                                                                                                                                                                                                                                                            OP(getSnapDumpData) OP(getEnableSnapDump) OP(
+                                                                                                                                                                                                                                                                                                                setEnableSnapDump) OP(getScsiUnmap)
+                                                                                                                                                                                                                                                                                                                OP(setScsiUnmap) OP(
+                                                                                                                                                                                                                                                                                                                    getNVMEErrorList) OP(sendNVMeRepairRequest)
+                                                                                                                                                                                                                                                                                                                    OP(
+                                                                                                                                                                                                                                                                                                                        getFirmwareBasedDeviceOrdering) OP(setFirmwareBasedDeviceOrdering) OP(getMfgExtPage) OP(getSecurityPage0)
+                                                                                                                                                                                                                                                                                                                        OP(getSecureBootDetails) OP(exportCSR) OP(importCSR) OP(setInvalidateSlot) OP(getOOBInfo) OP(setOOBInfo) OP(
+                                                                                                                                                                                                                                                                                                                            setFirmwareDebug) OP(getPredFailDAInterval)
+                                                                                                                                                                                                                                                                                                                            OP(setPredFailDAInterval)
+                                                                                                                                                                                                                                                                                                                                OP(GetExpanderNumPhy) OP(doesControllerSupportPortNumInSmp) OP(getParityReadCacheByPass)
+                                                                                                                                                                                                                                                                                                                                    OP(setParityReadCacheByPass)
+                                                                                                                                                                                                                                                                                                                                        OP(isNvmeErrorDeviceConnectorIndexSupported)};
     return ops;
 }
 #undef OP
@@ -307,7 +322,9 @@ const char kNewPass[] = "Sim-Pass#2026";
 // Values a user would give where the type's zero is not one.
 std::vector<Operation> sensibleCalls() {
     std::vector<Operation> ops = explicitCalls();
-    auto add = [&](const char* n, std::function<void(AdapterData&)> f) { ops.push_back({n, std::move(f)}); };
+    auto add = [&](const char* n, std::function<void(AdapterData&)> f) {
+        ops.push_back({n, std::move(f)});
+    };
     add("adpSetSASAdd", [](AdapterData& a) { (void)a.adpSetSASAdd(0x500605B000001234ULL, false); });
     add("createLockKey", [](AdapterData& a) {
         std::string pass = kPass, secret, id = "walk-key";
@@ -354,7 +371,8 @@ std::vector<Operation> sensibleCalls() {
         (void)a.setFirmwareDebug(data, sizeof data);
     });
     add("importCSR", [](AdapterData& a) {
-        const unsigned char data[] = "-----BEGIN CERTIFICATE-----\nU2lt\n-----END CERTIFICATE-----\n";
+        const unsigned char data[] =
+            "-----BEGIN CERTIFICATE-----\nU2lt\n-----END CERTIFICATE-----\n";
         (void)a.importCSR(data, sizeof data);
     });
     add("writeManufacturingPage", [](AdapterData& a) {
@@ -462,12 +480,13 @@ bool expected(const std::string& profile, const std::string& op, std::uint32_t o
 
 std::string describe(const kvi::sim::TraceEntry& t) {
     char text[160];
-    std::snprintf(text, sizeof text,
-                  "opcode 0x%08X mbox %02x %02x %02x %02x | %02x %02x %02x %02x | %02x %02x %02x %02x "
-                  "length %u direction %d status 0x%02x%s",
-                  unsigned(t.opcode), t.mbox[0], t.mbox[1], t.mbox[2], t.mbox[3], t.mbox[4], t.mbox[5],
-                  t.mbox[6], t.mbox[7], t.mbox[8], t.mbox[9], t.mbox[10], t.mbox[11],
-                  unsigned(t.length), int(t.direction), unsigned(t.status), t.handled ? "" : " (no handler)");
+    std::snprintf(
+        text, sizeof text,
+        "opcode 0x%08X mbox %02x %02x %02x %02x | %02x %02x %02x %02x | %02x %02x %02x %02x "
+        "length %u direction %d status 0x%02x%s",
+        unsigned(t.opcode), t.mbox[0], t.mbox[1], t.mbox[2], t.mbox[3], t.mbox[4], t.mbox[5],
+        t.mbox[6], t.mbox[7], t.mbox[8], t.mbox[9], t.mbox[10], t.mbox[11], unsigned(t.length),
+        int(t.direction), unsigned(t.status), t.handled ? "" : " (no handler)");
     return text;
 }
 
@@ -533,7 +552,8 @@ TEST_P(AdapterWalk, SimulatorUnderstandsEveryRequest) {
         }
         for (const kvi::sim::TraceEntry& t : backend.trace()) {
             if (std::getenv("KVI_WALK_VERBOSE") && t.status != 0)
-                std::printf("[%s] (status) %s: %s\n", GetParam().c_str(), op.name, describe(t).c_str());
+                std::printf("[%s] (status) %s: %s\n", GetParam().c_str(), op.name,
+                            describe(t).c_str());
             if (t.status != KVI_STAT_INVALID_PARAMETER && t.handled)
                 continue;
             std::string line = std::string(op.name) + ": " + describe(t);

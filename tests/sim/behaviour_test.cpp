@@ -18,7 +18,9 @@ protected:
         sim.load("default");
     }
     SimController& c() { return sim.controller(0); }
-    std::uint32_t newest() { return as<KV_EVT_LOG_INFO>(send(c(), KV_DCMD_CTRL_EVENT_GET_INFO)).newestSeqNum; }
+    std::uint32_t newest() {
+        return as<KV_EVT_LOG_INFO>(send(c(), KV_DCMD_CTRL_EVENT_GET_INFO)).newestSeqNum;
+    }
     // Description of the newest event.
     std::string lastEvent() {
         std::uint32_t seq = newest();
@@ -44,11 +46,14 @@ TEST_F(SimBehaviour, PropertiesWriteThenReadAndMirrorIntoControllerInfo) {
     EXPECT_EQ(info.properties.rebuildRate, 55);
 
     // The extension carries the same first half plus the second.
-    KV_CTRL_PROP_EXT ext = as<KV_CTRL_PROP_EXT>(send(c(), KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}), 128));
+    KV_CTRL_PROP_EXT ext =
+        as<KV_CTRL_PROP_EXT>(send(c(), KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}), 128));
     EXPECT_EQ(ext.ctrlProp1.rebuildRate, 55);
     EXPECT_EQ(ext.ctrlProp2.predFailDAInterval, 60);
     ext.ctrlProp2.predFailDAInterval = 90;
-    ASSERT_EQ(send(c(), KV_DCMD_CTRL_PROPERTIES_SET, mboxBytes({{0, 1}}), 128, &ext, sizeof ext).status, 0);
+    ASSERT_EQ(
+        send(c(), KV_DCMD_CTRL_PROPERTIES_SET, mboxBytes({{0, 1}}), 128, &ext, sizeof ext).status,
+        0);
     info = as<KV_CTRL_INFO>(send(c(), KV_DCMD_CTRL_GET_INFO));
     EXPECT_EQ(info.prop.predFailDAInterval, 90);
 
@@ -89,22 +94,27 @@ TEST_F(SimBehaviour, MuxModesFollowTheRules) {
     ASSERT_EQ(m.sasMuxCount, 2);
     m.sasMuxMode[1] = 2;
     ASSERT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, m).status, 0);
-    EXPECT_EQ(as<KV_SAS_MUX_LIST>(send(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST)).sasMuxMode[1], 2);
+    EXPECT_EQ(as<KV_SAS_MUX_LIST>(send(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST)).sasMuxMode[1],
+              2);
     KV_SAS_MUX_LIST bad = m;
     bad.sasMuxMode[0] = 0; // a mux cannot be switched off
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, bad).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, bad).status,
+              KVI_STAT_INVALID_PARAMETER);
     bad = m;
     bad.sasMuxMode[2] = 1; // no third mux
     bad.sasMuxCount = 3;
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, bad).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, bad).status,
+              KVI_STAT_INVALID_PARAMETER);
     bad = m;
     bad.sasMuxMode[1] = 4;
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, bad).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(sendRecord(c(), KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, bad).status,
+              KVI_STAT_INVALID_PARAMETER);
 }
 
 TEST_F(SimBehaviour, LinkSpeedLandsInThePhyTable) {
     ASSERT_EQ(send(c(), KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 5}, {1, 2}})).status, 0);
-    KV_SAS_PHY_CONNECTIONS t = as<KV_SAS_PHY_CONNECTIONS>(send(c(), KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS));
+    KV_SAS_PHY_CONNECTIONS t =
+        as<KV_SAS_PHY_CONNECTIONS>(send(c(), KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS));
     EXPECT_EQ(t.count, 16u);
     EXPECT_EQ(t.phy[5].linkSpeedControl, 2u);
     EXPECT_EQ(t.phy[4].linkSpeedControl, 0u);
@@ -117,12 +127,16 @@ TEST_F(SimBehaviour, LinkSpeedLandsInThePhyTable) {
 }
 
 TEST_F(SimBehaviour, SasAddressHighHalfInWordZero) {
-    ASSERT_EQ(send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, mboxWords(0x50000000, 0x12345678)).status, 0);
-    EXPECT_EQ(as<KV_MFC_DEFAULTS>(send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_GET)).sasAddr, 0x5000000012345678ULL);
+    ASSERT_EQ(
+        send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, mboxWords(0x50000000, 0x12345678)).status,
+        0);
+    EXPECT_EQ(as<KV_MFC_DEFAULTS>(send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_GET)).sasAddr,
+              0x5000000012345678ULL);
     KV_MFC_DEFAULTS d = as<KV_MFC_DEFAULTS>(send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_GET));
     d.sasAddr = 0x5000d31f00000001ULL;
     ASSERT_EQ(sendRecord(c(), KV_DCMD_CTRL_MFC_DEFAULTS_SET, d).status, 0);
-    EXPECT_EQ(as<KV_MFC_DEFAULTS>(send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_GET)).sasAddr, 0x5000d31f00000001ULL);
+    EXPECT_EQ(as<KV_MFC_DEFAULTS>(send(c(), KV_DCMD_CTRL_MFC_DEFAULTS_GET)).sasAddr,
+              0x5000d31f00000001ULL);
 }
 
 TEST_F(SimBehaviour, AlarmStatesAndTheirProperty) {
@@ -143,16 +157,18 @@ TEST(SimProfiles, EntryControllerHasNoAlarmOrBattery) {
     Simulator sim(clock);
     sim.load("entry");
     SimController& c = sim.controller(0);
-    for (std::uint32_t op : {KV_DCMD_CTRL_ALARM_GET, KV_DCMD_CTRL_ALARM_ENABLE, KV_DCMD_BBU_GET_STATUS,
-                             KV_DCMD_BBU_GET_CAPACITY_INFO, KV_DCMD_BBU_GET_DESIGN_INFO, KV_DCMD_BBU_LEARN,
-                             KV_DCMD_BBU_PROPERTIES_GET, KV_DCMD_CTRL_DIAG_BATTERY_RETENTION_TEST})
+    for (std::uint32_t op :
+         {KV_DCMD_CTRL_ALARM_GET, KV_DCMD_CTRL_ALARM_ENABLE, KV_DCMD_BBU_GET_STATUS,
+          KV_DCMD_BBU_GET_CAPACITY_INFO, KV_DCMD_BBU_GET_DESIGN_INFO, KV_DCMD_BBU_LEARN,
+          KV_DCMD_BBU_PROPERTIES_GET, KV_DCMD_CTRL_DIAG_BATTERY_RETENTION_TEST})
         EXPECT_EQ(send(c, op).status, KVI_STAT_NO_HW_PRESENT) << kvDcmdName(op);
     KV_CTRL_INFO info = as<KV_CTRL_INFO>(send(c, KV_DCMD_CTRL_GET_INFO));
     EXPECT_EQ(info.hwPresent.bbu, 0u);
     EXPECT_EQ(info.hwPresent.alarm, 0u);
     EXPECT_EQ(info.adapterOperations.supportSecurity, 0u);
     EXPECT_EQ(send(c, KV_DCMD_CTRL_LOCK_KEY_DESTROY).status, KVI_STAT_INVALID_DCMD);
-    EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status,
+              KVI_STAT_INVALID_PARAMETER);
 }
 
 // ---- lock key ----
@@ -176,9 +192,13 @@ KV_CTRL_LOCK_KEY_FROM_ESCROW escrowParams(const char* pass, const char* current 
 TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
     auto flags = [&] { return as<KV_CTRL_INFO>(send(c(), KV_DCMD_CTRL_GET_INFO)).adapterStatus; };
     EXPECT_EQ(flags().lockKeyAssigned, 0);
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
-              KVI_STAT_LOCK_KEY_ABSENT);
-    ASSERT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, createParams("Secret#2025", "rack7-ctrl0")).status, 0);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
+        KVI_STAT_LOCK_KEY_ABSENT);
+    ASSERT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, createParams("Secret#2025", "rack7-ctrl0"))
+            .status,
+        0);
     EXPECT_EQ(flags().lockKeyAssigned, 1);
     EXPECT_EQ(flags().lockKeyRebootRequired, 0);
     // The state keeps a hash, never the passphrase.
@@ -186,13 +206,17 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
     EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, createParams("Other#2025", "x")).status,
               KVI_STAT_INVALID_PARAMETER);
 
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status, 0);
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("secret#2025")).status,
-              KVI_STAT_LOCK_KEY_INVALID);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
+        0);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("secret#2025")).status,
+        KVI_STAT_LOCK_KEY_INVALID);
     EXPECT_EQ(lastEvent(), "Lock key passphrase refused");
     EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, escrowParams("wrong")).status,
               KVI_STAT_LOCK_KEY_INVALID);
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, escrowParams("Secret#2025")).status, 0);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, escrowParams("Secret#2025")).status, 0);
 
     // Key identifier.
     Reply id = send(c(), KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, mboxBytes({{0, 0xFF}, {1, 0xFF}}));
@@ -200,13 +224,19 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
     EXPECT_STREQ(reinterpret_cast<const char*>(id.data.data()), "rack7-ctrl0");
 
     // Re-key: a wrong current passphrase is refused, the right one takes the new key.
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_REKEY, escrowParams("New#Key#26", "nope")).status,
-              KVI_STAT_LOCK_KEY_INVALID);
-    ASSERT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_REKEY, escrowParams("New#Key#26", "Secret#2025")).status, 0);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_REKEY, escrowParams("New#Key#26", "nope")).status,
+        KVI_STAT_LOCK_KEY_INVALID);
+    ASSERT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_REKEY, escrowParams("New#Key#26", "Secret#2025"))
+            .status,
+        0);
     EXPECT_EQ(flags().lockKeyRebootRequired, 1);
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
-              KVI_STAT_LOCK_KEY_INVALID);
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("New#Key#26")).status, 0);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
+        KVI_STAT_LOCK_KEY_INVALID);
+    EXPECT_EQ(
+        sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("New#Key#26")).status, 0);
     // A restart completes the key change.
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{1, 1}})).status, 0);
     EXPECT_EQ(flags().lockKeyRebootRequired, 0);
@@ -222,12 +252,14 @@ TEST_F(SimBehaviour, LockKeyRequestsRejectUnterminatedTexts) {
     KV_CTRL_LOCK_KEY_PARAMS p{};
     std::memset(p.lockKeyPassPhrase.passPhrase, 'A', sizeof p.lockKeyPassPhrase.passPhrase);
     EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, p).status, KVI_STAT_INVALID_PARAMETER);
-    KV_CTRL_LOCK_KEY_PASSPHRASE s = as<KV_CTRL_LOCK_KEY_PASSPHRASE>(send(c(), KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE));
+    KV_CTRL_LOCK_KEY_PASSPHRASE s =
+        as<KV_CTRL_LOCK_KEY_PASSPHRASE>(send(c(), KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE));
     std::string suggested(reinterpret_cast<const char*>(s.passPhrase));
     EXPECT_GE(suggested.size(), 8u);
     EXPECT_LE(suggested.size(), 32u);
     // Each suggestion differs from the one before.
-    KV_CTRL_LOCK_KEY_PASSPHRASE s2 = as<KV_CTRL_LOCK_KEY_PASSPHRASE>(send(c(), KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE));
+    KV_CTRL_LOCK_KEY_PASSPHRASE s2 =
+        as<KV_CTRL_LOCK_KEY_PASSPHRASE>(send(c(), KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE));
     EXPECT_NE(suggested, std::string(reinterpret_cast<const char*>(s2.passPhrase)));
     // An empty passphrase means the external key manager.
     ASSERT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, KV_CTRL_LOCK_KEY_PARAMS{}).status, 0);
@@ -240,7 +272,8 @@ TEST_F(SimBehaviour, PatrolReadStateMachine) {
     auto status = [&] { return as<KV_PR_STATUS>(send(c(), KV_DCMD_CTRL_PR_GET_STATUS)); };
     EXPECT_EQ(status().state, 1);
     EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_STOP).status, KVI_STAT_INVALID_PARAMETER);
-    EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_SUSPEND_RESUME, mboxBytes({{0, 0}})).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_SUSPEND_RESUME, mboxBytes({{0, 0}})).status,
+              KVI_STAT_INVALID_PARAMETER);
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, 0);
     EXPECT_EQ(lastEvent(), "Patrol Read started");
     EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, KVI_STAT_BUSY);
@@ -276,22 +309,31 @@ TEST_F(SimBehaviour, PatrolReadScheduleReadsBackAndAdvances) {
     p.excludedLdMap.b[0] = 0x03;
     p.excludedLdMap.b[31] = 0x80;
     p.excludeLdCount = 3;
-    ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_SET_PROPERTIES, mboxBytes({{0, 1}}), 120, &p, sizeof p).status, 0);
-    KV_PR_PROPERTIES_EXT back = as<KV_PR_PROPERTIES_EXT>(send(c(), KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 120));
+    ASSERT_EQ(
+        send(c(), KV_DCMD_CTRL_PR_SET_PROPERTIES, mboxBytes({{0, 1}}), 120, &p, sizeof p).status,
+        0);
+    KV_PR_PROPERTIES_EXT back = as<KV_PR_PROPERTIES_EXT>(
+        send(c(), KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 120));
     EXPECT_EQ(back.nextExec, now - 100);
     EXPECT_EQ(back.excludedLdMap.b[31], 0x80);
     // Starting the due run moves the next one past now by whole periods.
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, 0);
-    back = as<KV_PR_PROPERTIES_EXT>(send(c(), KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 120));
+    back = as<KV_PR_PROPERTIES_EXT>(
+        send(c(), KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 120));
     EXPECT_EQ(back.nextExec, now - 100 + 3600);
     // Disabling patrol read stops the run; a disabled patrol read does not start.
     back.opMode = 2;
-    ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_SET_PROPERTIES, mboxBytes({{0, 1}}), 120, &back, sizeof back).status, 0);
+    ASSERT_EQ(
+        send(c(), KV_DCMD_CTRL_PR_SET_PROPERTIES, mboxBytes({{0, 1}}), 120, &back, sizeof back)
+            .status,
+        0);
     EXPECT_EQ(as<KV_PR_STATUS>(send(c(), KV_DCMD_CTRL_PR_GET_STATUS)).state, 0);
     EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, KVI_STAT_INVALID_PARAMETER);
     back.opMode = 3;
-    EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_SET_PROPERTIES, mboxBytes({{0, 1}}), 120, &back, sizeof back).status,
-              KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(
+        send(c(), KV_DCMD_CTRL_PR_SET_PROPERTIES, mboxBytes({{0, 1}}), 120, &back, sizeof back)
+            .status,
+        KVI_STAT_INVALID_PARAMETER);
 }
 
 TEST(SimLegacy, LegacyScheduleFormsOnThePreviousGeneration) {
@@ -300,19 +342,22 @@ TEST(SimLegacy, LegacyScheduleFormsOnThePreviousGeneration) {
     Simulator sim(Clock{kNow});
     sim.load("previous-gen");
     SimController& c = sim.controller(0);
-    EXPECT_EQ(send(c, KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 120).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(send(c, KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 120).status,
+              KVI_STAT_INVALID_PARAMETER);
     KV_PR_PROPERTIES p = as<KV_PR_PROPERTIES>(send(c, KV_DCMD_CTRL_PR_GET_PROPERTIES, {}, 208));
     EXPECT_EQ(p.excludeLdCount, 1);
     EXPECT_EQ(p.excludedLD[0], 1);
     p.excludeLdCount = 65; // more than the list holds
     EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_PR_SET_PROPERTIES, p).status, KVI_STAT_INVALID_PARAMETER);
-    KV_CC_SCHEDULE_PROPERTIES cc = as<KV_CC_SCHEDULE_PROPERTIES>(send(c, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, {}, 168));
+    KV_CC_SCHEDULE_PROPERTIES cc =
+        as<KV_CC_SCHEDULE_PROPERTIES>(send(c, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, {}, 168));
     EXPECT_EQ(cc.execFreq, 2419200u);
     cc.execFreq = 0xFFFFFFFFu;
     cc.opMode = 0;
     cc.nextExec = 12345;
     ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES, cc).status, 0);
-    KV_CC_SCHEDULE_PROPERTIES back = as<KV_CC_SCHEDULE_PROPERTIES>(send(c, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, {}, 168));
+    KV_CC_SCHEDULE_PROPERTIES back =
+        as<KV_CC_SCHEDULE_PROPERTIES>(send(c, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, {}, 168));
     EXPECT_EQ(back.execFreq, 0xFFFFFFFFu);
     EXPECT_EQ(back.nextExec, 12345u);
     EXPECT_EQ(as<KV_CC_SCHEDULE_STATUS>(send(c, KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS)).state, 0);
@@ -320,9 +365,11 @@ TEST(SimLegacy, LegacyScheduleFormsOnThePreviousGeneration) {
     ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES, back).status, 0);
     EXPECT_EQ(as<KV_CC_SCHEDULE_STATUS>(send(c, KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS)).state, 1);
     // No dual images: no backup list; a lithium pack.
-    EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status,
+              KVI_STAT_INVALID_PARAMETER);
     EXPECT_EQ(as<KV_BBU_STATUS>(send(c, KV_DCMD_BBU_GET_STATUS)).batteryType, 5);
-    EXPECT_EQ(send(c, KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}), 128).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(send(c, KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}), 128).status,
+              KVI_STAT_INVALID_PARAMETER);
 }
 
 TEST_F(SimBehaviour, BatteryLearnCycleRunsForThreeStatusReads) {
@@ -387,9 +434,10 @@ TEST_F(SimBehaviour, EventsGrowClearAndFilter) {
     std::memcpy(&code, rec + 8, 4);
     EXPECT_EQ(seq, 4u);
     EXPECT_EQ(code, 263u);
-    EXPECT_EQ(rec[12], 2);                  // locale
-    EXPECT_EQ(std::int8_t(rec[15]), 1);     // class: warning
-    EXPECT_STREQ(reinterpret_cast<const char*>(rec + 128), "Drive 5 reported a corrected medium error");
+    EXPECT_EQ(rec[12], 2);              // locale
+    EXPECT_EQ(std::int8_t(rec[15]), 1); // class: warning
+    EXPECT_STREQ(reinterpret_cast<const char*>(rec + 128),
+                 "Drive 5 reported a corrected medium error");
     std::uint32_t stamp;
     std::memcpy(&stamp, rec + 4, 4);
     EXPECT_EQ(stamp, std::uint32_t(kNow - 946684800 - 40000));
@@ -398,9 +446,9 @@ TEST_F(SimBehaviour, EventsGrowClearAndFilter) {
     auto countOf = [&](std::uint32_t filter) {
         return as<std::uint32_t>(send(c(), KV_DCMD_CTRL_EVENT_COUNT, mboxWords(0, filter)));
     };
-    EXPECT_EQ(countOf(0x0100FFFF), 1u);  // warnings and worse
-    EXPECT_EQ(countOf(0x00000002), 2u);  // drive locale, info and worse
-    EXPECT_EQ(countOf(0x0000000A), 3u);  // drive or battery
+    EXPECT_EQ(countOf(0x0100FFFF), 1u); // warnings and worse
+    EXPECT_EQ(countOf(0x00000002), 2u); // drive locale, info and worse
+    EXPECT_EQ(countOf(0x0000000A), 3u); // drive or battery
     EXPECT_EQ(countOf(0x0000FFFF), 5u);
     EXPECT_EQ(as<std::uint32_t>(send(c(), KV_DCMD_CTRL_EVENT_COUNT, mboxWords(4, 0xFFFF))), 2u);
 
@@ -420,8 +468,8 @@ TEST_F(SimBehaviour, EventsGrowClearAndFilter) {
 
 TEST(SimEventLog, MillionGeneratedEventsAreReadInChunks) {
     Clock clock(kNow);
-    auto st = kvi::sim::buildFromProfileText(R"({"base": "default", "eventLog": {"generate": 1000000}})",
-                                             "big.json", "", clock);
+    auto st = kvi::sim::buildFromProfileText(
+        R"({"base": "default", "eventLog": {"generate": 1000000}})", "big.json", "", clock);
     SimController c(std::move(st), &clock);
     KV_EVT_LOG_INFO info = as<KV_EVT_LOG_INFO>(send(c, KV_DCMD_CTRL_EVENT_GET_INFO));
     EXPECT_EQ(info.oldestSeqNum, 1u);
@@ -465,7 +513,8 @@ TEST_F(SimBehaviour, EventCaptureCatchesNewEvents) {
     ASSERT_EQ(got.status, 0);
     EXPECT_EQ(got.word(1), 1u);
     EXPECT_STREQ(reinterpret_cast<const char*>(got.data.data() + 128), "Alarm silenced");
-    EXPECT_EQ(send(c(), KV_DCMD_CTRL_AEC_CONTROL, mboxWords(3, 0x100)).status, KVI_STAT_INVALID_PARAMETER);
+    EXPECT_EQ(send(c(), KV_DCMD_CTRL_AEC_CONTROL, mboxWords(3, 0x100)).status,
+              KVI_STAT_INVALID_PARAMETER);
 }
 
 } // namespace

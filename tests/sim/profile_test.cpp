@@ -47,8 +47,8 @@ TEST(SimProfiles, BundledProfilesLoadWithDefaultFirst) {
 TEST(SimProfiles, BundledProfilesHaveTheirCharacter) {
     struct Want {
         const char* profile;
-        unsigned extSchedules, propExt, dualImages, pending, battery, batteryType, alarm, peer, hostInfo,
-            secureBoot;
+        unsigned extSchedules, propExt, dualImages, pending, battery, batteryType, alarm, peer,
+            hostInfo, secureBoot;
     };
     const Want wants[] = {
         {"default", 1, 1, 1, 3, 1, 6, 1, 0, 1, 1},
@@ -71,8 +71,9 @@ TEST(SimProfiles, BundledProfilesHaveTheirCharacter) {
         EXPECT_EQ(i.adapterOperations4.supportHostInfo, w.hostInfo);
         EXPECT_EQ(i.secureBootDetails.secureBootEnabled, w.secureBoot);
         if (w.battery) {
-            EXPECT_EQ(as<KV_BBU_STATUS>(send(sim.controller(0), KV_DCMD_BBU_GET_STATUS)).batteryType,
-                      w.batteryType);
+            EXPECT_EQ(
+                as<KV_BBU_STATUS>(send(sim.controller(0), KV_DCMD_BBU_GET_STATUS)).batteryType,
+                w.batteryType);
         }
     }
 }
@@ -92,7 +93,8 @@ TEST(SimProfiles, ProfileSetsFieldsListsAndInputs) {
         "personality": {"personalityBitmap": 2},
         "alarm": "silenced",
         "mux": [1, 3]
-    })", "example.json", "", clock);
+    })",
+                                             "example.json", "", clock);
     EXPECT_STREQ(st->info.productName, "Example 16i");
     EXPECT_EQ(st->info.adapterOperations3.supportMaxExtLDs, 0u);
     EXPECT_EQ(st->info.deviceInterface.portAddr[2], 0x5000000000000abcULL);
@@ -117,7 +119,8 @@ TEST(SimProfiles, ProfileSetsFieldsListsAndInputs) {
 TEST(SimProfiles, ProfileFileWithRelativeBase) {
     kvitest::ScratchDir dir("kvsim");
     std::string base = dir.file("base.json"), top = dir.file("top.json");
-    std::ofstream(base) << R"({"base": "default", "records": {"KV_HOST_INFO": {"pciSlotNumber": 9}}})";
+    std::ofstream(base)
+        << R"({"base": "default", "records": {"KV_HOST_INFO": {"pciSlotNumber": 9}}})";
     std::ofstream(top) << R"({"base": "base.json", "oem": 3})";
     Simulator sim{Clock(kNow)};
     sim.load(top, 3);
@@ -143,7 +146,8 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
         {R"({"records": {"KV_CTRL_INFO": {"maxLDs": 256}}})",
          "p.json: records.KV_CTRL_INFO.maxLDs: value 256 does not fit 8 bits"},
         {R"({"records": {"KV_CTRL_INFO": {"adapterOperations3.supportMaxExtLDs": 2}}})",
-         "p.json: records.KV_CTRL_INFO.adapterOperations3.supportMaxExtLDs: value 2 does not fit 1 bits"},
+         "p.json: records.KV_CTRL_INFO.adapterOperations3.supportMaxExtLDs: value 2 does not fit 1 "
+         "bits"},
         {R"({"records": {"KV_CTRL_INFO": {"maxLDs": -1}}})",
          "p.json: records.KV_CTRL_INFO.maxLDs: value -1 does not fit 8 bits"},
         {R"({"records": {"KV_BBU_STATUS": {"current": 40000}}})",
@@ -161,15 +165,20 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
         {R"({"records": {"KV_NOT_A_RECORD": {}}})",
          "p.json: records.KV_NOT_A_RECORD: unknown record (or one the simulator does not keep)"},
         {R"({"records": {"KV_CTRL_INFO": {"properties.rebuildRate": 5}}})",
-         "p.json: records.KV_CTRL_INFO.properties.rebuildRate: mirrors the controller properties; set KV_CTRL_PROP or KV_CTRL_PROP_EXT"},
+         "p.json: records.KV_CTRL_INFO.properties.rebuildRate: mirrors the controller properties; "
+         "set KV_CTRL_PROP or KV_CTRL_PROP_EXT"},
         {R"({"records": {"KV_CTRL_INFO": {"deviceInterface.portAddr[8]": 1}}})",
          "p.json: records.KV_CTRL_INFO.deviceInterface.portAddr[8]: unknown field of KV_CTRL_INFO"},
-        {R"({"base": "no-such-profile"})", "p.json: base: unknown base profile \"no-such-profile\""},
+        {R"({"base": "no-such-profile"})",
+         "p.json: base: unknown base profile \"no-such-profile\""},
         {R"({"sscVolumes": 4096})",
          "p.json: sscVolumes: expected an array of volume sizes in 512-byte blocks"},
-        {R"({"sscVolumes": [4096, -1]})", "p.json: sscVolumes[1]: value -1 is outside 0..18446744073709551615"},
-        {R"({"sscVolumes": [4096, "big"]})", "p.json: sscVolumes[1]: expected an integer, got \"big\""},
-        {R"({"base": "/nonexistent/dir/x.json"})", "p.json: base: base \"/nonexistent/dir/x.json\": cannot open*"},
+        {R"({"sscVolumes": [4096, -1]})",
+         "p.json: sscVolumes[1]: value -1 is outside 0..18446744073709551615"},
+        {R"({"sscVolumes": [4096, "big"]})",
+         "p.json: sscVolumes[1]: expected an integer, got \"big\""},
+        {R"({"base": "/nonexistent/dir/x.json"})",
+         "p.json: base: base \"/nonexistent/dir/x.json\": cannot open*"},
         {R"({"bogus": 1})", "p.json: bogus: unknown key"},
         {R"({"records": {"KV_CTRL_INFO": {"maxLDs": 1}})", "p.json: malformed JSON*"},
         {R"([1, 2])", "p.json: a profile is a JSON object"},
@@ -177,10 +186,11 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
          "p.json: fail.0x05010000: status must be 1..255 (or a local failure code -10, -11, -12)"},
         {R"({"fail": {"0x0501000g": 3}})",
          "p.json: fail.0x0501000g: expected an opcode (\"0x05010000\" or a KV_DCMD_ name)"},
-        {R"({"fail": {"0x05010000@b12=1": 3}})",
-         "p.json: fail.0x05010000@b12=1: mailbox qualifier must read @bN=V with N 0..11 and V 0..255"},
+        {R"({"fail": {"0x05010000@b12=1": 3}})", "p.json: fail.0x05010000@b12=1: mailbox qualifier "
+                                                 "must read @bN=V with N 0..11 and V 0..255"},
         {R"({"fail": {"KV_DCMD_NOPE": 3}})", "p.json: fail.KV_DCMD_NOPE: unknown opcode name"},
-        {R"({"alarm": "loud"})", "p.json: alarm: expected present, absent, enabled, disabled or silenced"},
+        {R"({"alarm": "loud"})",
+         "p.json: alarm: expected present, absent, enabled, disabled or silenced"},
         {R"({"mux": [1, 2, 3, 1, 2]})", "p.json: mux: more than 4 muxes"},
         {R"({"mux": [4]})", "p.json: mux[0]: value 4 is outside 0..3"},
         {R"({"phys": [{"linkSpeedControl": 64}]})",
@@ -193,7 +203,8 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
          "p.json: events[0].class: expected a class from -2 to 4"},
         {R"({"pci": {"device": 32}})", "p.json: pci.device: value 32 is outside 0..31"},
         {R"({"lockKey": {"passphrase": ""}})", "p.json: lockKey.passphrase: empty passphrase"},
-        {R"({"lanes": [{"currentClkMode": 4}]})", "p.json: lanes[0].currentClkMode: value 4 does not fit 2 bits"},
+        {R"({"lanes": [{"currentClkMode": 4}]})",
+         "p.json: lanes[0].currentClkMode: value 4 does not fit 2 bits"},
         {R"({"isOEMhp": 1})", "p.json: isOEMhp: expected true or false"},
     };
     for (const Malformed& m : cases) {
@@ -216,7 +227,8 @@ TEST(SimProfiles, ErrorsNameTheFileThatHoldsThem) {
         kvi::sim::buildFromProfile(top, Clock(kNow));
         ADD_FAILURE() << "no error";
     } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()), base + ": records.KV_HOST_INFO.pciSlot: unknown field of KV_HOST_INFO");
+        EXPECT_EQ(std::string(e.what()),
+                  base + ": records.KV_HOST_INFO.pciSlot: unknown field of KV_HOST_INFO");
     }
     // A profile that includes itself.
     std::ofstream(base) << R"({"base": "top.json"})";
@@ -230,14 +242,16 @@ TEST(SimProfiles, ErrorsNameTheFileThatHoldsThem) {
         kvi::sim::buildFromProfile("nonesuch", Clock(kNow));
         ADD_FAILURE() << "no error";
     } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()), "nonesuch: no bundled profile of that name and no such file");
+        EXPECT_EQ(std::string(e.what()),
+                  "nonesuch: no bundled profile of that name and no such file");
     }
 }
 
 // Random mutations of a valid profile: each either loads or fails with a
 // message that starts with the file name; none crashes.
 TEST(SimProfiles, MutatedProfilesNeverCrash) {
-    const std::string seed = R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": "Fuzz 8i",
+    const std::string seed =
+        R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": "Fuzz 8i",
         "maxLDs": 64, "adapterOperations3.supportMaxExtLDs": 0, "deviceInterface.portAddr": [1, 2]},
         "KV_BIOS_DATA": {"bootTargetId": 3}, "KV_BBU_STATUS": {"current": -5}},
         "flash": {"running": [{"name": "APP ", "version": "1.0"}], "pending": []},
@@ -255,10 +269,18 @@ TEST(SimProfiles, MutatedProfilesNeverCrash) {
         for (int e = 0; e < edits; ++e) {
             std::size_t pos = rng() % text.size();
             switch (rng() % 4) {
-            case 0: text[pos] = alphabet[rng() % (sizeof alphabet - 1)]; break;
-            case 1: text.erase(pos, 1 + rng() % 8); break;
-            case 2: text.insert(pos, 1, alphabet[rng() % (sizeof alphabet - 1)]); break;
-            default: text.insert(pos, text.substr(rng() % text.size(), rng() % 12)); break;
+            case 0:
+                text[pos] = alphabet[rng() % (sizeof alphabet - 1)];
+                break;
+            case 1:
+                text.erase(pos, 1 + rng() % 8);
+                break;
+            case 2:
+                text.insert(pos, 1, alphabet[rng() % (sizeof alphabet - 1)]);
+                break;
+            default:
+                text.insert(pos, text.substr(rng() % text.size(), rng() % 12));
+                break;
             }
             if (text.empty())
                 text = "{";

@@ -11,14 +11,14 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "firmware/kvistat.h"
-#include "json/JsonWriter.h"
-#include "json/elements.h"
 #include "provider/Controller.h"
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
 #include "tests/support/ReportSections.h"
 #include "tests/support/TzGuard.h"
+#include "json/JsonWriter.h"
+#include "json/elements.h"
 
 namespace {
 
@@ -101,7 +101,8 @@ TEST_P(ProfileReports, SectionsAnswerTheSameOnAFreshObject) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Bundled, ProfileReports, ::testing::ValuesIn(kvi::sim::Simulator::bundledProfiles()),
+INSTANTIATE_TEST_SUITE_P(Bundled, ProfileReports,
+                         ::testing::ValuesIn(kvi::sim::Simulator::bundledProfiles()),
                          [](const ::testing::TestParamInfo<std::string>& info) {
                              std::string n = info.param;
                              for (char& ch : n)

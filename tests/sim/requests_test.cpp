@@ -74,7 +74,8 @@ TEST_F(SimRequests, MalformedRequestsAreInvalidParameters) {
         {"extension with 64 bytes", KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}), 64, -1},
         {"properties set read", KV_DCMD_CTRL_PROPERTIES_SET, {}, 64, int(kvi::Direction::Read)},
         {"extended PR read in short form", KV_DCMD_CTRL_PR_GET_PROPERTIES, {}, 208, -1},
-        {"extended PR read, length 208", KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 208, -1},
+        {"extended PR read, length 208", KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}), 208,
+         -1},
         {"CC read in short form", KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, {}, 168, -1},
         {"suspend selector 2", KV_DCMD_CTRL_PR_SUSPEND_RESUME, mboxBytes({{0, 2}}), 0, -1},
         {"flash list selector 3", KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 3}}), 80, -1},
@@ -83,7 +84,8 @@ TEST_F(SimRequests, MalformedRequestsAreInvalidParameters) {
         {"event list with word 2", KV_DCMD_CTRL_EVENT_GET, mboxWords(0, 0, 1), 264, -1},
         {"key id without 0xFFFF", KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, {}, 256, -1},
         {"link speed 5", KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 1}, {1, 5}}), 0, -1},
-        {"link speed of phy 16", KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 16}, {1, 8}}), 0, -1},
+        {"link speed of phy 16", KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 16}, {1, 8}}), 0,
+         -1},
         {"capture sub-function 6", KV_DCMD_CTRL_AEC_CONTROL, mboxWords(6), 0, -1},
         {"capture read 100 bytes", KV_DCMD_CTRL_AEC_GET, {}, 100, -1},
         {"DPM without b[8]", KV_DCMD_DPM_GET_CFG, {}, 16, -1},
@@ -112,9 +114,11 @@ TEST_F(SimRequests, StandardSizeReadsThroughTheProviderController) {
     // The provider applies the standard size for length 0.
     BackendController bc(ctrl());
     KV_CTRL_INFO info{};
-    DcmdKviDpParams p(KV_DCMD_CTRL_GET_INFO, 0, 0, 0, reinterpret_cast<unsigned char*>(&info), 0, 0, 0);
+    DcmdKviDpParams p(KV_DCMD_CTRL_GET_INFO, 0, 0, 0, reinterpret_cast<unsigned char*>(&info), 0, 0,
+                      0);
     ASSERT_EQ(bc.execute(&p), 0);
-    EXPECT_STREQ(std::string(info.productName, strnlen(info.productName, 80)).c_str(), "KV 9480-16i");
+    EXPECT_STREQ(std::string(info.productName, strnlen(info.productName, 80)).c_str(),
+                 "KV 9480-16i");
     EXPECT_EQ(info.adapterOperations3.supportMaxExtLDs, 1u);
     EXPECT_EQ(info.currentFwTime, std::uint32_t(kNow - 946684800));
     KV_DRV_PCI_INFORMATION pci{};
@@ -151,8 +155,8 @@ TEST_F(SimRequests, DriverVersionComesFromTheProfile) {
 // ---- fault injection ----
 
 std::unique_ptr<kvi::sim::ControllerState> withFaults(const std::string& faults) {
-    return kvi::sim::buildFromProfileText(R"({"base": "default", "fail": )" + faults + "}", "faults.json", "",
-                                          Clock(kNow));
+    return kvi::sim::buildFromProfileText(R"({"base": "default", "fail": )" + faults + "}",
+                                          "faults.json", "", Clock(kNow));
 }
 
 TEST(SimFaults, NamedOpcodeFailsAndNothingElse) {
@@ -172,7 +176,8 @@ TEST(SimFaults, NamedOpcodeFailsAndNothingElse) {
 TEST(SimFaults, MailboxQualifierNarrowsTheFault) {
     Clock clock(kNow);
     kvi::sim::SimController c(
-        withFaults(R"({"KV_DCMD_CTRL_FLASH_COMP_INFO_GET@b0=2": 4, "0x01020100": 17, "0x01020100@b0=1": 9})"),
+        withFaults(
+            R"({"KV_DCMD_CTRL_FLASH_COMP_INFO_GET@b0=2": 4, "0x01020100": 17, "0x01020100@b0=1": 9})"),
         &clock);
     EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status, KVI_STAT_BUSY);
     EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 0}})).status, 0);

@@ -58,7 +58,8 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
         KV_CTRL_PROP p = as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET));
         p.ccRate = 77;
         ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_PROPERTIES_SET, p).status, 0);
-        ASSERT_EQ(send(c, KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 2}, {1, 4}})).status, 0);
+        ASSERT_EQ(send(c, KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 2}, {1, 4}})).status,
+                  0);
         ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_CREATE, keyParams("Keep#It#9")).status, 0);
         ASSERT_EQ(send(c, KV_DCMD_CTRL_PR_START).status, 0);
         send(c, KV_DCMD_CTRL_PR_GET_STATUS);
@@ -76,8 +77,12 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
     auto& c = sim.controller(1);
     EXPECT_EQ(as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 77);
     EXPECT_EQ(as<KV_CTRL_PROP>(send(sim.controller(0), KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 30);
-    EXPECT_EQ(as<KV_SAS_PHY_CONNECTIONS>(send(c, KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS)).phy[2].linkSpeedControl, 4u);
-    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("Keep#It#9")).status, 0);
+    EXPECT_EQ(as<KV_SAS_PHY_CONNECTIONS>(send(c, KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS))
+                  .phy[2]
+                  .linkSpeedControl,
+              4u);
+    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("Keep#It#9")).status,
+              0);
     EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("keep#it#9")).status,
               KVI_STAT_LOCK_KEY_INVALID);
     KV_PR_STATUS pr = as<KV_PR_STATUS>(send(c, KV_DCMD_CTRL_PR_GET_STATUS));
@@ -105,8 +110,10 @@ TEST_F(SimState, GeneratedLogsStayLazyInTheStateFile) {
     KV_EVT_LOG_INFO b = as<KV_EVT_LOG_INFO>(send(again.controller(0), KV_DCMD_CTRL_EVENT_GET_INFO));
     EXPECT_EQ(0, std::memcmp(&a, &b, sizeof a));
     EXPECT_EQ(a.oldestSeqNum, 17001u);
-    Reply x = send(sim.controller(0), KV_DCMD_CTRL_EVENT_GET, mboxWords(18000, 0xFE00FFFF), 8 + 4 * 256);
-    Reply y = send(again.controller(0), KV_DCMD_CTRL_EVENT_GET, mboxWords(18000, 0xFE00FFFF), 8 + 4 * 256);
+    Reply x =
+        send(sim.controller(0), KV_DCMD_CTRL_EVENT_GET, mboxWords(18000, 0xFE00FFFF), 8 + 4 * 256);
+    Reply y = send(again.controller(0), KV_DCMD_CTRL_EVENT_GET, mboxWords(18000, 0xFE00FFFF),
+                   8 + 4 * 256);
     EXPECT_EQ(x.data, y.data);
 }
 
@@ -152,7 +159,8 @@ TEST_F(SimState, DamagedFieldIsNamed) {
         again.loadState(path_);
         ADD_FAILURE() << "accepted";
     } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()), path_ + ": controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex");
+        EXPECT_EQ(std::string(e.what()),
+                  path_ + ": controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex");
     }
 }
 
