@@ -17,11 +17,11 @@
 #include "cli/Gate.h"
 #include "cli/Util.h"
 #include "firmware/kvi.h"
-#include "json/TextWriter.h"
 #include "firmware/kvistat.h"
 #include "provider/Provider.h"
 #include "sim/Simulator.h"
 #include "transport/Session.h"
+#include "json/TextWriter.h"
 
 namespace cli {
 
@@ -44,7 +44,9 @@ Examples:
 Exit codes: 0 success, 1 a controller or firmware request failed, 2 usage error
 (nothing was sent), 3 no controller reachable, 4 permission denied.)";
 
-bool isTerminal(int fd) { return ::isatty(fd) == 1; }
+bool isTerminal(int fd) {
+    return ::isatty(fd) == 1;
+}
 
 // ---- what a capture keeps besides the requests ----
 //
@@ -81,7 +83,7 @@ std::optional<std::string> currentTimeZone() {
 // answers come from (--sim..., --device, --replay, --record and their values).
 std::vector<std::string> commandPart(const std::vector<std::string>& argv) {
     static const char* const withValue[] = {"--sim-profile", "--sim-state", "--sim-controllers",
-                                            "--device", "--replay", "--record"};
+                                            "--device",      "--replay",    "--record"};
     std::vector<std::string> out;
     for (std::size_t i = 1; i < argv.size(); ++i) {
         const std::string& a = argv[i];
@@ -141,9 +143,13 @@ App::~App() {
         std::fclose(s.second);
 }
 
-std::ostream& App::out() { return std::cout; }
+std::ostream& App::out() {
+    return std::cout;
+}
 
-void App::setCommand(Command command) { command_ = std::make_unique<Command>(std::move(command)); }
+void App::setCommand(Command command) {
+    command_ = std::make_unique<Command>(std::move(command));
+}
 
 void App::raiseExit(int code) {
     // The most serious outcome wins: permission and reachability over a
@@ -158,12 +164,18 @@ std::string App::statusName(int status) {
     if (status >= 0)
         return kviStatusName(status);
     switch (status) {
-    case -1: return "refused";
-    case -2: return "time_out_of_range";
-    case kvi::kTransportFailed: return "transport_failed";
-    case kvi::kReplayMismatch: return "replay_mismatch";
-    case kvi::kUnsupported: return "unsupported_by_backend";
-    default: return "local_" + std::to_string(-status);
+    case -1:
+        return "refused";
+    case -2:
+        return "time_out_of_range";
+    case kvi::kTransportFailed:
+        return "transport_failed";
+    case kvi::kReplayMismatch:
+        return "replay_mismatch";
+    case kvi::kUnsupported:
+        return "unsupported_by_backend";
+    default:
+        return "local_" + std::to_string(-status);
     }
 }
 
@@ -190,14 +202,30 @@ void App::fail(Target& t, const std::string& what, int status) {
     t.failed = true;
     std::string hint;
     switch (status) {
-    case KVI_STAT_INVALID_DCMD: hint = "this controller does not offer it"; break;
-    case KVI_STAT_BUSY: hint = "retry in a moment"; break;
-    case KVI_STAT_NO_HW_PRESENT: hint = "the hardware is not fitted on this controller"; break;
-    case KVI_STAT_LOCK_KEY_INVALID: hint = "check the passphrase"; break;
-    case KVI_STAT_LOCK_KEY_ABSENT: hint = "create a key first (kvictl security create)"; break;
-    case kvi::kTransportFailed: hint = "check the device path and that the driver is loaded"; break;
-    case kvi::kReplayMismatch: hint = "the capture does not match this command; record it again"; break;
-    default: hint = "run with --log FILE --log-level 4 for the request log"; break;
+    case KVI_STAT_INVALID_DCMD:
+        hint = "this controller does not offer it";
+        break;
+    case KVI_STAT_BUSY:
+        hint = "retry in a moment";
+        break;
+    case KVI_STAT_NO_HW_PRESENT:
+        hint = "the hardware is not fitted on this controller";
+        break;
+    case KVI_STAT_LOCK_KEY_INVALID:
+        hint = "check the passphrase";
+        break;
+    case KVI_STAT_LOCK_KEY_ABSENT:
+        hint = "create a key first (kvictl security create)";
+        break;
+    case kvi::kTransportFailed:
+        hint = "check the device path and that the driver is loaded";
+        break;
+    case kvi::kReplayMismatch:
+        hint = "the capture does not match this command; record it again";
+        break;
+    default:
+        hint = "run with --log FILE --log-level 4 for the request log";
+        break;
     }
     std::string text = what + " failed: " + statusText(t, status);
     std::cout.flush();
@@ -228,7 +256,8 @@ void App::error(const std::string& code, const std::string& text, int exitCode) 
     raiseExit(exitCode);
 }
 
-void App::emit(Target& t, const std::string& key, const std::string& title, const json::Object& body) {
+void App::emit(Target& t, const std::string& key, const std::string& title,
+               const json::Object& body) {
     if (json()) {
         if (key.empty()) {
             json::UnknownElement& s = (*t.entry)["sections"];
@@ -352,9 +381,11 @@ int App::run(const std::vector<std::string>& rawArgs) {
     app.add_option("--sim-controllers", opt_.simControllers, "Simulate N controllers")
         ->check(CLI::Range(1u, 256u))
         ->group("Backend");
-    app.add_option("--device", opt_.device, "Management device of the host driver (default $KVICTL_DEVICE)")
+    app.add_option("--device", opt_.device,
+                   "Management device of the host driver (default $KVICTL_DEVICE)")
         ->group("Backend");
-    app.add_option("--replay", opt_.replay, "Answer requests from a capture file")->group("Backend");
+    app.add_option("--replay", opt_.replay, "Answer requests from a capture file")
+        ->group("Backend");
     app.add_option("--record", opt_.record, "Write every request and answer to a capture file")
         ->group("Backend");
     app.add_option("-c,--controller", opt_.controller,
@@ -368,7 +399,8 @@ int App::run(const std::vector<std::string>& rawArgs) {
         ->check(CLI::Range(0, 4))
         ->group("Output");
     app.add_flag("-y,--yes", opt_.yes, "Do destructive actions without asking")->group("Safety");
-    app.add_flag("--dry-run", opt_.dryRun, "Show the requests that would change the controller; send none")
+    app.add_flag("--dry-run", opt_.dryRun,
+                 "Show the requests that would change the controller; send none")
         ->group("Safety");
     app.add_flag("--generate-man", generateMan, "Print the man page")->group("");
     app.add_option("--generate-completion", generateCompletion, "Print a completion script (bash)")
@@ -481,7 +513,8 @@ int App::openAndRun() {
     if (!opt_.logFile.empty()) {
         logFile = std::fopen(opt_.logFile.c_str(), "a");
         if (logFile == nullptr) {
-            error("log", "cannot write the log file " + opt_.logFile + ": " + std::strerror(errno), kExitUsage);
+            error("log", "cannot write the log file " + opt_.logFile + ": " + std::strerror(errno),
+                  kExitUsage);
             writeEnvelope();
             return exit_;
         }
@@ -505,14 +538,17 @@ int App::openAndRun() {
             if (!fromState)
                 o.sim->load(opt_.simProfile, opt_.simControllers == 0 ? 1 : opt_.simControllers);
         } catch (const std::exception& e) {
-            error("simulator", std::string(e.what()) + "; nothing was sent (bundled profiles: " +
-                                   [] {
-                                       std::string s;
-                                       for (const std::string& n : kvi::sim::Simulator::bundledProfiles())
-                                           s += (s.empty() ? "" : ", ") + n;
-                                       return s;
-                                   }() + ")",
-                  kExitUsage);
+            error(
+                "simulator",
+                std::string(e.what()) + "; nothing was sent (bundled profiles: " +
+                    [] {
+                        std::string s;
+                        for (const std::string& n : kvi::sim::Simulator::bundledProfiles())
+                            s += (s.empty() ? "" : ", ") + n;
+                        return s;
+                    }() +
+                    ")",
+                kExitUsage);
             writeEnvelope();
             if (logFile) {
                 kvi::setLogSink(nullptr);
@@ -556,7 +592,8 @@ int App::openAndRun() {
                 if (envelope_) {
                     if (auto v = log.fact(kFactArgv)) {
                         auto recorded = decodeArgv(*v);
-                        if (recorded && !recorded->empty() && commandPart(*recorded) == commandPart(argv_))
+                        if (recorded && !recorded->empty() &&
+                            commandPart(*recorded) == commandPart(argv_))
                             envelope_ = std::make_unique<json::Envelope>(kVersion, *recorded);
                     }
                 }
@@ -574,9 +611,11 @@ int App::openAndRun() {
                     int code = kvi::exitCodeFor(o.transport.fault);
                     std::string hint = code == kExitPermission
                                            ? "run as root"
-                                           : "check the device and the driver, or try the simulator: kvictl --sim show";
-                    error("no_controller", "no controller reachable through " + device + ": " +
-                                               o.transport.error + "; " + hint,
+                                           : "check the device and the driver, or try the "
+                                             "simulator: kvictl --sim show";
+                    error("no_controller",
+                          "no controller reachable through " + device + ": " + o.transport.error +
+                              "; " + hint,
                           code);
                 }
             }
@@ -600,7 +639,8 @@ int App::openAndRun() {
         std::string why;
         o.writer = kvi::CaptureWriter::open(opt_.record, why);
         if (!o.writer) {
-            error("record", "cannot write the capture " + opt_.record + ": " + why + "; nothing was sent",
+            error("record",
+                  "cannot write the capture " + opt_.record + ": " + why + "; nothing was sent",
                   kExitUsage);
             writeEnvelope();
             if (logFile) {
@@ -644,8 +684,9 @@ int App::openAndRun() {
     } else {
         unsigned n = static_cast<unsigned>(parseUnsigned(which, 0, 4095, "-c"));
         if (n >= o.gates.size()) {
-            error("usage", "-c " + which + ": no such controller (" + std::to_string(o.gates.size()) +
-                               " found, 0-" + std::to_string(o.gates.size() - 1) + "); nothing was sent",
+            error("usage",
+                  "-c " + which + ": no such controller (" + std::to_string(o.gates.size()) +
+                      " found, 0-" + std::to_string(o.gates.size() - 1) + "); nothing was sent",
                   kExitUsage);
         } else {
             selected.push_back(n);
@@ -670,8 +711,9 @@ int App::openAndRun() {
         if (json()) {
             // Every JSON controller entry carries its status (one information read).
             int code = RaidManager::getInstance(&controller)->getControllerStatus();
-            t.entry = &envelope_->AddController(index, code, RaidManager::controllerStatusName(code),
-                                               RaidManager::controllerStatusDescription(code));
+            t.entry =
+                &envelope_->AddController(index, code, RaidManager::controllerStatusName(code),
+                                          RaidManager::controllerStatusDescription(code));
         } else {
             t.entry = &scratch;
             if (multi_ && command_->headers) {
@@ -720,11 +762,13 @@ int App::openAndRun() {
         try {
             o.sim->saveState(opt_.simState);
         } catch (const std::exception& e) {
-            error("simulator", std::string("cannot keep the simulator state: ") + e.what(), kExitFailed);
+            error("simulator", std::string("cannot keep the simulator state: ") + e.what(),
+                  kExitFailed);
         }
     }
     if (o.writer && o.writer->failed())
-        error("record", "the capture " + opt_.record + " is incomplete: " + o.writer->error(), kExitFailed);
+        error("record", "the capture " + opt_.record + " is incomplete: " + o.writer->error(),
+              kExitFailed);
 
     System::getInstance()->setBackend(nullptr);
     kvi::reports::clearHostTime();

@@ -120,7 +120,8 @@ public:
 
     // Text: the section title and its members. JSON: entry[key] = body, or
     // entry["sections"][title] = body when `key` is empty.
-    void emit(Target& t, const std::string& key, const std::string& title, const json::Object& body);
+    void emit(Target& t, const std::string& key, const std::string& title,
+              const json::Object& body);
     // Reports a failed operation of a controller: a one-line message on
     // stderr and in the controller's JSON messages; exit status 1.
     void fail(Target& t, const std::string& what, int status);

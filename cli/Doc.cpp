@@ -10,14 +10,16 @@ void Doc::str(const std::string& label, const std::string& key, const std::strin
     obj_[json_ ? key : label] = json::String(value);
 }
 
-void Doc::num(const std::string& label, const std::string& key, unsigned long long value, const std::string& unit) {
+void Doc::num(const std::string& label, const std::string& key, unsigned long long value,
+              const std::string& unit) {
     if (json_)
         obj_[key] = json::UNumber(value);
     else
         obj_[label] = json::String(std::to_string(value) + (unit.empty() ? "" : " " + unit));
 }
 
-void Doc::snum(const std::string& label, const std::string& key, long long value, const std::string& unit) {
+void Doc::snum(const std::string& label, const std::string& key, long long value,
+               const std::string& unit) {
     if (json_)
         obj_[key] = json::Number(static_cast<long>(value));
     else

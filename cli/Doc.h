@@ -23,7 +23,8 @@ public:
     // Text: "value unit"; JSON: the number under key (the unit belongs in the key).
     void num(const std::string& label, const std::string& key, unsigned long long value,
              const std::string& unit = "");
-    void snum(const std::string& label, const std::string& key, long long value, const std::string& unit = "");
+    void snum(const std::string& label, const std::string& key, long long value,
+              const std::string& unit = "");
     // Text: yes/no; JSON: true/false.
     void flag(const std::string& label, const std::string& key, bool value);
     void null(const std::string& label, const std::string& key);

@@ -2,9 +2,9 @@
 // option table that parses the command line (kvictl --generate-man,
 // kvictl --generate-completion bash).
 #include <CLI/CLI.hpp>
-#include <ostream>
 #include <algorithm>
 #include <functional>
+#include <ostream>
 #include <set>
 
 #include "cli/App.h"
@@ -45,8 +45,9 @@ void writeOptions(const CLI::App& app, std::ostream& os) {
             continue;
         if (o->get_lnames().empty() && o->get_snames().empty())
             continue;
-        os << ".TP\n.B " << roff(optionNames(o)) << (o->get_type_size() != 0 ? " " + roff(o->get_type_name()) : "")
-           << "\n" << roff(o->get_description()) << "\n";
+        os << ".TP\n.B " << roff(optionNames(o))
+           << (o->get_type_size() != 0 ? " " + roff(o->get_type_name()) : "") << "\n"
+           << roff(o->get_description()) << "\n";
     }
 }
 
@@ -78,19 +79,23 @@ void writeCommand(const CLI::App& sub, const std::string& prefix, std::ostream& 
 void writeManPage(CLI::App& root, std::ostream& os) {
     os << ".TH KVICTL 8 \"\" \"kvictl\" \"System Administration\"\n"
        << ".SH NAME\nkvictl \\- manage RAID controllers of the direct-command firmware interface\n"
-       << ".SH SYNOPSIS\n.B kvictl\n[\\-\\-sim[=PROFILE] | \\-\\-device PATH | \\-\\-replay FILE] [\\-\\-record FILE]\n"
+       << ".SH SYNOPSIS\n.B kvictl\n[\\-\\-sim[=PROFILE] | \\-\\-device PATH | \\-\\-replay FILE] "
+          "[\\-\\-record FILE]\n"
        << "[\\-c N|all] [\\-o text|json|json\\-compact] [\\-\\-log FILE \\-\\-log\\-level 0\\-4]\n"
        << "[\\-y] [\\-\\-dry\\-run] COMMAND ...\n"
-       << ".SH DESCRIPTION\n" << roff(root.get_description()) << "\n"
+       << ".SH DESCRIPTION\n"
+       << roff(root.get_description()) << "\n"
        << ".SH OPTIONS\n";
     writeOptions(root, os);
     os << ".SH COMMANDS\n";
     for (const CLI::App* sub : root.get_subcommands({}))
         writeCommand(*sub, "", os);
     os << ".SH EXIT STATUS\n.TP\n0\nsuccess\n.TP\n1\na controller or firmware request failed\n"
-       << ".TP\n2\nusage error; nothing was sent\n.TP\n3\nno controller reachable\n.TP\n4\npermission denied\n"
+       << ".TP\n2\nusage error; nothing was sent\n.TP\n3\nno controller "
+          "reachable\n.TP\n4\npermission denied\n"
        << ".SH ENVIRONMENT\n.TP\nKVICTL_DEVICE\nthe default management device\n"
-       << ".TP\nKVICTL_SIM_TIME\nwith \\-\\-sim: the simulated clock and the tool's clock, seconds since 1970\n";
+       << ".TP\nKVICTL_SIM_TIME\nwith \\-\\-sim: the simulated clock and the tool's clock, seconds "
+          "since 1970\n";
 }
 
 void writeBashCompletion(CLI::App& root, std::ostream& os) {
@@ -102,25 +107,27 @@ void writeBashCompletion(CLI::App& root, std::ostream& os) {
        << "    done\n"
        << "    case \"${cmd# }\" in\n";
     std::vector<std::pair<std::string, std::string>> cases;
-    std::function<void(const CLI::App&, const std::string&)> collect = [&](const CLI::App& app, const std::string& path) {
-        std::string words;
-        for (const CLI::App* sub : app.get_subcommands({}))
-            words += sub->get_name() + " ";
-        for (const CLI::Option* o : app.get_options())
-            for (const std::string& n : o->get_lnames())
-                if (!o->get_group().empty())
-                    words += "--" + n + " ";
-        cases.push_back({path, words});
-        for (const CLI::App* sub : app.get_subcommands({}))
-            collect(*sub, path.empty() ? sub->get_name() : path + " " + sub->get_name());
-    };
+    std::function<void(const CLI::App&, const std::string&)> collect =
+        [&](const CLI::App& app, const std::string& path) {
+            std::string words;
+            for (const CLI::App* sub : app.get_subcommands({}))
+                words += sub->get_name() + " ";
+            for (const CLI::Option* o : app.get_options())
+                for (const std::string& n : o->get_lnames())
+                    if (!o->get_group().empty())
+                        words += "--" + n + " ";
+            cases.push_back({path, words});
+            for (const CLI::App* sub : app.get_subcommands({}))
+                collect(*sub, path.empty() ? sub->get_name() : path + " " + sub->get_name());
+        };
     collect(root, "");
     std::stable_sort(cases.begin(), cases.end(), [](const auto& a, const auto& b) {
         return std::count(a.first.begin(), a.first.end(), ' ') + !a.first.empty() >
                std::count(b.first.begin(), b.first.end(), ' ') + !b.first.empty();
     });
     for (const auto& c : cases)
-        os << "        " << (c.first.empty() ? "*" : "\"" + c.first + "\"*") << ") words=\"" << c.second << "\" ;;\n";
+        os << "        " << (c.first.empty() ? "*" : "\"" + c.first + "\"*") << ") words=\""
+           << c.second << "\" ;;\n";
     os << "    esac\n"
        << "    COMPREPLY=($(compgen -W \"$words\" -- \"$cur\"))\n"
        << "}\n"

@@ -65,16 +65,26 @@ long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds) {
 
 const char* batteryStateName(int state) {
     switch (state) {
-    case 0: return "missing";
-    case 1: return "optimal";
-    case 2: return "failed";
-    case 3: return "degraded";
-    case 4: return "needs_attention";
-    case 6: return "code_required";
-    case 7: return "predictive_failure";
-    case 8: return "charging";
-    case 9: return "communication_failure";
-    default: return "unknown";
+    case 0:
+        return "missing";
+    case 1:
+        return "optimal";
+    case 2:
+        return "failed";
+    case 3:
+        return "degraded";
+    case 4:
+        return "needs_attention";
+    case 6:
+        return "code_required";
+    case 7:
+        return "predictive_failure";
+    case 8:
+        return "charging";
+    case 9:
+        return "communication_failure";
+    default:
+        return "unknown";
     }
 }
 
@@ -104,7 +114,8 @@ Health readHealth(Target& t) {
     kvi::PciLocation pci;
     if (t.backend->pciLocation(pci) == 0) {
         char buf[32];
-        std::snprintf(buf, sizeof buf, "%04x:%02x:%02x.%x", pci.domain, pci.bus, pci.device, pci.function);
+        std::snprintf(buf, sizeof buf, "%04x:%02x:%02x.%x", pci.domain, pci.bus, pci.device,
+                      pci.function);
         h.pciAddress = buf;
     }
 

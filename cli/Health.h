@@ -41,9 +41,9 @@ struct Health {
     std::optional<int> batteryState;           // BATTERY_STATE_* (0 missing .. 255 unknown)
     std::optional<std::uint32_t> batteryFlags; // the firmware's battery status word
     std::optional<unsigned> batteryTemperature;
-    std::optional<unsigned> batteryCharge; // relative state of charge, percent
+    std::optional<unsigned> batteryCharge;                 // relative state of charge, percent
     std::optional<unsigned> batteryRemaining, batteryFull; // mAh
-    std::optional<long long> batteryNextLearn; // seconds since 1970
+    std::optional<long long> batteryNextLearn;             // seconds since 1970
 
     // ---- background operations, security, alarm ----
     std::optional<unsigned> patrolState;
@@ -77,8 +77,9 @@ enum BatteryFlag : std::uint32_t {
 Health readHealth(Target& t);
 
 // Stable lowercase names of the states (for labels and messages).
-const char* batteryStateName(int state);    // "missing", "optimal", ... "unknown"
+const char* batteryStateName(int state);     // "missing", "optimal", ... "unknown"
 const char* patrolStateName(unsigned state); // "stopped", "ready", ... or nullptr
-const char* alarmStateName(unsigned state); // "disabled", "enabled", "silenced", "absent" or nullptr
+const char*
+alarmStateName(unsigned state); // "disabled", "enabled", "silenced", "absent" or nullptr
 
 } // namespace cli

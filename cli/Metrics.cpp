@@ -38,10 +38,18 @@ std::string Exposition::escapeLabelValue(const std::string& value) {
     out.reserve(clean.size());
     for (char c : clean) {
         switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '"': out += "\\\""; break;
-        case '\n': out += "\\n"; break;
-        default: out += c; break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '"':
+            out += "\\\"";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        default:
+            out += c;
+            break;
         }
     }
     return out;
@@ -152,7 +160,9 @@ std::string utf8Clean(const std::string& bytes) {
 
 namespace {
 
-std::string errnoText(const std::string& what) { return what + ": " + std::strerror(errno); }
+std::string errnoText(const std::string& what) {
+    return what + ": " + std::strerror(errno);
+}
 
 bool writeAll(int fd, const std::string& text) {
     const char* p = text.data();

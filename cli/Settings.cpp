@@ -88,8 +88,8 @@ int readSetting(AdapterData& a, const Setting& s, unsigned long long& value) {
 }
 
 std::vector<SettingChange> parseAssignments(const std::vector<Setting>& table,
-                                            const std::vector<std::string>& args, const std::string& what,
-                                            const std::string& listHint) {
+                                            const std::vector<std::string>& args,
+                                            const std::string& what, const std::string& listHint) {
     std::vector<SettingChange> changes;
     std::set<std::string> seen;
     for (const std::string& a : args) {
@@ -133,7 +133,8 @@ void applySettings(App& app, Target& t, const std::vector<SettingChange>& change
         row["changed"] = json::Boolean(differs);
         rows.Insert(row);
         text[ch.setting->name] =
-            json::String(differs ? settingText(*ch.setting, current) + " -> " + settingText(*ch.setting, ch.value)
+            json::String(differs ? settingText(*ch.setting, current) + " -> " +
+                                       settingText(*ch.setting, ch.value)
                                  : settingText(*ch.setting, ch.value) + " (unchanged)");
     }
     bool changed = false;

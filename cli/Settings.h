@@ -52,8 +52,8 @@ template <class T> Setter setV(int (AdapterData::*fn)(T)) {
 enum class SettingKind { Number, Switch, Named };
 
 struct Setting {
-    std::string name;  // kebab-case
-    std::string unit;  // "", "percent", "seconds", "minutes", "hours", "microseconds", "drives"
+    std::string name; // kebab-case
+    std::string unit; // "", "percent", "seconds", "minutes", "hours", "microseconds", "drives"
     std::string help;
     SettingKind kind = SettingKind::Number;
     unsigned long long min = 0, max = 0;
@@ -61,8 +61,8 @@ struct Setting {
     bool invertGet = false;        // the field is a "disable" bit: shown inverted
     bool invertSet = false;        // the setter stores the inverse of what it is given
     Getter get;
-    Setter set;                    // empty = read-only
-    bool extension = false;        // written by the property-extension transaction
+    Setter set;             // empty = read-only
+    bool extension = false; // written by the property-extension transaction
 
     bool settable() const { return static_cast<bool>(set); }
     // JSON key: snake_case with the unit for time units ("spin_down_time_minutes").
@@ -88,8 +88,8 @@ struct SettingChange {
 };
 // NAME=VALUE arguments checked against a table (throws UsageError).
 std::vector<SettingChange> parseAssignments(const std::vector<Setting>& table,
-                                            const std::vector<std::string>& args, const std::string& what,
-                                            const std::string& listHint);
+                                            const std::vector<std::string>& args,
+                                            const std::string& what, const std::string& listHint);
 // Reads the current values, then writes every differing one between `begin`
 // and `end` (end's second argument: a property-extension setting changed).
 // Nothing is sent when every value is already current. Emits the changes

@@ -60,11 +60,12 @@ std::tm parseLocalTime(const std::string& text, const std::string& what) {
     char sep = 0;
     int n = 0;
     std::string t = trim(text);
-    bool ok = std::sscanf(t.c_str(), "%4d-%2d-%2d%c%2d:%2d%n", &y, &mo, &d, &sep, &h, &mi, &n) == 6 &&
-              static_cast<std::size_t>(n) == t.size() && (sep == ' ' || sep == 'T') && t.size() == 16;
+    bool ok =
+        std::sscanf(t.c_str(), "%4d-%2d-%2d%c%2d:%2d%n", &y, &mo, &d, &sep, &h, &mi, &n) == 6 &&
+        static_cast<std::size_t>(n) == t.size() && (sep == ' ' || sep == 'T') && t.size() == 16;
     if (ok)
-        ok = y >= 2000 && y <= 2105 && mo >= 1 && mo <= 12 && d >= 1 && d <= 31 && h >= 0 && h <= 23 &&
-             mi >= 0 && mi <= 59;
+        ok = y >= 2000 && y <= 2105 && mo >= 1 && mo <= 12 && d >= 1 && d <= 31 && h >= 0 &&
+             h <= 23 && mi >= 0 && mi <= 59;
     if (ok) {
         static const int days[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
         bool leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
@@ -85,12 +86,13 @@ std::tm parseLocalTime(const std::string& text, const std::string& what) {
 
 std::string formatLocalTime(const std::tm& tm) {
     char buf[40];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d", tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday,
-                  tm.tm_hour, tm.tm_min);
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d", tm.tm_year + 1900, tm.tm_mon + 1,
+                  tm.tm_mday, tm.tm_hour, tm.tm_min);
     return buf;
 }
 
-std::vector<unsigned short> parseIdList(const std::string& text, unsigned max, const std::string& what) {
+std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,
+                                        const std::string& what) {
     std::vector<unsigned short> ids;
     std::string t = lower(trim(text));
     if (t.empty() || t == "none")
@@ -176,14 +178,22 @@ EventRecord decodeEvent(const std::uint8_t* r) {
 
 const char* eventClassName(int c) {
     switch (c) {
-    case -2: return "debug";
-    case -1: return "progress";
-    case 0: return "info";
-    case 1: return "warning";
-    case 2: return "critical";
-    case 3: return "fatal";
-    case 4: return "dead";
-    default: return "unknown";
+    case -2:
+        return "debug";
+    case -1:
+        return "progress";
+    case 0:
+        return "info";
+    case 1:
+        return "warning";
+    case 2:
+        return "critical";
+    case 3:
+        return "fatal";
+    case 4:
+        return "dead";
+    default:
+        return "unknown";
     }
 }
 
@@ -192,8 +202,9 @@ int parseEventClass(const std::string& text) {
     for (int c = -2; c <= 4; ++c)
         if (t == eventClassName(c) || t == std::to_string(c))
             return c;
-    throw UsageError("--class: '" + text +
-                     "' is not an event class (debug, progress, info, warning, critical, fatal, dead)");
+    throw UsageError(
+        "--class: '" + text +
+        "' is not an event class (debug, progress, info, warning, critical, fatal, dead)");
 }
 
 long long scheduleEpoch() {
@@ -212,8 +223,8 @@ std::string eventTime(std::uint32_t ts) {
     std::tm tm{};
     localtime_r(&t, &tm);
     char buf[40];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", tm.tm_year + 1900, tm.tm_mon + 1,
-                  tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", tm.tm_year + 1900,
+                  tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
     return buf;
 }
 

@@ -21,7 +21,8 @@ std::tm parseLocalTime(const std::string& text, const std::string& what);
 // "YYYY-MM-DD HH:MM".
 std::string formatLocalTime(const std::tm& tm);
 // A comma-separated list of ids in [0, max] ("" or "none" = empty).
-std::vector<unsigned short> parseIdList(const std::string& text, unsigned max, const std::string& what);
+std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,
+                                        const std::string& what);
 // NAME=VALUE; throws for a missing '='.
 std::pair<std::string, std::string> splitAssignment(const std::string& text);
 // "rebuild-rate" -> "rebuild_rate".

@@ -14,8 +14,8 @@ namespace {
 void action(CLI::App& root, App& app, const char* name, const char* help, const char* question,
             std::function<int(AdapterData&)> op) {
     auto* sub = root.add_subcommand(name, help);
-    sub->footer(std::string("Examples:\n  kvictl --sim ") + name + "\n  kvictl --sim --dry-run " + name +
-                (question ? std::string("\n  kvictl --sim -y ") + name : std::string()));
+    sub->footer(std::string("Examples:\n  kvictl --sim ") + name + "\n  kvictl --sim --dry-run " +
+                name + (question ? std::string("\n  kvictl --sim -y ") + name : std::string()));
     sub->callback([&app, name, question, op] {
         Command c;
         c.name = name;
@@ -36,12 +36,15 @@ void action(CLI::App& root, App& app, const char* name, const char* help, const 
 void registerActions(CLI::App& root, App& app) {
     action(root, app, "flush-cache", "Write the controller's cache to the drives", nullptr,
            [](AdapterData& a) { return a.flushCache(); });
-    action(root, app, "factory-defaults", "Reset every controller setting to its factory default (asks first)",
-           "Reset the selected controllers to factory defaults?", [](AdapterData& a) { return a.setfactoryDefaults(); });
-    action(root, app, "restart", "Restart the controller (asks first)", "Restart the selected controllers?",
-           [](AdapterData& a) { return a.adpRestart(false); });
+    action(root, app, "factory-defaults",
+           "Reset every controller setting to its factory default (asks first)",
+           "Reset the selected controllers to factory defaults?",
+           [](AdapterData& a) { return a.setfactoryDefaults(); });
+    action(root, app, "restart", "Restart the controller (asks first)",
+           "Restart the selected controllers?", [](AdapterData& a) { return a.adpRestart(false); });
     action(root, app, "shutdown", "Shut the controller down for power-off (asks first)",
-           "Shut down the selected controllers?", [](AdapterData& a) { return a.adpShutDown(false); });
+           "Shut down the selected controllers?",
+           [](AdapterData& a) { return a.adpShutDown(false); });
 }
 
 } // namespace cli

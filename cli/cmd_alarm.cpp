@@ -11,11 +11,16 @@ namespace {
 
 const char* alarmName(unsigned char state) {
     switch (state) {
-    case 0: return "disabled";
-    case 1: return "enabled";
-    case 2: return "silenced";
-    case 3: return "absent";
-    default: return "unknown";
+    case 0:
+        return "disabled";
+    case 1:
+        return "enabled";
+    case 2:
+        return "silenced";
+    case 3:
+        return "absent";
+    default:
+        return "unknown";
     }
 }
 
@@ -54,11 +59,18 @@ Command setAlarm(App& app, unsigned char value, const char* action) {
 void registerAlarm(CLI::App& root, App& app) {
     auto* g = root.add_subcommand("alarm", "Show or change the audible alarm (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim alarm\n  kvictl --sim alarm silence\n  kvictl --sim -c all alarm off");
+    g->footer("Examples:\n  kvictl --sim alarm\n  kvictl --sim alarm silence\n  kvictl --sim -c "
+              "all alarm off");
     verb(*g, "show", "Show the alarm state")->callback([&app] { app.setCommand(showAlarm(app)); });
-    verb(*g, "on", "Enable the alarm")->callback([&app] { app.setCommand(setAlarm(app, 1, "on")); });
-    verb(*g, "off", "Disable the alarm")->callback([&app] { app.setCommand(setAlarm(app, 0, "off")); });
-    verb(*g, "silence", "Silence a sounding alarm")->callback([&app] { app.setCommand(setAlarm(app, 2, "silence")); });
+    verb(*g, "on", "Enable the alarm")->callback([&app] {
+        app.setCommand(setAlarm(app, 1, "on"));
+    });
+    verb(*g, "off", "Disable the alarm")->callback([&app] {
+        app.setCommand(setAlarm(app, 0, "off"));
+    });
+    verb(*g, "silence", "Silence a sounding alarm")->callback([&app] {
+        app.setCommand(setAlarm(app, 2, "silence"));
+    });
     g->callback([&app, g] {
         if (g->get_subcommands().empty())
             app.setCommand(showAlarm(app));

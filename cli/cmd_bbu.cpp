@@ -12,16 +12,28 @@ namespace cli {
 
 namespace {
 
-const std::vector<NamedValue> kStates = {
-    {"missing", 0}, {"optimal", 1}, {"failed", 2}, {"degraded", 3}, {"needs_attention", 4},
-    {"code_update_required", 6}, {"predictive_failure", 7}, {"charging", 8},
-    {"communication_failure", 9}, {"unknown", 255}};
-const std::vector<NamedValue> kTypes = {
-    {"none", 0}, {"ibbu", 1}, {"bbu", 2}, {"zcr_legacy", 3}, {"itbbu3", 4}, {"ibbu08", 5},
-    {"supercap_module", 6}, {"smart_battery", 7}};
-const std::vector<NamedValue> kReasons = {
-    {"battery_missing", 0}, {"battery_failed", 1}, {"capacity_low", 2}, {"learn_cycle", 3},
-    {"no_space", 5}, {"microcode_required", 6}, {"communication_fault", 7}};
+const std::vector<NamedValue> kStates = {{"missing", 0},
+                                         {"optimal", 1},
+                                         {"failed", 2},
+                                         {"degraded", 3},
+                                         {"needs_attention", 4},
+                                         {"code_update_required", 6},
+                                         {"predictive_failure", 7},
+                                         {"charging", 8},
+                                         {"communication_failure", 9},
+                                         {"unknown", 255}};
+const std::vector<NamedValue> kTypes = {{"none", 0},
+                                        {"ibbu", 1},
+                                        {"bbu", 2},
+                                        {"zcr_legacy", 3},
+                                        {"itbbu3", 4},
+                                        {"ibbu08", 5},
+                                        {"supercap_module", 6},
+                                        {"smart_battery", 7}};
+const std::vector<NamedValue> kReasons = {{"battery_missing", 0},    {"battery_failed", 1},
+                                          {"capacity_low", 2},       {"learn_cycle", 3},
+                                          {"no_space", 5},           {"microcode_required", 6},
+                                          {"communication_fault", 7}};
 const std::vector<NamedValue> kLearnModes = {{"auto", 0}, {"disabled", 1}, {"warn", 2}};
 
 std::string scheduleTime(unsigned int seconds) {
@@ -102,7 +114,8 @@ Command showBbu(App& app) {
                 d.str("Next Learn Time", "next_learn_time", scheduleTime(next));
             ok = ok && step(a.getWritePolicyChngReason(&reason), "write-policy reason");
             if (ok && state != 1)
-                d.str("Write Policy Change Reason", "write_policy_change_reason", nameOf(reason, kReasons));
+                d.str("Write Policy Change Reason", "write_policy_change_reason",
+                      nameOf(reason, kReasons));
         }
         app.emit(t, "battery", "Battery", d.object());
     };
@@ -124,9 +137,11 @@ Command bbuAction(App& app, const char* action, int (AdapterData::*op)()) {
 } // namespace
 
 void registerBbu(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("bbu", "Battery backup unit: status, learn cycle, test, auto-learn mode (default: show)");
+    auto* g = root.add_subcommand(
+        "bbu", "Battery backup unit: status, learn cycle, test, auto-learn mode (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim bbu\n  kvictl --sim bbu learn\n  kvictl --sim bbu set auto-learn=disabled\n"
+    g->footer("Examples:\n  kvictl --sim bbu\n  kvictl --sim bbu learn\n  kvictl --sim bbu set "
+              "auto-learn=disabled\n"
               "  kvictl --sim -o json bbu show");
     verb(*g, "show", "Show the battery status")->callback([&app] { app.setCommand(showBbu(app)); });
     verb(*g, "learn", "Start a manual learn cycle")->callback([&app] {
@@ -146,7 +161,8 @@ void registerBbu(CLI::App& root, App& app) {
             for (const std::string& a : *args) {
                 auto [name, value] = splitAssignment(a);
                 if (name != "auto-learn")
-                    throw UsageError("bbu set: unknown setting '" + name + "' (settings: auto-learn)");
+                    throw UsageError("bbu set: unknown setting '" + name +
+                                     "' (settings: auto-learn)");
                 *mode = parseNamed(value, kLearnModes, "auto-learn");
             }
         };

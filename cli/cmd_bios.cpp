@@ -69,7 +69,8 @@ Command showBios(App& app) {
                 break;
             }
             d.raw(s.name, snakeCase(s.name),
-                  app.json() ? settingJson(s, v) : json::UnknownElement(json::String(settingText(s, v))));
+                  app.json() ? settingJson(s, v)
+                             : json::UnknownElement(json::String(settingText(s, v))));
         }
         app.emit(t, "bios", "BIOS", d.object());
     };
@@ -89,7 +90,8 @@ void registerBios(CLI::App& root, App& app) {
     auto* g = root.add_subcommand("bios", "Show or change the BIOS settings (default: show)");
     g->require_subcommand(0, 1);
     g->footer("Settings: " + biosNames() +
-              "\n\nExamples:\n  kvictl --sim bios\n  kvictl --sim bios set error-mode=pause auto-select-boot=off");
+              "\n\nExamples:\n  kvictl --sim bios\n  kvictl --sim bios set error-mode=pause "
+              "auto-select-boot=off");
     verb(*g, "show", "Show the BIOS settings")->callback([&app] { app.setCommand(showBios(app)); });
     auto* set = verb(*g, "set", "Change BIOS settings in one write: NAME=VALUE...");
     auto args = std::make_shared<std::vector<std::string>>();
@@ -99,12 +101,14 @@ void registerBios(CLI::App& root, App& app) {
         Command c;
         c.name = "bios set";
         c.validate = [args, changes] {
-            *changes = parseAssignments(biosSettings(), *args, "BIOS setting", "settings: " + biosNames());
+            *changes =
+                parseAssignments(biosSettings(), *args, "BIOS setting", "settings: " + biosNames());
         };
         c.run = [&app, changes](Target& t) {
             applySettings(
                 app, t, *changes, [](AdapterData& a) { return a.beginBIOSDataUpdate(); },
-                [](AdapterData& a, bool) { return a.endBIOSDataUpdate(); }, "the BIOS settings", "BIOS Settings");
+                [](AdapterData& a, bool) { return a.endBIOSDataUpdate(); }, "the BIOS settings",
+                "BIOS Settings");
         };
         app.setCommand(std::move(c));
     });

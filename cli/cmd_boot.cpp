@@ -49,7 +49,8 @@ Command showBoot(App& app) {
 void registerBoot(CLI::App& root, App& app) {
     auto* g = root.add_subcommand("boot", "Show, set or clear the boot drive (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim boot\n  kvictl --sim boot set vd=1\n  kvictl --sim boot set pd=12\n"
+    g->footer("Examples:\n  kvictl --sim boot\n  kvictl --sim boot set vd=1\n  kvictl --sim boot "
+              "set pd=12\n"
               "  kvictl --sim boot clear");
     verb(*g, "show", "Show the boot drive")->callback([&app] { app.setCommand(showBoot(app)); });
     auto* set = verb(*g, "set", "Boot from a virtual drive (vd=N) or a physical drive (pd=ID)");
@@ -80,7 +81,8 @@ void registerBoot(CLI::App& root, App& app) {
                 rc = t.adapter->endBIOSDataUpdate();
             if (rc != 0)
                 app.fail(t, "setting the boot drive", rc);
-            actionDone(app, t, "Boot Device", std::string("boot set ") + (*isPd ? "pd=" : "vd=") + std::to_string(*id));
+            actionDone(app, t, "Boot Device",
+                       std::string("boot set ") + (*isPd ? "pd=" : "vd=") + std::to_string(*id));
         };
         app.setCommand(std::move(c));
     });

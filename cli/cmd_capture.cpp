@@ -69,39 +69,51 @@ struct MaskArgs {
 } // namespace
 
 void registerCapture(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("capture", "Event capture: settings, start, stop, mode, filter masks, read (default: show)");
+    auto* g = root.add_subcommand(
+        "capture",
+        "Event capture: settings, start, stop, mode, filter masks, read (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim capture\n  kvictl --sim capture start\n  kvictl --sim capture filter 0x10 --fw\n"
+    g->footer("Examples:\n  kvictl --sim capture\n  kvictl --sim capture start\n  kvictl --sim "
+              "capture filter 0x10 --fw\n"
               "  kvictl --sim capture read");
-    verb(*g, "show", "Show the capture settings")->callback([&app] { app.setCommand(showCapture(app)); });
+    verb(*g, "show", "Show the capture settings")->callback([&app] {
+        app.setCommand(showCapture(app));
+    });
     auto startValue = std::make_shared<std::string>("0");
     auto* start = verb(*g, "start", "Start capturing events");
     start->add_option("--value", *startValue, "Control value passed to the firmware (default 0)");
     start->callback([&app, startValue] {
         auto v = std::make_shared<unsigned int>(0);
         Command c = captureAction(app, "start", [v](AdapterData& a) { return a.startAEC(*v); });
-        c.validate = [startValue, v] { *v = static_cast<unsigned int>(parseUnsigned(*startValue, 0, 0xFFFFFFFFu, "--value")); };
+        c.validate = [startValue, v] {
+            *v = static_cast<unsigned int>(parseUnsigned(*startValue, 0, 0xFFFFFFFFu, "--value"));
+        };
         app.setCommand(std::move(c));
     });
     verb(*g, "stop", "Stop capturing")->callback([&app] {
         app.setCommand(captureAction(app, "stop", [](AdapterData& a) { return a.stopAEC(); }));
     });
     verb(*g, "disable", "Disable event capture")->callback([&app] {
-        app.setCommand(captureAction(app, "disable", [](AdapterData& a) { return a.disableAEC(); }));
+        app.setCommand(
+            captureAction(app, "disable", [](AdapterData& a) { return a.disableAEC(); }));
     });
     auto modeArg = std::make_shared<std::string>();
     auto* mode = verb(*g, "mode", "Set the capture mode (0-255)");
     mode->add_option("mode", *modeArg, "Capture mode")->required();
     mode->callback([&app, modeArg] {
         auto v = std::make_shared<unsigned char>(0);
-        Command c = captureAction(app, "mode", [v](AdapterData& a) { return a.setAECCaptureMode(*v); });
-        c.validate = [modeArg, v] { *v = static_cast<unsigned char>(parseUnsigned(*modeArg, 0, 255, "mode")); };
+        Command c =
+            captureAction(app, "mode", [v](AdapterData& a) { return a.setAECCaptureMode(*v); });
+        c.validate = [modeArg, v] {
+            *v = static_cast<unsigned char>(parseUnsigned(*modeArg, 0, 255, "mode"));
+        };
         app.setCommand(std::move(c));
     });
     for (const char* which : {"filter", "unfilter"}) {
         auto args = std::make_shared<MaskArgs>();
         bool add = std::string(which) == "filter";
-        auto* sub = verb(*g, which, add ? "Add bits to a filter mask" : "Clear bits of a filter mask");
+        auto* sub =
+            verb(*g, which, add ? "Add bits to a filter mask" : "Clear bits of a filter mask");
         sub->add_option("mask", args->mask, "Mask bits (0x...)")->required();
         sub->add_flag("--fw", args->fw, "The firmware mask (default: the host mask)");
         sub->callback([&app, args, add, which] {
@@ -110,7 +122,8 @@ void registerCapture(CLI::App& root, App& app) {
                 return add ? a.filterAECMask(args->value, w) : a.clearAECMask(args->value, w);
             });
             c.validate = [args] {
-                args->value = static_cast<unsigned int>(parseUnsigned(args->mask, 0, 0xFFFFFFFFu, "mask"));
+                args->value =
+                    static_cast<unsigned int>(parseUnsigned(args->mask, 0, 0xFFFFFFFFu, "mask"));
             };
             app.setCommand(std::move(c));
         });

@@ -13,7 +13,8 @@ namespace cli {
 namespace {
 
 const std::vector<NamedValue> kCcModes = {{"disabled", 0}, {"sequential", 1}, {"concurrent", 2}};
-const std::vector<NamedValue> kCcStates = {{"stopped", 0}, {"ready", 1}, {"active", 2}, {"paused", 3}};
+const std::vector<NamedValue> kCcStates = {
+    {"stopped", 0}, {"ready", 1}, {"active", 2}, {"paused", 3}};
 
 Command showCc(App& app) {
     Command c;
@@ -90,7 +91,8 @@ struct CcSet {
 void registerCc(CLI::App& root, App& app) {
     auto* g = root.add_subcommand("cc", "Consistency-check schedule (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Settings of set: mode=disabled|sequential|concurrent delay=HOURS start=\"YYYY-MM-DD HH:MM\"\n"
+    g->footer("Settings of set: mode=disabled|sequential|concurrent delay=HOURS start=\"YYYY-MM-DD "
+              "HH:MM\"\n"
               "                 exclude=LIST|none\n\nExamples:\n  kvictl --sim cc\n"
               "  kvictl --sim cc set mode=concurrent delay=672 start=\"2025-07-01 03:00\"");
     verb(*g, "show", "Show the schedule")->callback([&app] { app.setCommand(showCc(app)); });
@@ -109,7 +111,8 @@ void registerCc(CLI::App& root, App& app) {
                     p->mode = static_cast<unsigned char>(parseNamed(v, kCcModes, "mode"));
                 } else if (k == "delay") {
                     p->hasDelay = true;
-                    p->delaySeconds = static_cast<unsigned int>(parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
+                    p->delaySeconds = static_cast<unsigned int>(
+                        parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
                 } else if (k == "start") {
                     p->hasStart = true;
                     p->start = parseLocalTime(v, "start");

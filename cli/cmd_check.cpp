@@ -9,8 +9,8 @@
 #include "cli/App.h"
 #include "cli/Health.h"
 #include "cli/Util.h"
-#include "json/Envelope.h"
 #include "provider/Provider.h"
+#include "json/Envelope.h"
 
 namespace cli {
 
@@ -20,10 +20,14 @@ enum State { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
 
 const char* stateName(State s) {
     switch (s) {
-    case kOk: return "OK";
-    case kWarning: return "WARNING";
-    case kCritical: return "CRITICAL";
-    default: return "UNKNOWN";
+    case kOk:
+        return "OK";
+    case kWarning:
+        return "WARNING";
+    case kCritical:
+        return "CRITICAL";
+    default:
+        return "UNKNOWN";
     }
 }
 
@@ -31,13 +35,19 @@ const char* stateName(State s) {
 // seen may hide anything, so it outranks a known warning.
 int rank(State s) {
     switch (s) {
-    case kOk: return 0;
-    case kWarning: return 1;
-    case kUnknown: return 2;
-    default: return 3;
+    case kOk:
+        return 0;
+    case kWarning:
+        return 1;
+    case kUnknown:
+        return 2;
+    default:
+        return 3;
     }
 }
-State worse(State a, State b) { return rank(b) > rank(a) ? b : a; }
+State worse(State a, State b) {
+    return rank(b) > rank(a) ? b : a;
+}
 
 // Temperature sensors with thresholds.
 enum Sensor { kRoc, kCtrl, kBattery, kSensors };
@@ -61,7 +71,8 @@ void parseThreshold(const std::string& text, const char* option, unsigned (&out)
     std::size_t pos = 0;
     while (pos <= text.size()) {
         std::size_t comma = text.find(',', pos);
-        std::string item = text.substr(pos, comma == std::string::npos ? std::string::npos : comma - pos);
+        std::string item =
+            text.substr(pos, comma == std::string::npos ? std::string::npos : comma - pos);
         auto nv = splitAssignment(item);
         int which = -1;
         for (int s = 0; s < kSensors; ++s)
@@ -70,7 +81,8 @@ void parseThreshold(const std::string& text, const char* option, unsigned (&out)
         if (which < 0)
             throw UsageError(std::string(option) + ": unknown sensor '" + nv.first +
                              "' (sensors: roc, controller, battery)");
-        out[which] = static_cast<unsigned>(parseUnsigned(nv.second, 0, 255, std::string(option) + " " + nv.first));
+        out[which] = static_cast<unsigned>(
+            parseUnsigned(nv.second, 0, 255, std::string(option) + " " + nv.first));
         if (comma == std::string::npos)
             break;
         pos = comma + 1;
@@ -114,22 +126,30 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
     };
 
     if (!h.up()) {
-        std::string why = h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
+        std::string why =
+            h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
         add(kUnknown, "controller unreachable (" + why + ")");
         return v;
     }
     for (const auto& f : h.failures) {
         // Reads the table below depends on; the rest only feed metrics.
-        if (f.first == "battery state" || f.first == "battery status" || f.first == "battery temperature" ||
-            f.first == "lock key")
+        if (f.first == "battery state" || f.first == "battery status" ||
+            f.first == "battery temperature" || f.first == "lock key")
             add(kUnknown, f.first + " unreadable (" + App::statusName(f.second) + ")");
     }
 
     switch (h.controllerStatus.value_or(CONTROLLER_STATUS_OPTIMAL)) {
-    case CONTROLLER_STATUS_FAILED: add(kCritical, "controller status failed (controller information unreadable)"); break;
-    case CONTROLLER_STATUS_SAFE_MODE: add(kCritical, "controller booted in safe mode"); break;
-    case CONTROLLER_STATUS_CERT_PROV: add(kWarning, "controller waits for certificate provisioning"); break;
-    default: break;
+    case CONTROLLER_STATUS_FAILED:
+        add(kCritical, "controller status failed (controller information unreadable)");
+        break;
+    case CONTROLLER_STATUS_SAFE_MODE:
+        add(kCritical, "controller booted in safe mode");
+        break;
+    case CONTROLLER_STATUS_CERT_PROV:
+        add(kWarning, "controller waits for certificate provisioning");
+        break;
+    default:
+        break;
     }
     if (h.vdOffline.value_or(0) > 0)
         add(kCritical, plural(*h.vdOffline, "offline virtual drive", "offline virtual drives"));
@@ -140,9 +160,11 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
     if (h.diskFailed.value_or(0) > 0)
         add(kWarning, plural(*h.diskFailed, "failed disk", "failed disks"));
     if (h.diskPredFailure.value_or(0) > 0)
-        add(kWarning, plural(*h.diskPredFailure, "disk predicting failure", "disks predicting failure"));
+        add(kWarning,
+            plural(*h.diskPredFailure, "disk predicting failure", "disks predicting failure"));
     if (h.memUncorrectable.value_or(0) > 0)
-        add(kWarning, plural(*h.memUncorrectable, "uncorrectable memory error", "uncorrectable memory errors"));
+        add(kWarning, plural(*h.memUncorrectable, "uncorrectable memory error",
+                             "uncorrectable memory errors"));
     if (h.cachePinned.value_or(false))
         add(kWarning, "pinned cache");
 
@@ -161,9 +183,12 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
     if ((flags & kBatteryTemperatureHigh) != 0)
         add(kWarning, "battery temperature high");
 
-    const std::optional<unsigned> temps[kSensors] = {h.rocTemperature, h.ctrlTemperature, h.batteryTemperature};
-    const char* const perfNames[kSensors] = {"roc_temperature", "controller_temperature", "battery_temperature"};
-    const char* const texts[kSensors] = {"ROC temperature", "controller temperature", "battery temperature"};
+    const std::optional<unsigned> temps[kSensors] = {h.rocTemperature, h.ctrlTemperature,
+                                                     h.batteryTemperature};
+    const char* const perfNames[kSensors] = {"roc_temperature", "controller_temperature",
+                                             "battery_temperature"};
+    const char* const texts[kSensors] = {"ROC temperature", "controller temperature",
+                                         "battery temperature"};
     for (int s = 0; s < kSensors; ++s) {
         if (!temps[s])
             continue;
@@ -174,7 +199,8 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
         else if (t >= th.warn[s])
             add(kWarning, std::string(texts[s]) + " " + std::to_string(t) + " C (warning at " +
                               std::to_string(th.warn[s]) + ")");
-        perf(perfNames[s], std::to_string(t) + ";" + std::to_string(th.warn[s]) + ";" + std::to_string(th.crit[s]));
+        perf(perfNames[s], std::to_string(t) + ";" + std::to_string(th.warn[s]) + ";" +
+                               std::to_string(th.crit[s]));
     }
     auto count = [&](const char* name, const std::optional<unsigned>& value) {
         if (value)
@@ -230,33 +256,39 @@ Command baseCommand(App& app) {
     c.name = "check";
     c.headers = false;
     c.allControllersByDefault = true;
-    c.earlyFailure = [&app](const std::string& message) { return unknownBeforeReading(app, message); };
+    c.earlyFailure = [&app](const std::string& message) {
+        return unknownBeforeReading(app, message);
+    };
     return c;
 }
 
 } // namespace
 
 void registerCheck(CLI::App& root, App& app) {
-    auto* sub = root.add_subcommand(
-        "check", "Check controller health for a monitoring system (exit 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN)");
+    auto* sub = root.add_subcommand("check", "Check controller health for a monitoring system "
+                                             "(exit 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN)");
     auto warn = std::make_shared<std::string>();
     auto crit = std::make_shared<std::string>();
-    sub->add_option("--warn", *warn, "Temperature warning thresholds in degrees C: N, or roc=N,controller=N,battery=N")
+    sub->add_option(
+           "--warn", *warn,
+           "Temperature warning thresholds in degrees C: N, or roc=N,controller=N,battery=N")
         ->type_name("T");
-    sub->add_option("--crit", *crit, "Temperature critical thresholds, same form as --warn")->type_name("T");
-    sub->footer("Prints one line: KVICTL STATE - findings | performance data.\n"
-                "WARNING: degraded virtual drive, failed or failing disk, battery needing replacement or\n"
-                "degraded, pinned cache, uncorrectable memory errors, temperature at --warn.\n"
-                "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
-                "temperature at --crit. UNKNOWN: a controller that answers nothing, or an unreadable\n"
-                "battery or lock key. Defaults: --warn roc=95,controller=75,battery=50\n"
-                "--crit roc=105,controller=90,battery=60. The full table is in docs/MONITORING.md.\n"
-                "Every controller is checked unless -c selects one. A usage error, or a backend or\n"
-                "capture that cannot be opened, gives UNKNOWN (exit 3) with the reason.\n\n"
-                "Examples:\n"
-                "  kvictl --sim check\n"
-                "  kvictl check --warn 70 --crit 85\n"
-                "  kvictl -c 1 check --warn roc=90,battery=45");
+    sub->add_option("--crit", *crit, "Temperature critical thresholds, same form as --warn")
+        ->type_name("T");
+    sub->footer(
+        "Prints one line: KVICTL STATE - findings | performance data.\n"
+        "WARNING: degraded virtual drive, failed or failing disk, battery needing replacement or\n"
+        "degraded, pinned cache, uncorrectable memory errors, temperature at --warn.\n"
+        "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
+        "temperature at --crit. UNKNOWN: a controller that answers nothing, or an unreadable\n"
+        "battery or lock key. Defaults: --warn roc=95,controller=75,battery=50\n"
+        "--crit roc=105,controller=90,battery=60. The full table is in docs/MONITORING.md.\n"
+        "Every controller is checked unless -c selects one. A usage error, or a backend or\n"
+        "capture that cannot be opened, gives UNKNOWN (exit 3) with the reason.\n\n"
+        "Examples:\n"
+        "  kvictl --sim check\n"
+        "  kvictl check --warn 70 --crit 85\n"
+        "  kvictl -c 1 check --warn roc=90,battery=45");
     // Set before check's own arguments are parsed, so that an error in them
     // is reported the plugin way too.
     sub->preparse_callback([&app](std::size_t) { app.setCommand(baseCommand(app)); });
@@ -272,8 +304,9 @@ void registerCheck(CLI::App& root, App& app) {
             parseThreshold(*crit, "--crit", state->th.crit);
             for (int s = 0; s < kSensors; ++s)
                 if (state->th.warn[s] >= state->th.crit[s])
-                    throw UsageError("check: the " + std::string(kSensorNames[s]) + " warning threshold (" +
-                                     std::to_string(state->th.warn[s]) + ") must be below its critical one (" +
+                    throw UsageError("check: the " + std::string(kSensorNames[s]) +
+                                     " warning threshold (" + std::to_string(state->th.warn[s]) +
+                                     ") must be below its critical one (" +
                                      std::to_string(state->th.crit[s]) + ")");
         };
         c.run = [&app, state](Target& t) {

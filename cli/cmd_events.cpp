@@ -22,7 +22,9 @@ constexpr std::uint32_t kChunkEvents = 64;
 
 // Filter word: every locale, lowest class in bits 24-31.
 std::uint32_t filterWord(int lowestClass) {
-    return (static_cast<std::uint32_t>(static_cast<std::uint8_t>(static_cast<std::int8_t>(lowestClass))) << 24) |
+    return (static_cast<std::uint32_t>(
+                static_cast<std::uint8_t>(static_cast<std::int8_t>(lowestClass)))
+            << 24) |
            0xFFFFu;
 }
 
@@ -56,18 +58,23 @@ Command eventsInfo(App& app) {
 }
 
 void addClassOption(CLI::App* sub, std::string& cls) {
-    sub->add_option("--class", cls, "Lowest class shown: debug, progress, info, warning, critical, fatal, dead");
+    sub->add_option("--class", cls,
+                    "Lowest class shown: debug, progress, info, warning, critical, fatal, dead");
 }
 
 } // namespace
 
 void registerEvents(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("events", "The controller's event log: info, count, list, clear (default: info)");
+    auto* g = root.add_subcommand(
+        "events", "The controller's event log: info, count, list, clear (default: info)");
     g->require_subcommand(0, 1);
     g->footer("Examples:\n  kvictl --sim events\n  kvictl --sim events list --max 20\n"
-              "  kvictl --sim events list --from 1000 --class warning\n  kvictl --sim events count --class critical\n"
+              "  kvictl --sim events list --from 1000 --class warning\n  kvictl --sim events count "
+              "--class critical\n"
               "  kvictl --sim -y events clear");
-    verb(*g, "info", "Show the sequence numbers of the log")->callback([&app] { app.setCommand(eventsInfo(app)); });
+    verb(*g, "info", "Show the sequence numbers of the log")->callback([&app] {
+        app.setCommand(eventsInfo(app));
+    });
 
     auto countArgs = std::make_shared<ListArgs>();
     auto* count = verb(*g, "count", "Count the events of the log (from the oldest)");
@@ -110,7 +117,8 @@ void registerEvents(CLI::App& root, App& app) {
         c.name = "events list";
         c.validate = [listArgs] {
             if (!listArgs->from.empty()) {
-                listArgs->fromSeq = static_cast<std::uint32_t>(parseUnsigned(listArgs->from, 0, 0xFFFFFFFFu, "--from"));
+                listArgs->fromSeq = static_cast<std::uint32_t>(
+                    parseUnsigned(listArgs->from, 0, 0xFFFFFFFFu, "--from"));
                 listArgs->hasFrom = true;
             }
             if (!listArgs->max.empty())
@@ -132,14 +140,15 @@ void registerEvents(CLI::App& root, App& app) {
             if (app.json()) {
                 stream = app.deferArray(t, "events");
                 if (stream == nullptr) {
-                    app.error("tmpfile", "cannot create a temporary file for the event list", kExitFailed);
+                    app.error("tmpfile", "cannot create a temporary file for the event list",
+                              kExitFailed);
                     return;
                 }
             } else {
                 app.out() << "Events\n======\n";
                 char line[160];
-                std::snprintf(line, sizeof line, "%-10s  %-19s  %-8s  %-6s  %-6s  %s\n", "Sequence", "Time", "Class",
-                              "Locale", "Code", "Description");
+                std::snprintf(line, sizeof line, "%-10s  %-19s  %-8s  %-6s  %-6s  %s\n", "Sequence",
+                              "Time", "Class", "Locale", "Code", "Description");
                 app.out() << line;
             }
             unsigned long long shown = 0;
@@ -147,7 +156,8 @@ void registerEvents(CLI::App& root, App& app) {
             while (!done) {
                 std::memset(buf.data(), 0, buf.size());
                 rc = t.adapter->getEventList(seq, reinterpret_cast<char*>(buf.data()),
-                                             static_cast<unsigned int>(buf.size()), filterWord(listArgs->lowestClass));
+                                             static_cast<unsigned int>(buf.size()),
+                                             filterWord(listArgs->lowestClass));
                 if (rc != 0) {
                     app.fail(t, "reading events from sequence number " + std::to_string(seq), rc);
                     break;
@@ -167,8 +177,9 @@ void registerEvents(CLI::App& root, App& app) {
                         app.appendDeferred(stream, eventJson(e), shown == 0);
                     } else {
                         char line[96];
-                        std::snprintf(line, sizeof line, "%-10u  %-19s  %-8s  0x%04x  %-6u  ", e.seqNum,
-                                      eventTime(e.timeStamp).c_str(), eventClassName(e.eventClass), e.locale, e.code);
+                        std::snprintf(line, sizeof line, "%-10u  %-19s  %-8s  0x%04x  %-6u  ",
+                                      e.seqNum, eventTime(e.timeStamp).c_str(),
+                                      eventClassName(e.eventClass), e.locale, e.code);
                         app.out() << line << json::TextWriter::Printable(e.description) << "\n";
                     }
                     ++shown;
@@ -191,7 +202,9 @@ void registerEvents(CLI::App& root, App& app) {
     verb(*g, "clear", "Clear the event log (asks first; -y off a terminal)")->callback([&app] {
         Command c;
         c.name = "events clear";
-        c.confirmation = [] { return std::string("Clear the event log of the selected controllers?"); };
+        c.confirmation = [] {
+            return std::string("Clear the event log of the selected controllers?");
+        };
         c.run = [&app](Target& t) {
             int rc = t.adapter->clearEventLog();
             if (rc != 0)

@@ -7,8 +7,8 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "cli/Gate.h"
-#include "json/TextWriter.h"
 #include "provider/Provider.h"
+#include "json/TextWriter.h"
 
 namespace cli {
 
@@ -30,7 +30,8 @@ std::string memberText(const json::Object& o, const char* key) {
 } // namespace
 
 void registerList(CLI::App& root, App& app) {
-    auto* sub = root.add_subcommand("list", "List every controller: model, serial, firmware, driver, PCI address, status");
+    auto* sub = root.add_subcommand(
+        "list", "List every controller: model, serial, firmware, driver, PCI address, status");
     sub->footer("Examples:\n  kvictl --sim list\n  kvictl --sim --sim-controllers 3 -c all list\n"
                 "  kvictl --device /dev/kvictl0 -c all -o json list");
     sub->callback([&app] {
@@ -57,7 +58,8 @@ void registerList(CLI::App& root, App& app) {
             std::string pciText;
             if (t.backend->pciLocation(pci) == 0) {
                 char buf[32];
-                std::snprintf(buf, sizeof buf, "%04x:%02x:%02x.%x", pci.domain, pci.bus, pci.device, pci.function);
+                std::snprintf(buf, sizeof buf, "%04x:%02x:%02x.%x", pci.domain, pci.bus, pci.device,
+                              pci.function);
                 pciText = buf;
             }
             unsigned char status = RaidManager::getInstance(t.controller)->getControllerStatus();
@@ -87,12 +89,14 @@ void registerList(CLI::App& root, App& app) {
         c.finish = [&app, rows] {
             if (app.json() || rows->empty())
                 return;
-            static const char* head[8] = {"Index", "Model", "Serial", "Firmware", "Driver", "Driver Version", "PCI Address", "Status"};
+            static const char* head[8] = {"Index",  "Model",          "Serial",      "Firmware",
+                                          "Driver", "Driver Version", "PCI Address", "Status"};
             std::size_t w[8];
             for (int i = 0; i < 8; ++i) {
                 w[i] = std::string(head[i]).size();
                 for (const Row& r : *rows)
-                    w[i] = std::max(w[i], json::TextWriter::Width(json::TextWriter::Printable(r.cells[i])));
+                    w[i] = std::max(
+                        w[i], json::TextWriter::Width(json::TextWriter::Printable(r.cells[i])));
             }
             auto line = [&](const std::string* cells) {
                 std::string s;

@@ -48,34 +48,43 @@ const char* const kCcModes[] = {"disabled", "sequential", "concurrent"};
 const unsigned kPatrolStateCodes[] = {0, 1, 2, 3, 4, 255};
 
 void declareAll(Exposition& e) {
-    e.declare("kvictl_up", "1 when the controller answered at least one read of this scrape, else 0");
+    e.declare("kvictl_up",
+              "1 when the controller answered at least one read of this scrape, else 0");
     e.declare("kvictl_controller_info", "Identity of the controller; the value is always 1");
-    e.declare("kvictl_controller_status", "Controller status: 1 for the current state, 0 for the others");
-    e.declare("kvictl_memory_correctable_errors", "Correctable cache memory errors the controller counted");
-    e.declare("kvictl_memory_uncorrectable_errors", "Uncorrectable cache memory errors the controller counted");
+    e.declare("kvictl_controller_status",
+              "Controller status: 1 for the current state, 0 for the others");
+    e.declare("kvictl_memory_correctable_errors",
+              "Correctable cache memory errors the controller counted");
+    e.declare("kvictl_memory_uncorrectable_errors",
+              "Uncorrectable cache memory errors the controller counted");
     e.declare("kvictl_virtual_drives", "Virtual drives present");
     e.declare("kvictl_virtual_drives_degraded", "Virtual drives degraded");
     e.declare("kvictl_virtual_drives_offline", "Virtual drives offline");
     e.declare("kvictl_physical_devices", "Physical devices present (disks and other devices)");
     e.declare("kvictl_physical_disks", "Physical disks present");
-    e.declare("kvictl_physical_disks_predictive_failure", "Physical disks reporting a predictive failure");
+    e.declare("kvictl_physical_disks_predictive_failure",
+              "Physical disks reporting a predictive failure");
     e.declare("kvictl_physical_disks_failed", "Physical disks failed");
     e.declare("kvictl_roc_temperature_celsius", "Temperature of the RAID-on-chip processor");
     e.declare("kvictl_controller_temperature_celsius", "Temperature of the controller board");
     e.declare("kvictl_cache_pinned", "1 when the controller holds pinned (preserved) cache");
-    e.declare("kvictl_firmware_image_pending", "1 when a flashed firmware image waits for activation");
+    e.declare("kvictl_firmware_image_pending",
+              "1 when a flashed firmware image waits for activation");
     e.declare("kvictl_battery_present", "1 when a battery or supercapacitor module is fitted");
     e.declare("kvictl_battery_state", "Battery state: 1 for the current state, 0 for the others");
-    e.declare("kvictl_battery_status_flag", "Battery status flags reported by the firmware, 0 or 1");
+    e.declare("kvictl_battery_status_flag",
+              "Battery status flags reported by the firmware, 0 or 1");
     e.declare("kvictl_battery_temperature_celsius", "Battery temperature");
-    e.declare("kvictl_battery_relative_charge_ratio", "Relative state of charge of the battery (0-1)");
+    e.declare("kvictl_battery_relative_charge_ratio",
+              "Relative state of charge of the battery (0-1)");
     e.declare("kvictl_battery_remaining_capacity_coulombs",
               "Remaining battery capacity (the firmware's mAh times 3.6)");
     e.declare("kvictl_battery_full_capacity_coulombs",
               "Full-charge battery capacity (the firmware's mAh times 3.6)");
     e.declare("kvictl_battery_next_learn_timestamp_seconds",
               "Start of the next battery learn cycle, seconds since 1970");
-    e.declare("kvictl_patrol_read_state", "Patrol read state: 1 for the current state, 0 for the others");
+    e.declare("kvictl_patrol_read_state",
+              "Patrol read state: 1 for the current state, 0 for the others");
     e.declare("kvictl_patrol_read_completed_iterations", "Completed patrol read passes");
     e.declare("kvictl_consistency_check_schedule_mode",
               "Consistency-check schedule mode: 1 for the current mode, 0 for the others");
@@ -83,7 +92,8 @@ void declareAll(Exposition& e) {
               "Consistency-check schedule state: 1 for the current state, 0 for the others");
     e.declare("kvictl_lock_key_assigned", "1 when a drive-security lock key is assigned");
     e.declare("kvictl_lock_key_failed", "1 when the lock key could not be applied");
-    e.declare("kvictl_alarm_state", "Audible alarm state: 1 for the current state, 0 for the others");
+    e.declare("kvictl_alarm_state",
+              "Audible alarm state: 1 for the current state, 0 for the others");
     e.declare("kvictl_scrape_read_errors", "Reads of this scrape that failed for the controller");
     e.declare("kvictl_scrape_controller_duration_seconds", "Time spent reading the controller");
     e.declare("kvictl_scrape_duration_seconds", "Time the whole scrape took");
@@ -118,7 +128,8 @@ void addController(Exposition& e, const Health& h) {
     }
     if (h.controllerStatus)
         for (const StatusName& s : kControllerStates)
-            with("kvictl_controller_status", "status", s.name, *h.controllerStatus == s.code ? 1 : 0);
+            with("kvictl_controller_status", "status", s.name,
+                 *h.controllerStatus == s.code ? 1 : 0);
 
     auto opt = [&](const char* name, const auto& v) {
         if (v)
@@ -151,7 +162,8 @@ void addController(Exposition& e, const Health& h) {
     }
     if (h.batteryFlags)
         for (const FlagName& f : kBatteryFlags)
-            with("kvictl_battery_status_flag", "flag", f.name, (*h.batteryFlags & f.bit) != 0 ? 1 : 0);
+            with("kvictl_battery_status_flag", "flag", f.name,
+                 (*h.batteryFlags & f.bit) != 0 ? 1 : 0);
     opt("kvictl_battery_temperature_celsius", h.batteryTemperature);
     if (h.batteryCharge)
         gauge("kvictl_battery_relative_charge_ratio", *h.batteryCharge / 100.0);
@@ -173,7 +185,8 @@ void addController(Exposition& e, const Health& h) {
     opt("kvictl_patrol_read_completed_iterations", h.patrolIterations);
     if (h.ccMode) {
         for (unsigned m = 0; m < 3; ++m)
-            with("kvictl_consistency_check_schedule_mode", "mode", kCcModes[m], *h.ccMode == m ? 1 : 0);
+            with("kvictl_consistency_check_schedule_mode", "mode", kCcModes[m],
+                 *h.ccMode == m ? 1 : 0);
         with("kvictl_consistency_check_schedule_mode", "mode", "other", *h.ccMode > 2 ? 1 : 0);
     }
     states("kvictl_consistency_check_schedule_state", h.ccState);
@@ -187,19 +200,22 @@ void addController(Exposition& e, const Health& h) {
 } // namespace
 
 void registerMetrics(CLI::App& root, App& app) {
-    auto* sub = root.add_subcommand("metrics", "Print Prometheus metrics of the controllers (text exposition format)");
+    auto* sub = root.add_subcommand(
+        "metrics", "Print Prometheus metrics of the controllers (text exposition format)");
     auto textfile = std::make_shared<std::string>();
-    sub->add_option("--textfile", *textfile,
-                    "Write the metrics to PATH atomically (for the node exporter's textfile collector)")
+    sub->add_option(
+           "--textfile", *textfile,
+           "Write the metrics to PATH atomically (for the node exporter's textfile collector)")
         ->type_name("PATH");
-    sub->footer("Every series carries a controller=\"N\" label; kvictl_up is 0 for a controller that\n"
-                "answered no read. A read that fails leaves its series out (kvictl_scrape_read_errors\n"
-                "counts them). Every controller is read unless -c selects one. The metric list is in\n"
-                "docs/MONITORING.md.\n\n"
-                "Examples:\n"
-                "  kvictl --sim metrics\n"
-                "  kvictl -c 1 metrics\n"
-                "  kvictl metrics --textfile /var/lib/node_exporter/textfile/kvictl.prom");
+    sub->footer(
+        "Every series carries a controller=\"N\" label; kvictl_up is 0 for a controller that\n"
+        "answered no read. A read that fails leaves its series out (kvictl_scrape_read_errors\n"
+        "counts them). Every controller is read unless -c selects one. The metric list is in\n"
+        "docs/MONITORING.md.\n\n"
+        "Examples:\n"
+        "  kvictl --sim metrics\n"
+        "  kvictl -c 1 metrics\n"
+        "  kvictl metrics --textfile /var/lib/node_exporter/textfile/kvictl.prom");
     sub->callback([&app, textfile] {
         struct State {
             std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
@@ -214,19 +230,23 @@ void registerMetrics(CLI::App& root, App& app) {
             if (app.json())
                 throw UsageError("metrics: the output is the Prometheus text format; leave out -o");
             if (!textfile->empty() && textfile->back() == '/')
-                throw UsageError("metrics --textfile " + *textfile + ": give a file name, not a folder");
+                throw UsageError("metrics --textfile " + *textfile +
+                                 ": give a file name, not a folder");
         };
         c.run = [&app, state](Target& t) {
             Health h = readHealth(t);
             if (!h.up()) {
-                std::string why = h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
-                app.error("unreachable", "controller " + std::to_string(t.index) +
-                                             " answered no read (" + why + "); kvictl_up is 0 for it",
+                std::string why =
+                    h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
+                app.error("unreachable",
+                          "controller " + std::to_string(t.index) + " answered no read (" + why +
+                              "); kvictl_up is 0 for it",
                           kExitFailed);
             } else if (!h.failures.empty()) {
                 std::string list;
                 for (const auto& f : h.failures)
-                    list += (list.empty() ? "" : ", ") + f.first + " (" + App::statusName(f.second) + ")";
+                    list += (list.empty() ? "" : ", ") + f.first + " (" +
+                            App::statusName(f.second) + ")";
                 app.warn(t, "partial", "some reads failed and their series are left out: " + list);
             }
             state->readings.push_back(std::move(h));
@@ -237,7 +257,8 @@ void registerMetrics(CLI::App& root, App& app) {
             for (const Health& h : state->readings)
                 addController(e, h);
             e.add("kvictl_scrape_duration_seconds", {},
-                  std::chrono::duration<double>(std::chrono::steady_clock::now() - state->start).count());
+                  std::chrono::duration<double>(std::chrono::steady_clock::now() - state->start)
+                      .count());
             const std::string text = e.render();
             if (textfile->empty()) {
                 app.out() << text << std::flush;
@@ -245,7 +266,9 @@ void registerMetrics(CLI::App& root, App& app) {
             }
             std::string why = writeFileAtomically(*textfile, text);
             if (!why.empty())
-                app.error("textfile", "metrics --textfile: " + why + "; the previous file is unchanged", kExitFailed);
+                app.error("textfile",
+                          "metrics --textfile: " + why + "; the previous file is unchanged",
+                          kExitFailed);
         };
         app.setCommand(std::move(c));
     });

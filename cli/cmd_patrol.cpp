@@ -13,7 +13,8 @@
 namespace cli {
 
 std::map<std::string, std::string> parseKeyValues(const std::vector<std::string>& args,
-                                                  const std::vector<std::string>& keys, const std::string& what) {
+                                                  const std::vector<std::string>& keys,
+                                                  const std::string& what) {
     std::map<std::string, std::string> out;
     for (const std::string& a : args) {
         auto [k, v] = splitAssignment(a);
@@ -49,7 +50,7 @@ std::string idText(const ArrayList<unsigned short>& list) {
 namespace {
 
 const std::vector<NamedValue> kPrModes = {{"auto", 0}, {"manual", 1}, {"disabled", 2}};
-const std::vector<NamedValue> kPrStates = {{"stopped", 0}, {"ready", 1}, {"active", 2},
+const std::vector<NamedValue> kPrStates = {{"stopped", 0}, {"ready", 1},       {"active", 2},
                                            {"paused", 3},  {"user_paused", 4}, {"aborted", 255}};
 // Bit of the patrol-read options byte that covers SSDs.
 constexpr unsigned char kSsdOption = 0x01;
@@ -113,7 +114,8 @@ Command patrolAction(App& app, const char* action, int (AdapterData::*op)()) {
 }
 
 struct PatrolSet {
-    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false, hasMax = false, hasSsd = false;
+    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false, hasMax = false,
+         hasSsd = false;
     unsigned char mode = 0;
     unsigned int delaySeconds = 0;
     std::tm start{};
@@ -125,18 +127,30 @@ struct PatrolSet {
 } // namespace
 
 void registerPatrol(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("patrol", "Patrol read: state, start/stop/suspend/resume, schedule (default: show)");
+    auto* g = root.add_subcommand(
+        "patrol", "Patrol read: state, start/stop/suspend/resume, schedule (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Settings of set: mode=auto|manual|disabled delay=HOURS start=\"YYYY-MM-DD HH:MM\" exclude=LIST|none\n"
+    g->footer("Settings of set: mode=auto|manual|disabled delay=HOURS start=\"YYYY-MM-DD HH:MM\" "
+              "exclude=LIST|none\n"
               "                 max-concurrent=N ssd=on|off\n\n"
               "Examples:\n  kvictl --sim patrol\n  kvictl --sim patrol start\n"
               "  kvictl --sim patrol set mode=auto delay=168 start=\"2025-06-01 02:00\"\n"
               "  kvictl --sim patrol set exclude=1,4");
-    verb(*g, "show", "Show patrol read state and schedule")->callback([&app] { app.setCommand(showPatrol(app)); });
-    verb(*g, "start", "Start a patrol read pass")->callback([&app] { app.setCommand(patrolAction(app, "start", &AdapterData::startPr)); });
-    verb(*g, "stop", "Stop patrol read")->callback([&app] { app.setCommand(patrolAction(app, "stop", &AdapterData::stopPr)); });
-    verb(*g, "suspend", "Suspend the running pass")->callback([&app] { app.setCommand(patrolAction(app, "suspend", &AdapterData::suspendPr)); });
-    verb(*g, "resume", "Resume a suspended pass")->callback([&app] { app.setCommand(patrolAction(app, "resume", &AdapterData::resumePr)); });
+    verb(*g, "show", "Show patrol read state and schedule")->callback([&app] {
+        app.setCommand(showPatrol(app));
+    });
+    verb(*g, "start", "Start a patrol read pass")->callback([&app] {
+        app.setCommand(patrolAction(app, "start", &AdapterData::startPr));
+    });
+    verb(*g, "stop", "Stop patrol read")->callback([&app] {
+        app.setCommand(patrolAction(app, "stop", &AdapterData::stopPr));
+    });
+    verb(*g, "suspend", "Suspend the running pass")->callback([&app] {
+        app.setCommand(patrolAction(app, "suspend", &AdapterData::suspendPr));
+    });
+    verb(*g, "resume", "Resume a suspended pass")->callback([&app] {
+        app.setCommand(patrolAction(app, "resume", &AdapterData::resumePr));
+    });
     auto args = std::make_shared<std::vector<std::string>>();
     auto* set = verb(*g, "set", "Change the patrol read schedule");
     set->add_option("settings", *args, "KEY=VALUE pairs")->required();
@@ -145,14 +159,17 @@ void registerPatrol(CLI::App& root, App& app) {
         Command c;
         c.name = "patrol set";
         c.validate = [args, p] {
-            auto kv = parseKeyValues(*args, {"mode", "delay", "start", "exclude", "max-concurrent", "ssd"}, "patrol set");
+            auto kv = parseKeyValues(*args,
+                                     {"mode", "delay", "start", "exclude", "max-concurrent", "ssd"},
+                                     "patrol set");
             for (auto& [k, v] : kv) {
                 if (k == "mode") {
                     p->hasMode = true;
                     p->mode = static_cast<unsigned char>(parseNamed(v, kPrModes, "mode"));
                 } else if (k == "delay") {
                     p->hasDelay = true;
-                    p->delaySeconds = static_cast<unsigned int>(parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
+                    p->delaySeconds = static_cast<unsigned int>(
+                        parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
                 } else if (k == "start") {
                     p->hasStart = true;
                     p->start = parseLocalTime(v, "start");

@@ -17,8 +17,8 @@ namespace {
 
 using A = AdapterData;
 
-Setting num(const char* name, const char* unit, unsigned long long min, unsigned long long max, Getter g,
-            Setter s, const char* help) {
+Setting num(const char* name, const char* unit, unsigned long long min, unsigned long long max,
+            Getter g, Setter s, const char* help) {
     Setting p;
     p.name = name;
     p.unit = unit;
@@ -45,7 +45,8 @@ Setting sw(const char* name, Getter g, Setter s, const char* help, bool invertGe
     return p;
 }
 
-Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter s, const char* help) {
+Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter s,
+              const char* help) {
     Setting p;
     p.name = name;
     p.kind = SettingKind::Named;
@@ -59,85 +60,172 @@ Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter 
 std::vector<Setting> buildTable() {
     std::vector<Setting> t;
     // Rates.
-    t.push_back(num("rebuild-rate", "percent", 0, 100, getter(&A::getRebuildRate), setP(&A::setRebuildRate), "Share of controller time given to rebuilds"));
-    t.push_back(num("patrol-read-rate", "percent", 0, 100, getter(&A::getpatrolReadRate), setP(&A::setpatrolReadRate), "Share of controller time given to patrol read"));
-    t.push_back(num("bgi-rate", "percent", 0, 100, getter(&A::getbgiRate), setP(&A::setbgiRate), "Share of controller time given to background initialisation"));
-    t.push_back(num("cc-rate", "percent", 0, 100, getter(&A::getccRate), setP(&A::setccRate), "Share of controller time given to consistency checks"));
-    t.push_back(num("reconstruction-rate", "percent", 0, 100, getter(&A::getreconRate), setP(&A::setreconRate), "Share of controller time given to reconstruction"));
+    t.push_back(num("rebuild-rate", "percent", 0, 100, getter(&A::getRebuildRate),
+                    setP(&A::setRebuildRate), "Share of controller time given to rebuilds"));
+    t.push_back(num("patrol-read-rate", "percent", 0, 100, getter(&A::getpatrolReadRate),
+                    setP(&A::setpatrolReadRate), "Share of controller time given to patrol read"));
+    t.push_back(num("bgi-rate", "percent", 0, 100, getter(&A::getbgiRate), setP(&A::setbgiRate),
+                    "Share of controller time given to background initialisation"));
+    t.push_back(num("cc-rate", "percent", 0, 100, getter(&A::getccRate), setP(&A::setccRate),
+                    "Share of controller time given to consistency checks"));
+    t.push_back(num("reconstruction-rate", "percent", 0, 100, getter(&A::getreconRate),
+                    setP(&A::setreconRate), "Share of controller time given to reconstruction"));
     // Timers and counts.
-    t.push_back(num("cache-flush-interval", "seconds", 0, 255, getter(&A::getcacheFlushInterval), setP(&A::setcacheFlushInterval), "Interval between cache flushes"));
-    t.push_back(num("spinup-drive-count", "drives", 0, 255, getter(&A::getspinupDriveCount), setP(&A::setspinupDriveCount), "Drives spun up at once"));
-    t.push_back(num("spinup-delay", "seconds", 0, 255, getter(&A::getspinupDelay), setP(&A::setspinupDelay), "Delay between spin-up groups"));
-    t.push_back(num("spinup-enclosure-drive-count", "drives", 0, 255, getter(&A::getSpinUpEncDrvCnt), setV(&A::setSpinUpEncDrvCnt), "Enclosure drives spun up at once"));
-    t.push_back(num("spinup-enclosure-delay", "seconds", 0, 255, getter(&A::getSpinUpEncDelay), setV(&A::setSpinUpEncDelay), "Delay between enclosure spin-up groups"));
-    t.push_back(num("pred-fail-poll-interval", "seconds", 0, 65535, getter(&A::getpredFailPollInterval), setP(&A::setpredFailPollInterval), "Interval between predictive-failure polls"));
-    t.push_back(num("pred-fail-da-interval", "hours", 0, 65535, getter(&A::getPredFailDAInterval), setV(&A::setPredFailDAInterval), "Interval of predictive-failure drive analysis"));
+    t.push_back(num("cache-flush-interval", "seconds", 0, 255, getter(&A::getcacheFlushInterval),
+                    setP(&A::setcacheFlushInterval), "Interval between cache flushes"));
+    t.push_back(num("spinup-drive-count", "drives", 0, 255, getter(&A::getspinupDriveCount),
+                    setP(&A::setspinupDriveCount), "Drives spun up at once"));
+    t.push_back(num("spinup-delay", "seconds", 0, 255, getter(&A::getspinupDelay),
+                    setP(&A::setspinupDelay), "Delay between spin-up groups"));
+    t.push_back(num("spinup-enclosure-drive-count", "drives", 0, 255,
+                    getter(&A::getSpinUpEncDrvCnt), setV(&A::setSpinUpEncDrvCnt),
+                    "Enclosure drives spun up at once"));
+    t.push_back(num("spinup-enclosure-delay", "seconds", 0, 255, getter(&A::getSpinUpEncDelay),
+                    setV(&A::setSpinUpEncDelay), "Delay between enclosure spin-up groups"));
+    t.push_back(num("pred-fail-poll-interval", "seconds", 0, 65535,
+                    getter(&A::getpredFailPollInterval), setP(&A::setpredFailPollInterval),
+                    "Interval between predictive-failure polls"));
+    t.push_back(num("pred-fail-da-interval", "hours", 0, 65535, getter(&A::getPredFailDAInterval),
+                    setV(&A::setPredFailDAInterval),
+                    "Interval of predictive-failure drive analysis"));
     t.back().extension = true;
-    t.push_back(num("interrupt-throttle-count", "", 0, 65535, getter(&A::getintThrottleCount), setP(&A::setintThrottleCount), "Completions per interrupt"));
-    t.push_back(num("interrupt-throttle-time", "microseconds", 0, 65535, getter(&A::getintThrottleTimeUs), setP(&A::setintThrottleTimeUs), "Longest wait before an interrupt"));
-    t.push_back(num("spin-down-time", "minutes", 0, 65535, getter(&A::getSpinDownTime), setV(&A::setSpinDownTime), "Idle time before drives spin down"));
-    t.push_back(num("hdd-thermal-poll-interval", "seconds", 0, 65535, getter(&A::getHDDThermalPollInterval), setP(&A::setHDDThermalPollInterval), "Interval between HDD temperature polls"));
-    t.push_back(num("ssd-thermal-poll-interval", "seconds", 0, 65535, getter(&A::getSSDThermalPollInterval), setP(&A::setSSDThermalPollInterval), "Interval between SSD temperature polls"));
-    t.push_back(num("ecc-bucket-size", "", 0, 255, getter(&A::getEccBucketSize), setV(&A::setEccBucketSize), "Correctable memory errors before a warning"));
-    t.push_back(num("ecc-bucket-leak-rate", "minutes", 0, 65535, getter(&A::getEccBucketLeakRate), setV(&A::setEccBucketLeakRate), "Time after which one counted error leaks out"));
-    t.push_back(num("ecc-bucket-count", "", 0, 65535, getter(&A::getEccBucketCount), Setter(), "Correctable memory errors counted now"));
-    t.push_back(num("memory-uncorrectable-errors", "", 0, 65535, getter(&A::getmemUnCorrectableErrorCount), Setter(), "Uncorrectable memory errors"));
+    t.push_back(num("interrupt-throttle-count", "", 0, 65535, getter(&A::getintThrottleCount),
+                    setP(&A::setintThrottleCount), "Completions per interrupt"));
+    t.push_back(num("interrupt-throttle-time", "microseconds", 0, 65535,
+                    getter(&A::getintThrottleTimeUs), setP(&A::setintThrottleTimeUs),
+                    "Longest wait before an interrupt"));
+    t.push_back(num("spin-down-time", "minutes", 0, 65535, getter(&A::getSpinDownTime),
+                    setV(&A::setSpinDownTime), "Idle time before drives spin down"));
+    t.push_back(num("hdd-thermal-poll-interval", "seconds", 0, 65535,
+                    getter(&A::getHDDThermalPollInterval), setP(&A::setHDDThermalPollInterval),
+                    "Interval between HDD temperature polls"));
+    t.push_back(num("ssd-thermal-poll-interval", "seconds", 0, 65535,
+                    getter(&A::getSSDThermalPollInterval), setP(&A::setSSDThermalPollInterval),
+                    "Interval between SSD temperature polls"));
+    t.push_back(num("ecc-bucket-size", "", 0, 255, getter(&A::getEccBucketSize),
+                    setV(&A::setEccBucketSize), "Correctable memory errors before a warning"));
+    t.push_back(num("ecc-bucket-leak-rate", "minutes", 0, 65535, getter(&A::getEccBucketLeakRate),
+                    setV(&A::setEccBucketLeakRate),
+                    "Time after which one counted error leaks out"));
+    t.push_back(num("ecc-bucket-count", "", 0, 65535, getter(&A::getEccBucketCount), Setter(),
+                    "Correctable memory errors counted now"));
+    t.push_back(num("memory-uncorrectable-errors", "", 0, 65535,
+                    getter(&A::getmemUnCorrectableErrorCount), Setter(),
+                    "Uncorrectable memory errors"));
     // Modes.
-    t.push_back(named("coercion-mode", {{"none", 0}, {"128mb", 1}, {"1gb", 2}}, getter(&A::getcoercionMode), setP(&A::setcoercionMode), "Drive size rounding"));
-    t.push_back(named("jbod-write-cache", {{"default", 0}, {"on", 1}, {"off", 2}}, getter(&A::getJbodWriteCache), setP(&A::setJbodWriteCache), "Write cache of drives exposed as JBOD"));
-    t.push_back(num("degraded-media-detection", "", 0, 3, getter(&A::getPDDgdDetectionType), setV(&A::setPDDgdDetectionType), "Degraded-media detection type"));
-    t.push_back(num("degraded-media-action", "", 0, 1, getter(&A::getPDDgdCorrectiveAction), setV(&A::setPDDgdCorrectiveAction), "Corrective action on degraded media"));
-    t.push_back(num("degraded-media-threshold", "", 0, 3, getter(&A::getPDDgdErrorThreshold), setV(&A::setPDDgdErrorThreshold), "Error threshold for degraded media"));
+    t.push_back(named("coercion-mode", {{"none", 0}, {"128mb", 1}, {"1gb", 2}},
+                      getter(&A::getcoercionMode), setP(&A::setcoercionMode),
+                      "Drive size rounding"));
+    t.push_back(named("jbod-write-cache", {{"default", 0}, {"on", 1}, {"off", 2}},
+                      getter(&A::getJbodWriteCache), setP(&A::setJbodWriteCache),
+                      "Write cache of drives exposed as JBOD"));
+    t.push_back(num("degraded-media-detection", "", 0, 3, getter(&A::getPDDgdDetectionType),
+                    setV(&A::setPDDgdDetectionType), "Degraded-media detection type"));
+    t.push_back(num("degraded-media-action", "", 0, 1, getter(&A::getPDDgdCorrectiveAction),
+                    setV(&A::setPDDgdCorrectiveAction), "Corrective action on degraded media"));
+    t.push_back(num("degraded-media-threshold", "", 0, 3, getter(&A::getPDDgdErrorThreshold),
+                    setV(&A::setPDDgdErrorThreshold), "Error threshold for degraded media"));
     // Switches. Fields that the firmware keeps as "disable" bits are shown
     // and set the positive way round.
-    t.push_back(sw("auto-rebuild", getter(&A::getautoRbldState), setP(&A::setautoRbldState), "Rebuild onto a replaced drive automatically", true));
-    t.push_back(sw("copyback", getter(&A::getCopyBackState), setP(&A::setCopyBackState), "Copy data back to a replaced drive", true));
-    t.push_back(sw("smart-copyback", getter(&A::getSMARTCopyBackState), setP(&A::setSMARTCopyBackState), "Copy back on a SMART error"));
-    t.push_back(sw("ssd-smart-copyback", getter(&A::getSSDSMARTCopyBackState), setP(&A::setSSDSMARTCopyBackState), "Copy back on an SSD SMART error"));
-    t.push_back(sw("jbod", getter(&A::getJBODState), setP(&A::setJBODState), "Expose unconfigured drives as JBOD"));
-    t.push_back(sw("cache-bypass", getter(&A::getCacheBypassState), setP(&A::setCacheBypassState), "Bypass the cache for large I/O", true));
-    t.push_back(sw("ncq", getter(&A::getNCQState), setV(&A::setNCQState), "Native command queuing", true));
-    t.push_back(sw("load-balance", getter(&A::getLoadBalanceState), setP(&A::setLoadBalanceState), "Automatic load balancing", true, true));
-    t.push_back(sw("cluster", getter(&A::getclusterState), setV(&A::setclusterState), "Cluster mode"));
-    t.push_back(sw("battery-warning", getter(&A::getBatteryWarningState), setV(&A::setBatteryWarningState), "Warn when no battery is fitted", true));
-    t.push_back(sw("abort-cc-on-error", getter(&A::getAbortCCOnError), setV(&A::setAbortCCOnError), "Stop a consistency check at the first error"));
-    t.push_back(sw("spin-down-unconfigured", getter(&A::getEnableSpinDnUnconfState), setV(&A::setEnableSpinDnUnconfState), "Spin down unconfigured drives"));
-    t.push_back(sw("spin-down-hot-spares", getter(&A::getDisableSpinDnHSState), setV(&A::setDisableSpinDnHSState), "Spin down hot spares", true));
-    t.push_back(sw("maintain-pd-fail-history", getter(&A::getMaintPDFailHistState), setP(&A::setMaintPDFailHistState), "Remember failed drives"));
-    t.push_back(sw("expose-enclosure-devices", getter(&A::getExposeEnclDevicesState), setP(&A::setExposeEnclDevicesState), "Expose enclosure devices to the host"));
-    t.push_back(sw("auto-enhanced-import", getter(&A::getAutoEnhancedImportState), setV(&A::setAutoEnhancedImportState), "Import foreign configurations automatically"));
-    t.push_back(sw("fde-only-encryption", getter(&A::getUseFDEOnlyEncrypt), setP(&A::setUseFDEOnlyEncrypt), "Encrypt with self-encrypting drives only"));
-    t.push_back(sw("pr-correct-unconfigured-areas", getter(&A::getPrCorrectUncfgdAreas), setP(&A::setPrCorrectUncfgdAreas), "Patrol read corrects unconfigured areas"));
-    t.push_back(sw("ssd-patrol-read", getter(&A::getSSDPatrolReadState), setV(&A::setSSDPatrolReadState), "Patrol read on SSDs"));
-    t.push_back(sw("restore-hot-spare-on-insert", getter(&A::getRestoreHotSpareOnInsertState), setV(&A::setRestoreHotSpareOnInsertState), "Restore a hot spare when a drive is inserted"));
-    t.push_back(sw("online-controller-reset", getter(&A::getOnlineCtrlResetState), setV(&A::setOnlineCtrlResetState), "Online controller reset", true));
-    t.push_back(sw("boot-with-pinned-cache", getter(&A::getBootWithPinnedCacheState), setV(&A::setBootWithPinnedCacheState), "Boot while preserved cache is held"));
-    t.push_back(sw("immediate-io", getter(&A::getImmediateIO), setV(&A::setImmediateIO), "Immediate I/O", true));
-    t.push_back(sw("drive-activity-led", getter(&A::getDriveActivityLED), setV(&A::setDriveActivityLED), "Drive activity LED"));
-    t.push_back(sw("large-io", getter(&A::getLargeIOSupport), setV(&A::setLargeIOSupport), "Large I/O support"));
-    t.push_back(sw("large-queue-depth", getter(&A::getLargeQDepth), setV(&A::setLargeQDepth), "Large queue depth"));
-    t.push_back(sw("flush-write-verify", getter(&A::getFlushWriteVerify), setV(&A::setFlushWriteVerify), "Verify writes while the cache flushes"));
-    t.push_back(sw("ses-multipath-config", getter(&A::getSesMultiPathConfig), setV(&A::setSesMultiPathConfig), "SES association in multipath configurations"));
-    t.push_back(sw("ses-monitoring", getter(&A::getDisableSESMonitoring), setV(&A::setDisableSESMonitoring), "Enclosure (SES) monitoring", true));
-    t.push_back(sw("limit-sata-3g", getter(&A::getLimitMaxRateSATA3G), setV(&A::setLimitMaxRateSATA3G), "Limit SATA links to 3 Gb/s"));
-    t.push_back(sw("prevent-pi-import", getter(&A::getPreventPIImport), setP(&A::setPreventPIImport), "Refuse to import protection-information drives"));
-    t.push_back(sw("enable-pi", getter(&A::getPreventEnablePI), setP(&A::setPreventEnablePI), "Protection information"));
-    t.push_back(sw("fail-pd-on-smart-error", getter(&A::getfailPdOnSmartError), setP(&A::setfailPdOnSmartError), "Fail a drive on a SMART error"));
-    t.push_back(sw("force-sgpio", getter(&A::getForceSGPIO), setP(&A::setForceSGPIO), "Force SGPIO for quad connectors"));
-    t.push_back(sw("emergency-global-spares", getter(&A::getUseGlobalSparesForEmergency), setP(&A::setUseGlobalSparesForEmergency), "Use global spares as emergency spares"));
-    t.push_back(sw("emergency-unconfigured-good", getter(&A::getUseUnconfGoodForEmergency), setP(&A::setUseUnconfGoodForEmergency), "Use unconfigured drives as emergency spares"));
-    t.push_back(sw("emergency-spares-for-smart", getter(&A::getUseEmergencySparesForSMARTer), setP(&A::setUseEmergencySparesForSMARTer), "Use emergency spares on SMART errors"));
-    t.push_back(sw("auto-detect-backplane", getter(&A::getautoDetectBackPlaneState), setP(&A::setautoDetectBackPlaneState), "Detect the backplane automatically", true));
-    t.push_back(sw("disk-activity-for-locate", getter(&A::isDiskActivityUsedForLocate), setV(&A::setUseDiskActivityForLocate), "Blink the activity LED to locate a drive"));
-    t.push_back(sw("config-auto-balance", getter(&A::getConfigAutoBalance), setV(&A::setConfigAutoBalance), "Balance new configurations automatically"));
-    t.push_back(sw("snapdump", getter(&A::getEnableSnapDump), setV(&A::setEnableSnapDump), "Firmware snapshot dumps"));
-    t.push_back(sw("scsi-unmap", getter(&A::getScsiUnmap), setV(&A::setScsiUnmap), "SCSI UNMAP", true));
-    t.push_back(sw("firmware-device-ordering", getter(&A::getFirmwareBasedDeviceOrdering), setV(&A::setFirmwareBasedDeviceOrdering), "Firmware-based device ordering"));
-    t.push_back(sw("parity-read-cache-bypass", getter(&A::getParityReadCacheByPass), setV(&A::setParityReadCacheByPass), "Bypass the cache for parity reads"));
-    t.push_back(sw("ignore-64-vd-limit", getterRef(&A::getLDRestriction), setV(&A::setLDRestriction), "Allow more than 64 virtual drives"));
+    t.push_back(sw("auto-rebuild", getter(&A::getautoRbldState), setP(&A::setautoRbldState),
+                   "Rebuild onto a replaced drive automatically", true));
+    t.push_back(sw("copyback", getter(&A::getCopyBackState), setP(&A::setCopyBackState),
+                   "Copy data back to a replaced drive", true));
+    t.push_back(sw("smart-copyback", getter(&A::getSMARTCopyBackState),
+                   setP(&A::setSMARTCopyBackState), "Copy back on a SMART error"));
+    t.push_back(sw("ssd-smart-copyback", getter(&A::getSSDSMARTCopyBackState),
+                   setP(&A::setSSDSMARTCopyBackState), "Copy back on an SSD SMART error"));
+    t.push_back(sw("jbod", getter(&A::getJBODState), setP(&A::setJBODState),
+                   "Expose unconfigured drives as JBOD"));
+    t.push_back(sw("cache-bypass", getter(&A::getCacheBypassState), setP(&A::setCacheBypassState),
+                   "Bypass the cache for large I/O", true));
+    t.push_back(
+        sw("ncq", getter(&A::getNCQState), setV(&A::setNCQState), "Native command queuing", true));
+    t.push_back(sw("load-balance", getter(&A::getLoadBalanceState), setP(&A::setLoadBalanceState),
+                   "Automatic load balancing", true, true));
+    t.push_back(
+        sw("cluster", getter(&A::getclusterState), setV(&A::setclusterState), "Cluster mode"));
+    t.push_back(sw("battery-warning", getter(&A::getBatteryWarningState),
+                   setV(&A::setBatteryWarningState), "Warn when no battery is fitted", true));
+    t.push_back(sw("abort-cc-on-error", getter(&A::getAbortCCOnError), setV(&A::setAbortCCOnError),
+                   "Stop a consistency check at the first error"));
+    t.push_back(sw("spin-down-unconfigured", getter(&A::getEnableSpinDnUnconfState),
+                   setV(&A::setEnableSpinDnUnconfState), "Spin down unconfigured drives"));
+    t.push_back(sw("spin-down-hot-spares", getter(&A::getDisableSpinDnHSState),
+                   setV(&A::setDisableSpinDnHSState), "Spin down hot spares", true));
+    t.push_back(sw("maintain-pd-fail-history", getter(&A::getMaintPDFailHistState),
+                   setP(&A::setMaintPDFailHistState), "Remember failed drives"));
+    t.push_back(sw("expose-enclosure-devices", getter(&A::getExposeEnclDevicesState),
+                   setP(&A::setExposeEnclDevicesState), "Expose enclosure devices to the host"));
+    t.push_back(sw("auto-enhanced-import", getter(&A::getAutoEnhancedImportState),
+                   setV(&A::setAutoEnhancedImportState),
+                   "Import foreign configurations automatically"));
+    t.push_back(sw("fde-only-encryption", getter(&A::getUseFDEOnlyEncrypt),
+                   setP(&A::setUseFDEOnlyEncrypt), "Encrypt with self-encrypting drives only"));
+    t.push_back(sw("pr-correct-unconfigured-areas", getter(&A::getPrCorrectUncfgdAreas),
+                   setP(&A::setPrCorrectUncfgdAreas), "Patrol read corrects unconfigured areas"));
+    t.push_back(sw("ssd-patrol-read", getter(&A::getSSDPatrolReadState),
+                   setV(&A::setSSDPatrolReadState), "Patrol read on SSDs"));
+    t.push_back(sw("restore-hot-spare-on-insert", getter(&A::getRestoreHotSpareOnInsertState),
+                   setV(&A::setRestoreHotSpareOnInsertState),
+                   "Restore a hot spare when a drive is inserted"));
+    t.push_back(sw("online-controller-reset", getter(&A::getOnlineCtrlResetState),
+                   setV(&A::setOnlineCtrlResetState), "Online controller reset", true));
+    t.push_back(sw("boot-with-pinned-cache", getter(&A::getBootWithPinnedCacheState),
+                   setV(&A::setBootWithPinnedCacheState), "Boot while preserved cache is held"));
+    t.push_back(sw("immediate-io", getter(&A::getImmediateIO), setV(&A::setImmediateIO),
+                   "Immediate I/O", true));
+    t.push_back(sw("drive-activity-led", getter(&A::getDriveActivityLED),
+                   setV(&A::setDriveActivityLED), "Drive activity LED"));
+    t.push_back(sw("large-io", getter(&A::getLargeIOSupport), setV(&A::setLargeIOSupport),
+                   "Large I/O support"));
+    t.push_back(sw("large-queue-depth", getter(&A::getLargeQDepth), setV(&A::setLargeQDepth),
+                   "Large queue depth"));
+    t.push_back(sw("flush-write-verify", getter(&A::getFlushWriteVerify),
+                   setV(&A::setFlushWriteVerify), "Verify writes while the cache flushes"));
+    t.push_back(sw("ses-multipath-config", getter(&A::getSesMultiPathConfig),
+                   setV(&A::setSesMultiPathConfig), "SES association in multipath configurations"));
+    t.push_back(sw("ses-monitoring", getter(&A::getDisableSESMonitoring),
+                   setV(&A::setDisableSESMonitoring), "Enclosure (SES) monitoring", true));
+    t.push_back(sw("limit-sata-3g", getter(&A::getLimitMaxRateSATA3G),
+                   setV(&A::setLimitMaxRateSATA3G), "Limit SATA links to 3 Gb/s"));
+    t.push_back(sw("prevent-pi-import", getter(&A::getPreventPIImport),
+                   setP(&A::setPreventPIImport), "Refuse to import protection-information drives"));
+    t.push_back(sw("enable-pi", getter(&A::getPreventEnablePI), setP(&A::setPreventEnablePI),
+                   "Protection information"));
+    t.push_back(sw("fail-pd-on-smart-error", getter(&A::getfailPdOnSmartError),
+                   setP(&A::setfailPdOnSmartError), "Fail a drive on a SMART error"));
+    t.push_back(sw("force-sgpio", getter(&A::getForceSGPIO), setP(&A::setForceSGPIO),
+                   "Force SGPIO for quad connectors"));
+    t.push_back(sw("emergency-global-spares", getter(&A::getUseGlobalSparesForEmergency),
+                   setP(&A::setUseGlobalSparesForEmergency),
+                   "Use global spares as emergency spares"));
+    t.push_back(sw("emergency-unconfigured-good", getter(&A::getUseUnconfGoodForEmergency),
+                   setP(&A::setUseUnconfGoodForEmergency),
+                   "Use unconfigured drives as emergency spares"));
+    t.push_back(sw("emergency-spares-for-smart", getter(&A::getUseEmergencySparesForSMARTer),
+                   setP(&A::setUseEmergencySparesForSMARTer),
+                   "Use emergency spares on SMART errors"));
+    t.push_back(sw("auto-detect-backplane", getter(&A::getautoDetectBackPlaneState),
+                   setP(&A::setautoDetectBackPlaneState), "Detect the backplane automatically",
+                   true));
+    t.push_back(sw("disk-activity-for-locate", getter(&A::isDiskActivityUsedForLocate),
+                   setV(&A::setUseDiskActivityForLocate),
+                   "Blink the activity LED to locate a drive"));
+    t.push_back(sw("config-auto-balance", getter(&A::getConfigAutoBalance),
+                   setV(&A::setConfigAutoBalance), "Balance new configurations automatically"));
+    t.push_back(sw("snapdump", getter(&A::getEnableSnapDump), setV(&A::setEnableSnapDump),
+                   "Firmware snapshot dumps"));
+    t.push_back(
+        sw("scsi-unmap", getter(&A::getScsiUnmap), setV(&A::setScsiUnmap), "SCSI UNMAP", true));
+    t.push_back(sw("firmware-device-ordering", getter(&A::getFirmwareBasedDeviceOrdering),
+                   setV(&A::setFirmwareBasedDeviceOrdering), "Firmware-based device ordering"));
+    t.push_back(sw("parity-read-cache-bypass", getter(&A::getParityReadCacheByPass),
+                   setV(&A::setParityReadCacheByPass), "Bypass the cache for parity reads"));
+    t.push_back(sw("ignore-64-vd-limit", getterRef(&A::getLDRestriction),
+                   setV(&A::setLDRestriction), "Allow more than 64 virtual drives"));
     return t;
 }
-
 
 // Parses the NAME list of get.
 std::vector<const Setting*> settingsNamed(const std::vector<std::string>& names) {
@@ -165,7 +253,8 @@ const std::vector<Setting>& controllerProperties() {
 
 void registerProperties(CLI::App& root, App& app) {
     // ---- properties ----
-    auto* props = root.add_subcommand("properties", "List every controller property with value, unit and whether it can be set");
+    auto* props = root.add_subcommand(
+        "properties", "List every controller property with value, unit and whether it can be set");
     props->footer(kFooterProps);
     props->callback([&app] {
         Command c;
@@ -180,16 +269,21 @@ void registerProperties(CLI::App& root, App& app) {
                 json::Object row;
                 row[app.json() ? "name" : "Name"] = json::String(app.json() ? s.jsonKey() : s.name);
                 if (rc == 0)
-                    row[app.json() ? "value" : "Value"] = app.json() ? settingJson(s, v) : json::UnknownElement(json::String(settingText(s, v)));
+                    row[app.json() ? "value" : "Value"] =
+                        app.json() ? settingJson(s, v)
+                                   : json::UnknownElement(json::String(settingText(s, v)));
                 else {
-                    row[app.json() ? "value" : "Value"] = app.json() ? json::UnknownElement(json::Null()) : json::UnknownElement(json::String("-"));
+                    row[app.json() ? "value" : "Value"] =
+                        app.json() ? json::UnknownElement(json::Null())
+                                   : json::UnknownElement(json::String("-"));
                     unavailable.push_back(s.name);
                     if (firstRc == 0)
                         firstRc = rc;
                 }
                 row[app.json() ? "unit" : "Unit"] = json::String(s.unit);
-                row[app.json() ? "settable" : "Settable"] = app.json() ? json::UnknownElement(json::Boolean(s.settable()))
-                                             : json::UnknownElement(json::String(s.settable() ? "yes" : "no"));
+                row[app.json() ? "settable" : "Settable"] =
+                    app.json() ? json::UnknownElement(json::Boolean(s.settable()))
+                               : json::UnknownElement(json::String(s.settable() ? "yes" : "no"));
                 row[app.json() ? "range" : "Range"] = json::String(s.rangeText());
                 rows.Insert(row);
             }

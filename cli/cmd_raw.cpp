@@ -78,7 +78,8 @@ void addField(json::Object& body, const std::uint8_t* image, const kvi::fields::
         kvi::fields::FieldRef ref;
         ref.field = &f;
         ref.index = i;
-        std::string name = f.count > 1 ? std::string(f.path) + "[" + std::to_string(i) + "]" : f.path;
+        std::string name =
+            f.count > 1 ? std::string(f.path) + "[" + std::to_string(i) + "]" : f.path;
         if (f.kind == FieldKind::Signed)
             body[name] = json::Number(static_cast<long>(kvi::fields::readSigned(image, ref)));
         else
@@ -89,11 +90,13 @@ void addField(json::Object& body, const std::uint8_t* image, const kvi::fields::
 } // namespace
 
 void registerRaw(CLI::App& root, App& app) {
-    auto* sub = root.add_subcommand("raw", "Print every field of a firmware record by its dotted name (debugging)");
+    auto* sub = root.add_subcommand(
+        "raw", "Print every field of a firmware record by its dotted name (debugging)");
     auto name = std::make_shared<std::string>();
     sub->add_option("record", *name, "Record name, e.g. KV_CTRL_PROP")->required();
-    sub->footer("Records: " + readableList() +
-                "\n\nExamples:\n  kvictl --sim raw KV_CTRL_PROP\n  kvictl --sim -o json raw KV_BBU_STATUS");
+    sub->footer(
+        "Records: " + readableList() +
+        "\n\nExamples:\n  kvictl --sim raw KV_CTRL_PROP\n  kvictl --sim -o json raw KV_BBU_STATUS");
     sub->callback([&app, name] {
         auto read = std::make_shared<const RawRead*>(nullptr);
         Command c;
@@ -108,8 +111,9 @@ void registerRaw(CLI::App& root, App& app) {
                 if (want == r.record)
                     *read = &r;
             if (*read == nullptr || kvi::fields::findRecord((*read)->record) == nullptr)
-                throw UsageError("raw: '" + *name + "' is not a record that can be read (records: " +
-                                 readableList() + ")");
+                throw UsageError("raw: '" + *name +
+                                 "' is not a record that can be read (records: " + readableList() +
+                                 ")");
         };
         c.run = [&app, read](Target& t) {
             const RawRead& r = **read;

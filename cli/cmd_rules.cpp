@@ -14,22 +14,35 @@ namespace {
 
 std::string levelName(unsigned char level) {
     switch (level) {
-    case 0: return "RAID0";
-    case 1: return "RAID1";
-    case 5: return "RAID5";
-    case 6: return "RAID6";
-    case 17: return "RAIDEC";
-    case 32: return "RAID10";
-    case 33: return "RAID50";
-    case 34: return "RAID60";
-    case 35: return "RAID1E";
-    case 36: return "RAID00";
-    default: return "level " + std::to_string(level);
+    case 0:
+        return "RAID0";
+    case 1:
+        return "RAID1";
+    case 5:
+        return "RAID5";
+    case 6:
+        return "RAID6";
+    case 17:
+        return "RAIDEC";
+    case 32:
+        return "RAID10";
+    case 33:
+        return "RAID50";
+    case 34:
+        return "RAID60";
+    case 35:
+        return "RAID1E";
+    case 36:
+        return "RAID00";
+    default:
+        return "level " + std::to_string(level);
     }
 }
 
 // Strip size code n means 512 << n bytes.
-unsigned long long stripBytes(unsigned char code) { return code < 40 ? 512ull << code : 0; }
+unsigned long long stripBytes(unsigned char code) {
+    return code < 40 ? 512ull << code : 0;
+}
 
 json::Array byteList(const ArrayList<unsigned char>* list) {
     json::Array a;
@@ -42,7 +55,9 @@ json::Array byteList(const ArrayList<unsigned char>* list) {
 } // namespace
 
 void registerRules(CLI::App& root, App& app) {
-    auto* sub = root.add_subcommand("rules", "RAID levels, span and strip rules, policies, and what configuration changes are allowed");
+    auto* sub = root.add_subcommand(
+        "rules",
+        "RAID levels, span and strip rules, policies, and what configuration changes are allowed");
     sub->footer("Examples:\n  kvictl --sim rules\n  kvictl --sim -o json rules");
     sub->callback([&app] {
         Command c;
@@ -81,19 +96,23 @@ void registerRules(CLI::App& root, App& app) {
             }
             unsigned char minStrip = 0, maxStrip = 0, defStrip = 0;
             ArrayList<unsigned char>* rawStrips = nullptr;
-            ok = ok && step(a.getMinStrpSz(&minStrip), "the strip sizes") && step(a.getMaxStrpSz(&maxStrip), "the strip sizes") &&
-                 step(a.getDefaultStrpSz(&defStrip), "the strip sizes") && step(a.getValidStrpSzLst(&rawStrips), "the strip sizes");
+            ok = ok && step(a.getMinStrpSz(&minStrip), "the strip sizes") &&
+                 step(a.getMaxStrpSz(&maxStrip), "the strip sizes") &&
+                 step(a.getDefaultStrpSz(&defStrip), "the strip sizes") &&
+                 step(a.getValidStrpSzLst(&rawStrips), "the strip sizes");
             std::unique_ptr<ArrayList<unsigned char>> strips(rawStrips);
             if (ok) {
                 d.num("Min Strip Size", "min_strip_size_bytes", stripBytes(minStrip), "bytes");
                 d.num("Max Strip Size", "max_strip_size_bytes", stripBytes(maxStrip), "bytes");
-                d.num("Default Strip Size", "default_strip_size_bytes", stripBytes(defStrip), "bytes");
+                d.num("Default Strip Size", "default_strip_size_bytes", stripBytes(defStrip),
+                      "bytes");
                 json::Array sizes;
                 std::string text;
                 if (strips)
                     for (std::size_t i = 0; i < strips->size(); ++i) {
                         sizes.Insert(json::UNumber(stripBytes(strips->get(i))));
-                        text += (text.empty() ? "" : ", ") + std::to_string(stripBytes(strips->get(i)) / 1024) + " KiB";
+                        text += (text.empty() ? "" : ", ") +
+                                std::to_string(stripBytes(strips->get(i)) / 1024) + " KiB";
                     }
                 if (app.json())
                     d.rows("Strip Sizes", "strip_sizes_bytes", sizes);

@@ -44,7 +44,8 @@ struct Secret {
 std::string readLineNoEcho(const std::string& prompt) {
     int fd = ::open("/dev/tty", O_RDWR | O_CLOEXEC);
     if (fd < 0)
-        throw UsageError("no terminal to ask for the passphrase; use --passphrase-file PATH (- = stdin)");
+        throw UsageError(
+            "no terminal to ask for the passphrase; use --passphrase-file PATH (- = stdin)");
     termios old{};
     bool haveTerm = ::tcgetattr(fd, &old) == 0;
     if (haveTerm) {
@@ -71,7 +72,8 @@ std::string readLineNoEcho(const std::string& prompt) {
 void checkPassphrase(const std::string& p, const std::string& what) {
     if (p.size() < kMinPassphrase || p.size() > kMaxPassphrase)
         throw UsageError(what + " must have " + std::to_string(kMinPassphrase) + " to " +
-                         std::to_string(kMaxPassphrase) + " characters (it has " + std::to_string(p.size()) + ")");
+                         std::to_string(kMaxPassphrase) + " characters (it has " +
+                         std::to_string(p.size()) + ")");
     for (char c : p)
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
             throw UsageError(what + " must not contain control characters");
@@ -91,14 +93,16 @@ void obtainPassphrase(SecurityArgs& a, bool confirmNew) {
         } else {
             std::ifstream in(a.passphraseFile);
             if (!in)
-                throw UsageError("--passphrase-file: cannot read " + a.passphraseFile + ": " + std::strerror(errno));
+                throw UsageError("--passphrase-file: cannot read " + a.passphraseFile + ": " +
+                                 std::strerror(errno));
             std::getline(in, a.passphrase.value);
         }
         if (!a.passphrase.value.empty() && a.passphrase.value.back() == '\r')
             a.passphrase.value.pop_back();
     } else {
         if (!::isatty(STDIN_FILENO))
-            throw UsageError("stdin is not a terminal; give the passphrase with --passphrase-file PATH (- = stdin)");
+            throw UsageError("stdin is not a terminal; give the passphrase with --passphrase-file "
+                             "PATH (- = stdin)");
         a.passphrase.value = readLineNoEcho("Passphrase: ");
         if (confirmNew) {
             Secret again;
@@ -143,23 +147,29 @@ Command showSecurity(App& app) {
     return c;
 }
 
-CLI::App* secVerb(CLI::App& g, const char* name, const char* help, SecurityArgs& args, bool withKeyId = false) {
+CLI::App* secVerb(CLI::App& g, const char* name, const char* help, SecurityArgs& args,
+                  bool withKeyId = false) {
     auto* sub = verb(g, name, help);
-    sub->add_option("--passphrase-file", args.passphraseFile, "Read the passphrase from PATH (- = stdin)");
+    sub->add_option("--passphrase-file", args.passphraseFile,
+                    "Read the passphrase from PATH (- = stdin)");
     if (withKeyId)
-        sub->add_option("--key-id", args.keyId, "Key identifier stored with the key (default kvictl)");
+        sub->add_option("--key-id", args.keyId,
+                        "Key identifier stored with the key (default kvictl)");
     return sub;
 }
 
 } // namespace
 
 void registerSecurity(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("security", "Drive security key: show, create, rekey, restore, verify, suggest, destroy (default: show)");
+    auto* g = root.add_subcommand("security", "Drive security key: show, create, rekey, restore, "
+                                              "verify, suggest, destroy (default: show)");
     g->require_subcommand(0, 1);
-    g->footer("Passphrases: 8 to 32 characters, asked without echo or read with --passphrase-file PATH\n"
-              "(- = stdin); never given on the command line or in the environment.\n\nExamples:\n"
-              "  kvictl --sim security\n  kvictl --sim security create --key-id rack7\n"
-              "  kvictl --sim security verify --passphrase-file /root/kv.pass\n  kvictl --sim -y security destroy");
+    g->footer(
+        "Passphrases: 8 to 32 characters, asked without echo or read with --passphrase-file PATH\n"
+        "(- = stdin); never given on the command line or in the environment.\n\nExamples:\n"
+        "  kvictl --sim security\n  kvictl --sim security create --key-id rack7\n"
+        "  kvictl --sim security verify --passphrase-file /root/kv.pass\n  kvictl --sim -y "
+        "security destroy");
     verb(*g, "show", "Show the key state")->callback([&app] { app.setCommand(showSecurity(app)); });
 
     struct Op {
@@ -228,7 +238,9 @@ void registerSecurity(CLI::App& root, App& app) {
     verb(*g, "destroy", "Destroy the lock key (asks first; -y off a terminal)")->callback([&app] {
         Command c;
         c.name = "security destroy";
-        c.confirmation = [] { return std::string("Destroy the drive security key of the selected controllers?"); };
+        c.confirmation = [] {
+            return std::string("Destroy the drive security key of the selected controllers?");
+        };
         c.run = [&app](Target& t) {
             int rc = t.adapter->destroyLockKey();
             if (rc != 0)

@@ -17,9 +17,11 @@ const std::vector<SectionInfo>& sections() {
         {"images", "Pending Images", &AdapterData::getShowPendingImages},
         {"dual-images", "Firmware Images", &AdapterData::getShowDualImages},
         {"status", "Status", &AdapterData::getShowStatus},
-        {"adapter-ops", "Supported Controller Operations", &AdapterData::getShowSupportedAdpOperations},
+        {"adapter-ops", "Supported Controller Operations",
+         &AdapterData::getShowSupportedAdpOperations},
         {"pd-ops", "Supported Drive Operations", &AdapterData::getShowSupportedPDOperations},
-        {"vd-ops", "Supported Virtual Drive Operations", &AdapterData::getShowSupportedVDOperations},
+        {"vd-ops", "Supported Virtual Drive Operations",
+         &AdapterData::getShowSupportedVDOperations},
         {"ekm", "Key Management", &AdapterData::getSecureEKMSDetails},
         {"hwcfg", "Hardware Configuration", &AdapterData::getShowHwConfig},
         {"policies", "Policies", &AdapterData::getShowPolicies},
@@ -41,11 +43,13 @@ void showSection(App& app, Target& t, const SectionInfo& s) {
 }
 
 void registerShow(CLI::App& root, App& app) {
-    auto* sub = root.add_subcommand("show", "Show report sections of the controller (default: summary)");
+    auto* sub =
+        root.add_subcommand("show", "Show report sections of the controller (default: summary)");
     auto tokens = std::make_shared<std::vector<std::string>>();
     std::string list;
     for (const SectionInfo& s : sections())
-        list += std::string("  ") + s.token + std::string(14 - std::string(s.token).size(), ' ') + s.title + "\n";
+        list += std::string("  ") + s.token + std::string(14 - std::string(s.token).size(), ' ') +
+                s.title + "\n";
     sub->add_option("sections", *tokens, "Section tokens, or all (every section but summary)");
     sub->footer("Sections:\n" + list +
                 "\nExamples:\n  kvictl --sim show\n  kvictl --sim show all\n"
@@ -73,7 +77,8 @@ void registerShow(CLI::App& root, App& app) {
                     std::string names;
                     for (const SectionInfo& s : sections())
                         names += std::string(names.empty() ? "" : ", ") + s.token;
-                    throw UsageError("show: unknown section '" + w + "' (sections: " + names + ", all)");
+                    throw UsageError("show: unknown section '" + w + "' (sections: " + names +
+                                     ", all)");
                 }
                 chosen->push_back(found);
             }

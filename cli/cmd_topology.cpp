@@ -14,20 +14,26 @@ namespace cli {
 
 namespace {
 
-constexpr unsigned kMaxPhys = 24;   // entries of the phy table
-constexpr unsigned kMaxMux = 4;     // entries of the mux list
+constexpr unsigned kMaxPhys = 24; // entries of the phy table
+constexpr unsigned kMaxMux = 4;   // entries of the mux list
 constexpr unsigned kLaneTable = 392;
 
 const std::vector<NamedValue> kSpeeds = {{"auto", 0}, {"1.5", 1}, {"3", 2}, {"6", 4}, {"12", 8}};
 
 std::string speedText(unsigned code) {
     switch (code) {
-    case 0: return "no limit";
-    case 1: return "1.5 Gb/s";
-    case 2: return "3.0 Gb/s";
-    case 4: return "6.0 Gb/s";
-    case 8: return "12.0 Gb/s";
-    default: return "unknown";
+    case 0:
+        return "no limit";
+    case 1:
+        return "1.5 Gb/s";
+    case 2:
+        return "3.0 Gb/s";
+    case 4:
+        return "6.0 Gb/s";
+    case 8:
+        return "12.0 Gb/s";
+    default:
+        return "unknown";
     }
 }
 
@@ -52,10 +58,14 @@ bool phys(App& app, Target& t, Doc& d) {
         unsigned int port = 0, speed = 0;
         unsigned char connector = 0;
         rc = a.isPhyDisable(static_cast<int>(i), &disabled);
-        if (rc == 0) rc = a.getSASAddress(static_cast<int>(i), &sas);
-        if (rc == 0) rc = a.getSASPortNumber(static_cast<int>(i), &port);
-        if (rc == 0) rc = a.getConnectorIndex(static_cast<int>(i), &connector);
-        if (rc == 0) rc = a.getLinkSpeed(static_cast<int>(i), &speed);
+        if (rc == 0)
+            rc = a.getSASAddress(static_cast<int>(i), &sas);
+        if (rc == 0)
+            rc = a.getSASPortNumber(static_cast<int>(i), &port);
+        if (rc == 0)
+            rc = a.getConnectorIndex(static_cast<int>(i), &connector);
+        if (rc == 0)
+            rc = a.getLinkSpeed(static_cast<int>(i), &speed);
         if (rc != 0) {
             app.fail(t, "reading phy " + std::to_string(i), rc);
             break;
@@ -66,7 +76,8 @@ bool phys(App& app, Target& t, Doc& d) {
         r.str("SAS Address", "sas_address", sasText(sas));
         r.num("Port", "port", port);
         r.num("Connector", "connector", connector);
-        r.str("Link Speed Limit", "link_speed_limit", app.json() ? nameOf(speed, kSpeeds) : speedText(speed));
+        r.str("Link Speed Limit", "link_speed_limit",
+              app.json() ? nameOf(speed, kSpeeds) : speedText(speed));
         rows.Insert(r.object());
     }
     d.rows("Phys", "phys", rows);
@@ -136,8 +147,8 @@ bool lanes(App& app, Target& t, Doc& d) {
         return false;
     }
     auto u32 = [&](std::size_t o) {
-        return std::uint32_t(buf[o]) | std::uint32_t(buf[o + 1]) << 8 | std::uint32_t(buf[o + 2]) << 16 |
-               std::uint32_t(buf[o + 3]) << 24;
+        return std::uint32_t(buf[o]) | std::uint32_t(buf[o + 1]) << 8 |
+               std::uint32_t(buf[o + 2]) << 16 | std::uint32_t(buf[o + 3]) << 24;
     };
     // Head {u32 count, u32 reserved}, then 16-byte lane entries.
     unsigned count = std::min<unsigned>(u32(0), (kLaneTable - 8) / 16);
@@ -188,14 +199,18 @@ Command showTopology(App& app, int which) { // 0 all, 1 phys, 2 connectors, 3 mu
 } // namespace
 
 void registerTopology(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("topology", "Connectors, phys, multiplexers, lanes; link speed, mux mode, SAS address (default: show)");
+    auto* g = root.add_subcommand(
+        "topology",
+        "Connectors, phys, multiplexers, lanes; link speed, mux mode, SAS address (default: show)");
     g->require_subcommand(0, 1);
     g->footer("Examples:\n  kvictl --sim topology\n  kvictl --sim topology phys\n"
               "  kvictl --sim topology set-link-speed 4 6\n  kvictl --sim topology set-mux 0 2\n"
               "  kvictl --sim topology set-sas-address 0x5000d31f0a94c100");
     verb(*g, "show", "Everything")->callback([&app] { app.setCommand(showTopology(app, 0)); });
     verb(*g, "phys", "The phys")->callback([&app] { app.setCommand(showTopology(app, 1)); });
-    verb(*g, "connectors", "The connectors")->callback([&app] { app.setCommand(showTopology(app, 2)); });
+    verb(*g, "connectors", "The connectors")->callback([&app] {
+        app.setCommand(showTopology(app, 2));
+    });
     verb(*g, "mux", "The multiplexers")->callback([&app] { app.setCommand(showTopology(app, 3)); });
     verb(*g, "lanes", "The PCIe lanes")->callback([&app] { app.setCommand(showTopology(app, 4)); });
 
@@ -217,8 +232,10 @@ void registerTopology(CLI::App& root, App& app) {
             unsigned int count = 0;
             int rc = t.adapter->getPhyCount(&count);
             if (rc == 0 && *p >= count) {
-                app.error("usage", "phy " + std::to_string(*p) + " does not exist on controller " +
-                                       std::to_string(t.index) + " (phys 0-" + std::to_string(count ? count - 1 : 0) + ")",
+                app.error("usage",
+                          "phy " + std::to_string(*p) + " does not exist on controller " +
+                              std::to_string(t.index) + " (phys 0-" +
+                              std::to_string(count ? count - 1 : 0) + ")",
                           kExitUsage);
                 return;
             }
@@ -259,16 +276,20 @@ void registerTopology(CLI::App& root, App& app) {
     });
 
     auto addr = std::make_shared<std::string>();
-    auto* ssa = verb(*g, "set-sas-address", "Set the controller's SAS address (0x + 16 hex digits)");
+    auto* ssa =
+        verb(*g, "set-sas-address", "Set the controller's SAS address (0x + 16 hex digits)");
     ssa->add_option("address", *addr, "SAS address")->required();
     ssa->callback([&app, addr] {
         auto v = std::make_shared<unsigned long long>(0);
         Command c;
         c.name = "topology set-sas-address";
-        c.confirmation = [] { return std::string("Change the SAS address of the selected controllers?"); };
+        c.confirmation = [] {
+            return std::string("Change the SAS address of the selected controllers?");
+        };
         c.validate = [addr, v] {
             if (addr->size() != 18 || addr->rfind("0x", 0) != 0)
-                throw UsageError("set-sas-address: '" + *addr + "' is not 0x followed by 16 hex digits");
+                throw UsageError("set-sas-address: '" + *addr +
+                                 "' is not 0x followed by 16 hex digits");
             *v = parseUnsigned(*addr, 1, ~0ull, "SAS address");
         };
         c.run = [&app, v](Target& t) {

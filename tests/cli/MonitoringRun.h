@@ -39,7 +39,8 @@ struct TempDir : kvitest::ScratchDir {
 // Runs `program args...` (the parser script) with stdout and stderr captured
 // through files in `tmp`.
 inline RunResult runProgram(const std::string& program, const std::vector<std::string>& args,
-                            const TempDir& tmp, const std::map<std::string, std::string>& env = {}) {
+                            const TempDir& tmp,
+                            const std::map<std::string, std::string>& env = {}) {
     std::map<std::string, std::string> vars;
     for (char** e = environ; *e != nullptr; ++e) {
         std::string kv = *e;
@@ -121,7 +122,8 @@ struct Parsed {
     std::vector<Sample> samples;
 
     // The samples of `name` whose labels include every pair of `match`.
-    std::vector<Sample> find(const std::string& name, const std::map<std::string, std::string>& match = {}) const {
+    std::vector<Sample> find(const std::string& name,
+                             const std::map<std::string, std::string>& match = {}) const {
         std::vector<Sample> out;
         for (const Sample& s : samples) {
             if (s.name != name)
@@ -144,12 +146,14 @@ inline Parsed parseExposition(const std::string& text, const TempDir& tmp) {
     Parsed p;
     const std::string python = pythonWithParser();
     if (python.empty()) {
-        p.errors = "no python3 with prometheus_client: install python3-prometheus-client (scripts/deps.sh)";
+        p.errors = "no python3 with prometheus_client: install python3-prometheus-client "
+                   "(scripts/deps.sh)";
         return p;
     }
     const std::string in = tmp.file("exposition.prom");
     writeFile(in, text);
-    RunResult r = runProgram(python, {std::string(KVI_SOURCE_DIR) + "/tests/cli/prom_check.py", in}, tmp);
+    RunResult r =
+        runProgram(python, {std::string(KVI_SOURCE_DIR) + "/tests/cli/prom_check.py", in}, tmp);
     if (r.code != 0) {
         p.errors = r.err.empty() ? "prom_check.py exit " + std::to_string(r.code) : r.err;
         return p;

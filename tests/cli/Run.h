@@ -16,7 +16,7 @@ struct Result {
 
 struct RunOptions {
     std::map<std::string, std::string> env; // added to / overriding the defaults
-    std::string input;                       // written to stdin (stdin is a pipe, never a terminal)
+    std::string input;                      // written to stdin (stdin is a pipe, never a terminal)
 };
 
 // Defaults: TZ=UTC0, KVICTL_SIM_TIME=1700000000, KVICTL_DEVICE unset.

@@ -17,7 +17,9 @@ struct GoldenCapture {
     std::vector<std::string> command;
 };
 
-std::string capturesDir() { return std::string(KVI_SOURCE_DIR) + "/tests/captures/"; }
+std::string capturesDir() {
+    return std::string(KVI_SOURCE_DIR) + "/tests/captures/";
+}
 
 std::vector<GoldenCapture> manifest() {
     std::vector<GoldenCapture> out;
@@ -46,14 +48,15 @@ TEST(GoldenCaptures, EveryCaptureReplaysToItsRecordedOutput) {
     for (const GoldenCapture& g : all) {
         SCOPED_TRACE(g.name);
         std::string expected = clitest::readFile(capturesDir() + g.name + ".out");
-        ASSERT_FALSE(expected.empty()) << "missing " << g.name << ".out; run scripts/update-captures";
+        ASSERT_FALSE(expected.empty())
+            << "missing " << g.name << ".out; run scripts/update-captures";
         std::vector<std::string> args = {"--replay", capturesDir() + g.name + ".jsonl"};
         args.insert(args.end(), g.command.begin(), g.command.end());
         clitest::Result r = clitest::runKvictl(args, host);
         EXPECT_EQ(0, r.exitCode) << r.err;
         EXPECT_EQ("", r.err);
-        EXPECT_EQ(expected, r.out) << "replay of " << g.name
-                                   << " differs; if intended, run scripts/update-captures";
+        EXPECT_EQ(expected, r.out)
+            << "replay of " << g.name << " differs; if intended, run scripts/update-captures";
     }
 }
 

@@ -31,10 +31,14 @@ std::string profileText(const Case& c) {
 
 const char* stateWord(int exit) {
     switch (exit) {
-    case 0: return "OK";
-    case 1: return "WARNING";
-    case 2: return "CRITICAL";
-    default: return "UNKNOWN";
+    case 0:
+        return "OK";
+    case 1:
+        return "WARNING";
+    case 2:
+        return "CRITICAL";
+    default:
+        return "UNKNOWN";
     }
 }
 
@@ -57,14 +61,16 @@ const char* const kAllReads =
 
 TEST(CheckE2E, BundledProfilesAreOk) {
     std::vector<std::string> profiles;
-    for (const auto& e : std::filesystem::directory_iterator(std::string(KVI_SOURCE_DIR) + "/sim/profiles"))
+    for (const auto& e :
+         std::filesystem::directory_iterator(std::string(KVI_SOURCE_DIR) + "/sim/profiles"))
         if (e.path().extension() == ".json")
             profiles.push_back(e.path().stem().string());
     ASSERT_FALSE(profiles.empty());
     for (const std::string& profile : profiles) {
         SCOPED_TRACE(profile);
         TempDir tmp;
-        RunResult r = kvictl({"--sim=" + profile, "--sim-controllers", "2", "-c", "all", "check"}, tmp);
+        RunResult r =
+            kvictl({"--sim=" + profile, "--sim-controllers", "2", "-c", "all", "check"}, tmp);
         EXPECT_EQ(r.code, 0) << r.out << r.err;
         expectSummary(r, 0, "c0 ");
         EXPECT_NE(r.out.find("; c1 "), std::string::npos) << r.out;
@@ -78,35 +84,111 @@ TEST(CheckE2E, BundledProfilesAreOk) {
 TEST(CheckE2E, StatesFollowTheTable) {
     const Case cases[] = {
         {"healthy", "", "", {}, 0, ": ok, 3 virtual drives, 8 disks"},
-        {"degraded virtual drive", R"({"KV_CTRL_INFO": {"ldDegradedCount": 1}})", "", {}, 1,
+        {"degraded virtual drive",
+         R"({"KV_CTRL_INFO": {"ldDegradedCount": 1}})",
+         "",
+         {},
+         1,
          "1 degraded virtual drive"},
-        {"failed disk", R"({"KV_CTRL_INFO": {"pdDiskFailedCount": 2}})", "", {}, 1, "2 failed disks"},
-        {"predictive failure", R"({"KV_CTRL_INFO": {"pdDiskPredFailureCount": 1}})", "", {}, 1,
+        {"failed disk",
+         R"({"KV_CTRL_INFO": {"pdDiskFailedCount": 2}})",
+         "",
+         {},
+         1,
+         "2 failed disks"},
+        {"predictive failure",
+         R"({"KV_CTRL_INFO": {"pdDiskPredFailureCount": 1}})",
+         "",
+         {},
+         1,
          "1 disk predicting failure"},
-        {"battery replace pack", R"({"KV_BBU_STATUS": {"fwStatus": 1024}})", "", {}, 1, "battery needs replacement"},
-        {"battery learn failed", R"({"KV_BBU_STATUS": {"fwStatus": 128}})", "", {}, 1, "battery learn cycle failed"},
-        {"battery degraded", R"({"KV_BBU_STATUS": {"fwStatus": 2048}})", "", {}, 1, "battery degraded"},
-        {"pinned cache", R"({"KV_CTRL_INFO": {"adapterStatus.cacheIsPinned": 1}})", "", {}, 1, "pinned cache"},
-        {"uncorrectable memory", R"({"KV_CTRL_INFO": {"memUnCorrectableErrorCount": 3}})", "", {}, 1,
+        {"battery replace pack",
+         R"({"KV_BBU_STATUS": {"fwStatus": 1024}})",
+         "",
+         {},
+         1,
+         "battery needs replacement"},
+        {"battery learn failed",
+         R"({"KV_BBU_STATUS": {"fwStatus": 128}})",
+         "",
+         {},
+         1,
+         "battery learn cycle failed"},
+        {"battery degraded",
+         R"({"KV_BBU_STATUS": {"fwStatus": 2048}})",
+         "",
+         {},
+         1,
+         "battery degraded"},
+        {"pinned cache",
+         R"({"KV_CTRL_INFO": {"adapterStatus.cacheIsPinned": 1}})",
+         "",
+         {},
+         1,
+         "pinned cache"},
+        {"uncorrectable memory",
+         R"({"KV_CTRL_INFO": {"memUnCorrectableErrorCount": 3}})",
+         "",
+         {},
+         1,
          "3 uncorrectable memory errors"},
-        {"offline virtual drive", R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})", "", {}, 2,
+        {"offline virtual drive",
+         R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})",
+         "",
+         {},
+         2,
          "1 offline virtual drive"},
         {"lock key failed",
-         R"({"KV_CTRL_INFO": {"adapterStatus.lockKeyAssigned": 1, "adapterStatus.lockKeyFailed": 1}})", "", {}, 2,
+         R"({"KV_CTRL_INFO": {"adapterStatus.lockKeyAssigned": 1, "adapterStatus.lockKeyFailed": 1}})",
+         "",
+         {},
+         2,
          "lock key failed"},
-        {"safe mode", R"({"KV_CTRL_INFO": {"adapterStatus.safeModeBoot": 1}})", "", {}, 2, "safe mode"},
-        {"controller information unreadable", "", R"({"0x01010000": 4})", {}, 2, "controller status failed"},
-        {"critical outranks warning", R"({"KV_CTRL_INFO": {"ldDegradedCount": 1, "ldOfflineCount": 1}})", "", {}, 2,
+        {"safe mode",
+         R"({"KV_CTRL_INFO": {"adapterStatus.safeModeBoot": 1}})",
+         "",
+         {},
+         2,
+         "safe mode"},
+        {"controller information unreadable",
+         "",
+         R"({"0x01010000": 4})",
+         {},
+         2,
+         "controller status failed"},
+        {"critical outranks warning",
+         R"({"KV_CTRL_INFO": {"ldDegradedCount": 1, "ldOfflineCount": 1}})",
+         "",
+         {},
+         2,
          "1 offline virtual drive, 1 degraded virtual drive"},
         {"battery unreadable", "", R"({"0x05010000": 4})", {}, 3, "battery state unreadable"},
         {"unreachable", "", kAllReads, {}, 3, "controller unreachable"},
         // Temperatures: ROC 58, controller 44, battery 31 in the default profile.
         {"roc at --warn", "", "", {"--warn", "58"}, 1, "ROC temperature 58 C (warning at 58)"},
-        {"roc at --crit", "", "", {"--warn", "40", "--crit", "55"}, 2, "ROC temperature 58 C (critical at 55)"},
-        {"per-sensor thresholds", "", "", {"--warn", "roc=60,controller=50", "--crit", "roc=70"}, 0, ": ok"},
-        {"battery threshold", "", "", {"--warn", "battery=30", "--crit", "battery=40"}, 1,
+        {"roc at --crit",
+         "",
+         "",
+         {"--warn", "40", "--crit", "55"},
+         2,
+         "ROC temperature 58 C (critical at 55)"},
+        {"per-sensor thresholds",
+         "",
+         "",
+         {"--warn", "roc=60,controller=50", "--crit", "roc=70"},
+         0,
+         ": ok"},
+        {"battery threshold",
+         "",
+         "",
+         {"--warn", "battery=30", "--crit", "battery=40"},
+         1,
          "battery temperature 31 C (warning at 30)"},
-        {"hot controller", R"({"KV_CTRL_INFO": {"temperatureCtrl": 95}})", "", {}, 2,
+        {"hot controller",
+         R"({"KV_CTRL_INFO": {"temperatureCtrl": 95}})",
+         "",
+         {},
+         2,
          "controller temperature 95 C (critical at 90)"},
     };
     for (const Case& c : cases) {
@@ -141,7 +223,8 @@ TEST(CheckE2E, ReplayOfEmptyCaptureIsUnknown) {
     std::string head, line;
     std::istringstream in(readFile(full));
     while (std::getline(in, line))
-        if (line.find(R"("type":"dcmd")") == std::string::npos && line.find(R"("type":"smp")") == std::string::npos)
+        if (line.find(R"("type":"dcmd")") == std::string::npos &&
+            line.find(R"("type":"smp")") == std::string::npos)
             head += line + "\n";
     ASSERT_NE(head.find(R"("type":"controller")"), std::string::npos) << head;
     writeFile(tmp.file("empty.jsonl"), head);
@@ -153,8 +236,10 @@ TEST(CheckE2E, ReplayOfEmptyCaptureIsUnknown) {
 // Several controllers: one line, the worst state wins.
 TEST(CheckE2E, WorstControllerWins) {
     TempDir tmp;
-    writeFile(tmp.file("p.json"), R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldDegradedCount": 1}}})");
-    RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "--sim-controllers", "3", "-c", "all", "check"}, tmp);
+    writeFile(tmp.file("p.json"),
+              R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldDegradedCount": 1}}})");
+    RunResult r = kvictl(
+        {"--sim=" + tmp.file("p.json"), "--sim-controllers", "3", "-c", "all", "check"}, tmp);
     EXPECT_EQ(r.code, 1) << r.out << r.err;
     expectSummary(r, 1, "c2 KV 9480-16i: 1 degraded virtual drive");
 }
@@ -163,8 +248,9 @@ TEST(CheckE2E, WorstControllerWins) {
 // performance data starts at the first '|'.
 TEST(CheckE2E, HostileModelStaysOnOneLine) {
     TempDir tmp;
-    writeFile(tmp.file("p.json"),
-              R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": "Bad|Name\nOK - x"}}})");
+    writeFile(
+        tmp.file("p.json"),
+        R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": "Bad|Name\nOK - x"}}})");
     RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "check"}, tmp);
     EXPECT_EQ(r.code, 0) << r.err;
     expectSummary(r, 0, "c0 Bad?Name?OK - x: ok");
@@ -173,7 +259,8 @@ TEST(CheckE2E, HostileModelStaysOnOneLine) {
 
 TEST(CheckE2E, JsonCarriesTheVerdict) {
     TempDir tmp;
-    writeFile(tmp.file("p.json"), R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldOfflineCount": 1}}})");
+    writeFile(tmp.file("p.json"),
+              R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldOfflineCount": 1}}})");
     RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "-o", "json", "check"}, tmp);
     EXPECT_EQ(r.code, 2) << r.err;
     nlohmann::json doc = nlohmann::json::parse(r.out, nullptr, false);
@@ -197,7 +284,9 @@ TEST(CheckE2E, FailuresBeforeReadingAreUnknown) {
         const char* reason; // in the UNKNOWN line and on stderr
     };
     const EarlyCase cases[] = {
-        {"warn above crit", {"--sim", "check", "--warn", "90", "--crit", "80"}, "must be below its critical one"},
+        {"warn above crit",
+         {"--sim", "check", "--warn", "90", "--crit", "80"},
+         "must be below its critical one"},
         {"unknown sensor", {"--sim", "check", "--warn", "gpu=50"}, "gpu"},
         {"not a number", {"--sim", "check", "--crit", "hot"}, "'hot' is not a number"},
         {"out of range", {"--sim", "check", "--warn", "roc=300"}, "300 is out of range"},
@@ -207,7 +296,9 @@ TEST(CheckE2E, FailuresBeforeReadingAreUnknown) {
         {"two backends", {"--sim", "--replay", "x.jsonl", "check"}, "choose one backend"},
         {"no backend", {"check"}, "no device given"},
         {"no device node", {"--device", "/nonexistent/kvictl0", "check"}, "/nonexistent/kvictl0"},
-        {"unreadable capture", {"--replay", "/nonexistent/c.jsonl", "check"}, "/nonexistent/c.jsonl"},
+        {"unreadable capture",
+         {"--replay", "/nonexistent/c.jsonl", "check"},
+         "/nonexistent/c.jsonl"},
         {"no such controller", {"--sim", "-c", "5", "check"}, "-c 5: no such controller"},
         {"bad profile", {"--sim=/nonexistent/p.json", "check"}, "nothing was sent"},
     };

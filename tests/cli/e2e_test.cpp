@@ -3,10 +3,10 @@
 // KVI_UPDATE_GOLDEN=1 rewrites them.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <nlohmann/json.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 
@@ -22,7 +22,9 @@ using ojson = nlohmann::ordered_json;
 
 namespace {
 
-std::string goldenDir() { return std::string(KVI_SOURCE_DIR) + "/tests/golden/cli/"; }
+std::string goldenDir() {
+    return std::string(KVI_SOURCE_DIR) + "/tests/golden/cli/";
+}
 
 bool updating() {
     const char* u = std::getenv("KVI_UPDATE_GOLDEN");
@@ -38,7 +40,8 @@ void expectGolden(const std::string& name, const Result& r) {
         return;
     }
     std::string expected = readFile(path);
-    ASSERT_FALSE(expected.empty()) << "missing golden file " << path << " (run with KVI_UPDATE_GOLDEN=1)";
+    ASSERT_FALSE(expected.empty())
+        << "missing golden file " << path << " (run with KVI_UPDATE_GOLDEN=1)";
     EXPECT_EQ(expected, actual) << "output of " << name << " differs from its golden file";
 }
 
@@ -86,7 +89,8 @@ const GoldenCase kGolden[] = {
     {"capture", {"capture"}},
     {"capture_read", {"capture", "read"}},
     {"patrol", {"patrol"}},
-    {"patrol_set", {"patrol", "set", "mode=manual", "delay=24", "start=2024-03-01 02:00", "exclude=2,7"}},
+    {"patrol_set",
+     {"patrol", "set", "mode=manual", "delay=24", "start=2024-03-01 02:00", "exclude=2,7"}},
     {"cc", {"cc"}},
     {"rules", {"rules"}},
     {"topology", {"topology"}},
@@ -116,7 +120,9 @@ TEST_P(Golden, TextAndJsonMatchAndJsonIsOneDocument) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryCommand, Golden, ::testing::ValuesIn(kGolden),
-                         [](const ::testing::TestParamInfo<GoldenCase>& info) { return std::string(info.param.name); });
+                         [](const ::testing::TestParamInfo<GoldenCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 TEST(Cli, JsonCompactIsOneLineOfTheSameDocument) {
     Result pretty = runKvictl({"--sim", "-o", "json", "show", "bus"});
@@ -130,13 +136,25 @@ TEST(Cli, ShowAllKeepsTheSectionOrderInJson) {
     Result r = runKvictl({"--sim", "-o", "json", "show", "all"});
     ojson doc = ojson::parse(r.out);
     std::vector<std::string> titles;
-    for (auto it = doc["controllers"][0]["sections"].begin(); it != doc["controllers"][0]["sections"].end(); ++it)
+    for (auto it = doc["controllers"][0]["sections"].begin();
+         it != doc["controllers"][0]["sections"].end(); ++it)
         titles.push_back(it.key());
-    const std::vector<std::string> expected = {
-        "Basics", "Version", "Bus", "Pending Images", "Firmware Images", "Status",
-        "Supported Controller Operations", "Supported Drive Operations", "Supported Virtual Drive Operations",
-        "Key Management", "Hardware Configuration", "Policies", "Boot", "High Availability", "Scheduled Tasks",
-        "Secure Boot"};
+    const std::vector<std::string> expected = {"Basics",
+                                               "Version",
+                                               "Bus",
+                                               "Pending Images",
+                                               "Firmware Images",
+                                               "Status",
+                                               "Supported Controller Operations",
+                                               "Supported Drive Operations",
+                                               "Supported Virtual Drive Operations",
+                                               "Key Management",
+                                               "Hardware Configuration",
+                                               "Policies",
+                                               "Boot",
+                                               "High Availability",
+                                               "Scheduled Tasks",
+                                               "Secure Boot"};
     EXPECT_EQ(titles, expected);
     // Report sections keep their report keys as the sections write them.
     EXPECT_EQ(doc["controllers"][0]["sections"]["Basics"].begin().key(), "Model");
@@ -146,22 +164,24 @@ TEST(Cli, SetThenGetAcrossInvocationsWithSimState) {
     std::string state = tempPath("state.json");
     std::string capture = tempPath("set.jsonl");
     std::remove(state.c_str());
-    Result set = runKvictl({"--sim", "--sim-state", state, "-o", "json", "set", "rebuild-rate=55", "ncq=off"});
+    Result set = runKvictl(
+        {"--sim", "--sim-state", state, "-o", "json", "set", "rebuild-rate=55", "ncq=off"});
     ASSERT_EQ(set.exitCode, 0) << set.err;
     ojson s = ojson::parse(set.out);
     EXPECT_TRUE(s["controllers"][0]["changed"].get<bool>());
     EXPECT_EQ(s["controllers"][0]["changes"][0]["old"], 30);
     EXPECT_EQ(s["controllers"][0]["changes"][0]["new"], 55);
 
-    Result get = runKvictl({"--sim", "--sim-state", state, "-o", "json", "get", "rebuild-rate", "ncq"});
+    Result get =
+        runKvictl({"--sim", "--sim-state", state, "-o", "json", "get", "rebuild-rate", "ncq"});
     ASSERT_EQ(get.exitCode, 0) << get.err;
     ojson g = ojson::parse(get.out);
     EXPECT_EQ(g["controllers"][0]["properties"]["rebuild_rate"], 55);
     EXPECT_EQ(g["controllers"][0]["properties"]["ncq"], false);
 
     // The same values again: nothing is written.
-    Result again = runKvictl({"--sim", "--sim-state", state, "--record", capture, "-o", "json", "set",
-                              "rebuild-rate=55", "ncq=off"});
+    Result again = runKvictl({"--sim", "--sim-state", state, "--record", capture, "-o", "json",
+                              "set", "rebuild-rate=55", "ncq=off"});
     ASSERT_EQ(again.exitCode, 0) << again.err;
     EXPECT_FALSE(ojson::parse(again.out)["controllers"][0]["changed"].get<bool>());
     EXPECT_FALSE(captureHasOpcode(capture, "0x01020200")) << "a property write was sent";
@@ -184,7 +204,8 @@ TEST(Cli, AllControllersOfThree) {
     }
     EXPECT_EQ(serials.size(), 3u);
     EXPECT_EQ(pci.size(), 3u);
-    Result one = runKvictl({"--sim", "--sim-controllers", "3", "-c", "2", "-o", "json", "get", "rebuild-rate"});
+    Result one = runKvictl(
+        {"--sim", "--sim-controllers", "3", "-c", "2", "-o", "json", "get", "rebuild-rate"});
     EXPECT_EQ(ojson::parse(one.out)["controllers"][0]["index"], 2);
     Result none = runKvictl({"--sim", "--sim-controllers", "3", "-c", "3", "list"});
     EXPECT_EQ(none.exitCode, 2);
@@ -229,19 +250,42 @@ TEST(Cli, BadInputIsRefusedBeforeAnythingIsSent) {
         {"unknown command", {"frobnicate"}, "", 2, "frobnicate", true},
         {"unknown property", {"set", "bogus=1"}, "", 2, "unknown property 'bogus'", true},
         {"out-of-range value", {"set", "rebuild-rate=101"}, "", 2, "out of range (0-100)", true},
-        {"out-of-range among valid", {"set", "cc-rate=20", "rebuild-rate=101"}, "", 2, "out of range", true},
-        {"malformed time", {"patrol", "set", "start=2025-02-30 10:00"}, "", 2, "not a local time", true},
-        {"phy index 99", {"topology", "set-link-speed", "99", "6"}, "", 2, "99 is out of range", true},
+        {"out-of-range among valid",
+         {"set", "cc-rate=20", "rebuild-rate=101"},
+         "",
+         2,
+         "out of range",
+         true},
+        {"malformed time",
+         {"patrol", "set", "start=2025-02-30 10:00"},
+         "",
+         2,
+         "not a local time",
+         true},
+        {"phy index 99",
+         {"topology", "set-link-speed", "99", "6"},
+         "",
+         2,
+         "99 is out of range",
+         true},
         {"unknown speed", {"topology", "set-link-speed", "1", "7"}, "", 2, "speed", true},
-        {"passphrase of 40 characters", {"security", "create", "--passphrase-file", "-"},
-         std::string(40, 'x') + "\n", 2, "8 to 32 characters", true},
+        {"passphrase of 40 characters",
+         {"security", "create", "--passphrase-file", "-"},
+         std::string(40, 'x') + "\n",
+         2,
+         "8 to 32 characters",
+         true},
         {"missing -y off a terminal", {"factory-defaults"}, "", 2, "-y", true},
         {"missing -y for events clear", {"events", "clear"}, "", 2, "-y", true},
         {"unknown section", {"show", "nonsense"}, "", 2, "unknown section", true},
         {"unknown event class", {"events", "list", "--class", "loud"}, "", 2, "event class", true},
         {"unknown record", {"raw", "KV_NOTHING"}, "", 2, "not a record", true},
-        {"firmware refuses a passphrase", {"security", "verify", "--passphrase-file", "-"}, "correct horse\n", 1,
-         "KVI_STAT_LOCK_KEY_ABSENT", false},
+        {"firmware refuses a passphrase",
+         {"security", "verify", "--passphrase-file", "-"},
+         "correct horse\n",
+         1,
+         "KVI_STAT_LOCK_KEY_ABSENT",
+         false},
     };
     for (const BadInput& c : cases) {
         SCOPED_TRACE(c.name);
@@ -312,7 +356,8 @@ TEST(Cli, PatrolStartTimeRoundTripsInSummerTime) {
     berlin.env["TZ"] = "Europe/Berlin";
     for (const char* when : {"2024-07-15 02:30", "2024-12-15 02:30"}) {
         SCOPED_TRACE(when);
-        Result set = runKvictl({"--sim", "--sim-state", state, "patrol", "set", std::string("start=") + when}, berlin);
+        Result set = runKvictl(
+            {"--sim", "--sim-state", state, "patrol", "set", std::string("start=") + when}, berlin);
         ASSERT_EQ(set.exitCode, 0) << set.err;
         Result show = runKvictl({"--sim", "--sim-state", state, "-o", "json", "patrol"}, berlin);
         EXPECT_EQ(ojson::parse(show.out)["controllers"][0]["patrol_read"]["next_start"], when);
@@ -337,7 +382,8 @@ TEST(Cli, EventsListStreamsAHundredThousandEventsInFlatMemory) {
     EXPECT_LT(b.maxRssKb - s.maxRssKb, 8 * 1024) << b.maxRssKb << " KB vs " << s.maxRssKb << " KB";
 #endif
 
-    Result j = runKvictl({"--sim=" + big, "-o", "json-compact", "events", "list", "--from", "99990"});
+    Result j =
+        runKvictl({"--sim=" + big, "-o", "json-compact", "events", "list", "--from", "99990"});
     ojson doc = ojson::parse(j.out);
     EXPECT_EQ(doc["controllers"][0]["events"].size(), 11u);
     EXPECT_EQ(doc["controllers"][0]["events"][0]["sequence"], 99990);

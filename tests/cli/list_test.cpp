@@ -30,7 +30,8 @@ TEST(List, SerialNumberFollowsTheBasicSection) {
              "KV_MFC_MFG": {"sn": "MFGSN-0002"}}})",
          "INFOSN-0001"},
         {"withholding controller type",
-         R"({"base": "default", "controllerType": 1, "records": {"KV_MFC_MFG": {"sn": "MFGSN-0002"}}})", "NA"},
+         R"({"base": "default", "controllerType": 1, "records": {"KV_MFC_MFG": {"sn": "MFGSN-0002"}}})",
+         "NA"},
     };
     for (const SerialCase& c : cases) {
         SCOPED_TRACE(c.name);
@@ -44,9 +45,11 @@ TEST(List, SerialNumberFollowsTheBasicSection) {
 
         Result text = runKvictl({"--sim=" + profile, "list"});
         ASSERT_EQ(0, text.exitCode) << text.err;
-        EXPECT_NE(std::string::npos, text.out.find(std::string("  ") + c.serial + "  ")) << text.out;
+        EXPECT_NE(std::string::npos, text.out.find(std::string("  ") + c.serial + "  "))
+            << text.out;
         Result basic = runKvictl({"--sim=" + profile, "show", "basic"});
-        EXPECT_NE(std::string::npos, basic.out.find(std::string("Serial Number                = ") + c.serial))
+        EXPECT_NE(std::string::npos,
+                  basic.out.find(std::string("Serial Number                = ") + c.serial))
             << basic.out;
     }
 }

@@ -16,21 +16,24 @@ namespace {
 
 std::vector<std::string> bundledProfiles() {
     std::vector<std::string> names;
-    for (const auto& e : std::filesystem::directory_iterator(std::string(KVI_SOURCE_DIR) + "/sim/profiles"))
+    for (const auto& e :
+         std::filesystem::directory_iterator(std::string(KVI_SOURCE_DIR) + "/sim/profiles"))
         if (e.path().extension() == ".json")
             names.push_back(e.path().stem().string());
     std::sort(names.begin(), names.end());
     return names;
 }
 
-double value(const Parsed& p, const std::string& name, const std::map<std::string, std::string>& labels) {
+double value(const Parsed& p, const std::string& name,
+             const std::map<std::string, std::string>& labels) {
     auto found = p.find(name, labels);
     EXPECT_EQ(found.size(), 1u) << name;
     return found.empty() ? -1 : found.front().value;
 }
 
 // Of a 0/1 state family, the label value of the series that is 1 (exactly one must be).
-std::string current(const Parsed& p, const std::string& name, const std::string& key, const std::string& controller) {
+std::string current(const Parsed& p, const std::string& name, const std::string& key,
+                    const std::string& controller) {
     std::string on;
     int ones = 0;
     for (const Sample& s : p.find(name, {{"controller", controller}})) {
@@ -82,7 +85,8 @@ TEST(MetricsE2E, EveryBundledProfileParses) {
             EXPECT_EQ(value(p, "kvictl_scrape_read_errors", {{"controller", c}}), 0);
             auto info = p.find("kvictl_controller_info", {{"controller", c}});
             ASSERT_EQ(info.size(), 1u);
-            for (const char* key : {"model", "serial", "firmware", "package", "driver", "driver_version", "pci_address"})
+            for (const char* key : {"model", "serial", "firmware", "package", "driver",
+                                    "driver_version", "pci_address"})
                 EXPECT_FALSE(info.front().labels.at(key).empty()) << key;
             EXPECT_EQ(info.front().value, 1);
             EXPECT_EQ(current(p, "kvictl_controller_status", "status", c), "optimal");
@@ -91,8 +95,9 @@ TEST(MetricsE2E, EveryBundledProfileParses) {
             EXPECT_FALSE(current(p, "kvictl_alarm_state", "state", c).empty());
         }
         // The second controller is its own device: another serial number.
-        EXPECT_NE(p.find("kvictl_controller_info", {{"controller", "0"}}).front().labels.at("serial"),
-                  p.find("kvictl_controller_info", {{"controller", "1"}}).front().labels.at("serial"));
+        EXPECT_NE(
+            p.find("kvictl_controller_info", {{"controller", "0"}}).front().labels.at("serial"),
+            p.find("kvictl_controller_info", {{"controller", "1"}}).front().labels.at("serial"));
     }
 }
 
@@ -118,7 +123,9 @@ TEST(MetricsE2E, EveryControllerByDefault) {
         ASSERT_EQ(r.code, 0) << r.err;
         for (int i = 0; i < 3; ++i) {
             std::string line = "\nkvictl_up{controller=\"" + std::to_string(i) + "\"} 1\n";
-            EXPECT_EQ(r.out.find(line) != std::string::npos, c.up[static_cast<std::size_t>(i)]) << i << "\n" << r.out;
+            EXPECT_EQ(r.out.find(line) != std::string::npos, c.up[static_cast<std::size_t>(i)])
+                << i << "\n"
+                << r.out;
         }
         // One exposition: HELP of a family once, whatever the controller count.
         std::size_t first = r.out.find("# HELP kvictl_up ");
@@ -146,7 +153,8 @@ TEST(MetricsE2E, ValuesFollowTheProfile) {
         EXPECT_EQ(value(p, "kvictl_battery_present", c0), f.batteryPresent);
         EXPECT_EQ(current(p, "kvictl_alarm_state", "state", "0"), f.alarm);
         // Battery details only where a battery is fitted.
-        EXPECT_EQ(p.find("kvictl_battery_temperature_celsius").size(), f.batteryPresent == 1 ? 1u : 0u);
+        EXPECT_EQ(p.find("kvictl_battery_temperature_celsius").size(),
+                  f.batteryPresent == 1 ? 1u : 0u);
         EXPECT_EQ(p.find("kvictl_battery_status_flag").empty(), f.batteryPresent == 0);
     }
 
@@ -165,7 +173,8 @@ TEST(MetricsE2E, ValuesFollowTheProfile) {
     EXPECT_DOUBLE_EQ(value(p, "kvictl_battery_remaining_capacity_coulombs", c0), 288 * 3.6);
     EXPECT_DOUBLE_EQ(value(p, "kvictl_battery_full_capacity_coulombs", c0), 288 * 3.6);
     // Schedule epoch 2000-01-01 00:00 UTC (TZ=UTC0) plus the profile's 822618000 s.
-    EXPECT_EQ(value(p, "kvictl_battery_next_learn_timestamp_seconds", c0), 946684800.0 + 822618000.0);
+    EXPECT_EQ(value(p, "kvictl_battery_next_learn_timestamp_seconds", c0),
+              946684800.0 + 822618000.0);
     EXPECT_EQ(value(p, "kvictl_patrol_read_completed_iterations", c0), 12);
     EXPECT_EQ(current(p, "kvictl_patrol_read_state", "state", "0"), "ready");
     EXPECT_EQ(current(p, "kvictl_consistency_check_schedule_mode", "mode", "0"), "sequential");
@@ -201,11 +210,13 @@ TEST(MetricsE2E, ProblemsShowInSeries) {
     EXPECT_EQ(current(p, "kvictl_controller_status", "status", "0"), "needs_attention");
     EXPECT_EQ(current(p, "kvictl_battery_state", "state", "0"), "failed");
     const std::pair<const char*, double> flags[] = {
-        {"pack_missing", 0}, {"replace_pack", 1},   {"learn_cycle_active", 0}, {"learn_cycle_failed", 1},
-        {"capacity_low", 1}, {"temperature_high", 1}, {"voltage_low", 0},       {"predictive_failure", 0},
+        {"pack_missing", 0},       {"replace_pack", 1},       {"learn_cycle_active", 0},
+        {"learn_cycle_failed", 1}, {"capacity_low", 1},       {"temperature_high", 1},
+        {"voltage_low", 0},        {"predictive_failure", 0},
     };
     for (const auto& f : flags)
-        EXPECT_EQ(value(p, "kvictl_battery_status_flag", {{"controller", "0"}, {"flag", f.first}}), f.second)
+        EXPECT_EQ(value(p, "kvictl_battery_status_flag", {{"controller", "0"}, {"flag", f.first}}),
+                  f.second)
             << f.first;
 }
 
@@ -222,25 +233,44 @@ TEST(MetricsE2E, InjectedFailuresOmitSeries) {
         std::vector<const char*> present;
     };
     const Case cases[] = {
-        {"battery status", R"({"0x05010000": 4})", 1, 1, 0,
-         {"kvictl_battery_state", "kvictl_battery_present", "kvictl_battery_status_flag", "kvictl_battery_temperature_celsius"},
+        {"battery status",
+         R"({"0x05010000": 4})",
+         1,
+         1,
+         0,
+         {"kvictl_battery_state", "kvictl_battery_present", "kvictl_battery_status_flag",
+          "kvictl_battery_temperature_celsius"},
          {"kvictl_controller_info", "kvictl_virtual_drives", "kvictl_patrol_read_state"}},
-        {"patrol read status", R"({"0x01070100": 4})", 1, 1, 0,
+        {"patrol read status",
+         R"({"0x01070100": 4})",
+         1,
+         1,
+         0,
          {"kvictl_patrol_read_state", "kvictl_patrol_read_completed_iterations"},
          {"kvictl_controller_info", "kvictl_battery_state", "kvictl_alarm_state"}},
-        {"controller information", R"({"0x01010000": 4})", 1, -1, 0,
-         {"kvictl_controller_info", "kvictl_virtual_drives", "kvictl_roc_temperature_celsius", "kvictl_lock_key_failed"},
+        {"controller information",
+         R"({"0x01010000": 4})",
+         1,
+         -1,
+         0,
+         {"kvictl_controller_info", "kvictl_virtual_drives", "kvictl_roc_temperature_celsius",
+          "kvictl_lock_key_failed"},
          {"kvictl_controller_status", "kvictl_patrol_read_state", "kvictl_alarm_state"}},
-        {"every read", R"({"0x01010000": 4, "0x01030100": 4, "0x01070100": 4, "0x01140100": 4,
+        {"every read",
+         R"({"0x01010000": 4, "0x01030100": 4, "0x01070100": 4, "0x01140100": 4,
                           "0x01140200": 4, "0x05010000": 4, "0x05020000": 4, "0x05050100": 4})",
-         0, -1, 1,
-         {"kvictl_controller_info", "kvictl_controller_status", "kvictl_battery_state", "kvictl_alarm_state"},
+         0,
+         -1,
+         1,
+         {"kvictl_controller_info", "kvictl_controller_status", "kvictl_battery_state",
+          "kvictl_alarm_state"},
          {"kvictl_scrape_duration_seconds"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         TempDir tmp;
-        writeFile(tmp.file("p.json"), std::string(R"({"base": "default", "fail": )") + c.fail + "}");
+        writeFile(tmp.file("p.json"),
+                  std::string(R"({"base": "default", "fail": )") + c.fail + "}");
         RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "metrics"}, tmp);
         EXPECT_EQ(r.code, c.exit) << r.err;
         Parsed p = parseExposition(r.out, tmp);
@@ -279,13 +309,16 @@ TEST(MetricsE2E, LabelValuesAreEscaped) {
         {R"("Contr\u00f4leur \u65e5\u672c \u2603")", "Contr\u00f4leur \u65e5\u672c \u2603"},
         {R"("} 1\nkvictl_up{controller=\"9\"} 0")", "} 1\nkvictl_up{controller=\"9\"} 0"},
         {R"("tab\there")", "tab\xEF\xBF\xBDhere"},
-        {R"("hex:41ff42c328")", "A\xEF\xBF\xBD" "B\xEF\xBF\xBD("},
+        {R"("hex:41ff42c328")", "A\xEF\xBF\xBD"
+                                "B\xEF\xBF\xBD("},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.json);
         TempDir tmp;
-        writeFile(tmp.file("p.json"),
-                  std::string(R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": )") + c.json + "}}}");
+        writeFile(
+            tmp.file("p.json"),
+            std::string(R"({"base": "default", "records": {"KV_CTRL_INFO": {"productName": )") +
+                c.json + "}}}");
         RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "metrics"}, tmp);
         ASSERT_EQ(r.code, 0) << r.err;
         Parsed p = parseExposition(r.out, tmp);
@@ -359,8 +392,8 @@ TEST(MetricsE2E, TextfileReaderNeverSeesPartialFile) {
     });
     for (int i = 0; i < 8; ++i) {
         TempDir runTmp;
-        RunResult r = kvictl({"--sim", "--sim-controllers", i % 2 == 0 ? "120" : "1", "-c", "all", "metrics",
-                              "--textfile", path},
+        RunResult r = kvictl({"--sim", "--sim-controllers", i % 2 == 0 ? "120" : "1", "-c", "all",
+                              "metrics", "--textfile", path},
                              runTmp);
         EXPECT_EQ(r.code, 0) << r.err;
     }

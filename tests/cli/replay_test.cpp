@@ -65,7 +65,10 @@ TEST(Replay, ReproducesTheRecordedOutputByteForByte) {
         {"json", {"--sim"}, {"-o", "json", "show", "all"}, {}},
         {"json-compact", {"--sim"}, {"-o", "json-compact", "show", "all"}, {}},
         {"two controllers", {"--sim", "--sim-controllers", "2"}, {"-c", "all", "show", "all"}, {}},
-        {"two controllers json", {"--sim", "--sim-controllers", "2"}, {"-c", "all", "-o", "json", "show", "all"}, {}},
+        {"two controllers json",
+         {"--sim", "--sim-controllers", "2"},
+         {"-c", "all", "-o", "json", "show", "all"},
+         {}},
         {"previous-gen", {"--sim=previous-gen"}, {"show", "all"}, {}},
         {"oem flag", {"--sim=" + oemProfile}, {"show", "all"}, {}},
         {"summer time zone", {"--sim"}, {"-o", "json", "show", "all"}, summer},
@@ -74,7 +77,8 @@ TEST(Replay, ReproducesTheRecordedOutputByteForByte) {
     for (const ReplayCase& c : cases) {
         SCOPED_TRACE(c.name);
         std::string capture = tempPath("replay.jsonl");
-        Result recorded = runKvictl(concat(concat(c.backend, {"--record", capture}), c.command), c.recordEnv);
+        Result recorded =
+            runKvictl(concat(concat(c.backend, {"--record", capture}), c.command), c.recordEnv);
         ASSERT_EQ(0, recorded.exitCode) << recorded.err;
         ASSERT_FALSE(recorded.out.empty());
         Result replayed = runKvictl(concat({"--replay", capture}, c.command), otherHost());
@@ -116,7 +120,8 @@ TEST(Replay, ATamperedMailboxFailsNamingBothRequests) {
         ++lineNo;
         const std::string key = R"("mbox":"000000000000000000000000")";
         std::size_t at = line.find(key);
-        if (!done && line.find(R"("type":"dcmd")") != std::string::npos && at != std::string::npos) {
+        if (!done && line.find(R"("type":"dcmd")") != std::string::npos &&
+            at != std::string::npos) {
             line.replace(at + 8, 2, "5a");
             done = true;
             changedNo = lineNo;
@@ -133,7 +138,8 @@ TEST(Replay, ATamperedMailboxFailsNamingBothRequests) {
     EXPECT_NE(std::string::npos, r.err.find("replay_mismatch")) << r.err;
     EXPECT_NE(std::string::npos, r.err.find("the command sent ")) << r.err;
     EXPECT_NE(std::string::npos, r.err.find("mailbox 000000000000000000000000")) << r.err;
-    EXPECT_NE(std::string::npos, r.err.find("line " + std::to_string(changedNo) + " recorded ")) << r.err;
+    EXPECT_NE(std::string::npos, r.err.find("line " + std::to_string(changedNo) + " recorded "))
+        << r.err;
     EXPECT_NE(std::string::npos, r.err.find("mailbox 5a0000000000000000000000")) << r.err;
     EXPECT_NE(std::string::npos, r.err.find("record it again")) << r.err;
 }
@@ -156,7 +162,8 @@ TEST(Replay, NoPassphraseReachesACapture) {
         Result r = runKvictl(concat({"--sim", "--sim-state", state, "--record", capture}, step));
         ASSERT_EQ(0, r.exitCode) << r.err;
         std::string text = readFile(capture);
-        ASSERT_NE(std::string::npos, text.find("KV_DCMD_CTRL_LOCK_KEY")) << "the lock-key request is captured";
+        ASSERT_NE(std::string::npos, text.find("KV_DCMD_CTRL_LOCK_KEY"))
+            << "the lock-key request is captured";
         EXPECT_NE(std::string::npos, text.find(R"("redacted":true)"));
         for (const std::string& secret : {pass, newPass}) {
             EXPECT_EQ(std::string::npos, text.find(secret));

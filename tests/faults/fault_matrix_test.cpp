@@ -251,7 +251,6 @@ void PrintTo(const CommandCase& c, std::ostream* os) {
 
 class FaultMatrix : public testing::TestWithParam<CommandCase> {
 protected:
-
     // Changing commands and a few read-only ones keep a state file and check
     // it; the other read-only commands run without one (half the runs).
     bool checksState() const {
