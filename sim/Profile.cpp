@@ -709,8 +709,10 @@ void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int 
     json doc;
     try {
         doc = json::parse(src.text);
-    } catch (const json::parse_error& e) {
-        // nlohmann's message names the byte offset and what it expected.
+    } catch (const json::exception& e) {
+        // nlohmann's message names the byte offset and what it expected. A
+        // number too large for any C++ type is an out-of-range error, not a
+        // parse error, and is just as malformed for a profile.
         std::string what = e.what();
         std::size_t cut = what.find("] ");
         fail(src.label, "",

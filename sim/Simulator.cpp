@@ -451,7 +451,7 @@ void Simulator::loadState(const std::string& path) {
         json doc;
         try {
             doc = json::parse(text.str());
-        } catch (const json::parse_error&) {
+        } catch (const json::exception&) { // a syntax error or a number beyond any type
             stateError(path, "", "not a simulator state file (malformed JSON)");
         }
         Reader r(path);

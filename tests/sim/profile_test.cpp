@@ -181,6 +181,7 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
          "p.json: base: base \"/nonexistent/dir/x.json\": cannot open*"},
         {R"({"bogus": 1})", "p.json: bogus: unknown key"},
         {R"({"records": {"KV_CTRL_INFO": {"maxLDs": 1}})", "p.json: malformed JSON*"},
+        {R"({"oem": 1e400})", "p.json: malformed JSON: number overflow parsing '1e400'"},
         {R"([1, 2])", "p.json: a profile is a JSON object"},
         {R"({"fail": {"0x05010000": 300}})",
          "p.json: fail.0x05010000: status must be 1..255 (or a local failure code -10, -11, -12)"},

@@ -121,6 +121,7 @@ TEST_F(SimState, CorruptFilesAreRefusedAndKept) {
     const char* corrupt[] = {
         "",
         "{not json",
+        R"({"kvictl_sim_state": 1e400})",
         R"({"something": "else"})",
         R"({"kvictl_sim_state": 1, "profile": "default", "controllers": []})",
         R"({"kvictl_sim_state": 2, "profile": "default", "controllers": [{}]})",
