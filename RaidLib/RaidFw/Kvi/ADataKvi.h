@@ -798,6 +798,17 @@ private:
         }
         return rc;
     }
+    // One schedule record read afresh into `member` (cache.cpp), releasing any
+    // held there: a new value-initialised T (-1 when none can be had), mailbox
+    // byte 0 = `form` (1 for the extended form), length the record's size. On
+    // failure it is released and nulled. Returns the status.
+    template <typename T> int readSchedRecord(T*& member, std::uint32_t opcode, std::uint8_t form);
+    // Whole-record schedule write-back (cache.cpp), logged as `name`: 1 when
+    // neither form is held, the controller information loaded when absent,
+    // then the form held sent (short form first) with its own size and
+    // mailbox byte 0 = 1 when the controller uses the extended forms.
+    template <typename Short, typename Ext>
+    int sendSchedRecord(const char* name, std::uint32_t opcode, Short* shortRec, Ext* extRec);
     // How a read-once loader closes: "Exiting ... retCode = %d" (most),
     // "Exiting ..." without the status, or its entry line once more.
     enum class LoadExit { RetCode, Plain, RepeatEntry };
@@ -827,5 +838,9 @@ private:
     // the exit line.
     template <typename R, typename Pick> R prScheduleValue(const char* name, Pick pick);
     template <typename Set> int prScheduleSet(const char* name, Set set);
+    // Event capture mask request (events.cpp) behind filterAECMask and
+    // clearAECMask: sub-function `sub` with `which` and `mask`, logged as
+    // `name`; -1 when the firmware succeeds but echoes another mask.
+    int aecMaskControl(const char* name, std::uint32_t sub, unsigned int mask, unsigned char which);
     // ==== END data members ====
 };

@@ -71,6 +71,32 @@ constexpr std::uint32_t kHealthTmmc = kPackMissing | kVoltageLow | kReplacePack 
 constexpr std::uint32_t kHealthSmart = 0x8060B; // type 7: bits 0, 1, 3, 9, 10, 19
 static_assert(kHealthTmmc == 0x24C03, "type 6 health bits 0, 1, 10, 11, 14, 17");
 
+// The temperature answers: the controller information and the battery status
+// are loaded (the first failing status is returned at once); the answer is
+// written only when the controller information says a battery is fitted, and
+// 0 returned.
+template <typename T, typename Pick>
+int fittedBatteryAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        return -1;
+    }
+    int rc = 0;
+    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
+    if (info == nullptr) {
+        return rc;
+    }
+    rc = a.getBatteryInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    if (info->hwPresent.bbu != 0) {
+        *out = static_cast<T>(pick());
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+    return 0;
+}
+
 } // namespace
 
 int AdapterDataKvi::adpBBUTest() {
@@ -170,43 +196,15 @@ int AdapterDataKvi::getBatteryState(int* out) {
 }
 
 int AdapterDataKvi::getBatteryTemperature(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryTemperature");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getBatteryInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    if (kvCtrlInfoPtr_->hwPresent.bbu != 0) {
-        *out = static_cast<unsigned char>(kvBatteryInfoPtr_->temperature & 0xFFu);
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryTemperature");
-    return 0;
+    return fittedBatteryAnswer(*this, "getBatteryTemperature", out, [this] {
+        return static_cast<unsigned char>(kvBatteryInfoPtr_->temperature & 0xFFu);
+    });
 }
 
 int AdapterDataKvi::getBatteryTemperatureStatus(int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryTemperatureStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getBatteryInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    if (kvCtrlInfoPtr_->hwPresent.bbu != 0) {
-        *out = (kvBatteryInfoPtr_->fwStatus & kTemperatureHigh) != 0 ? 1 : 0;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBatteryTemperatureStatus");
-    return 0;
+    return fittedBatteryAnswer(*this, "getBatteryTemperatureStatus", out, [this] {
+        return (kvBatteryInfoPtr_->fwStatus & kTemperatureHigh) != 0 ? 1 : 0;
+    });
 }
 
 // Logs no exit line.

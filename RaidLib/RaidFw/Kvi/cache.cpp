@@ -26,15 +26,15 @@ namespace {
 // taken as a broken answer and the list is not read.
 constexpr std::uint32_t kMaxFlashComps = 1024;
 
-// Transfer lengths of the records whose length is passed explicitly.
+// Transfer lengths of the records whose length is passed explicitly (the
+// schedule records are sent with their own size, see readSchedRecord).
 constexpr std::uint32_t kCtrlPropExtLen = sizeof(KV_CTRL_PROP_EXT);
-constexpr std::uint32_t kPrPropLen = sizeof(KV_PR_PROPERTIES);
-constexpr std::uint32_t kPrPropExtLen = sizeof(KV_PR_PROPERTIES_EXT);
-constexpr std::uint32_t kCcScPropLen = sizeof(KV_CC_SCHEDULE_PROPERTIES);
-constexpr std::uint32_t kCcScPropExtLen = sizeof(KV_CC_SCHEDULE_PROPERTIES_EXT);
 static_assert(kCtrlPropExtLen == 128, "properties extension is 128 bytes");
-static_assert(kPrPropLen == 208 && kPrPropExtLen == 120, "patrol read schedule forms");
-static_assert(kCcScPropLen == 168 && kCcScPropExtLen == 120, "consistency-check schedule forms");
+static_assert(sizeof(KV_PR_PROPERTIES) == 208 && sizeof(KV_PR_PROPERTIES_EXT) == 120,
+              "patrol read schedule forms");
+static_assert(sizeof(KV_CC_SCHEDULE_PROPERTIES) == 168 &&
+                  sizeof(KV_CC_SCHEDULE_PROPERTIES_EXT) == 120,
+              "consistency-check schedule forms");
 
 } // namespace
 
@@ -432,6 +432,46 @@ int AdapterDataKvi::getFwCompData() {
 // ---------------------------------------------------------------------------
 // Schedules
 
+// Both schedules are read and written the same way in their two forms; these
+// carry the shared steps.
+template <typename T>
+int AdapterDataKvi::readSchedRecord(T*& member, std::uint32_t opcode, std::uint8_t form) {
+    delete member;
+    member = new (std::nothrow) T();
+    if (member == nullptr) {
+        return -1;
+    }
+    const int rc =
+        sendDcmdRec(opcode, kviMbox(form), member, static_cast<std::uint32_t>(sizeof(T)));
+    if (rc != 0) {
+        delete member;
+        member = nullptr;
+    }
+    return rc;
+}
+
+template <typename Short, typename Ext>
+int AdapterDataKvi::sendSchedRecord(const char* name, std::uint32_t opcode, Short* shortRec,
+                                    Ext* extRec) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (shortRec == nullptr && extRec == nullptr) {
+        return 1;
+    }
+    if (kvCtrlInfoPtr_ == nullptr) {
+        const int rc = getCtlrInfo();
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    const DCMD_MBOX mbox = kviMbox(extSchedForm() ? 1 : 0);
+    const int rc =
+        shortRec != nullptr
+            ? sendDcmdRec(opcode, mbox, shortRec, static_cast<std::uint32_t>(sizeof(Short)))
+            : sendDcmdRec(opcode, mbox, extRec, static_cast<std::uint32_t>(sizeof(Ext)));
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+    return rc;
+}
+
 int AdapterDataKvi::getPrProperties() {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrProperties");
     int rc = getCtlrInfo();
@@ -444,51 +484,18 @@ int AdapterDataKvi::getPrProperties() {
     delete kvPrPropExt_;
     kvPrPropExt_ = nullptr;
 
-    if (extSchedForm()) {
-        kvPrPropExt_ = new (std::nothrow) KV_PR_PROPERTIES_EXT();
-        if (kvPrPropExt_ == nullptr) {
-            return -1;
-        }
-        rc = sendDcmdRec(KV_DCMD_CTRL_PR_GET_PROPERTIES, kviMbox(1), kvPrPropExt_, kPrPropExtLen);
-        if (rc != 0) {
-            delete kvPrPropExt_;
-            kvPrPropExt_ = nullptr;
-            return rc;
-        }
-    } else {
-        kvPrProp_ = new (std::nothrow) KV_PR_PROPERTIES();
-        if (kvPrProp_ == nullptr) {
-            return -1;
-        }
-        rc = sendDcmdRec(KV_DCMD_CTRL_PR_GET_PROPERTIES, kviMbox(0), kvPrProp_, kPrPropLen);
-        if (rc != 0) {
-            delete kvPrProp_;
-            kvPrProp_ = nullptr;
-            return rc;
-        }
+    rc = extSchedForm() ? readSchedRecord(kvPrPropExt_, KV_DCMD_CTRL_PR_GET_PROPERTIES, 1)
+                        : readSchedRecord(kvPrProp_, KV_DCMD_CTRL_PR_GET_PROPERTIES, 0);
+    if (rc != 0) {
+        return rc;
     }
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrProperties");
     return 0;
 }
 
 int AdapterDataKvi::setPrProperties() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPrProperties");
-    if (kvPrProp_ == nullptr && kvPrPropExt_ == nullptr) {
-        return 1;
-    }
-    if (kvCtrlInfoPtr_ == nullptr) {
-        const int rc = getCtlrInfo();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    const DCMD_MBOX mbox = kviMbox(extSchedForm() ? 1 : 0);
-    const int rc =
-        kvPrProp_ != nullptr
-            ? sendDcmdRec(KV_DCMD_CTRL_PR_SET_PROPERTIES, mbox, kvPrProp_, kPrPropLen)
-            : sendDcmdRec(KV_DCMD_CTRL_PR_SET_PROPERTIES, mbox, kvPrPropExt_, kPrPropExtLen);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPrProperties retCode = %d", rc);
-    return rc;
+    return sendSchedRecord("setPrProperties", KV_DCMD_CTRL_PR_SET_PROPERTIES, kvPrProp_,
+                           kvPrPropExt_);
 }
 
 int AdapterDataKvi::getCcScProperties() {
@@ -506,55 +513,21 @@ int AdapterDataKvi::getCcScProperties() {
         }
     }
 
-    if (extSchedForm()) {
-        // Release the extended record of the last call rather than leak it.
-        delete kvCcScPropExt_;
-        kvCcScPropExt_ = new (std::nothrow) KV_CC_SCHEDULE_PROPERTIES_EXT();
-        if (kvCcScPropExt_ == nullptr) {
-            return -1;
-        }
-        rc = sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, kviMbox(1), kvCcScPropExt_,
-                         kCcScPropExtLen);
-        if (rc != 0) {
-            delete kvCcScPropExt_;
-            kvCcScPropExt_ = nullptr;
-            return rc;
-        }
-    } else {
-        kvCcScProp_ = new (std::nothrow) KV_CC_SCHEDULE_PROPERTIES();
-        if (kvCcScProp_ == nullptr) {
-            return -1;
-        }
-        rc = sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, kviMbox(0), kvCcScProp_,
-                         kCcScPropLen);
-        if (rc != 0) {
-            delete kvCcScProp_;
-            kvCcScProp_ = nullptr;
-            return rc;
-        }
+    // readSchedRecord releases the extended record of the last call rather
+    // than leak it.
+    rc = extSchedForm()
+             ? readSchedRecord(kvCcScPropExt_, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, 1)
+             : readSchedRecord(kvCcScProp_, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, 0);
+    if (rc != 0) {
+        return rc;
     }
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCcScProperties");
     return 0;
 }
 
 int AdapterDataKvi::setCcScProperties() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcScProperties");
-    if (kvCcScProp_ == nullptr && kvCcScPropExt_ == nullptr) {
-        return 1;
-    }
-    if (kvCtrlInfoPtr_ == nullptr) {
-        const int rc = getCtlrInfo();
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    const DCMD_MBOX mbox = kviMbox(extSchedForm() ? 1 : 0);
-    const int rc = kvCcScProp_ != nullptr ? sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES,
-                                                        mbox, kvCcScProp_, kCcScPropLen)
-                                          : sendDcmdRec(KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES,
-                                                        mbox, kvCcScPropExt_, kCcScPropExtLen);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcScProperties retCode = %d", rc);
-    return rc;
+    return sendSchedRecord("setCcScProperties", KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES,
+                           kvCcScProp_, kvCcScPropExt_);
 }
 
 int AdapterDataKvi::getPrStatus(KV_PR_STATUS* status) {

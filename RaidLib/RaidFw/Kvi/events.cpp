@@ -109,27 +109,25 @@ int AdapterDataKvi::showAECSettings(KV_AEC_SETTINGS* settings) {
 }
 
 // The firmware echoes the mask it took in mailbox word 2; a different echo means it did not
-// take the mask sent, answered -1.
-int AdapterDataKvi::filterAECMask(unsigned int mask, unsigned char which) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::filterAECMask");
-    const DCMD_MBOX mbox = kviMboxWords(kAecFilterMask, which, mask);
+// take the mask sent, answered -1. Setting and clearing a mask differ only in the
+// sub-function.
+int AdapterDataKvi::aecMaskControl(const char* name, std::uint32_t sub, unsigned int mask,
+                                   unsigned char which) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    const DCMD_MBOX mbox = kviMboxWords(sub, which, mask);
     DCMD_MBOX after = mbox;
     const int rc = sendDcmd(KV_DCMD_CTRL_AEC_CONTROL, mbox, nullptr, 0, 0, &after);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::filterAECMask");
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
     if (rc == 0 && after.w[2] != mask) {
         return -1;
     }
     return rc;
 }
 
+int AdapterDataKvi::filterAECMask(unsigned int mask, unsigned char which) {
+    return aecMaskControl("filterAECMask", kAecFilterMask, mask, which);
+}
+
 int AdapterDataKvi::clearAECMask(unsigned int mask, unsigned char which) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::clearAECMask");
-    const DCMD_MBOX mbox = kviMboxWords(kAecClearMask, which, mask);
-    DCMD_MBOX after = mbox;
-    const int rc = sendDcmd(KV_DCMD_CTRL_AEC_CONTROL, mbox, nullptr, 0, 0, &after);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::clearAECMask");
-    if (rc == 0 && after.w[2] != mask) {
-        return -1;
-    }
-    return rc;
+    return aecMaskControl("clearAECMask", kAecClearMask, mask, which);
 }

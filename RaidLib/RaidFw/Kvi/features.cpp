@@ -116,6 +116,17 @@ template <typename Pick> int infoFlag(AdapterDataKvi& a, const char* name, Pick 
     return answer;
 }
 
+// The page readers differ only in the name their log lines carry: one
+// configuration-page read between the entry and exit lines.
+int loggedConfigPageRead(AdapterDataKvi& a, const char* name, unsigned char pageType,
+                         unsigned char pageNumber, unsigned int pageAddress, unsigned char** out,
+                         unsigned int* length) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    const int rc = a.featureReadConfigPage(pageType, pageNumber, pageAddress, out, length);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+    return rc;
+}
+
 // Whether a personality code is among the supported ones, by a fresh read.
 int personalitySupported(AdapterDataKvi& a, const char* name, unsigned short code, bool* out) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
@@ -424,10 +435,8 @@ int AdapterDataKvi::startDiag(unsigned int tests, json::Array* results) {
 
 int AdapterDataKvi::readManufacturingPage(unsigned char page, unsigned char** out,
                                           unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::readManufacturingPage");
-    const int rc = featureReadConfigPage(kPageTypeManufacturing, page, 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::readManufacturingPage retCode = %d", rc);
-    return rc;
+    return loggedConfigPageRead(*this, "readManufacturingPage", kPageTypeManufacturing, page, 0,
+                                out, length);
 }
 
 // One write of the whole page: the request head (action 2, manufacturing type,
@@ -457,28 +466,22 @@ int AdapterDataKvi::writeManufacturingPage(unsigned char page, const unsigned ch
 int AdapterDataKvi::getConfigPageGeneric(unsigned char pageType, unsigned char pageNumber,
                                          unsigned int pageAddress, unsigned char** out,
                                          unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConfigPageGeneric");
-    const int rc = featureReadConfigPage(pageType, pageNumber, pageAddress, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConfigPageGeneric retCode = %d", rc);
-    return rc;
+    return loggedConfigPageRead(*this, "getConfigPageGeneric", pageType, pageNumber, pageAddress,
+                                out, length);
 }
 
 int AdapterDataKvi::getConfigPageInfo(unsigned char pageType, unsigned char pageNumber,
                                       unsigned int pageAddress, unsigned char** out,
                                       unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConfigPageInfo");
-    const int rc = featureReadConfigPage(pageType, pageNumber, pageAddress, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConfigPageInfo retCode = %d", rc);
-    return rc;
+    return loggedConfigPageRead(*this, "getConfigPageInfo", pageType, pageNumber, pageAddress, out,
+                                length);
 }
 
 int AdapterDataKvi::getConfigPageInfoMPI2(unsigned char pageType, unsigned char pageNumber,
                                           unsigned int pageAddress, unsigned char** out,
                                           unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConfigPageInfoMPI2");
-    const int rc = featureReadConfigPage(pageType, pageNumber, pageAddress, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConfigPageInfoMPI2 retCode = %d", rc);
-    return rc;
+    return loggedConfigPageRead(*this, "getConfigPageInfoMPI2", pageType, pageNumber, pageAddress,
+                                out, length);
 }
 
 // ---------------------------------------------------------------------------

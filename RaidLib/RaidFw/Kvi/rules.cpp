@@ -87,6 +87,51 @@ int fixedList(const char* name, ArrayList<unsigned char>** out, unsigned char fi
     return 0;
 }
 
+// The strip-size bounds: unlike infoAnswer, the exit line (with the status)
+// is logged and the load's status returned also when the load fails.
+template <typename Pick>
+int stripSizeBound(AdapterDataKvi& a, const char* name, unsigned char* out, Pick pick) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        return -1;
+    }
+    int rc = 0;
+    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
+    if (info != nullptr) {
+        *out = pick(*info);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+    return rc;
+}
+
+// The add and clear permissions: "allowed" at once when the firmware does not
+// validate configuration operations, else `allowed` of a fresh read of the
+// allowed operations. `exitTail` ends the exit line (each keeps its own).
+template <typename Allowed>
+int configOpAllowed(AdapterDataKvi& a, const char* name, const char* exitTail, bool* out,
+                    Allowed allowed) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        return -1;
+    }
+    bool validates = false;
+    int rc = a.doesFWSupportCfgValidation(&validates);
+    if (rc != 0) {
+        return rc;
+    }
+    if (!validates) {
+        *out = true;
+        return 0;
+    }
+    rc = a.getConfigAllowedOps();
+    if (rc != 0) {
+        return rc;
+    }
+    *out = allowed();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s%s", name, exitTail);
+    return 0;
+}
+
 } // namespace
 
 const KV_CTRL_INFO* AdapterDataKvi::ctrlInfoOrStatus(int* rc) {
@@ -254,31 +299,13 @@ int AdapterDataKvi::isWritePolicy(unsigned char* out) {
 // Strip sizes
 
 int AdapterDataKvi::getMinStrpSz(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMinStrpSz");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_CTRL_INFO* info = ctrlInfoOrStatus(&rc);
-    if (info != nullptr) {
-        *out = info->stripeSizeOptions.min;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMinStrpSz retCode = %d", rc);
-    return rc;
+    return stripSizeBound(*this, "getMinStrpSz", out,
+                          [](const KV_CTRL_INFO& i) { return i.stripeSizeOptions.min; });
 }
 
 int AdapterDataKvi::getMaxStrpSz(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMaxStrpSz");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_CTRL_INFO* info = ctrlInfoOrStatus(&rc);
-    if (info != nullptr) {
-        *out = info->stripeSizeOptions.max;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMaxStrpSz retCode = %d", rc);
-    return rc;
+    return stripSizeBound(*this, "getMaxStrpSz", out,
+                          [](const KV_CTRL_INFO& i) { return i.stripeSizeOptions.max; });
 }
 
 // Every code from min to max inclusive; empty when min > max. The counter is
@@ -585,49 +612,13 @@ int AdapterDataKvi::doesFWSupportAllowedOpValdation(bool* out) {
 
 // Firmware that does not validate configuration operations allows them all.
 int AdapterDataKvi::isAddConfigAllowed(bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isAddConfigAllowed");
-    if (out == nullptr) {
-        return -1;
-    }
-    bool validates = false;
-    int rc = doesFWSupportCfgValidation(&validates);
-    if (rc != 0) {
-        return rc;
-    }
-    if (!validates) {
-        *out = true;
-        return 0;
-    }
-    rc = getConfigAllowedOps();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCfgAllowedOps_.addConfig != 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isAddConfigAllowed");
-    return 0;
+    return configOpAllowed(*this, "isAddConfigAllowed", "", out,
+                           [this] { return kvCfgAllowedOps_.addConfig != 0; });
 }
 
 int AdapterDataKvi::isClearConfigAllowed(bool* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isClearConfigAllowed");
-    if (out == nullptr) {
-        return -1;
-    }
-    bool validates = false;
-    int rc = doesFWSupportCfgValidation(&validates);
-    if (rc != 0) {
-        return rc;
-    }
-    if (!validates) {
-        *out = true;
-        return 0;
-    }
-    rc = getConfigAllowedOps();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCfgAllowedOps_.clearConfig != 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isClearConfigAllowed retCode = %d", rc);
-    return 0;
+    return configOpAllowed(*this, "isClearConfigAllowed", " retCode = 0", out,
+                           [this] { return kvCfgAllowedOps_.clearConfig != 0; });
 }
 
 int AdapterDataKvi::isGen2Card(bool* out) {

@@ -80,6 +80,16 @@ std::string firmwareTimeText(const std::function<std::int64_t()>& epoch,
     return form == DateForm::Comma ? dateTimeComma(tm) : dateHourText(tm);
 }
 
+const char* coercionText(unsigned int mode) {
+    static const char* const texts[] = {"none", "128MB", "1GB"};
+    return codeText(mode, texts, "none");
+}
+
+const char* spinDownText(unsigned int mode) {
+    static const char* const texts[] = {"None", "Internal Only", "external only", "all"};
+    return codeText(mode, texts, "None");
+}
+
 std::string personalityText(std::uint8_t bitmap, int oem, const char* oem2Text) {
     std::string text;
     for (unsigned int bit = 1; bit <= 128; bit <<= 1) {

@@ -74,6 +74,20 @@ inline const char* presentAbsent(bool set) {
     return set ? "Present" : "Absent";
 }
 
+// The text of a small code from a table indexed by the code; `other` for a
+// code past the table. Lets a section state a code-to-text mapping as data.
+template <std::size_t N>
+const char* codeText(unsigned int code, const char* const (&texts)[N], const char* other) {
+    return code < N ? texts[code] : other;
+}
+
+// Code texts that more than one section shows, kept in one place so that the
+// sections cannot drift apart. Drive coercion mode: 1 "128MB", 2 "1GB", else
+// "none". Spin-down mode: 1 "Internal Only", 2 "external only", 3 "all", else
+// "None".
+const char* coercionText(unsigned int mode);
+const char* spinDownText(unsigned int mode);
+
 // The personality text of a personality bitmap: "RAID-Mode ", "HBA-Mode ",
 // "SDS-Mode " and, for bit 8, `oem2Text` when the OEM number is 2, else
 // "JBOD-Mode ". Bits 16 to 128 add nothing.

@@ -63,6 +63,39 @@ std::string hostTimeText(bool withComma) {
     return withComma ? dateTimeComma(tm) : dateTimePlain(tm);
 }
 
+// "PCI Slot Number" when the controller reports its host slot (the basic and
+// summary sections both show it): 0, or the slot query's failing status.
+int putSlotNumber(AdapterDataKvi& a, const KV_CTRL_INFO& info, json::Object& obj) {
+    if (info.adapterOperations4.supportHostInfo) {
+        unsigned char slot = 0;
+        const int rc = a.getHostInfo(&slot);
+        if (rc != 0) {
+            return rc;
+        }
+        putNumber(obj, "PCI Slot Number", slot);
+    }
+    return 0;
+}
+
+// "Driver Name" and "Driver Version" as the host system reports them (the
+// version and summary sections ask alike): 0, or the status of the first
+// query that fails, with the members written before it.
+int putSystemDriver(json::Object& obj) {
+    char text[kSystemTextSize] = {};
+    System* system = System::getInstance();
+    int rc = system->getDriverName(text, 0);
+    if (rc != 0) {
+        return rc;
+    }
+    putText(obj, "Driver Name", fieldText(text, sizeof text - 1));
+    rc = system->getDriverVersion(text, 0);
+    if (rc != 0) {
+        return rc;
+    }
+    putText(obj, "Driver Version", fieldText(text, sizeof text - 1));
+    return 0;
+}
+
 } // namespace
 
 int AdapterDataKvi::getShowBasic(json::Object& obj) {
@@ -81,13 +114,9 @@ int AdapterDataKvi::getShowBasic(json::Object& obj) {
 
     putText(obj, "Model", fieldText(info.productName));
     putText(obj, "Serial Number", serialNumberText(info, mfg, type));
-    if (info.adapterOperations4.supportHostInfo) {
-        unsigned char slot = 0;
-        rc = getHostInfo(&slot);
-        if (rc != 0) {
-            return rc;
-        }
-        putNumber(obj, "PCI Slot Number", slot);
+    rc = putSlotNumber(*this, info, obj);
+    if (rc != 0) {
+        return rc;
     }
     putText(obj, "Current Controller Date/Time",
             firmwareTimeText([this] { return y2kTime(); }, [this] { return getdstInSec(); },
@@ -154,18 +183,10 @@ int AdapterDataKvi::getShowVersion(json::Object& obj) {
         putText(obj, "Driver Name", fieldText(drv.driverName));
         putText(obj, "Driver Version", fieldText(drv.driverVersion));
     } else {
-        char text[kSystemTextSize] = {};
-        System* system = System::getInstance();
-        rc = system->getDriverName(text, 0);
+        rc = putSystemDriver(obj);
         if (rc != 0) {
             return rc;
         }
-        putText(obj, "Driver Name", fieldText(text, sizeof text - 1));
-        rc = system->getDriverVersion(text, 0);
-        if (rc != 0) {
-            return rc;
-        }
-        putText(obj, "Driver Version", fieldText(text, sizeof text - 1));
     }
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowVersion  retcode = %d", rc);
     return rc;
@@ -196,13 +217,9 @@ int AdapterDataKvi::getBasicCtrlInfo(json::Object& obj) {
 
     putText(obj, "Product Name", fieldText(info.productName));
     putText(obj, "Serial Number", serialNumberText(info, mfg, type));
-    if (info.adapterOperations4.supportHostInfo) {
-        unsigned char slot = 0;
-        rc = getHostInfo(&slot);
-        if (rc != 0) {
-            return rc;
-        }
-        putNumber(obj, "PCI Slot Number", slot);
+    rc = putSlotNumber(*this, info, obj);
+    if (rc != 0) {
+        return rc;
     }
     const unsigned long long sasAddr = kvMFCDefPtr_->sasAddr;
     putText(obj, "SAS Address", sasAddr != 0 ? format(" %llx", sasAddr) : std::string("NA"));
@@ -241,18 +258,10 @@ int AdapterDataKvi::getBasicCtrlInfo(json::Object& obj) {
         putText(obj, "Driver Name", fieldText(drv.driverName));
         putText(obj, "Driver Version", fieldText(drv.driverVersion));
     } else {
-        char text[kSystemTextSize] = {};
-        System* system = System::getInstance();
-        rc = system->getDriverName(text, 0);
+        rc = putSystemDriver(obj);
         if (rc != 0) {
             return rc;
         }
-        putText(obj, "Driver Name", fieldText(text, sizeof text - 1));
-        rc = system->getDriverVersion(text, 0);
-        if (rc != 0) {
-            return rc;
-        }
-        putText(obj, "Driver Version", fieldText(text, sizeof text - 1));
     }
     if (info.adapterOperations3.supportPersonalityChange != 0) {
         KV_CTRL_PERSONALITY_INFO personality{};

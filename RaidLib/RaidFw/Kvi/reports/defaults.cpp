@@ -42,48 +42,8 @@ using namespace kvi::reports;
 
 namespace {
 
-const char* writeBackText(unsigned int code) {
-    switch (code) {
-    case 0:
-        return "Off";
-    case 1:
-        return "On";
-    case 2:
-        return "Always";
-    default:
-        return "Unknown";
-    }
-}
-
-const char* readAheadText(unsigned int code) {
-    switch (code) {
-    case 0:
-        return "Off";
-    case 1:
-        return "On";
-    case 2:
-        return "Adaptive";
-    default:
-        return "Unknown";
-    }
-}
-
-const char* coercionText(unsigned int mode) {
-    return mode == 1 ? "128MB" : mode == 2 ? "1GB" : "none";
-}
-
-const char* spinDownText(unsigned int mode) {
-    switch (mode) {
-    case 1:
-        return "Internal Only";
-    case 2:
-        return "external only";
-    case 3:
-        return "all";
-    default:
-        return "None";
-    }
-}
+const char* const kWriteBackTexts[] = {"Off", "On", "Always"};
+const char* const kReadAheadTexts[] = {"Off", "On", "Adaptive"};
 
 } // namespace
 
@@ -98,8 +58,8 @@ int AdapterDataKvi::getShowDefaults(json::Object& obj) {
     putText(obj, "SAS Address", sasAddr != 0 ? format("%llx", sasAddr) : std::string("NA"));
     putNumber(obj, "Background Rate", mfc.backgroundRate);
     putNumber(obj, "Strip Size Code", mfc.stripeSize);
-    putText(obj, "Write Back", writeBackText(mfc.writeBack));
-    putText(obj, "Read Ahead", readAheadText(mfc.readAhead));
+    putText(obj, "Write Back", codeText(mfc.writeBack, kWriteBackTexts, "Unknown"));
+    putText(obj, "Read Ahead", codeText(mfc.readAhead, kReadAheadTexts, "Unknown"));
     putText(obj, "Cached IO", onOff(mfc.cachedIo == 1));
     putText(obj, "Cache When BBU Bad", onOff(mfc.cacheWhenBBUBad != 0));
     putNumber(obj, "Flush Time (sec)", mfc.flushTime);

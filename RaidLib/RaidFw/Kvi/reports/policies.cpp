@@ -25,42 +25,8 @@ void copyText(char (&buffer)[kPolicyText], const std::string& text) {
     std::snprintf(buffer, sizeof buffer, "%s", text.c_str());
 }
 
-const char* coercionText(unsigned int mode) {
-    switch (mode) {
-    case 1:
-        return "128MB";
-    case 2:
-        return "1GB";
-    default:
-        return "none";
-    }
-}
-
-const char* backplaneText(unsigned int mode) {
-    switch (mode) {
-    case 1:
-        return "disable auto detect SGPIO";
-    case 2:
-        return "disable i2c SEP auto detect";
-    case 3:
-        return "disable both auto detect";
-    default:
-        return "SGPIO/i2c SEP";
-    }
-}
-
-const char* spinDownText(unsigned int mode) {
-    switch (mode) {
-    case 1:
-        return "Internal Only";
-    case 2:
-        return "external only";
-    case 3:
-        return "all";
-    default:
-        return "None";
-    }
-}
+const char* const kBackplaneTexts[] = {"SGPIO/i2c SEP", "disable auto detect SGPIO",
+                                       "disable i2c SEP auto detect", "disable both auto detect"};
 
 } // namespace
 
@@ -127,7 +93,8 @@ int AdapterDataKvi::getShowPolicies(json::Object& obj) {
     putText(obj, isOEMhp ? "Maintain Drive Fail History" : "Maintain PD Fail History",
             onOff(prop.maintainPdFailHistory != 0));
     putText(obj, "Reorder Host Requests", onOff(prop.disallowHostRequestReordering == 0));
-    putText(obj, "Auto detect BackPlane", backplaneText(prop.disableAutoDetectBackplane));
+    putText(obj, "Auto detect BackPlane",
+            codeText(prop.disableAutoDetectBackplane, kBackplaneTexts, "SGPIO/i2c SEP"));
     putText(obj, "Load Balance Mode", prop.loadBalanceMode != 0 ? "None" : "Auto");
 
     rc = getCtlrInfo();
