@@ -6,10 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "cli/Util.h"
 #include "util/ArList.h"
 #include "json/elements.h"
 
 namespace cli {
+
+class Doc;
 
 // KEY=VALUE arguments with the keys a command allows; throws UsageError for
 // an unknown or repeated key.
@@ -17,8 +20,28 @@ std::map<std::string, std::string> parseKeyValues(const std::vector<std::string>
                                                   const std::vector<std::string>& keys,
                                                   const std::string& what);
 
+// The settings both schedules take; each command adds its own keys beside them.
+struct ScheduleSettings {
+    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false;
+    unsigned char mode = 0;
+    unsigned int delaySeconds = 0;
+    std::tm start{};
+    std::vector<unsigned short> exclude;
+};
+
+// Parses one of mode, delay, start and exclude into s (the modes are the
+// command's own); false for any other key, which the caller handles.
+bool parseScheduleSetting(const std::string& key, const std::string& value,
+                          const std::vector<NamedValue>& modes, ScheduleSettings& s);
+
+// The excluded virtual drives in the list type the schedule setters take.
+ArrayList<unsigned short> idList(const std::vector<unsigned short>& ids);
+
 // The excluded virtual drives as an array of numbers.
 json::Array idArray(const ArrayList<unsigned short>& list);
 std::string idText(const ArrayList<unsigned short>& list);
+
+// The "Excluded" member: an array in JSON, a comma list (or "none") in text.
+void excludedMember(Doc& d, const ArrayList<unsigned short>& list);
 
 } // namespace cli

@@ -4,6 +4,7 @@
 #include "cli/App.h"
 
 #include <set>
+#include <utility>
 
 namespace cli {
 
@@ -167,6 +168,45 @@ void applySettings(App& app, Target& t, const std::vector<SettingChange>& change
     } else {
         app.emit(t, "", changed ? titleWord + " Changed" : titleWord + " Unchanged", text);
     }
+}
+
+Setting num(const char* name, const char* unit, unsigned long long min, unsigned long long max,
+            Getter g, Setter s, const char* help) {
+    Setting p;
+    p.name = name;
+    p.unit = unit;
+    p.min = min;
+    p.max = max;
+    p.get = std::move(g);
+    p.set = std::move(s);
+    p.help = help;
+    return p;
+}
+
+Setting sw(const char* name, Getter g, Setter s, const char* help, bool invertGet, bool invertSet) {
+    Setting p;
+    p.name = name;
+    p.kind = SettingKind::Switch;
+    p.min = 0;
+    p.max = 1;
+    p.get = std::move(g);
+    p.set = std::move(s);
+    p.help = help;
+    p.invertGet = invertGet;
+    p.invertSet = invertSet;
+    return p;
+}
+
+Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter s,
+              const char* help) {
+    Setting p;
+    p.name = name;
+    p.kind = SettingKind::Named;
+    p.names = std::move(names);
+    p.get = std::move(g);
+    p.set = std::move(s);
+    p.help = help;
+    return p;
 }
 
 } // namespace cli

@@ -99,6 +99,17 @@ void applySettings(App& app, Target& t, const std::vector<SettingChange>& change
                    const std::function<int(AdapterData&, bool)>& end, const std::string& what,
                    const std::string& titleWord);
 
+// Rows of the setting tables (controller properties, BIOS): a number in
+// [min, max] with its unit, an on/off switch (shown or set inverted where the
+// field is a "disable" bit or the setter stores the inverse), or one of a few
+// named values.
+Setting num(const char* name, const char* unit, unsigned long long min, unsigned long long max,
+            Getter g, Setter s, const char* help);
+Setting sw(const char* name, Getter g, Setter s, const char* help, bool invertGet = false,
+           bool invertSet = false);
+Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter s,
+              const char* help);
+
 const Setting* findSetting(const std::vector<Setting>& table, const std::string& name);
 
 // The controller properties (cmd_properties.cpp).

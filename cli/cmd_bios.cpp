@@ -16,41 +16,17 @@ using A = AdapterData;
 const std::vector<Setting>& biosSettings() {
     static const std::vector<Setting> table = [] {
         std::vector<Setting> t;
-        Setting s;
-        s.name = "enabled";
-        s.kind = SettingKind::Switch;
-        s.max = 1;
-        s.help = "The BIOS is exposed at boot";
-        s.get = getter(&A::getbiosStatus);
-        s.set = setV(&A::setbiosStatus);
-        t.push_back(s);
-
-        s = Setting();
-        s.name = "error-mode";
-        s.kind = SettingKind::Named;
-        s.names = {{"stop", 0}, {"pause", 1}, {"continue", 2}, {"safe-mode", 3}};
-        s.help = "What the BIOS does when it meets an error";
-        s.get = getter(&A::getBIOSBootMode);
-        s.set = setV(&A::setBIOSBootMode);
-        t.push_back(s);
-
-        s = Setting();
-        s.name = "auto-select-boot";
-        s.kind = SettingKind::Switch;
-        s.max = 1;
-        s.help = "The BIOS chooses the boot virtual drive itself";
-        s.get = getter(&A::getbiosABS);
-        s.set = setV(&A::setbiosABS);
-        s.invertSet = true; // the setter stores the opposite of its argument
-        t.push_back(s);
-
-        s = Setting();
-        s.name = "device-exposure";
-        s.max = 255;
-        s.help = "Drives the BIOS exposes";
-        s.get = getter(&A::getbiosDeviceExposure);
-        s.set = setV(&A::setbiosDeviceExposure);
-        t.push_back(s);
+        t.push_back(sw("enabled", getter(&A::getbiosStatus), setV(&A::setbiosStatus),
+                       "The BIOS is exposed at boot"));
+        t.push_back(named("error-mode",
+                          {{"stop", 0}, {"pause", 1}, {"continue", 2}, {"safe-mode", 3}},
+                          getter(&A::getBIOSBootMode), setV(&A::setBIOSBootMode),
+                          "What the BIOS does when it meets an error"));
+        // The setter stores the opposite of its argument.
+        t.push_back(sw("auto-select-boot", getter(&A::getbiosABS), setV(&A::setbiosABS),
+                       "The BIOS chooses the boot virtual drive itself", false, true));
+        t.push_back(num("device-exposure", "", 0, 255, getter(&A::getbiosDeviceExposure),
+                        setV(&A::setbiosDeviceExposure), "Drives the BIOS exposes"));
         return t;
     }();
     return table;

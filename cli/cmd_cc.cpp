@@ -58,12 +58,8 @@ Command showCc(App& app) {
         if (ok)
             d.str("Next Start", "next_start", formatLocalTime(start));
         ok = ok && step(a.getCcSchedExcludedLdList(&excluded), "excluded virtual drives");
-        if (ok) {
-            if (app.json())
-                d.rows("Excluded", "excluded", idArray(excluded));
-            else
-                d.str("Excluded", "excluded", idText(excluded));
-        }
+        if (ok)
+            excludedMember(d, excluded);
         ok = ok && step(a.getCcSchedState(&state), "state");
         if (ok)
             d.str("State", "state", nameOf(state, kCcStates));
@@ -77,14 +73,6 @@ Command showCc(App& app) {
     };
     return c;
 }
-
-struct CcSet {
-    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false;
-    unsigned char mode = 0;
-    unsigned int delaySeconds = 0;
-    std::tm start{};
-    std::vector<unsigned short> exclude;
-};
 
 } // namespace
 
@@ -100,29 +88,13 @@ void registerCc(CLI::App& root, App& app) {
     auto* set = verb(*g, "set", "Change the schedule in one write");
     set->add_option("settings", *args, "KEY=VALUE pairs")->required();
     set->callback([&app, args] {
-        auto p = std::make_shared<CcSet>();
+        auto p = std::make_shared<ScheduleSettings>();
         Command c;
         c.name = "cc set";
         c.validate = [args, p] {
             auto kv = parseKeyValues(*args, {"mode", "delay", "start", "exclude"}, "cc set");
-            for (auto& [k, v] : kv) {
-                if (k == "mode") {
-                    p->hasMode = true;
-                    p->mode = static_cast<unsigned char>(parseNamed(v, kCcModes, "mode"));
-                } else if (k == "delay") {
-                    p->hasDelay = true;
-                    p->delaySeconds = static_cast<unsigned int>(
-                        parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
-                } else if (k == "start") {
-                    p->hasStart = true;
-                    p->start = parseLocalTime(v, "start");
-                } else if (k == "exclude") {
-                    p->hasExclude = true;
-                    p->exclude = parseIdList(v, 255, "exclude");
-                    if (p->exclude.size() > 64)
-                        throw UsageError("exclude: at most 64 virtual drives");
-                }
-            }
+            for (auto& [k, v] : kv)
+                parseScheduleSetting(k, v, kCcModes, *p);
         };
         c.run = [&app, p](Target& t) {
             AdapterData& a = *t.adapter;
@@ -135,9 +107,7 @@ void registerCc(CLI::App& root, App& app) {
                 app.fail(t, "reading the consistency-check schedule", rc);
                 return;
             }
-            ArrayList<unsigned short> list;
-            for (unsigned short id : p->exclude)
-                list.add(id);
+            ArrayList<unsigned short> list = idList(p->exclude);
             // A zeroed date keeps the start time, 0xFFFFFFFF keeps the delay.
             std::tm none{};
             std::tm start = p->hasStart ? p->start : none;

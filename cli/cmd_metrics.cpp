@@ -47,56 +47,58 @@ const FlagName kBatteryFlags[] = {
 const char* const kCcModes[] = {"disabled", "sequential", "concurrent"};
 const unsigned kPatrolStateCodes[] = {0, 1, 2, 3, 4, 255};
 
+// Every metric family with its help text, in the order the exposition
+// declares them (all gauges).
+struct Family {
+    const char* name;
+    const char* help;
+};
+const Family kFamilies[] = {
+    {"kvictl_up", "1 when the controller answered at least one read of this scrape, else 0"},
+    {"kvictl_controller_info", "Identity of the controller; the value is always 1"},
+    {"kvictl_controller_status", "Controller status: 1 for the current state, 0 for the others"},
+    {"kvictl_memory_correctable_errors", "Correctable cache memory errors the controller counted"},
+    {"kvictl_memory_uncorrectable_errors",
+     "Uncorrectable cache memory errors the controller counted"},
+    {"kvictl_virtual_drives", "Virtual drives present"},
+    {"kvictl_virtual_drives_degraded", "Virtual drives degraded"},
+    {"kvictl_virtual_drives_offline", "Virtual drives offline"},
+    {"kvictl_physical_devices", "Physical devices present (disks and other devices)"},
+    {"kvictl_physical_disks", "Physical disks present"},
+    {"kvictl_physical_disks_predictive_failure", "Physical disks reporting a predictive failure"},
+    {"kvictl_physical_disks_failed", "Physical disks failed"},
+    {"kvictl_roc_temperature_celsius", "Temperature of the RAID-on-chip processor"},
+    {"kvictl_controller_temperature_celsius", "Temperature of the controller board"},
+    {"kvictl_cache_pinned", "1 when the controller holds pinned (preserved) cache"},
+    {"kvictl_firmware_image_pending", "1 when a flashed firmware image waits for activation"},
+    {"kvictl_battery_present", "1 when a battery or supercapacitor module is fitted"},
+    {"kvictl_battery_state", "Battery state: 1 for the current state, 0 for the others"},
+    {"kvictl_battery_status_flag", "Battery status flags reported by the firmware, 0 or 1"},
+    {"kvictl_battery_temperature_celsius", "Battery temperature"},
+    {"kvictl_battery_relative_charge_ratio", "Relative state of charge of the battery (0-1)"},
+    {"kvictl_battery_remaining_capacity_coulombs",
+     "Remaining battery capacity (the firmware's mAh times 3.6)"},
+    {"kvictl_battery_full_capacity_coulombs",
+     "Full-charge battery capacity (the firmware's mAh times 3.6)"},
+    {"kvictl_battery_next_learn_timestamp_seconds",
+     "Start of the next battery learn cycle, seconds since 1970"},
+    {"kvictl_patrol_read_state", "Patrol read state: 1 for the current state, 0 for the others"},
+    {"kvictl_patrol_read_completed_iterations", "Completed patrol read passes"},
+    {"kvictl_consistency_check_schedule_mode",
+     "Consistency-check schedule mode: 1 for the current mode, 0 for the others"},
+    {"kvictl_consistency_check_schedule_state",
+     "Consistency-check schedule state: 1 for the current state, 0 for the others"},
+    {"kvictl_lock_key_assigned", "1 when a drive-security lock key is assigned"},
+    {"kvictl_lock_key_failed", "1 when the lock key could not be applied"},
+    {"kvictl_alarm_state", "Audible alarm state: 1 for the current state, 0 for the others"},
+    {"kvictl_scrape_read_errors", "Reads of this scrape that failed for the controller"},
+    {"kvictl_scrape_controller_duration_seconds", "Time spent reading the controller"},
+    {"kvictl_scrape_duration_seconds", "Time the whole scrape took"},
+};
+
 void declareAll(Exposition& e) {
-    e.declare("kvictl_up",
-              "1 when the controller answered at least one read of this scrape, else 0");
-    e.declare("kvictl_controller_info", "Identity of the controller; the value is always 1");
-    e.declare("kvictl_controller_status",
-              "Controller status: 1 for the current state, 0 for the others");
-    e.declare("kvictl_memory_correctable_errors",
-              "Correctable cache memory errors the controller counted");
-    e.declare("kvictl_memory_uncorrectable_errors",
-              "Uncorrectable cache memory errors the controller counted");
-    e.declare("kvictl_virtual_drives", "Virtual drives present");
-    e.declare("kvictl_virtual_drives_degraded", "Virtual drives degraded");
-    e.declare("kvictl_virtual_drives_offline", "Virtual drives offline");
-    e.declare("kvictl_physical_devices", "Physical devices present (disks and other devices)");
-    e.declare("kvictl_physical_disks", "Physical disks present");
-    e.declare("kvictl_physical_disks_predictive_failure",
-              "Physical disks reporting a predictive failure");
-    e.declare("kvictl_physical_disks_failed", "Physical disks failed");
-    e.declare("kvictl_roc_temperature_celsius", "Temperature of the RAID-on-chip processor");
-    e.declare("kvictl_controller_temperature_celsius", "Temperature of the controller board");
-    e.declare("kvictl_cache_pinned", "1 when the controller holds pinned (preserved) cache");
-    e.declare("kvictl_firmware_image_pending",
-              "1 when a flashed firmware image waits for activation");
-    e.declare("kvictl_battery_present", "1 when a battery or supercapacitor module is fitted");
-    e.declare("kvictl_battery_state", "Battery state: 1 for the current state, 0 for the others");
-    e.declare("kvictl_battery_status_flag",
-              "Battery status flags reported by the firmware, 0 or 1");
-    e.declare("kvictl_battery_temperature_celsius", "Battery temperature");
-    e.declare("kvictl_battery_relative_charge_ratio",
-              "Relative state of charge of the battery (0-1)");
-    e.declare("kvictl_battery_remaining_capacity_coulombs",
-              "Remaining battery capacity (the firmware's mAh times 3.6)");
-    e.declare("kvictl_battery_full_capacity_coulombs",
-              "Full-charge battery capacity (the firmware's mAh times 3.6)");
-    e.declare("kvictl_battery_next_learn_timestamp_seconds",
-              "Start of the next battery learn cycle, seconds since 1970");
-    e.declare("kvictl_patrol_read_state",
-              "Patrol read state: 1 for the current state, 0 for the others");
-    e.declare("kvictl_patrol_read_completed_iterations", "Completed patrol read passes");
-    e.declare("kvictl_consistency_check_schedule_mode",
-              "Consistency-check schedule mode: 1 for the current mode, 0 for the others");
-    e.declare("kvictl_consistency_check_schedule_state",
-              "Consistency-check schedule state: 1 for the current state, 0 for the others");
-    e.declare("kvictl_lock_key_assigned", "1 when a drive-security lock key is assigned");
-    e.declare("kvictl_lock_key_failed", "1 when the lock key could not be applied");
-    e.declare("kvictl_alarm_state",
-              "Audible alarm state: 1 for the current state, 0 for the others");
-    e.declare("kvictl_scrape_read_errors", "Reads of this scrape that failed for the controller");
-    e.declare("kvictl_scrape_controller_duration_seconds", "Time spent reading the controller");
-    e.declare("kvictl_scrape_duration_seconds", "Time the whole scrape took");
+    for (const Family& f : kFamilies)
+        e.declare(f.name, f.help);
 }
 
 // Every series of one controller.

@@ -12,41 +12,6 @@
 
 namespace cli {
 
-std::map<std::string, std::string> parseKeyValues(const std::vector<std::string>& args,
-                                                  const std::vector<std::string>& keys,
-                                                  const std::string& what) {
-    std::map<std::string, std::string> out;
-    for (const std::string& a : args) {
-        auto [k, v] = splitAssignment(a);
-        bool known = false;
-        for (const std::string& key : keys)
-            known = known || key == k;
-        if (!known) {
-            std::string list;
-            for (const std::string& key : keys)
-                list += (list.empty() ? "" : ", ") + key;
-            throw UsageError(what + ": unknown setting '" + k + "' (settings: " + list + ")");
-        }
-        if (!out.emplace(k, v).second)
-            throw UsageError(what + ": '" + k + "' is given twice");
-    }
-    return out;
-}
-
-json::Array idArray(const ArrayList<unsigned short>& list) {
-    json::Array a;
-    for (std::size_t i = 0; i < list.size(); ++i)
-        a.Insert(json::UNumber(list.get(i)));
-    return a;
-}
-
-std::string idText(const ArrayList<unsigned short>& list) {
-    std::string s;
-    for (std::size_t i = 0; i < list.size(); ++i)
-        s += (s.empty() ? "" : ",") + std::to_string(list.get(i));
-    return s.empty() ? "none" : s;
-}
-
 namespace {
 
 const std::vector<NamedValue> kPrModes = {{"auto", 0}, {"manual", 1}, {"disabled", 2}};
@@ -86,10 +51,8 @@ Command showPatrol(App& app) {
         rc = a.getPRSchedExcludedLdList(&excluded);
         if (rc != 0)
             app.fail(t, "reading the excluded virtual drives", rc);
-        else if (app.json())
-            d.rows("Excluded", "excluded", idArray(excluded));
         else
-            d.str("Excluded", "excluded", idText(excluded));
+            excludedMember(d, excluded);
         unsigned char options = 0;
         rc = a.getSSDPrStatus(&options);
         if (rc != 0)
@@ -113,13 +76,9 @@ Command patrolAction(App& app, const char* action, int (AdapterData::*op)()) {
     return c;
 }
 
-struct PatrolSet {
-    bool hasMode = false, hasDelay = false, hasStart = false, hasExclude = false, hasMax = false,
-         hasSsd = false;
-    unsigned char mode = 0;
-    unsigned int delaySeconds = 0;
-    std::tm start{};
-    std::vector<unsigned short> exclude;
+// The shared schedule settings plus patrol read's own.
+struct PatrolSet : ScheduleSettings {
+    bool hasMax = false, hasSsd = false;
     unsigned char max = 0;
     bool ssd = false;
 };
@@ -163,22 +122,9 @@ void registerPatrol(CLI::App& root, App& app) {
                                      {"mode", "delay", "start", "exclude", "max-concurrent", "ssd"},
                                      "patrol set");
             for (auto& [k, v] : kv) {
-                if (k == "mode") {
-                    p->hasMode = true;
-                    p->mode = static_cast<unsigned char>(parseNamed(v, kPrModes, "mode"));
-                } else if (k == "delay") {
-                    p->hasDelay = true;
-                    p->delaySeconds = static_cast<unsigned int>(
-                        parseUnsigned(v, 1, 1000000, "delay (hours)") * 3600);
-                } else if (k == "start") {
-                    p->hasStart = true;
-                    p->start = parseLocalTime(v, "start");
-                } else if (k == "exclude") {
-                    p->hasExclude = true;
-                    p->exclude = parseIdList(v, 255, "exclude");
-                    if (p->exclude.size() > 64)
-                        throw UsageError("exclude: at most 64 virtual drives");
-                } else if (k == "max-concurrent") {
+                if (parseScheduleSetting(k, v, kPrModes, *p))
+                    continue;
+                if (k == "max-concurrent") {
                     p->hasMax = true;
                     p->max = static_cast<unsigned char>(parseUnsigned(v, 1, 255, "max-concurrent"));
                 } else if (k == "ssd") {
@@ -206,9 +152,7 @@ void registerPatrol(CLI::App& root, App& app) {
                 ok = step(a.setPrStartTime(&start), "start time");
             }
             if (ok && p->hasExclude) {
-                ArrayList<unsigned short> list;
-                for (unsigned short id : p->exclude)
-                    list.add(id);
+                ArrayList<unsigned short> list = idList(p->exclude);
                 ok = step(a.setPRSchedExcludedLdList(&list), "excluded virtual drives");
             }
             if (ok && p->hasSsd) {

@@ -17,46 +17,6 @@ namespace {
 
 using A = AdapterData;
 
-Setting num(const char* name, const char* unit, unsigned long long min, unsigned long long max,
-            Getter g, Setter s, const char* help) {
-    Setting p;
-    p.name = name;
-    p.unit = unit;
-    p.min = min;
-    p.max = max;
-    p.get = std::move(g);
-    p.set = std::move(s);
-    p.help = help;
-    return p;
-}
-
-Setting sw(const char* name, Getter g, Setter s, const char* help, bool invertGet = false,
-           bool invertSet = false) {
-    Setting p;
-    p.name = name;
-    p.kind = SettingKind::Switch;
-    p.min = 0;
-    p.max = 1;
-    p.get = std::move(g);
-    p.set = std::move(s);
-    p.help = help;
-    p.invertGet = invertGet;
-    p.invertSet = invertSet;
-    return p;
-}
-
-Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter s,
-              const char* help) {
-    Setting p;
-    p.name = name;
-    p.kind = SettingKind::Named;
-    p.names = std::move(names);
-    p.get = std::move(g);
-    p.set = std::move(s);
-    p.help = help;
-    return p;
-}
-
 std::vector<Setting> buildTable() {
     std::vector<Setting> t;
     // Rates.

@@ -1,6 +1,7 @@
 // kvictl topology [show|phys|connectors|mux|lanes] and set-link-speed,
 // set-mux, set-sas-address: the controller's SAS/PCIe topology.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -43,34 +44,49 @@ std::string sasText(unsigned long long a) {
     return b;
 }
 
-bool phys(App& app, Target& t, Doc& d) {
-    AdapterData& a = *t.adapter;
-    unsigned int count = 0;
-    int rc = a.getPhyCount(&count);
+// Phys, connectors and multiplexers share one shape: a count, then one row
+// per entry; the first failed read names the entry and ends the table (the
+// rows read so far are kept). row(i, r) fills r and returns the status.
+template <typename Row>
+bool countedRows(App& app, Target& t, Doc& d, int rc, unsigned count, const char* table,
+                 const char* entry, const char* label, const char* key, Row row) {
     if (rc != 0) {
-        app.fail(t, "reading the phys", rc);
+        app.fail(t, std::string("reading the ") + table, rc);
         return false;
     }
     json::Array rows;
-    for (unsigned i = 0; i < count && i < kMaxPhys; ++i) {
+    for (unsigned i = 0; i < count; ++i) {
+        Doc r(app.json());
+        rc = row(i, r);
+        if (rc != 0) {
+            app.fail(t, std::string("reading ") + entry + " " + std::to_string(i), rc);
+            break;
+        }
+        rows.Insert(r.object());
+    }
+    d.rows(label, key, rows);
+    return rc == 0;
+}
+
+bool phys(App& app, Target& t, Doc& d) {
+    AdapterData& a = *t.adapter;
+    auto row = [&](unsigned i, Doc& r) {
+        const int phy = static_cast<int>(i);
         bool disabled = false;
         unsigned long long sas = 0;
         unsigned int port = 0, speed = 0;
         unsigned char connector = 0;
-        rc = a.isPhyDisable(static_cast<int>(i), &disabled);
+        int rc = a.isPhyDisable(phy, &disabled);
         if (rc == 0)
-            rc = a.getSASAddress(static_cast<int>(i), &sas);
+            rc = a.getSASAddress(phy, &sas);
         if (rc == 0)
-            rc = a.getSASPortNumber(static_cast<int>(i), &port);
+            rc = a.getSASPortNumber(phy, &port);
         if (rc == 0)
-            rc = a.getConnectorIndex(static_cast<int>(i), &connector);
+            rc = a.getConnectorIndex(phy, &connector);
         if (rc == 0)
-            rc = a.getLinkSpeed(static_cast<int>(i), &speed);
-        if (rc != 0) {
-            app.fail(t, "reading phy " + std::to_string(i), rc);
-            break;
-        }
-        Doc r(app.json());
+            rc = a.getLinkSpeed(phy, &speed);
+        if (rc != 0)
+            return rc;
         r.num("Phy", "phy", i);
         r.flag("Disabled", "disabled", disabled);
         r.str("SAS Address", "sas_address", sasText(sas));
@@ -78,65 +94,52 @@ bool phys(App& app, Target& t, Doc& d) {
         r.num("Connector", "connector", connector);
         r.str("Link Speed Limit", "link_speed_limit",
               app.json() ? nameOf(speed, kSpeeds) : speedText(speed));
-        rows.Insert(r.object());
-    }
-    d.rows("Phys", "phys", rows);
-    return rc == 0;
+        return 0;
+    };
+    unsigned int count = 0;
+    int rc = a.getPhyCount(&count);
+    return countedRows(app, t, d, rc, std::min(count, kMaxPhys), "phys", "phy", "Phys", "phys",
+                       row);
 }
 
 bool connectors(App& app, Target& t, Doc& d) {
     AdapterData& a = *t.adapter;
-    unsigned char count = 0;
-    int rc = a.getConnectorCount(&count);
-    if (rc != 0) {
-        app.fail(t, "reading the connectors", rc);
-        return false;
-    }
-    json::Array rows;
-    for (unsigned char i = 0; i < count; ++i) {
+    auto row = [&](unsigned i, Doc& r) {
+        const auto index = static_cast<unsigned char>(i);
         unsigned char location = 0;
         std::string* rawName = nullptr;
-        rc = a.getConnectorLocation(i, &location);
+        int rc = a.getConnectorLocation(index, &location);
         if (rc == 0)
-            rc = a.getConnectorName(i, &rawName);
+            rc = a.getConnectorName(index, &rawName);
         std::unique_ptr<std::string> name(rawName); // the caller owns the name
-        if (rc != 0) {
-            app.fail(t, "reading connector " + std::to_string(i), rc);
-            break;
-        }
-        Doc r(app.json());
+        if (rc != 0)
+            return rc;
         r.num("Connector", "connector", i);
         r.str("Name", "name", name ? *name : "");
         r.str("Location", "location", location == 0 ? "internal" : "external");
-        rows.Insert(r.object());
-    }
-    d.rows("Connectors", "connectors", rows);
-    return rc == 0;
+        return 0;
+    };
+    unsigned char count = 0;
+    int rc = a.getConnectorCount(&count);
+    return countedRows(app, t, d, rc, count, "connectors", "connector", "Connectors", "connectors",
+                       row);
 }
 
 bool muxes(App& app, Target& t, Doc& d) {
     AdapterData& a = *t.adapter;
-    unsigned char count = 0;
-    int rc = a.getMuxCount(&count);
-    if (rc != 0) {
-        app.fail(t, "reading the multiplexers", rc);
-        return false;
-    }
-    json::Array rows;
-    for (unsigned char i = 0; i < count && i < kMaxMux; ++i) {
+    auto row = [&](unsigned i, Doc& r) {
         unsigned char mode = 0;
-        rc = a.getMuxMode(&mode, i);
-        if (rc != 0) {
-            app.fail(t, "reading multiplexer " + std::to_string(i), rc);
-            break;
-        }
-        Doc r(app.json());
+        int rc = a.getMuxMode(&mode, static_cast<unsigned char>(i));
+        if (rc != 0)
+            return rc;
         r.num("Mux", "mux", i);
         r.num("Mode", "mode", mode);
-        rows.Insert(r.object());
-    }
-    d.rows("Multiplexers", "multiplexers", rows);
-    return rc == 0;
+        return 0;
+    };
+    unsigned char count = 0;
+    int rc = a.getMuxCount(&count);
+    return countedRows(app, t, d, rc, std::min<unsigned>(count, kMaxMux), "multiplexers",
+                       "multiplexer", "Multiplexers", "multiplexers", row);
 }
 
 bool lanes(App& app, Target& t, Doc& d) {

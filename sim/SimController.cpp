@@ -262,6 +262,29 @@ private:
     }
     // The next start past "now", in whole periods from `nextExec`.
     std::uint32_t advanceSchedule(std::uint32_t nextExec, std::uint32_t freq) const;
+    // Patrol read and consistency check keep their schedules alike: the basic
+    // or the extended record (the one this controller uses, named by mailbox
+    // byte 0), read or written whole; a write needs a mode of 0-2 and, in the
+    // basic record, at most 64 excluded drives. changed(mode) follows a write.
+    template <class Basic, class Extended, class Changed>
+    int scheduleRecord(bool set, Basic& basic, Extended& extended, Changed changed) {
+        bool ext = extendedSchedules(st_);
+        if (!zeroFrom(m_, 1) || m_[0] != (ext ? 1 : 0))
+            return kBad;
+        void* record = ext ? static_cast<void*>(&extended) : static_cast<void*>(&basic);
+        std::uint32_t size = ext ? sizeof(Extended) : sizeof(Basic);
+        if (!set)
+            return answer(record, size);
+        if (cmd_.length != size || !writes())
+            return kBad;
+        // Check before taking: a refused write changes nothing.
+        std::uint8_t mode = cmd_.data[0], excluded = cmd_.data[3];
+        if (mode > 2 || (!ext && excluded > 64))
+            return kBad;
+        take(record, size);
+        changed(mode);
+        return kOk;
+    }
 
     int ctrlInfo();
     int properties(bool set);
@@ -467,24 +490,11 @@ int Firmware::prStatus() {
 }
 
 int Firmware::prProperties(bool set) {
-    bool ext = extendedSchedules(st_);
-    if (!zeroFrom(m_, 1) || m_[0] != (ext ? 1 : 0))
-        return kBad;
-    void* record = ext ? static_cast<void*>(&st_.prExt) : static_cast<void*>(&st_.pr);
-    std::uint32_t size = ext ? sizeof(KV_PR_PROPERTIES_EXT) : sizeof(KV_PR_PROPERTIES);
-    if (!set)
-        return answer(record, size);
-    if (cmd_.length != size || !writes())
-        return kBad;
-    // Check before taking: a refused write changes nothing.
-    std::uint8_t mode = cmd_.data[0], excluded = cmd_.data[3];
-    if (mode > 2 || (!ext && excluded > 64))
-        return kBad;
-    take(record, size);
-    if (mode == 2 && st_.prStatus.state != kPrStopped)
-        st_.prStatus.state = kPrStopped;
-    log(0x0045, kLocCtrl, 0, "Patrol Read properties changed");
-    return kOk;
+    return scheduleRecord(set, st_.pr, st_.prExt, [this](std::uint8_t mode) {
+        if (mode == 2 && st_.prStatus.state != kPrStopped)
+            st_.prStatus.state = kPrStopped;
+        log(0x0045, kLocCtrl, 0, "Patrol Read properties changed");
+    });
 }
 
 int Firmware::prControl() {
@@ -620,27 +630,14 @@ int Firmware::flashComponents() {
 }
 
 int Firmware::ccProperties(bool set) {
-    bool ext = extendedSchedules(st_);
-    if (!zeroFrom(m_, 1) || m_[0] != (ext ? 1 : 0))
-        return kBad;
-    void* record = ext ? static_cast<void*>(&st_.ccExt) : static_cast<void*>(&st_.cc);
-    std::uint32_t size =
-        ext ? sizeof(KV_CC_SCHEDULE_PROPERTIES_EXT) : sizeof(KV_CC_SCHEDULE_PROPERTIES);
-    if (!set)
-        return answer(record, size);
-    if (cmd_.length != size || !writes())
-        return kBad;
-    std::uint8_t mode = cmd_.data[0], excluded = cmd_.data[3];
-    if (mode > 2 || (!ext && excluded > 64))
-        return kBad;
-    take(record, size);
-    // The schedule's state follows its mode: disabled stops it, else it waits.
-    if (mode == 0)
-        st_.ccStatus.state = 0;
-    else if (st_.ccStatus.state == 0)
-        st_.ccStatus.state = 1;
-    log(0x0050, kLocLd, 0, "Consistency Check schedule changed");
-    return kOk;
+    return scheduleRecord(set, st_.cc, st_.ccExt, [this](std::uint8_t mode) {
+        // The schedule's state follows its mode: disabled stops it, else it waits.
+        if (mode == 0)
+            st_.ccStatus.state = 0;
+        else if (st_.ccStatus.state == 0)
+            st_.ccStatus.state = 1;
+        log(0x0050, kLocLd, 0, "Consistency Check schedule changed");
+    });
 }
 
 int Firmware::lockKey() {

@@ -283,26 +283,46 @@ int ReplayBackend::mismatch(std::string message) {
     return kReplayMismatch;
 }
 
+// Both kinds of request (direct commands and SMP frames) meet the capture the
+// same way: the next recorded request of this controller, or a mismatch that
+// says why there is none.
+const RecordedRequest* ReplayBackend::expected(const std::string& sent, int& status) {
+    const RecordedController* c = recorded();
+    const std::string ctl = "controller " + std::to_string(controller_);
+    if (!c) {
+        status = mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) +
+                          " holds no " + ctl);
+        return nullptr;
+    }
+    if (next_ >= c->requests.size()) {
+        status =
+            mismatch("replay mismatch on " + ctl + ": the command sent " + sent +
+                     ", but the capture " + log_->name() + " holds no more requests (it recorded " +
+                     std::to_string(c->requests.size()) + ")");
+        return nullptr;
+    }
+    return &c->requests[next_];
+}
+
+int ReplayBackend::differs(const std::string& sent, const RecordedRequest& r) {
+    return mismatch("replay mismatch on controller " + std::to_string(controller_) +
+                    " at request " + std::to_string(next_ + 1) + ": the command sent " + sent +
+                    ", but the capture " + log_->name() + " line " + std::to_string(r.line) +
+                    " recorded " + describeRecorded(r));
+}
+
 int ReplayBackend::submit(DirectCommand& cmd) {
     if (mismatched_)
         return kReplayMismatch; // the first mismatch stays the reason
-    const RecordedController* c = recorded();
     const std::string sent = describeRequest(cmd.opcode, cmd.mbox, cmd.length);
-    const std::string ctl = "controller " + std::to_string(controller_);
-    if (!c)
-        return mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) +
-                        " holds no " + ctl);
-    if (next_ >= c->requests.size())
-        return mismatch("replay mismatch on " + ctl + ": the command sent " + sent +
-                        ", but the capture " + log_->name() +
-                        " holds no more requests (it recorded " +
-                        std::to_string(c->requests.size()) + ")");
-    const RecordedRequest& r = c->requests[next_];
+    int status = 0;
+    const RecordedRequest* expect = expected(sent, status);
+    if (!expect)
+        return status;
+    const RecordedRequest& r = *expect;
     if (r.smp || r.opcode != cmd.opcode || std::memcmp(r.mbox, cmd.mbox, sizeof r.mbox) != 0 ||
         r.length != cmd.length)
-        return mismatch("replay mismatch on " + ctl + " at request " + std::to_string(next_ + 1) +
-                        ": the command sent " + sent + ", but the capture " + log_->name() +
-                        " line " + std::to_string(r.line) + " recorded " + describeRecorded(r));
+        return differs(sent, r);
     ++next_;
     if ((cmd.direction == Direction::Read || cmd.direction == Direction::Both) && cmd.data &&
         !r.received.empty())
@@ -318,27 +338,19 @@ int ReplayBackend::submit(DirectCommand& cmd) {
 int ReplayBackend::submitSmp(SmpCommand& cmd) {
     if (mismatched_)
         return kReplayMismatch;
-    const RecordedController* c = recorded();
     const std::string sent = describeSmp(cmd.sasAddress, cmd.port, cmd.request,
                                          cmd.request ? cmd.requestLength : 0, cmd.responseLength);
-    const std::string ctl = "controller " + std::to_string(controller_);
-    if (!c)
-        return mismatch("replay: the capture " + (log_ ? log_->name() : std::string()) +
-                        " holds no " + ctl);
-    if (next_ >= c->requests.size())
-        return mismatch("replay mismatch on " + ctl + ": the command sent " + sent +
-                        ", but the capture " + log_->name() +
-                        " holds no more requests (it recorded " +
-                        std::to_string(c->requests.size()) + ")");
-    const RecordedRequest& r = c->requests[next_];
+    int status = 0;
+    const RecordedRequest* expect = expected(sent, status);
+    if (!expect)
+        return status;
+    const RecordedRequest& r = *expect;
     const std::size_t requestLength = cmd.request ? cmd.requestLength : 0;
     if (!r.smp || r.sasAddress != cmd.sasAddress || r.port != cmd.port ||
         r.request.size() != requestLength ||
         (requestLength && std::memcmp(r.request.data(), cmd.request, requestLength) != 0) ||
         r.responseLength != cmd.responseLength)
-        return mismatch("replay mismatch on " + ctl + " at request " + std::to_string(next_ + 1) +
-                        ": the command sent " + sent + ", but the capture " + log_->name() +
-                        " line " + std::to_string(r.line) + " recorded " + describeRecorded(r));
+        return differs(sent, r);
     ++next_;
     if (cmd.response && !r.received.empty())
         std::memcpy(cmd.response, r.received.data(),

@@ -92,6 +92,11 @@ public:
 private:
     const RecordedController* recorded() const;
     int mismatch(std::string message);
+    // The recorded request the command described by `sent` must match, or
+    // nullptr when the capture holds none for it (status is then the mismatch).
+    const RecordedRequest* expected(const std::string& sent, int& status);
+    // Records that `sent` differs from the expected request r.
+    int differs(const std::string& sent, const RecordedRequest& r);
 
     std::shared_ptr<const ReplayLog> log_;
     unsigned controller_;

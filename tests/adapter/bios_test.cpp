@@ -69,6 +69,15 @@ protected:
         EXPECT_EQ(sum8(w->sent), 0u);
         return w->sent;
     }
+    // The boot-drive fields of the written record: target id (little-endian)
+    // and whether it names a physical drive.
+    void expectBootWritten(std::uint8_t targetLo, std::uint8_t targetHi, std::uint8_t isPd) {
+        Bytes sent = written();
+        ASSERT_EQ(sent.size(), 64u);
+        EXPECT_EQ(sent[kBootTarget], targetLo);
+        EXPECT_EQ(sent[kBootTarget + 1], targetHi);
+        EXPECT_EQ(sent[kBootIsPd], isPd);
+    }
 };
 
 // ---------------------------------------------------------------------------
@@ -245,11 +254,7 @@ TEST_F(BiosTest, BootVirtualDriveRoundTrip) {
     ASSERT_EQ(a().getBootPdDevId(&dev), 0);
     EXPECT_EQ(dev, 0xFFFF);
 
-    Bytes sent = written();
-    ASSERT_EQ(sent.size(), 64u);
-    EXPECT_EQ(sent[kBootTarget], 0x23);
-    EXPECT_EQ(sent[kBootTarget + 1], 0x01);
-    EXPECT_EQ(sent[kBootIsPd], 0);
+    expectBootWritten(0x23, 0x01, 0);
 }
 
 TEST_F(BiosTest, BootPhysicalDriveRoundTrip) {
@@ -273,11 +278,7 @@ TEST_F(BiosTest, BootPhysicalDriveRoundTrip) {
     EXPECT_EQ(a().getBootPdDevId(nullptr), 0);
     EXPECT_FALSE(log.contains("AdapterDataKvi::getBootPdDevId - PDDevId = 66"));
 
-    Bytes sent = written();
-    ASSERT_EQ(sent.size(), 64u);
-    EXPECT_EQ(sent[kBootTarget], 0x42);
-    EXPECT_EQ(sent[kBootTarget + 1], 0x00);
-    EXPECT_EQ(sent[kBootIsPd], 1);
+    expectBootWritten(0x42, 0x00, 1);
 }
 
 TEST_F(BiosTest, UnsetBootDrive) {
@@ -292,11 +293,7 @@ TEST_F(BiosTest, UnsetBootDrive) {
     unsigned short dev = 0;
     EXPECT_EQ(a().getBootPdDevId(&dev), 0);
     EXPECT_EQ(dev, 0xFFFF);
-    Bytes sent = written();
-    ASSERT_EQ(sent.size(), 64u);
-    EXPECT_EQ(sent[kBootTarget], 0xFF);
-    EXPECT_EQ(sent[kBootTarget + 1], 0xFF);
-    EXPECT_EQ(sent[kBootIsPd], 0);
+    expectBootWritten(0xFF, 0xFF, 0);
     // getBootPdDevId(nullptr) with no physical boot drive is fine too.
     EXPECT_EQ(a().getBootPdDevId(nullptr), 0);
 }

@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <initializer_list>
 #include <thread>
+#include <utility>
 
 #include "tests/cli/MonitoringRun.h"
 
@@ -29,6 +31,12 @@ double value(const Parsed& p, const std::string& name,
     auto found = p.find(name, labels);
     EXPECT_EQ(found.size(), 1u) << name;
     return found.empty() ? -1 : found.front().value;
+}
+
+// Controller 0's plain series against a table of expected values.
+void expectValues(const Parsed& p, std::initializer_list<std::pair<const char*, double>> expected) {
+    for (const auto& e : expected)
+        EXPECT_EQ(value(p, e.first, {{"controller", "0"}}), e.second) << e.first;
 }
 
 // Of a 0/1 state family, the label value of the series that is 1 (exactly one must be).
@@ -164,23 +172,25 @@ TEST(MetricsE2E, ValuesFollowTheProfile) {
     Parsed p = parseExposition(r.out, tmp);
     ASSERT_TRUE(p.ok) << p.errors;
     const std::map<std::string, std::string> c0 = {{"controller", "0"}};
-    EXPECT_EQ(value(p, "kvictl_virtual_drives", c0), 3);
-    EXPECT_EQ(value(p, "kvictl_physical_devices", c0), 10);
-    EXPECT_EQ(value(p, "kvictl_physical_disks", c0), 8);
-    EXPECT_EQ(value(p, "kvictl_firmware_image_pending", c0), 1);
-    EXPECT_EQ(value(p, "kvictl_battery_temperature_celsius", c0), 31);
-    EXPECT_EQ(value(p, "kvictl_battery_relative_charge_ratio", c0), 1.0);
+    expectValues(p, {
+                        {"kvictl_virtual_drives", 3},
+                        {"kvictl_physical_devices", 10},
+                        {"kvictl_physical_disks", 8},
+                        {"kvictl_firmware_image_pending", 1},
+                        {"kvictl_battery_temperature_celsius", 31},
+                        {"kvictl_battery_relative_charge_ratio", 1.0},
+                        // Schedule epoch 2000-01-01 00:00 UTC (TZ=UTC0) plus the
+                        // profile's 822618000 s.
+                        {"kvictl_battery_next_learn_timestamp_seconds", 946684800.0 + 822618000.0},
+                        {"kvictl_patrol_read_completed_iterations", 12},
+                        {"kvictl_lock_key_assigned", 0},
+                        {"kvictl_cache_pinned", 0},
+                    });
     EXPECT_DOUBLE_EQ(value(p, "kvictl_battery_remaining_capacity_coulombs", c0), 288 * 3.6);
     EXPECT_DOUBLE_EQ(value(p, "kvictl_battery_full_capacity_coulombs", c0), 288 * 3.6);
-    // Schedule epoch 2000-01-01 00:00 UTC (TZ=UTC0) plus the profile's 822618000 s.
-    EXPECT_EQ(value(p, "kvictl_battery_next_learn_timestamp_seconds", c0),
-              946684800.0 + 822618000.0);
-    EXPECT_EQ(value(p, "kvictl_patrol_read_completed_iterations", c0), 12);
     EXPECT_EQ(current(p, "kvictl_patrol_read_state", "state", "0"), "ready");
     EXPECT_EQ(current(p, "kvictl_consistency_check_schedule_mode", "mode", "0"), "sequential");
     EXPECT_EQ(current(p, "kvictl_consistency_check_schedule_state", "state", "0"), "ready");
-    EXPECT_EQ(value(p, "kvictl_lock_key_assigned", c0), 0);
-    EXPECT_EQ(value(p, "kvictl_cache_pinned", c0), 0);
     EXPECT_EQ(current(p, "kvictl_battery_status_flag", "flag", "0"), "");
 }
 
@@ -197,16 +207,17 @@ TEST(MetricsE2E, ProblemsShowInSeries) {
     ASSERT_EQ(r.code, 0) << r.err;
     Parsed p = parseExposition(r.out, tmp);
     ASSERT_TRUE(p.ok) << p.errors;
-    const std::map<std::string, std::string> c0 = {{"controller", "0"}};
-    EXPECT_EQ(value(p, "kvictl_virtual_drives_degraded", c0), 1);
-    EXPECT_EQ(value(p, "kvictl_virtual_drives_offline", c0), 2);
-    EXPECT_EQ(value(p, "kvictl_physical_disks_failed", c0), 1);
-    EXPECT_EQ(value(p, "kvictl_physical_disks_predictive_failure", c0), 3);
-    EXPECT_EQ(value(p, "kvictl_memory_uncorrectable_errors", c0), 4);
-    EXPECT_EQ(value(p, "kvictl_lock_key_assigned", c0), 1);
-    EXPECT_EQ(value(p, "kvictl_lock_key_failed", c0), 1);
-    EXPECT_EQ(value(p, "kvictl_cache_pinned", c0), 1);
-    EXPECT_EQ(value(p, "kvictl_firmware_image_pending", c0), 0);
+    expectValues(p, {
+                        {"kvictl_virtual_drives_degraded", 1},
+                        {"kvictl_virtual_drives_offline", 2},
+                        {"kvictl_physical_disks_failed", 1},
+                        {"kvictl_physical_disks_predictive_failure", 3},
+                        {"kvictl_memory_uncorrectable_errors", 4},
+                        {"kvictl_lock_key_assigned", 1},
+                        {"kvictl_lock_key_failed", 1},
+                        {"kvictl_cache_pinned", 1},
+                        {"kvictl_firmware_image_pending", 0},
+                    });
     EXPECT_EQ(current(p, "kvictl_controller_status", "status", "0"), "needs_attention");
     EXPECT_EQ(current(p, "kvictl_battery_state", "state", "0"), "failed");
     const std::pair<const char*, double> flags[] = {

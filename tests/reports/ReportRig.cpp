@@ -13,11 +13,6 @@ namespace rt {
 
 namespace {
 
-template <std::size_t N> void setText(char (&field)[N], const char* text) {
-    std::memset(field, 0, N);
-    std::memcpy(field, text, std::min(N, std::strlen(text)));
-}
-
 void setComponent(KV_FLASH_COMP_INFO& comp, const char* name, const char* version) {
     setText(comp.name, name);
     setText(comp.version, version);

@@ -8,7 +8,10 @@
 // size, consistency-check start time and mode) are overridden in
 // ScriptedAdapter, which also proves that the sections reach them through
 // virtual dispatch. Everything else goes through the fake controller.
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <string>
 #include <utility>
@@ -75,6 +78,13 @@ struct ControllerSetup {
     bool oemHp = false;
     int controllerType = 0;
 };
+
+// Fills a fixed-size text field of a firmware record: the text, cut at the
+// field size, padded with NULs (the setups and the variants all need it).
+template <std::size_t N> void setText(char (&field)[N], const char* text) {
+    std::memset(field, 0, N);
+    std::memcpy(field, text, std::min(N, std::strlen(text)));
+}
 
 // The controller of the golden variants: a PCIe controller with battery,
 // sensors, components, legacy schedules. Variants change it from there.

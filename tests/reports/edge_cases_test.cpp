@@ -40,11 +40,6 @@ TEST_P(MemberText, ShowsTheExpectedText) {
     EXPECT_EQ(rt::text(obj, GetParam().key), GetParam().expected);
 }
 
-template <std::size_t N> void setName(char (&field)[N], const char* text) {
-    std::memset(field, 0, N);
-    std::memcpy(field, text, std::min(N, std::strlen(text)));
-}
-
 const TextCase kTexts[] = {
     // Basic and summary sections.
     {"mfgDate 0x3221 is 01/01/25",
@@ -101,10 +96,10 @@ const TextCase kTexts[] = {
     {"PSOC then PBLP: the later version under PSOC Version",
      [](ControllerSetup& s) {
          s.info.imageComponentCount = 2;
-         setName(s.info.imageComponent[0].name, "PSOC");
-         setName(s.info.imageComponent[0].version, "psoc-1");
-         setName(s.info.imageComponent[1].name, "PBLP");
-         setName(s.info.imageComponent[1].version, "pblp-2");
+         rt::setText(s.info.imageComponent[0].name, "PSOC");
+         rt::setText(s.info.imageComponent[0].version, "psoc-1");
+         rt::setText(s.info.imageComponent[1].name, "PBLP");
+         rt::setText(s.info.imageComponent[1].version, "pblp-2");
      },
      &AdapterData::getShowVersion, "PSOC Version", "pblp-2"},
     {"type 1 without APP component keeps NA",
@@ -456,8 +451,8 @@ TEST(ReportValues, DualImagePackageTextIsCutAt32Characters) {
 TEST(ReportValues, PendingImagesWithUnknownTagsGiveAnEmptyArray) {
     ControllerSetup s = rt::baseSetup();
     s.info.pendingImageComponentCount = 2;
-    setName(s.info.pendingImageComponent[0].name, "ZZZZ");
-    setName(s.info.pendingImageComponent[1].name, "YYYY");
+    rt::setText(s.info.pendingImageComponent[0].name, "ZZZZ");
+    rt::setText(s.info.pendingImageComponent[1].name, "YYYY");
     rt::Rig rig(s);
     json::Object obj;
     ASSERT_EQ(rig.adapter.getShowPendingImages(obj), 0);
@@ -469,8 +464,8 @@ TEST(ReportValues, PendingImageCountIsCappedAtTheRecordsEnd) {
     ControllerSetup s = rt::baseSetup();
     s.info.pendingImageComponentCount = 0xFFFFFFFFu;
     for (int i = 0; i < 8; ++i) {
-        setName(s.info.pendingImageComponent[i].name, "BIOS");
-        setName(s.info.pendingImageComponent[i].version, "b");
+        rt::setText(s.info.pendingImageComponent[i].name, "BIOS");
+        rt::setText(s.info.pendingImageComponent[i].version, "b");
     }
     kvitest::LogCapture log;
     rt::Rig rig(s);

@@ -45,11 +45,6 @@ struct Variant {
     std::function<void(rt::ControllerSetup&)> change;
 };
 
-template <std::size_t N> void setName(char (&field)[N], const char* text) {
-    std::memset(field, 0, N);
-    std::memcpy(field, text, std::min(N, std::strlen(text)));
-}
-
 const Variant kVariants[] = {
     // OEM 0, legacy schedules, battery present, PCIe link lines, version components.
     {"base", [](rt::ControllerSetup&) {}},
@@ -84,12 +79,12 @@ const Variant kVariants[] = {
          s.info.adapterOperations4.supportFlashCompInfo = 1;
          s.info.adapterOperations4.supportDualFWUpdate = 1;
          s.info.pendingImageComponentCount = 3;
-         setName(s.info.pendingImageComponent[0].name, "APP ");
-         setName(s.info.pendingImageComponent[0].version, "5.270.01-3912");
-         setName(s.info.pendingImageComponent[1].name, "QQQQ");
-         setName(s.info.pendingImageComponent[1].version, "1.0");
-         setName(s.info.pendingImageComponent[2].name, "PBLP");
-         setName(s.info.pendingImageComponent[2].version, "0x0012");
+         rt::setText(s.info.pendingImageComponent[0].name, "APP ");
+         rt::setText(s.info.pendingImageComponent[0].version, "5.270.01-3912");
+         rt::setText(s.info.pendingImageComponent[1].name, "QQQQ");
+         rt::setText(s.info.pendingImageComponent[1].version, "1.0");
+         rt::setText(s.info.pendingImageComponent[2].name, "PBLP");
+         rt::setText(s.info.pendingImageComponent[2].version, "0x0012");
          s.backup = {{"APP ", "5.250.01-3700"}, {"BIOS", "7.25.00.0"}, {"PACKAGE", "52.25.0-4900"}};
          s.pending = {{"PACKAGE", "52.27.0-5300"}, {"APP ", "5.270.01-3912"}, {"CBB ", "1.2"}};
          s.info.adapterOperationExt.adapterOperations5.FWTriggeredSnapDumpNotSupported = 1;
@@ -116,8 +111,8 @@ const Variant kVariants[] = {
          s.info.maxHANodes = 1;
          s.info.clusterActive = 1;
          s.ccMode = 0;
-         setName(s.driverRecord.driverName, "kvi_sas_drv");
-         setName(s.driverRecord.driverVersion, "07.728.01.00");
+         rt::setText(s.driverRecord.driverName, "kvi_sas_drv");
+         rt::setText(s.driverRecord.driverVersion, "07.728.01.00");
      }},
 };
 

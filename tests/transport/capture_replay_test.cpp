@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 #include <unistd.h>
+#include <vector>
 
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
@@ -433,6 +434,28 @@ TEST(CaptureReplay, MalformedFilesNameTheLine) {
               std::string::npos);
 }
 
+// The one-byte alarm read and the SMP request that the two-controller test
+// sends both while capturing and while replaying.
+kvi::DirectCommand alarmRead(unsigned char& byte) {
+    kvi::DirectCommand cmd;
+    cmd.opcode = KV_DCMD_CTRL_ALARM_GET;
+    cmd.data = &byte;
+    cmd.length = 1;
+    cmd.direction = kvi::Direction::Read;
+    return cmd;
+}
+
+kvi::SmpCommand smpRequest(unsigned char* request, std::vector<unsigned char>& response) {
+    kvi::SmpCommand smp;
+    smp.sasAddress = 0x500605B000000001ull;
+    smp.port = 2;
+    smp.request = request;
+    smp.requestLength = 4;
+    smp.response = response.data();
+    smp.responseLength = 8;
+    return smp;
+}
+
 TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
     TempFile file;
     std::vector<unsigned char> response0(8);
@@ -450,21 +473,11 @@ TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
         b.answerSmp(kvitest::FakeAnswer::ok({0x41, 0x10, 0, 0, 9, 9, 9, 9}));
         kvi::CaptureBackend ca(a, writer, 0), cb(b, writer, 1);
         unsigned char byte = 0;
-        kvi::DirectCommand cmd;
-        cmd.opcode = KV_DCMD_CTRL_ALARM_GET;
-        cmd.data = &byte;
-        cmd.length = 1;
-        cmd.direction = kvi::Direction::Read;
+        kvi::DirectCommand cmd = alarmRead(byte);
         ASSERT_EQ(cb.submit(cmd), 0);
         ASSERT_EQ(ca.submit(cmd), 0);
         unsigned char request[4] = {0x40, 0x10, 0, 0};
-        kvi::SmpCommand smp;
-        smp.sasAddress = 0x500605B000000001ull;
-        smp.port = 2;
-        smp.request = request;
-        smp.requestLength = 4;
-        smp.response = response0.data();
-        smp.responseLength = 8;
+        kvi::SmpCommand smp = smpRequest(request, response0);
         ASSERT_EQ(cb.submitSmp(smp), 0);
         // A backend failure is recorded with its message.
         a.answer(KV_DCMD_CTRL_TIME_GET, kvitest::FakeAnswer::fail(kvi::kTransportFailed));
@@ -480,11 +493,7 @@ TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
     kvi::PciLocation loc;
     EXPECT_EQ(rb.pciLocation(loc), -1) << "a failing PCI answer replays as the same failure";
     unsigned char byte = 0;
-    kvi::DirectCommand cmd;
-    cmd.opcode = KV_DCMD_CTRL_ALARM_GET;
-    cmd.data = &byte;
-    cmd.length = 1;
-    cmd.direction = kvi::Direction::Read;
+    kvi::DirectCommand cmd = alarmRead(byte);
     ASSERT_EQ(ra.submit(cmd), 0);
     EXPECT_EQ(byte, 1);
     kvi::DirectCommand none;
@@ -497,13 +506,7 @@ TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
 
     std::vector<unsigned char> response(8);
     unsigned char request[4] = {0x40, 0x10, 0, 0};
-    kvi::SmpCommand smp;
-    smp.sasAddress = 0x500605B000000001ull;
-    smp.port = 2;
-    smp.request = request;
-    smp.requestLength = 4;
-    smp.response = response.data();
-    smp.responseLength = 8;
+    kvi::SmpCommand smp = smpRequest(request, response);
     kvi::SmpCommand wrong = smp;
     unsigned char other[4] = {0x40, 0x11, 0, 0};
     wrong.request = other;

@@ -1,0 +1,82 @@
+// The `set` arguments and the excluded-drive lists shared by the patrol-read
+// and consistency-check commands.
+#include "cli/Schedule.h"
+
+#include "cli/App.h"
+#include "cli/Doc.h"
+
+namespace cli {
+
+std::map<std::string, std::string> parseKeyValues(const std::vector<std::string>& args,
+                                                  const std::vector<std::string>& keys,
+                                                  const std::string& what) {
+    std::map<std::string, std::string> out;
+    for (const std::string& a : args) {
+        auto [k, v] = splitAssignment(a);
+        bool known = false;
+        for (const std::string& key : keys)
+            known = known || key == k;
+        if (!known) {
+            std::string list;
+            for (const std::string& key : keys)
+                list += (list.empty() ? "" : ", ") + key;
+            throw UsageError(what + ": unknown setting '" + k + "' (settings: " + list + ")");
+        }
+        if (!out.emplace(k, v).second)
+            throw UsageError(what + ": '" + k + "' is given twice");
+    }
+    return out;
+}
+
+bool parseScheduleSetting(const std::string& key, const std::string& value,
+                          const std::vector<NamedValue>& modes, ScheduleSettings& s) {
+    if (key == "mode") {
+        s.hasMode = true;
+        s.mode = static_cast<unsigned char>(parseNamed(value, modes, "mode"));
+    } else if (key == "delay") {
+        s.hasDelay = true;
+        s.delaySeconds =
+            static_cast<unsigned int>(parseUnsigned(value, 1, 1000000, "delay (hours)") * 3600);
+    } else if (key == "start") {
+        s.hasStart = true;
+        s.start = parseLocalTime(value, "start");
+    } else if (key == "exclude") {
+        s.hasExclude = true;
+        s.exclude = parseIdList(value, 255, "exclude");
+        if (s.exclude.size() > 64)
+            throw UsageError("exclude: at most 64 virtual drives");
+    } else {
+        return false;
+    }
+    return true;
+}
+
+ArrayList<unsigned short> idList(const std::vector<unsigned short>& ids) {
+    ArrayList<unsigned short> list;
+    for (unsigned short id : ids)
+        list.add(id);
+    return list;
+}
+
+json::Array idArray(const ArrayList<unsigned short>& list) {
+    json::Array a;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        a.Insert(json::UNumber(list.get(i)));
+    return a;
+}
+
+std::string idText(const ArrayList<unsigned short>& list) {
+    std::string s;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        s += (s.empty() ? "" : ",") + std::to_string(list.get(i));
+    return s.empty() ? "none" : s;
+}
+
+void excludedMember(Doc& d, const ArrayList<unsigned short>& list) {
+    if (d.json())
+        d.rows("Excluded", "excluded", idArray(list));
+    else
+        d.str("Excluded", "excluded", idText(list));
+}
+
+} // namespace cli
