@@ -1290,7 +1290,7 @@ struct KV_BBU_DESIGN_INFO {
     } mfgDate;                      /* 0 */
     uint16_t designCapacity;        /* 4 */
     uint16_t designVoltage;         /* 6 */
-    uint16_t specificationInfo;     /* 8 */
+    uint16_t dataFormatInfo;        /* 8: version and scaling of the pack's data */
     uint16_t serialNumber;          /* 10 */
     uint16_t packStatConfiguration; /* 12 */
     uint8_t mfgName[12];            /* 14 */
@@ -1308,8 +1308,8 @@ static_assert(offsetof(KV_BBU_DESIGN_INFO, mfgDate) == 0, "KV_BBU_DESIGN_INFO.mf
 static_assert(offsetof(KV_BBU_DESIGN_INFO, designCapacity) == 4,
               "KV_BBU_DESIGN_INFO.designCapacity");
 static_assert(offsetof(KV_BBU_DESIGN_INFO, designVoltage) == 6, "KV_BBU_DESIGN_INFO.designVoltage");
-static_assert(offsetof(KV_BBU_DESIGN_INFO, specificationInfo) == 8,
-              "KV_BBU_DESIGN_INFO.specificationInfo");
+static_assert(offsetof(KV_BBU_DESIGN_INFO, dataFormatInfo) == 8,
+              "KV_BBU_DESIGN_INFO.dataFormatInfo");
 static_assert(offsetof(KV_BBU_DESIGN_INFO, serialNumber) == 10, "KV_BBU_DESIGN_INFO.serialNumber");
 static_assert(offsetof(KV_BBU_DESIGN_INFO, packStatConfiguration) == 12,
               "KV_BBU_DESIGN_INFO.packStatConfiguration");
