@@ -3,51 +3,31 @@
 #include <CLI/CLI.hpp>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/ReportSections.h"
 #include "cli/App.h"
-#include "cli/Sections.h"
 
 namespace cli {
 
-const std::vector<SectionInfo>& sections() {
-    static const std::vector<SectionInfo> table = {
-        {"summary", "Summary", &AdapterData::getBasicCtrlInfo},
-        {"basic", "Basics", &AdapterData::getShowBasic},
-        {"version", "Version", &AdapterData::getShowVersion},
-        {"bus", "Bus", &AdapterData::getShowBus},
-        {"images", "Pending Images", &AdapterData::getShowPendingImages},
-        {"dual-images", "Firmware Images", &AdapterData::getShowDualImages},
-        {"status", "Status", &AdapterData::getShowStatus},
-        {"adapter-ops", "Supported Controller Operations",
-         &AdapterData::getShowSupportedAdpOperations},
-        {"pd-ops", "Supported Drive Operations", &AdapterData::getShowSupportedPDOperations},
-        {"vd-ops", "Supported Virtual Drive Operations",
-         &AdapterData::getShowSupportedVDOperations},
-        {"ekm", "Key Management", &AdapterData::getSecureEKMSDetails},
-        {"hwcfg", "Hardware Configuration", &AdapterData::getShowHwConfig},
-        {"policies", "Policies", &AdapterData::getShowPolicies},
-        {"boot", "Boot", &AdapterData::getShowBoot},
-        {"ha", "High Availability", &AdapterData::getShowClusterInfo},
-        {"tasks", "Scheduled Tasks", &AdapterData::getShowNextSchdTask},
-        {"secure-boot", "Secure Boot", &AdapterData::getSecureBootDetails},
-    };
-    return table;
-}
+namespace {
 
-void showSection(App& app, Target& t, const SectionInfo& s) {
+// Builds one section and emits it; a failed section keeps the members written
+// before the failure, and the controller's messages name the status.
+void showSection(App& app, Target& t, const ReportSection& s) {
     json::Object body;
     int rc = (t.adapter->*s.build)(body);
-    // A failed section keeps what it wrote before the failure.
     app.emit(t, "", s.title, body);
     if (rc != 0)
         app.fail(t, "section " + std::string(s.title), rc);
 }
+
+} // namespace
 
 void registerShow(CLI::App& root, App& app) {
     auto* sub =
         root.add_subcommand("show", "Show report sections of the controller (default: summary)");
     auto tokens = std::make_shared<std::vector<std::string>>();
     std::string list;
-    for (const SectionInfo& s : sections())
+    for (const ReportSection& s : kReportSections)
         list += std::string("  ") + s.token + std::string(14 - std::string(s.token).size(), ' ') +
                 s.title + "\n";
     sub->add_option("sections", *tokens, "Section tokens, or all (every section but summary)");
@@ -55,7 +35,7 @@ void registerShow(CLI::App& root, App& app) {
                 "\nExamples:\n  kvictl --sim show\n  kvictl --sim show all\n"
                 "  kvictl --sim -o json show status bus");
     sub->callback([&app, tokens] {
-        auto chosen = std::make_shared<std::vector<const SectionInfo*>>();
+        auto chosen = std::make_shared<std::vector<const ReportSection*>>();
         Command c;
         c.name = "show";
         c.validate = [tokens, chosen] {
@@ -64,18 +44,18 @@ void registerShow(CLI::App& root, App& app) {
                 want.push_back("summary");
             for (const std::string& w : want) {
                 if (w == "all") {
-                    for (const SectionInfo& s : sections())
+                    for (const ReportSection& s : kReportSections)
                         if (std::string(s.token) != "summary")
                             chosen->push_back(&s);
                     continue;
                 }
-                const SectionInfo* found = nullptr;
-                for (const SectionInfo& s : sections())
+                const ReportSection* found = nullptr;
+                for (const ReportSection& s : kReportSections)
                     if (w == s.token)
                         found = &s;
                 if (found == nullptr) {
                     std::string names;
-                    for (const SectionInfo& s : sections())
+                    for (const ReportSection& s : kReportSections)
                         names += std::string(names.empty() ? "" : ", ") + s.token;
                     throw UsageError("show: unknown section '" + w + "' (sections: " + names +
                                      ", all)");
@@ -84,7 +64,7 @@ void registerShow(CLI::App& root, App& app) {
             }
         };
         c.run = [&app, chosen](Target& t) {
-            for (const SectionInfo* s : *chosen)
+            for (const ReportSection* s : *chosen)
                 showSection(app, t, *s);
         };
         app.setCommand(std::move(c));

@@ -11,6 +11,7 @@
 
 #include "RaidLib/RaidFw/AdpData.h"
 #include "RaidLib/RaidFw/Elements.h"
+#include "RaidLib/RaidFw/ReportSections.h"
 #include "firmware/kv.h"
 #include "fuzz/FuzzBackend.h"
 #include "util/ArList.h"
@@ -326,33 +327,7 @@ void callOperation(AdapterData& adapter, std::size_t index, FuzzedDataProvider& 
 }
 
 void buildReports(AdapterData& adapter) {
-    using Section = int (AdapterData::*)(json::Object&);
-    struct Report {
-        const char* title;
-        Section build;
-    };
-    static const Report kReports[] = {
-        {"Summary", &AdapterData::getBasicCtrlInfo},
-        {"Basics", &AdapterData::getShowBasic},
-        {"Version", &AdapterData::getShowVersion},
-        {"Bus", &AdapterData::getShowBus},
-        {"Pending Images", &AdapterData::getShowPendingImages},
-        {"Firmware Images", &AdapterData::getShowDualImages},
-        {"Status", &AdapterData::getShowStatus},
-        {"Supported Controller Operations", &AdapterData::getShowSupportedAdpOperations},
-        {"Supported Drive Operations", &AdapterData::getShowSupportedPDOperations},
-        {"Supported Virtual Drive Operations", &AdapterData::getShowSupportedVDOperations},
-        {"Key Management", &AdapterData::getSecureEKMSDetails},
-        {"Hardware Configuration", &AdapterData::getShowHwConfig},
-        {"Policies", &AdapterData::getShowPolicies},
-        {"Boot", &AdapterData::getShowBoot},
-        {"High Availability", &AdapterData::getShowClusterInfo},
-        {"Scheduled Tasks", &AdapterData::getShowNextSchdTask},
-        {"Secure Boot", &AdapterData::getSecureBootDetails},
-        {"Defaults", &AdapterData::getShowDefaults},
-        {"Capabilities", &AdapterData::getShowCapabilities},
-    };
-    for (const Report& report : kReports) {
+    for (const ReportSection& report : kReportSections) {
         json::Object section;
         (void)(adapter.*report.build)(section);
         // A failed section keeps what it wrote; both renderings must cope.

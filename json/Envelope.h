@@ -1,7 +1,7 @@
 // The JSON output envelope of kvictl: the one document a command writes to
 // stdout in the JSON output styles, also when it fails.
 //
-//   {"format_version": [1, 0],
+//   {"format_version": [1, 1],
 //    "kvictl": {"version": "...", "argv": ["..."], "exit_status": 0},
 //    "messages": [{"severity": "error", "code": "...", "text": "..."}],
 //    "controllers": [{"index": 0,
@@ -26,7 +26,7 @@ class Envelope {
 public:
     // Raise the major version on a rename or removal, the minor on an addition.
     static constexpr long kFormatMajor = 1;
-    static constexpr long kFormatMinor = 0;
+    static constexpr long kFormatMinor = 1;
 
     enum Severity { Error, Warning, Info };
 

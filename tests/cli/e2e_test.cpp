@@ -154,7 +154,9 @@ TEST(Cli, ShowAllKeepsTheSectionOrderInJson) {
                                                "Boot",
                                                "High Availability",
                                                "Scheduled Tasks",
-                                               "Secure Boot"};
+                                               "Secure Boot",
+                                               "Defaults",
+                                               "Capabilities"};
     EXPECT_EQ(titles, expected);
     // Report sections keep their report keys as the sections write them.
     EXPECT_EQ(doc["controllers"][0]["sections"]["Basics"].begin().key(), "Model");

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "RaidLib/RaidFw/ReportSections.h"
 #include "tests/reports/ReportRig.h"
-#include "tests/support/ReportSections.h"
 #include "json/JsonWriter.h"
 
 namespace {
@@ -36,8 +36,7 @@ const char* const kSectionOrder[] = {
     "getShowDefaults",
     "getShowCapabilities",
 };
-static_assert(sizeof kSectionOrder / sizeof kSectionOrder[0] ==
-                  sizeof kvitest::kReportSections / sizeof kvitest::kReportSections[0],
+static_assert(sizeof kSectionOrder / sizeof kSectionOrder[0] == kReportSectionCount,
               "the golden documents hold every section");
 
 struct Variant {
@@ -125,7 +124,7 @@ TEST_P(GoldenSections, EverySectionMatchesItsGoldenDocument) {
 
     json::Object document;
     for (const char* name : kSectionOrder) {
-        const kvitest::ReportSection* section = kvitest::reportSection(name);
+        const ReportSection* section = findReportSection(name);
         ASSERT_NE(section, nullptr) << name;
         rt::Rig rig(setup);
         json::Object members;
@@ -134,7 +133,7 @@ TEST_P(GoldenSections, EverySectionMatchesItsGoldenDocument) {
         json::Object entry;
         entry["rc"] = json::Number(rc);
         entry["members"] = members;
-        document[section->name] = entry;
+        document[section->operation] = entry;
     }
     const std::string diff = rt::checkGolden(GetParam().name, json::JsonWriter::ToString(document));
     EXPECT_TRUE(diff.empty()) << diff;

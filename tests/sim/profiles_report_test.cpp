@@ -10,12 +10,12 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
+#include "RaidLib/RaidFw/ReportSections.h"
 #include "firmware/kvistat.h"
 #include "provider/Controller.h"
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
-#include "tests/support/ReportSections.h"
 #include "tests/support/TzGuard.h"
 #include "json/JsonWriter.h"
 #include "json/elements.h"
@@ -23,9 +23,6 @@
 namespace {
 
 constexpr const char* kSimTime = "1748779200"; // 2025-06-01 12:00:00 UTC
-
-using SectionRow = kvitest::ReportSection;
-constexpr const auto& kSections = kvitest::kReportSections; // in `show all` order
 
 // No bundled profile needs a refusal: the sections report a missing battery,
 // alarm, backup image, pending image, host information or key manager as a
@@ -71,17 +68,19 @@ TEST_P(ProfileReports, EverySectionAnswersOnEveryController) {
         BackendController ctrl(sim.controller(c), ControllerId(static_cast<unsigned>(c)));
         ControllerId id(static_cast<unsigned>(c));
         AdapterDataKvi adapter(&ctrl, &id); // one object for the whole command, as `show all`
-        for (const SectionRow& s : kSections) {
+        for (const ReportSection& s : kReportSections) {
             json::Object obj;
             int rc = (adapter.*s.build)(obj);
-            EXPECT_EQ(rc, expectedStatus(GetParam(), s.name)) << s.name;
+            EXPECT_EQ(rc, expectedStatus(GetParam(), s.operation)) << s.operation;
             const std::string rendered = json::JsonWriter::ToString(obj, json::JsonWriter::Compact);
             if (rc == 0) {
-                EXPECT_NE(rendered, "{}") << s.name << " answered 0 with nothing in it";
+                EXPECT_NE(rendered, "{}") << s.operation << " answered 0 with nothing in it";
             }
             // The profiles' texts are printable: no control character reaches a report.
-            EXPECT_EQ(rendered.find("\\u000"), std::string::npos) << s.name << ": " << rendered;
-            EXPECT_EQ(rendered.find("\\u001"), std::string::npos) << s.name << ": " << rendered;
+            EXPECT_EQ(rendered.find("\\u000"), std::string::npos)
+                << s.operation << ": " << rendered;
+            EXPECT_EQ(rendered.find("\\u001"), std::string::npos)
+                << s.operation << ": " << rendered;
         }
     }
 }
@@ -94,10 +93,10 @@ TEST_P(ProfileReports, SectionsAnswerTheSameOnAFreshObject) {
     System::getInstance()->setBackend(&sim.controller(0));
     BackendController ctrl(sim.controller(0), ControllerId(0));
     ControllerId id(0);
-    for (const SectionRow& s : kSections) {
+    for (const ReportSection& s : kReportSections) {
         AdapterDataKvi adapter(&ctrl, &id); // a single section, as `show NAME`
         json::Object obj;
-        EXPECT_EQ((adapter.*s.build)(obj), expectedStatus(GetParam(), s.name)) << s.name;
+        EXPECT_EQ((adapter.*s.build)(obj), expectedStatus(GetParam(), s.operation)) << s.operation;
     }
 }
 
