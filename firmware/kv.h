@@ -205,6 +205,11 @@ static_assert(offsetof(KV_CTRL_PROP, pdDegradedMediaProperties) == 61,
 static_assert(offsetof(KV_CTRL_PROP, sriovOptions) == 62, "KV_CTRL_PROP.sriovOptions");
 static_assert(offsetof(KV_CTRL_PROP, fwReserved) == 63, "KV_CTRL_PROP.fwReserved");
 
+// Second block of controller properties: KV_CTRL_PROP_EXT carries it after
+// KV_CTRL_PROP (at 64) and KV_CTRL_INFO mirrors it (at 2384). The firmware fixes
+// only its size and the smart-poll interval for direct-attached drives (seconds)
+// in the first two bytes; the split of the rest is our own: one opaque block, so
+// that a whole-record write-back returns those bytes as the controller sent them.
 struct KV_CTRL_PROP_2 {
     uint16_t predFailDAInterval; /* 0 */
     uint8_t reserved[62];        /* 2 */
@@ -1216,6 +1221,9 @@ static_assert(offsetof(KV_FLASH_COMP_INFO_LIST, count) == 4, "KV_FLASH_COMP_INFO
 static_assert(offsetof(KV_FLASH_COMP_INFO_LIST, components) == 8,
               "KV_FLASH_COMP_INFO_LIST.components");
 
+// The 32 battery-type-specific bytes at the end of KV_BBU_STATUS. The firmware
+// gives no layout for them (it depends on the battery type), so this one is our
+// own: an opaque block the tool carries unchanged and `kvictl raw` prints in hex.
 struct KV_BBU_STATUS_DETAIL {
     uint8_t data[32]; /* 0 */
 };
@@ -1607,6 +1615,39 @@ static_assert(offsetof(KV_SAS_PHY_CONNECTIONS, count) == 0, "KV_SAS_PHY_CONNECTI
 static_assert(offsetof(KV_SAS_PHY_CONNECTIONS, reserved) == 4, "KV_SAS_PHY_CONNECTIONS.reserved");
 static_assert(offsetof(KV_SAS_PHY_CONNECTIONS, phy) == 8, "KV_SAS_PHY_CONNECTIONS.phy");
 
+// One PCIe lane of a PCIe back end: what the SAS phy entry is on a SAS back end.
+struct KV_PCIE_LANE_CONNECTION {
+    uint64_t wwid;              /* 0 */
+    uint16_t laneIdentifier;    /* 8 */
+    uint8_t currentClkMode : 2; /* 10 */
+    uint8_t deviceType : 4;
+    uint8_t reserved2 : 2;
+    uint8_t connectorIndex;          /* 11 */
+    uint32_t supportedLaneSpeed : 8; /* 12 */
+    uint32_t disabled : 1;
+    uint32_t pcieLinkNumber : 6;
+    uint32_t linkNumberValid : 1;
+    uint32_t laneSpeedControl : 8;
+    uint32_t currentSpeed : 8;
+};
+static_assert(sizeof(KV_PCIE_LANE_CONNECTION) == 16, "KV_PCIE_LANE_CONNECTION size");
+static_assert(offsetof(KV_PCIE_LANE_CONNECTION, wwid) == 0, "KV_PCIE_LANE_CONNECTION.wwid");
+static_assert(offsetof(KV_PCIE_LANE_CONNECTION, laneIdentifier) == 8,
+              "KV_PCIE_LANE_CONNECTION.laneIdentifier");
+static_assert(offsetof(KV_PCIE_LANE_CONNECTION, connectorIndex) == 11,
+              "KV_PCIE_LANE_CONNECTION.connectorIndex");
+
+struct KV_PCIE_LANE_CONNECTIONS {
+    uint32_t count;                   /* 0 */
+    uint32_t reserved;                /* 4 */
+    KV_PCIE_LANE_CONNECTION lane[24]; /* 8 */
+};
+static_assert(sizeof(KV_PCIE_LANE_CONNECTIONS) == 392, "KV_PCIE_LANE_CONNECTIONS size");
+static_assert(offsetof(KV_PCIE_LANE_CONNECTIONS, count) == 0, "KV_PCIE_LANE_CONNECTIONS.count");
+static_assert(offsetof(KV_PCIE_LANE_CONNECTIONS, reserved) == 4,
+              "KV_PCIE_LANE_CONNECTIONS.reserved");
+static_assert(offsetof(KV_PCIE_LANE_CONNECTIONS, lane) == 8, "KV_PCIE_LANE_CONNECTIONS.lane");
+
 struct KV_TIME_STAMP {
     uint16_t year;    /* 0 */
     uint8_t month;    /* 2 */
@@ -1749,6 +1790,12 @@ static_assert(offsetof(KV_AEC_SETTINGS, filterMaskHost) == 16, "KV_AEC_SETTINGS.
 static_assert(offsetof(KV_AEC_SETTINGS, filterMaskFw) == 20, "KV_AEC_SETTINGS.filterMaskFw");
 static_assert(offsetof(KV_AEC_SETTINGS, reserved) == 24, "KV_AEC_SETTINGS.reserved");
 
+// The controller's personality (RAID, HBA, ...) as the personality read returns
+// it. The firmware fixes the size and the current-personality bit set in byte 0
+// and names the other members without placing them; their placement is our own:
+// the requested personality in byte 1, six reserved bytes, then eight 16-bit
+// supported-personality codes from byte 8, which the personality-support
+// queries search.
 struct KV_CTRL_PERSONALITY_INFO {
     uint8_t personalityBitmap;          /* 0 */
     uint8_t requestedPersonality;       /* 1 */

@@ -2,7 +2,8 @@
 // Direct-command vocabulary: opcodes, frame kinds, the request mailbox and the
 // transfer direction of each opcode. The opcode enumeration, its names and each
 // opcode's standard transfer size and direction all come from one table,
-// kvi_opcodes.def.
+// kvi_opcodes.def; the frame kinds and the directions, with their names, come
+// from kvi_cmdop.def and kvi_xferdir.def.
 #include <cstddef>
 #include <cstdint>
 
@@ -16,20 +17,10 @@ enum KV_DCMD : std::uint32_t {
 #include "firmware/kvi_opcodes.def"
 };
 
-// ---- frame kinds ----
+// ---- frame kinds (table: kvi_cmdop.def) ----
 enum KVI_CMD_OP : std::uint8_t {
-    KVI_CMD_OP_INIT = 0,
-    KVI_CMD_OP_LD_READ = 1,
-    KVI_CMD_OP_LD_WRITE = 2,
-    KVI_CMD_OP_LD_SCSI = 3,
-    KVI_CMD_OP_PD_SCSI = 4,
-    KVI_CMD_OP_DCMD = 5,
-    KVI_CMD_OP_ABORT = 6,
-    KVI_CMD_OP_SMP = 7,
-    KVI_CMD_OP_STP = 8,
-    KVI_CMD_OP_NVME = 9,
-    KVI_CMD_OP_TOOLBOX = 10,
-    KVI_CMD_OP_COUNT = 11,
+#define KVI_CMD_OP_ROW(name, value) name = value,
+#include "firmware/kvi_cmdop.def"
 };
 
 // ---- cache flush types (mailbox b[0] of KV_DCMD_CTRL_CACHE_FLUSH, a bit set) ----
@@ -49,12 +40,10 @@ typedef union _DCMD_MBOX {
 } DCMD_MBOX;
 static_assert(sizeof(DCMD_MBOX) == 12, "DCMD_MBOX is 12 bytes");
 
-// ---- transfer direction, seen from the host ----
+// ---- transfer direction, seen from the host (table: kvi_xferdir.def) ----
 enum KVI_XFER_DIR : std::uint8_t {
-    KVI_XFER_NONE = 0,  // no data phase
-    KVI_XFER_READ = 1,  // controller -> host
-    KVI_XFER_WRITE = 2, // host -> controller
-    KVI_XFER_BOTH = 3,  // host -> controller, then back into the same buffer
+#define KVI_XFER_DIR_ROW(name, value, text) name = value,
+#include "firmware/kvi_xferdir.def"
 };
 
 // One row of the opcode table.
@@ -74,11 +63,25 @@ const KV_DCMD_INFO& kvDcmdRow(unsigned i);
 // The row of an opcode, or nullptr when the table does not hold it.
 const KV_DCMD_INFO* kvDcmdInfo(std::uint32_t opcode);
 
+// The standard transfer size of an opcode, known at compile time, or 0 when the
+// table does not hold it. For buffers that must be exactly the standard transfer
+// (kvDcmdInfo gives the same value at run time).
+constexpr std::uint32_t kvDcmdStandardSize(std::uint32_t opcode) {
+    switch (opcode) {
+#define KV_DCMD_ROW(name, value, size, dir)                                                        \
+    case value:                                                                                    \
+        return size;
+#include "firmware/kvi_opcodes.def"
+    }
+    return 0;
+}
+
 // The enumerator name of an opcode ("KV_DCMD_CTRL_GET_INFO"), or nullptr when
 // the table does not hold it.
 const char* kvDcmdName(std::uint32_t opcode);
 
-// Name of a direction: "none", "read", "write", "both".
+// Name of a direction: "none", "read", "write", "both"; "unknown" for a value
+// the table does not hold.
 const char* kviXferDirName(KVI_XFER_DIR dir);
 
 // Name of a frame kind ("KVI_CMD_OP_DCMD"), or nullptr.

@@ -22,13 +22,27 @@ const KviStatRow kStatuses[] = {
 #include "firmware/kvistat.def"
 };
 
-const char* const kCmdOpNames[] = {
-    "KVI_CMD_OP_INIT",    "KVI_CMD_OP_LD_READ", "KVI_CMD_OP_LD_WRITE", "KVI_CMD_OP_LD_SCSI",
-    "KVI_CMD_OP_PD_SCSI", "KVI_CMD_OP_DCMD",    "KVI_CMD_OP_ABORT",    "KVI_CMD_OP_SMP",
-    "KVI_CMD_OP_STP",     "KVI_CMD_OP_NVME",    "KVI_CMD_OP_TOOLBOX",  "KVI_CMD_OP_COUNT",
+struct NamedValue {
+    int value;
+    const char* name;
 };
-static_assert(sizeof(kCmdOpNames) / sizeof(kCmdOpNames[0]) == KVI_CMD_OP_COUNT + 1,
-              "one name per frame kind");
+
+const NamedValue kCmdOps[] = {
+#define KVI_CMD_OP_ROW(name, value) {value, #name},
+#include "firmware/kvi_cmdop.def"
+};
+
+const NamedValue kXferDirs[] = {
+#define KVI_XFER_DIR_ROW(name, value, text) {value, text},
+#include "firmware/kvi_xferdir.def"
+};
+
+const char* nameOf(const NamedValue* rows, std::size_t n, int value) {
+    for (std::size_t i = 0; i < n; ++i)
+        if (rows[i].value == value)
+            return rows[i].name;
+    return nullptr;
+}
 
 const KviStatRow* findStatus(int status) {
     for (const KviStatRow& row : kStatuses)
@@ -60,23 +74,12 @@ const char* kvDcmdName(std::uint32_t opcode) {
 }
 
 const char* kviXferDirName(KVI_XFER_DIR dir) {
-    switch (dir) {
-    case KVI_XFER_NONE:
-        return "none";
-    case KVI_XFER_READ:
-        return "read";
-    case KVI_XFER_WRITE:
-        return "write";
-    case KVI_XFER_BOTH:
-        return "both";
-    }
-    return "unknown";
+    const char* name = nameOf(kXferDirs, sizeof kXferDirs / sizeof kXferDirs[0], dir);
+    return name ? name : "unknown";
 }
 
 const char* kviCmdOpName(int op) {
-    if (op < 0 || op > KVI_CMD_OP_COUNT)
-        return nullptr;
-    return kCmdOpNames[op];
+    return nameOf(kCmdOps, sizeof kCmdOps / sizeof kCmdOps[0], op);
 }
 
 const KviStatRow& kviStatRow(unsigned i) {

@@ -156,6 +156,8 @@ TEST(Registry, KeyControllerFlagsSitWhereTheFirmwarePutsThem) {
         {"KV_CTRL_PROP", "OnOffProperties.enablePI", 34, 0},
         {"KV_CTRL_PROP", "OnOffProperties2.parityReadCacheBypass", 36, 7},
         {"KV_SAS_PHY_CONNECTION", "sasPortNumberValid", 14, 1},
+        {"KV_PCIE_LANE_CONNECTIONS", "lane[0].linkNumberValid", 21, 7},
+        {"KV_PCIE_LANE_CONNECTIONS", "lane[23].disabled", 389, 0},
     };
     for (const Row& r : rows) {
         const FieldInfo& f = registryField(r.record, r.path);
@@ -173,6 +175,50 @@ TEST(Records, ManufacturingDatePacksDayMonthYear) {
     EXPECT_EQ(mfg.mfgDate.day, 1u);
     EXPECT_EQ(mfg.mfgDate.month, 1u);
     EXPECT_EQ(mfg.mfgDate.year, 25u);
+}
+
+// One lane entry packed by hand (lane 1 of the table, so the entry stride counts
+// too), read back through the struct and through the registry.
+TEST(Records, LaneEntryDecodesHandPackedBytes) {
+    const std::uint8_t entry[16] = {
+        0xEF, 0xBE, 0xAD, 0xDE, 0x00, 0xC5, 0x00, 0x50, // wwid
+        0x03, 0x02,                                     // laneIdentifier
+        0xB5,                                           // 10 110101: 2 | 13 | 1
+        0x04,                                           // connectorIndex
+        0x07, 0xB3, 0x22, 0x8C, // speeds 7, disabled 1, link 25, valid 1, control 0x22, 0x8C
+    };
+    KV_PCIE_LANE_CONNECTIONS table{};
+    std::vector<std::uint8_t> img(sizeof table, 0);
+    std::memcpy(img.data() + 24, entry, sizeof entry);
+    std::memcpy(&table, img.data(), sizeof table);
+    const KV_PCIE_LANE_CONNECTION& lane = table.lane[1];
+    struct Row {
+        const char* field;
+        std::uint64_t want;
+        std::uint64_t viaStruct;
+    };
+    const Row rows[] = {
+        {"wwid", 0x5000C500DEADBEEFull, lane.wwid},
+        {"laneIdentifier", 0x0203, lane.laneIdentifier},
+        {"currentClkMode", 1, lane.currentClkMode},
+        {"deviceType", 13, lane.deviceType},
+        {"reserved2", 2, lane.reserved2},
+        {"connectorIndex", 4, lane.connectorIndex},
+        {"supportedLaneSpeed", 7, lane.supportedLaneSpeed},
+        {"disabled", 1, lane.disabled},
+        {"pcieLinkNumber", 25, lane.pcieLinkNumber},
+        {"linkNumberValid", 1, lane.linkNumberValid},
+        {"laneSpeedControl", 0x22, lane.laneSpeedControl},
+        {"currentSpeed", 0x8C, lane.currentSpeed},
+    };
+    for (const Row& r : rows) {
+        EXPECT_EQ(r.viaStruct, r.want) << r.field;
+        const FieldInfo& inTable =
+            registryField("KV_PCIE_LANE_CONNECTIONS", std::string("lane[1].") + r.field);
+        EXPECT_EQ(readUnsigned(img.data(), {&inTable, 0}), r.want) << r.field;
+        const FieldInfo& inEntry = registryField("KV_PCIE_LANE_CONNECTION", r.field);
+        EXPECT_EQ(readUnsigned(entry, {&inEntry, 0}), r.want) << r.field;
+    }
 }
 
 TEST(Records, TextFieldsAreBoundedByTheirWidth) {

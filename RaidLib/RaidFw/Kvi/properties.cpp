@@ -611,8 +611,11 @@ KVI_SETTING_GET(getSSDPatrolReadState, sSSDPatrolReadState, unsigned char)
 KVI_SETTING_GET(getRevertibleHotSparesState, sRevertibleHotSparesState, unsigned short)
 
 namespace {
-// The key identifier travels as a zero-terminated text in the opcode's standard transfer.
-constexpr std::uint32_t kKeyIdSize = 256;
+// The key identifier travels as a zero-terminated text in the opcode's standard transfer;
+// reading and writing it use one buffer size, so the two opcodes must agree.
+constexpr std::uint32_t kKeyIdSize = kvDcmdStandardSize(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET);
+static_assert(kKeyIdSize != 0 && kKeyIdSize == kvDcmdStandardSize(KV_DCMD_CTRL_LOCK_KEY_KEYID_SET),
+              "the key identifier is read and written in one standard transfer size");
 } // namespace
 
 int AdapterDataKvi::getKeyID(std::string& out, unsigned char which) {

@@ -7,8 +7,8 @@
 // muxes) as well as against the counts the firmware reports.
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/Answer.h"
@@ -23,10 +23,8 @@ using kvi::adapter::loadedAnswer;
 constexpr unsigned kMaxPhys = 24;      // entries of KV_SAS_PHY_CONNECTIONS
 constexpr unsigned kMaxConnectors = 8; // entries of KV_SAS_CONNECTORS
 constexpr unsigned kMaxMuxes = 4;      // modes of KV_SAS_MUX_LIST
-constexpr unsigned kMaxLanes = 24;     // entries of the lane table
-constexpr std::size_t kLaneTableSize = 392;
-constexpr std::size_t kLaneEntrySize = 16;
-constexpr std::size_t kLaneEntriesOffset = 8;
+constexpr unsigned kMaxLanes =         // entries of KV_PCIE_LANE_CONNECTIONS (24)
+    sizeof(KV_PCIE_LANE_CONNECTIONS::lane) / sizeof(KV_PCIE_LANE_CONNECTION);
 constexpr std::size_t kConnectorNameSize = 16;
 
 // The tool's own interface level.
@@ -227,7 +225,7 @@ int AdapterDataKvi::getAllLaneConnectionInfo(unsigned char* buf) {
         return -1;
     }
     const int rc = sendDcmd(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, kviMbox(), buf,
-                            static_cast<std::uint32_t>(kLaneTableSize), 0);
+                            static_cast<std::uint32_t>(sizeof(KV_PCIE_LANE_CONNECTIONS)), 0);
     if (rc == 0) {
         DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAllLaneConnectionInfo");
     }
@@ -241,16 +239,14 @@ int AdapterDataKvi::getLaneConnectionInfo(unsigned char* out, unsigned char inde
     if (out == nullptr) {
         return -1;
     }
-    std::vector<unsigned char> table(kLaneTableSize, 0);
-    const int rc = getAllLaneConnectionInfo(table.data());
+    // Value-initialised: the table starts all zero.
+    const auto table = std::make_unique<KV_PCIE_LANE_CONNECTIONS>();
+    const int rc = getAllLaneConnectionInfo(reinterpret_cast<unsigned char*>(table.get()));
     if (rc != 0) {
         return rc;
     }
-    std::uint32_t count = 0;
-    std::memcpy(&count, table.data(), sizeof count);
-    if (index < count && index < kMaxLanes) {
-        std::memcpy(out, table.data() + kLaneEntriesOffset + index * kLaneEntrySize,
-                    kLaneEntrySize);
+    if (index < table->count && index < kMaxLanes) {
+        std::memcpy(out, &table->lane[index], sizeof(KV_PCIE_LANE_CONNECTION));
     }
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getLaneConnectionInfo");
     return 0;
