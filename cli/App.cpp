@@ -33,6 +33,7 @@ const char kRootFooter[] = R"(Backends:
   --sim[=PROFILE]      the built-in firmware simulator (profile: a bundled name or a JSON file)
   --device PATH        the host driver's management device (default: $KVICTL_DEVICE)
   --replay FILE        answer from a capture written with --record
+  --record FILE        also write every request and answer of the run to FILE (any backend)
 
 Examples:
   kvictl --sim show all
@@ -40,6 +41,8 @@ Examples:
   kvictl --sim --sim-controllers 3 -c all list
   kvictl --sim --sim-state /tmp/kv.json set rebuild-rate=50
   kvictl --device /dev/kvictl0 events list --max 20
+  kvictl --device /dev/kvictl0 --record /tmp/kv.jsonl show all
+  kvictl --replay /tmp/kv.jsonl show all
 
 Exit codes: 0 success, 1 a controller or firmware request failed, 2 usage error
 (nothing was sent), 3 no controller reachable, 4 permission denied.)";
@@ -377,16 +380,20 @@ int App::run(const std::vector<std::string>& rawArgs) {
     app.add_option("--sim-profile", opt_.simProfile, "Simulator profile")->group("");
     app.add_option("--sim-state", opt_.simState,
                    "Keep the simulator's state in FILE across invocations")
+        ->type_name("FILE")
         ->group("Backend");
     app.add_option("--sim-controllers", opt_.simControllers, "Simulate N controllers")
         ->check(CLI::Range(1u, 256u))
         ->group("Backend");
     app.add_option("--device", opt_.device,
                    "Management device of the host driver (default $KVICTL_DEVICE)")
+        ->type_name("PATH")
         ->group("Backend");
     app.add_option("--replay", opt_.replay, "Answer requests from a capture file")
+        ->type_name("FILE")
         ->group("Backend");
     app.add_option("--record", opt_.record, "Write every request and answer to a capture file")
+        ->type_name("FILE")
         ->group("Backend");
     app.add_option("-c,--controller", opt_.controller,
                    "Controller index, or all (default 0; metrics and check: all)")
@@ -394,7 +401,9 @@ int App::run(const std::vector<std::string>& rawArgs) {
     app.add_option("-o,--output", opt_.output, "Output format")
         ->check(CLI::IsMember({"text", "json", "json-compact"}))
         ->group("Output");
-    app.add_option("--log", opt_.logFile, "Write the debug log to FILE")->group("Output");
+    app.add_option("--log", opt_.logFile, "Write the debug log to FILE")
+        ->type_name("FILE")
+        ->group("Output");
     app.add_option("--log-level", opt_.logLevel, "Debug log level 0-4 (default 3)")
         ->check(CLI::Range(0, 4))
         ->group("Output");
@@ -608,15 +617,8 @@ int App::openAndRun() {
             } else {
                 o.transport = kvi::openPassThrough(device);
                 if (o.transport.controllers.empty()) {
-                    int code = kvi::exitCodeFor(o.transport.fault);
-                    std::string hint = code == kExitPermission
-                                           ? "run as root"
-                                           : "check the device and the driver, or try the "
-                                             "simulator: kvictl --sim show";
-                    error("no_controller",
-                          "no controller reachable through " + device + ": " + o.transport.error +
-                              "; " + hint,
-                          code);
+                    error("no_controller", kvi::noControllerMessage(device, o.transport),
+                          kvi::exitCodeFor(o.transport.fault));
                 }
             }
         }

@@ -7,6 +7,7 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "firmware/kvistat.h"
+#include "provider/Backend.h"
 #include "provider/Provider.h"
 
 namespace cli {
@@ -42,6 +43,7 @@ public:
             return false;
         }
         h_.failures.emplace_back(what, rc);
+        h_.lost = h_.lost || isLostStatus(rc);
         return false;
     }
 
@@ -62,6 +64,10 @@ long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds) {
 }
 
 } // namespace
+
+bool isLostStatus(int status) {
+    return status == kvi::kTransportFailed || status == kvi::kReplayMismatch;
+}
 
 const char* batteryStateName(int state) {
     switch (state) {
@@ -205,6 +211,10 @@ Health readHealth(Target& t) {
     unsigned char alarm = 0xFF;
     if (r.ok("alarm", a.getalarmState(&alarm)) && alarmStateName(alarm) != nullptr)
         h.alarmState = alarm;
+
+    // Nothing answered: there is no controller status to derive either.
+    if (h.answered == 0)
+        h.controllerStatus.reset();
 
     h.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return h;

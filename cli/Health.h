@@ -9,8 +9,12 @@
 //   a failure (the controller did answer).
 // - Any other answer is a failed read: the value is absent and the read is
 //   listed in `failures`.
+// - A read that fails with a transport or replay status (the request got no
+//   answer from the controller at all) marks the controller `lost`: it stopped
+//   answering part-way, so the values read before are kept but the reading as
+//   a whole is incomplete.
 // - The controller is up when at least one read answered (success or "does
-//   not apply"); it is down only when every read failed.
+//   not apply") and none was lost.
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -55,9 +59,10 @@ struct Health {
     // ---- the reads themselves ----
     unsigned answered = 0;
     std::vector<std::pair<std::string, int>> failures; // what, status
+    bool lost = false; // a read got no answer (transport or replay failure)
     double seconds = 0;
 
-    bool up() const { return answered > 0; }
+    bool up() const { return answered > 0 && !lost; }
 };
 
 // Battery status word bits.
@@ -72,6 +77,10 @@ enum BatteryFlag : std::uint32_t {
     kBatteryCapacityLow = 1u << 11,
     kBatteryPredictiveFailure = 1u << 15,
 };
+
+// True for the statuses of a request that never got the controller's answer
+// (the device or driver failed it, or a replayed capture ran out or differs).
+bool isLostStatus(int status);
 
 // Reads everything above from one controller.
 Health readHealth(Target& t);

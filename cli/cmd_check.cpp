@@ -125,16 +125,28 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
         v.perf += (v.perf.empty() ? "" : " ") + p + name + "=" + value;
     };
 
-    if (!h.up()) {
+    if (h.answered == 0) {
         std::string why =
             h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
         add(kUnknown, "controller unreachable (" + why + ")");
         return v;
     }
+    // A read that got no answer at all: the controller stopped answering, and
+    // whatever was not read yet may hide anything. What was read still counts.
+    std::string lostStatus, unread;
+    for (const auto& f : h.failures) {
+        if (!isLostStatus(f.second) || unread.find(f.first) != std::string::npos)
+            continue;
+        if (lostStatus.empty())
+            lostStatus = App::statusName(f.second);
+        unread += (unread.empty() ? "" : ", ") + f.first;
+    }
+    if (!lostStatus.empty())
+        add(kUnknown, "controller stopped answering (" + lostStatus + "; unread: " + unread + ")");
     for (const auto& f : h.failures) {
         // Reads the table below depends on; the rest only feed metrics.
-        if (f.first == "battery state" || f.first == "battery status" ||
-            f.first == "battery temperature" || f.first == "lock key")
+        if (!isLostStatus(f.second) && (f.first == "battery state" || f.first == "battery status" ||
+                                        f.first == "battery temperature" || f.first == "lock key"))
             add(kUnknown, f.first + " unreadable (" + App::statusName(f.second) + ")");
     }
 
@@ -280,9 +292,10 @@ void registerCheck(CLI::App& root, App& app) {
         "WARNING: degraded virtual drive, failed or failing disk, battery needing replacement or\n"
         "degraded, pinned cache, uncorrectable memory errors, temperature at --warn.\n"
         "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
-        "temperature at --crit. UNKNOWN: a controller that answers nothing, or an unreadable\n"
-        "battery or lock key. Defaults: --warn roc=95,controller=75,battery=50\n"
-        "--crit roc=105,controller=90,battery=60. The full table is in docs/MONITORING.md.\n"
+        "temperature at --crit. UNKNOWN: a controller that answers nothing or stops answering\n"
+        "part-way, or an unreadable battery or lock key. Defaults: --warn\n"
+        "roc=95,controller=75,battery=50 --crit roc=105,controller=90,battery=60. The full\n"
+        "table is in docs/MONITORING.md.\n"
         "Every controller is checked unless -c selects one. A usage error, or a backend or\n"
         "capture that cannot be opened, gives UNKNOWN (exit 3) with the reason.\n\n"
         "Examples:\n"

@@ -48,18 +48,22 @@ const char* const kCcModes[] = {"disabled", "sequential", "concurrent"};
 const unsigned kPatrolStateCodes[] = {0, 1, 2, 3, 4, 255};
 
 // Every metric family with its help text, in the order the exposition
-// declares them (all gauges).
+// declares them. Running totals the controller keeps are counters (named
+// ..._total); everything else is a gauge.
 struct Family {
     const char* name;
     const char* help;
+    Exposition::Type type = Exposition::Gauge;
 };
 const Family kFamilies[] = {
-    {"kvictl_up", "1 when the controller answered at least one read of this scrape, else 0"},
+    {"kvictl_up", "1 when the controller answered the reads of this scrape, 0 when it answered "
+                  "none or stopped answering part-way"},
     {"kvictl_controller_info", "Identity of the controller; the value is always 1"},
     {"kvictl_controller_status", "Controller status: 1 for the current state, 0 for the others"},
-    {"kvictl_memory_correctable_errors", "Correctable cache memory errors the controller counted"},
-    {"kvictl_memory_uncorrectable_errors",
-     "Uncorrectable cache memory errors the controller counted"},
+    {"kvictl_memory_correctable_errors_total",
+     "Correctable cache memory errors the controller counted", Exposition::Counter},
+    {"kvictl_memory_uncorrectable_errors_total",
+     "Uncorrectable cache memory errors the controller counted", Exposition::Counter},
     {"kvictl_virtual_drives", "Virtual drives present"},
     {"kvictl_virtual_drives_degraded", "Virtual drives degraded"},
     {"kvictl_virtual_drives_offline", "Virtual drives offline"},
@@ -83,7 +87,8 @@ const Family kFamilies[] = {
     {"kvictl_battery_next_learn_timestamp_seconds",
      "Start of the next battery learn cycle, seconds since 1970"},
     {"kvictl_patrol_read_state", "Patrol read state: 1 for the current state, 0 for the others"},
-    {"kvictl_patrol_read_completed_iterations", "Completed patrol read passes"},
+    {"kvictl_patrol_read_completed_iterations_total", "Completed patrol read passes",
+     Exposition::Counter},
     {"kvictl_consistency_check_schedule_mode",
      "Consistency-check schedule mode: 1 for the current mode, 0 for the others"},
     {"kvictl_consistency_check_schedule_state",
@@ -98,7 +103,7 @@ const Family kFamilies[] = {
 
 void declareAll(Exposition& e) {
     for (const Family& f : kFamilies)
-        e.declare(f.name, f.help);
+        e.declare(f.name, f.help, f.type);
 }
 
 // Every series of one controller.
@@ -113,8 +118,7 @@ void addController(Exposition& e, const Health& h) {
     gauge("kvictl_up", h.up() ? 1 : 0);
     gauge("kvictl_scrape_read_errors", static_cast<double>(h.failures.size()));
     gauge("kvictl_scrape_controller_duration_seconds", h.seconds);
-    if (!h.up())
-        return; // nothing was read
+    // Whatever was read is exported, also for a controller that is down.
 
     if (h.identityRead) {
         e.add("kvictl_controller_info",
@@ -137,8 +141,8 @@ void addController(Exposition& e, const Health& h) {
         if (v)
             gauge(name, static_cast<double>(*v));
     };
-    opt("kvictl_memory_correctable_errors", h.memCorrectable);
-    opt("kvictl_memory_uncorrectable_errors", h.memUncorrectable);
+    opt("kvictl_memory_correctable_errors_total", h.memCorrectable);
+    opt("kvictl_memory_uncorrectable_errors_total", h.memUncorrectable);
     opt("kvictl_virtual_drives", h.vdPresent);
     opt("kvictl_virtual_drives_degraded", h.vdDegraded);
     opt("kvictl_virtual_drives_offline", h.vdOffline);
@@ -184,7 +188,7 @@ void addController(Exposition& e, const Health& h) {
         with(name, "state", "other", known ? 0 : 1);
     };
     states("kvictl_patrol_read_state", h.patrolState);
-    opt("kvictl_patrol_read_completed_iterations", h.patrolIterations);
+    opt("kvictl_patrol_read_completed_iterations_total", h.patrolIterations);
     if (h.ccMode) {
         for (unsigned m = 0; m < 3; ++m)
             with("kvictl_consistency_check_schedule_mode", "mode", kCcModes[m],
@@ -211,8 +215,9 @@ void registerMetrics(CLI::App& root, App& app) {
         ->type_name("PATH");
     sub->footer(
         "Every series carries a controller=\"N\" label; kvictl_up is 0 for a controller that\n"
-        "answered no read. A read that fails leaves its series out (kvictl_scrape_read_errors\n"
-        "counts them). Every controller is read unless -c selects one. The metric list is in\n"
+        "answered no read or stopped answering part-way (kvictl exits 1; what was read is still\n"
+        "written). A read that fails leaves its series out (kvictl_scrape_read_errors counts\n"
+        "them). Every controller is read unless -c selects one. The metric list is in\n"
         "docs/MONITORING.md.\n\n"
         "Examples:\n"
         "  kvictl --sim metrics\n"
@@ -237,18 +242,25 @@ void registerMetrics(CLI::App& root, App& app) {
         };
         c.run = [&app, state](Target& t) {
             Health h = readHealth(t);
-            if (!h.up()) {
+            std::string list;
+            for (const auto& f : h.failures)
+                list +=
+                    (list.empty() ? "" : ", ") + f.first + " (" + App::statusName(f.second) + ")";
+            if (h.answered == 0) {
                 std::string why =
                     h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
                 app.error("unreachable",
                           "controller " + std::to_string(t.index) + " answered no read (" + why +
                               "); kvictl_up is 0 for it",
                           kExitFailed);
+            } else if (h.lost) {
+                app.error("lost",
+                          "controller " + std::to_string(t.index) +
+                              " stopped answering part-way; kvictl_up is 0 for it and the series "
+                              "of these reads are left out: " +
+                              list,
+                          kExitFailed);
             } else if (!h.failures.empty()) {
-                std::string list;
-                for (const auto& f : h.failures)
-                    list += (list.empty() ? "" : ", ") + f.first + " (" +
-                            App::statusName(f.second) + ")";
                 app.warn(t, "partial", "some reads failed and their series are left out: " + list);
             }
             state->readings.push_back(std::move(h));

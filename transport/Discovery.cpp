@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <utility>
+
+#include "firmware/kvistat.h"
 
 namespace fs = std::filesystem;
 
@@ -142,6 +146,50 @@ std::vector<ScsiHost> listScsiHosts(const std::string& sysfsRoot) {
     return hosts;
 }
 
+namespace {
+
+// The symbolic name of the errnos a probe meets, else "errno N".
+std::string errnoName(int err) {
+    static const std::pair<int, const char*> names[] = {
+        {EPERM, "EPERM"},         {ENOENT, "ENOENT"},
+        {EINTR, "EINTR"},         {EIO, "EIO"},
+        {ENXIO, "ENXIO"},         {EBADF, "EBADF"},
+        {EAGAIN, "EAGAIN"},       {ENOMEM, "ENOMEM"},
+        {EACCES, "EACCES"},       {EFAULT, "EFAULT"},
+        {EBUSY, "EBUSY"},         {ENODEV, "ENODEV"},
+        {EINVAL, "EINVAL"},       {ENOTTY, "ENOTTY"},
+        {ENOSYS, "ENOSYS"},       {EOPNOTSUPP, "EOPNOTSUPP"},
+        {ETIMEDOUT, "ETIMEDOUT"},
+    };
+    for (const auto& n : names)
+        if (n.first == err)
+            return n.second;
+    return "errno " + std::to_string(err);
+}
+
+} // namespace
+
+std::string probeFailureText(const ProbeResult& answer) {
+    if (answer.status > 0)
+        return kviStatusName(answer.status);
+    if (answer.status == 0)
+        return "answered";
+    const std::string err = answer.error != 0 ? errnoName(answer.error) : std::string();
+    switch (answer.fault) {
+    case TransportFault::DriverRejected:
+        return err.empty() ? "driver rejected the request" : "driver rejected " + err;
+    case TransportFault::Timeout:
+        return "timeout";
+    case TransportFault::NotController:
+        return err.empty() ? "not a controller of the driver"
+                           : "not a controller of the driver (" + err + ")";
+    default:
+        if (!err.empty())
+            return "failed with " + err;
+        return answer.message.empty() ? "failed" : answer.message;
+    }
+}
+
 Discovery discoverControllers(const std::string& sysfsRoot, const ControllerProbe& probe) {
     Discovery result;
     for (ScsiHost& host : listScsiHosts(sysfsRoot)) {
@@ -158,7 +206,7 @@ Discovery discoverControllers(const std::string& sysfsRoot, const ControllerProb
             result.controllers.clear();
             return result;
         }
-        result.others.push_back(std::move(host));
+        result.others.push_back(RejectedHost{std::move(host), std::move(answer)});
     }
     return result;
 }

@@ -54,12 +54,24 @@ struct ProbeResult {
     int status = 0;
     TransportFault fault = TransportFault::None;
     std::string message;
+    int error = 0; // the errno behind a negative status, 0 when there is none
 };
 using ControllerProbe = std::function<ProbeResult(const ScsiHost&)>;
 
+// A host that did not answer as a controller, with the probe's answer.
+struct RejectedHost {
+    ScsiHost host;
+    ProbeResult answer;
+};
+
+// Why a probe did not find a controller, in a few words: "driver rejected
+// EINVAL", "timeout", "not a controller of the driver (ENODEV)", or the
+// firmware status name of an answer that was not a success.
+std::string probeFailureText(const ProbeResult& answer);
+
 struct Discovery {
     std::vector<ScsiHost> controllers; // in host-number order; index = controller number
-    std::vector<ScsiHost> others;      // hosts that did not answer as controllers
+    std::vector<RejectedHost> others;  // hosts that did not answer as controllers
     // Set when probing stopped because the device itself is unusable
     // (NoDevice or PermissionDenied): no host can be reached then.
     TransportFault fault = TransportFault::None;

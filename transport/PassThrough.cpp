@@ -205,6 +205,7 @@ ControllerProbe controllerInfoProbe(std::shared_ptr<PassThroughDevice> device) {
         if (result.status < 0) {
             result.fault = backend.lastFault();
             result.message = backend.lastError();
+            result.error = backend.lastErrno();
         } else if (result.status > 0) {
             result.fault = TransportFault::NotController;
             result.message = host.name + " answered the controller-information read with status " +

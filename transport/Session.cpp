@@ -21,10 +21,12 @@ TransportSet openPassThrough(const std::string& devicePath, const std::string& s
                         "/class/scsi_host: is the controller driver loaded?";
         } else {
             set.fault = TransportFault::NotController;
+            // Each host with its driver and why the probe did not take it.
             std::string names;
-            for (const ScsiHost& h : found.others)
-                names += (names.empty() ? "" : ", ") + h.name +
-                         (h.driverName.empty() ? "" : " (" + h.driverName + ")");
+            for (const RejectedHost& r : found.others)
+                names += (names.empty() ? "" : ", ") + r.host.name + " (" +
+                         (r.host.driverName.empty() ? "" : r.host.driverName + ": ") +
+                         probeFailureText(r.answer) + ")";
             set.error = "no controller answered through " + devicePath + "; hosts tried: " + names;
         }
         return set;
@@ -72,6 +74,17 @@ int exitCodeFor(TransportFault fault) {
     default:
         return 1;
     }
+}
+
+std::string noControllerMessage(const std::string& device, const TransportSet& set) {
+    const std::string hint = set.fault == TransportFault::PermissionDenied
+                                 ? "run as root"
+                                 : "check the device and the driver, or try the simulator: "
+                                   "kvictl --sim show";
+    std::string text = "no controller reachable through " + device + ": " + set.error;
+    const bool said = text.size() >= hint.size() &&
+                      text.compare(text.size() - hint.size(), hint.size(), hint) == 0;
+    return said ? text : text + "; " + hint;
 }
 
 std::string deviceFromEnvironment() {

@@ -46,6 +46,11 @@ captureAll(const std::vector<Backend*>& inner, const std::shared_ptr<CaptureWrit
 // 4 permission denied, 3 no controller reachable, 1 anything else.
 int exitCodeFor(TransportFault fault);
 
+// The message of a run that reached no controller through `device`: the
+// transport's reason, then what to do about it ("run as root" when permission
+// was denied), said once even when the reason already ends with it.
+std::string noControllerMessage(const std::string& device, const TransportSet& set);
+
 // $KVICTL_DEVICE, or "" when unset.
 std::string deviceFromEnvironment();
 

@@ -97,6 +97,28 @@ inline RunResult kvictl(const std::vector<std::string>& args, const TempDir&,
     return out;
 }
 
+// A capture of `kvictl <profile> metrics` cut after its first `keep`
+// controller requests, as a controller that stops answering part-way leaves
+// it: replayed, the later requests fail with a replay mismatch. Returns the
+// capture's path ("" when the recording run failed).
+inline std::string truncatedCapture(const TempDir& tmp, const std::string& profile, int keep) {
+    const std::string full = tmp.file("full.jsonl"), cut = tmp.file("cut.jsonl");
+    if (kvictl({profile, "--record", full, "metrics"}, tmp).code != 0)
+        return "";
+    std::istringstream in(readFile(full));
+    std::string line, text;
+    int requests = 0;
+    while (std::getline(in, line)) {
+        const bool request = line.find(R"("type":"dcmd")") != std::string::npos ||
+                             line.find(R"("type":"smp")") != std::string::npos;
+        if (request && requests++ >= keep)
+            continue;
+        text += line + "\n";
+    }
+    writeFile(cut, text);
+    return cut;
+}
+
 // A Python 3 that has Debian's python3-prometheus-client ("" when none has).
 inline std::string pythonWithParser() {
     for (const char* py : {"/usr/bin/python3", "/usr/local/bin/python3"}) {

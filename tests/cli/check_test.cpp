@@ -18,6 +18,7 @@ struct Case {
     std::vector<std::string> args; // after "check"
     int exit;
     const char* finding; // text the summary must hold
+    int keep = -1;       // >= 0: replay a capture of the profile cut after this many requests
 };
 
 std::string profileText(const Case& c) {
@@ -164,6 +165,30 @@ TEST(CheckE2E, StatesFollowTheTable) {
          "1 offline virtual drive, 1 degraded virtual drive"},
         {"battery unreadable", "", R"({"0x05010000": 4})", {}, 3, "battery state unreadable"},
         {"unreachable", "", kAllReads, {}, 3, "controller unreachable"},
+        // The capture ends after the controller information and battery reads.
+        {"stops answering part-way",
+         "",
+         "",
+         {},
+         3,
+         "c0 KV 9480-16i: controller stopped answering (replay_mismatch; unread: patrol read "
+         "status, consistency-check schedule, consistency-check status, alarm)",
+         5},
+        {"stops answering, battery unread",
+         "",
+         "",
+         {},
+         3,
+         "c0 KV 9480-16i: controller stopped answering (replay_mismatch; unread: battery "
+         "status, battery charge,",
+         2},
+        {"what was read before still counts",
+         R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})",
+         "",
+         {},
+         2,
+         "1 offline virtual drive, controller stopped answering",
+         5},
         // Temperatures: ROC 58, controller 44, battery 31 in the default profile.
         {"roc at --warn", "", "", {"--warn", "58"}, 1, "ROC temperature 58 C (warning at 58)"},
         {"roc at --crit",
@@ -196,6 +221,10 @@ TEST(CheckE2E, StatesFollowTheTable) {
         TempDir tmp;
         writeFile(tmp.file("p.json"), profileText(c));
         std::vector<std::string> args = {"--sim=" + tmp.file("p.json"), "check"};
+        if (c.keep >= 0) {
+            args = {"--replay", truncatedCapture(tmp, args[0], c.keep), "check"};
+            ASSERT_NE(args[1], "");
+        }
         args.insert(args.end(), c.args.begin(), c.args.end());
         RunResult r = kvictl(args, tmp);
         EXPECT_EQ(r.code, c.exit) << r.out << r.err;

@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <initializer_list>
 #include <thread>
@@ -182,7 +185,7 @@ TEST(MetricsE2E, ValuesFollowTheProfile) {
                         // Schedule epoch 2000-01-01 00:00 UTC (TZ=UTC0) plus the
                         // profile's 822618000 s.
                         {"kvictl_battery_next_learn_timestamp_seconds", 946684800.0 + 822618000.0},
-                        {"kvictl_patrol_read_completed_iterations", 12},
+                        {"kvictl_patrol_read_completed_iterations_total", 12},
                         {"kvictl_lock_key_assigned", 0},
                         {"kvictl_cache_pinned", 0},
                     });
@@ -192,6 +195,85 @@ TEST(MetricsE2E, ValuesFollowTheProfile) {
     EXPECT_EQ(current(p, "kvictl_consistency_check_schedule_mode", "mode", "0"), "sequential");
     EXPECT_EQ(current(p, "kvictl_consistency_check_schedule_state", "state", "0"), "ready");
     EXPECT_EQ(current(p, "kvictl_battery_status_flag", "flag", "0"), "");
+
+    // Running totals of the controller are counters, named as such; levels are gauges.
+    const std::pair<const char*, const char*> types[] = {
+        {"kvictl_memory_correctable_errors_total", "counter"},
+        {"kvictl_memory_uncorrectable_errors_total", "counter"},
+        {"kvictl_patrol_read_completed_iterations_total", "counter"},
+        {"kvictl_virtual_drives", "gauge"},
+        {"kvictl_scrape_read_errors", "gauge"},
+    };
+    for (const auto& t : types)
+        EXPECT_NE(r.out.find(std::string("\n# TYPE ") + t.first + " " + t.second + "\n"),
+                  std::string::npos)
+            << t.first;
+}
+
+// The next learn cycle as an instant: the firmware keeps wall-clock seconds
+// from 2000-01-01 read as standard time, so in summer the instant is one
+// summer-time shift earlier. The metric, shown in the zone, must give the
+// hour the library's "Scheduled Tasks" report prints.
+TEST(MetricsE2E, NextLearnTimeIsTheInstantTheReportShows) {
+    struct Case {
+        const char* zone;
+        std::uint32_t offset; // the firmware's nextLearnTime
+        double instant;       // expected metric
+        const char* report;   // "Next Battery Learn" of the report
+    };
+    // 2026-01-15 10:00 and 2026-07-15 10:00 as wall-clock seconds since 2000.
+    const std::uint32_t january = 821786400, july = 837424800;
+    const Case cases[] = {
+        {"UTC0", january, 1768471200, "01/15/2026, 10:00:00"},
+        {"UTC0", july, 1784109600, "07/15/2026, 10:00:00"},
+        {"Europe/Berlin", january, 1768467600, "01/15/2026, 10:00:00"}, // 09:00 UTC
+        {"Europe/Berlin", july, 1784102400, "07/15/2026, 10:00:00"},    // 08:00 UTC
+        {"CET-1CEST,M3.5.0,M10.5.0/3", january, 1768467600, "01/15/2026, 10:00:00"},
+        {"CET-1CEST,M3.5.0,M10.5.0/3", july, 1784102400, "07/15/2026, 10:00:00"},
+    };
+    const char* saved = std::getenv("TZ");
+    const std::string savedTz = saved != nullptr ? saved : "";
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.zone) + " " + std::to_string(c.offset));
+        TempDir tmp;
+        writeFile(tmp.file("p.json"),
+                  R"({"base": "default", "records": {"KV_BBU_PROPERTIES": {"nextLearnTime": )" +
+                      std::to_string(c.offset) + "}}}");
+        const std::string profile = "--sim=" + tmp.file("p.json");
+        const std::map<std::string, std::string> env = {{"TZ", c.zone}};
+        RunResult r = kvictl({profile, "metrics"}, tmp, env);
+        ASSERT_EQ(r.code, 0) << r.err;
+        Parsed p = parseExposition(r.out, tmp);
+        ASSERT_TRUE(p.ok) << p.errors;
+        const double metric =
+            value(p, "kvictl_battery_next_learn_timestamp_seconds", {{"controller", "0"}});
+        EXPECT_EQ(metric, c.instant);
+
+        RunResult report = kvictl({profile, "show", "tasks"}, tmp, env);
+        ASSERT_EQ(report.code, 0) << report.err;
+        const std::string key = "Next Battery Learn";
+        std::size_t at = report.out.find(key);
+        ASSERT_NE(at, std::string::npos) << report.out;
+        at = report.out.find("= ", at);
+        const std::string shown = report.out.substr(at + 2, report.out.find('\n', at) - at - 2);
+        EXPECT_EQ(shown, c.report);
+
+        // The metric's instant in the same zone is the hour the report shows.
+        ::setenv("TZ", c.zone, 1);
+        ::tzset();
+        std::time_t t = static_cast<std::time_t>(metric);
+        std::tm tm{};
+        ASSERT_NE(localtime_r(&t, &tm), nullptr);
+        char text[64];
+        std::snprintf(text, sizeof text, "%02d/%02d/%04d, %02d:00:00", tm.tm_mon + 1, tm.tm_mday,
+                      tm.tm_year + 1900, tm.tm_hour);
+        EXPECT_EQ(text, shown);
+    }
+    if (saved != nullptr)
+        ::setenv("TZ", savedTz.c_str(), 1);
+    else
+        ::unsetenv("TZ");
+    ::tzset();
 }
 
 // Degraded and failing controllers show in the counts and flags.
@@ -212,7 +294,7 @@ TEST(MetricsE2E, ProblemsShowInSeries) {
                         {"kvictl_virtual_drives_offline", 2},
                         {"kvictl_physical_disks_failed", 1},
                         {"kvictl_physical_disks_predictive_failure", 3},
-                        {"kvictl_memory_uncorrectable_errors", 4},
+                        {"kvictl_memory_uncorrectable_errors_total", 4},
                         {"kvictl_lock_key_assigned", 1},
                         {"kvictl_lock_key_failed", 1},
                         {"kvictl_cache_pinned", 1},
@@ -231,8 +313,9 @@ TEST(MetricsE2E, ProblemsShowInSeries) {
             << f.first;
 }
 
-// A read that fails leaves its series out; the rest is still a valid file.
-// kvictl_up is 0 only when no read answered.
+// A read that fails leaves its series out; the rest is still a valid file,
+// on stdout and through --textfile. kvictl_up is 0 when no read answered or
+// when the controller stopped answering part-way (what was read is kept).
 TEST(MetricsE2E, InjectedFailuresOmitSeries) {
     struct Case {
         const char* name;
@@ -242,6 +325,7 @@ TEST(MetricsE2E, InjectedFailuresOmitSeries) {
         int exit;
         std::vector<const char*> absent;
         std::vector<const char*> present;
+        int keep = -1; // >= 0: replay a capture of the profile cut after this many requests
     };
     const Case cases[] = {
         {"battery status",
@@ -257,7 +341,7 @@ TEST(MetricsE2E, InjectedFailuresOmitSeries) {
          1,
          1,
          0,
-         {"kvictl_patrol_read_state", "kvictl_patrol_read_completed_iterations"},
+         {"kvictl_patrol_read_state", "kvictl_patrol_read_completed_iterations_total"},
          {"kvictl_controller_info", "kvictl_battery_state", "kvictl_alarm_state"}},
         {"controller information",
          R"({"0x01010000": 4})",
@@ -276,16 +360,44 @@ TEST(MetricsE2E, InjectedFailuresOmitSeries) {
          {"kvictl_controller_info", "kvictl_controller_status", "kvictl_battery_state",
           "kvictl_alarm_state"},
          {"kvictl_scrape_duration_seconds"}},
+        // Controller information and battery answered, then the capture ends:
+        // patrol read, both consistency-check reads and the alarm get no answer.
+        {"stops answering part-way",
+         "{}",
+         0,
+         4,
+         1,
+         {"kvictl_patrol_read_state", "kvictl_patrol_read_completed_iterations_total",
+          "kvictl_consistency_check_schedule_state", "kvictl_alarm_state"},
+         {"kvictl_controller_info", "kvictl_virtual_drives", "kvictl_battery_state",
+          "kvictl_battery_next_learn_timestamp_seconds", "kvictl_lock_key_failed"},
+         5},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         TempDir tmp;
         writeFile(tmp.file("p.json"),
                   std::string(R"({"base": "default", "fail": )") + c.fail + "}");
-        RunResult r = kvictl({"--sim=" + tmp.file("p.json"), "metrics"}, tmp);
+        std::vector<std::string> backend = {"--sim=" + tmp.file("p.json")};
+        if (c.keep >= 0) {
+            backend = {"--replay", truncatedCapture(tmp, backend[0], c.keep)};
+            ASSERT_NE(backend[1], "");
+        }
+        auto args = [&](std::vector<std::string> command) {
+            command.insert(command.begin(), backend.begin(), backend.end());
+            return command;
+        };
+        RunResult r = kvictl(args({"metrics"}), tmp);
         EXPECT_EQ(r.code, c.exit) << r.err;
         Parsed p = parseExposition(r.out, tmp);
         ASSERT_TRUE(p.ok) << p.errors << "\n" << r.out;
+        // The textfile gets the same series, failure or not.
+        RunResult file = kvictl(args({"metrics", "--textfile", tmp.file("k.prom")}), tmp);
+        EXPECT_EQ(file.code, c.exit) << file.err;
+        Parsed written = parseExposition(readFile(tmp.file("k.prom")), tmp);
+        ASSERT_TRUE(written.ok) << written.errors;
+        EXPECT_EQ(value(written, "kvictl_up", {{"controller", "0"}}), c.up);
+        EXPECT_EQ(written.samples.size(), p.samples.size());
         EXPECT_EQ(value(p, "kvictl_up", {{"controller", "0"}}), c.up);
         double errors = value(p, "kvictl_scrape_read_errors", {{"controller", "0"}});
         if (c.readErrors >= 0)
@@ -389,16 +501,23 @@ TEST(MetricsE2E, TextfileReaderNeverSeesPartialFile) {
         return text.compare(0, head.size(), head) == 0 && last != std::string::npos &&
                text.find('\n', last + 1) == text.size() - 1;
     };
+    // Reads until the writers are done, then once more: the last read sees
+    // the final file, so there is at least one read to judge.
     std::thread reader([&] {
-        while (!done.load()) {
-            std::string text = readFile(path);
-            if (text.empty())
-                continue; // not written yet
-            ++reads;
-            if (!complete(text)) {
-                ++partial;
-                bad = text.substr(text.size() > 200 ? text.size() - 200 : 0);
+        for (;;) {
+            const bool last = done.load();
+            // The file appears once (by rename) and is never removed, so once
+            // it exists every read must give a whole file.
+            if (std::filesystem::exists(path)) {
+                std::string text = readFile(path);
+                ++reads;
+                if (!complete(text)) {
+                    ++partial;
+                    bad = text.substr(text.size() > 200 ? text.size() - 200 : 0);
+                }
             }
+            if (last)
+                break;
         }
     });
     for (int i = 0; i < 8; ++i) {
@@ -410,7 +529,9 @@ TEST(MetricsE2E, TextfileReaderNeverSeesPartialFile) {
     }
     done = true;
     reader.join();
-    EXPECT_EQ(partial.load(), 0) << "partial file seen, ending with: " << bad;
+    EXPECT_GT(reads.load(), 0);
+    EXPECT_EQ(partial.load(), 0) << "partial file seen (of " << reads.load()
+                                 << " reads), ending with: " << bad;
     EXPECT_TRUE(complete(readFile(path)));
     // The last run wrote one controller.
     Parsed p = parseExposition(readFile(path), tmp);

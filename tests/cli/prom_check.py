@@ -2,7 +2,8 @@
 """Checks a Prometheus text exposition (a file, or stdin for "-") with the
 prometheus_client text parser plus the rules kvictl promises: strict UTF-8,
 kvictl_ names, exactly one HELP and one TYPE line per family before its
-samples, samples of a family together, no duplicate series, no time stamps.
+samples, samples of a family together, counters named ..._total, no duplicate
+series, no time stamps.
 Prints every sample as JSON ({"samples": [{"name", "labels", "value"}]});
 exits 1 with the findings on stderr when a rule is broken."""
 import json
@@ -19,7 +20,7 @@ def check(text):
     errors = []
     if not text.endswith("\n"):
         errors.append("the text does not end with a line feed")
-    helps, types, order = {}, {}, []
+    helps, types, types_of, order = {}, {}, {}, []
     current = None
     for n, line in enumerate(text.split("\n")[:-1], 1):
         if line.startswith("# HELP ") or line.startswith("# TYPE "):
@@ -31,8 +32,10 @@ def check(text):
                     errors.append("line %d: family %s starts a second time" % (n, name))
                 order.append(name)
                 current = name
-            elif current != name:
-                errors.append("line %d: TYPE of %s does not follow its HELP" % (n, name))
+            else:
+                types_of[name] = line.split(" ")[3] if len(line.split(" ")) > 3 else ""
+                if current != name:
+                    errors.append("line %d: TYPE of %s does not follow its HELP" % (n, name))
             continue
         if line.startswith("#") or not line:
             errors.append("line %d: unexpected line %r" % (n, line))
@@ -47,11 +50,19 @@ def check(text):
             errors.append("%s: %d HELP and %d TYPE lines" % (name, helps.get(name, 0), types.get(name, 0)))
         if not NAME.match(name):
             errors.append("%s: not a kvictl_ metric name" % name)
+        if types_of.get(name) == "counter" and not name.endswith("_total"):
+            errors.append("%s: a counter whose name does not end in _total" % name)
 
     samples, keys = [], set()
     for family in text_string_to_metric_families(text):
-        if family.name not in order:
+        # The parser names a counter family without its _total suffix.
+        declared = family.name
+        if family.type == "counter" and declared not in order:
+            declared += "_total"
+        if declared not in order:
             errors.append("%s: parsed but not declared" % family.name)
+        elif family.type != types_of.get(declared):
+            errors.append("%s: parsed as %s, declared %s" % (declared, family.type, types_of.get(declared)))
         for s in family.samples:
             if s.timestamp is not None:
                 errors.append("%s: carries a time stamp" % s.name)

@@ -5,6 +5,7 @@
 // capture.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <fstream>
@@ -86,6 +87,54 @@ TEST(Replay, ReproducesTheRecordedOutputByteForByte) {
         EXPECT_EQ(recorded.out, replayed.out);
         EXPECT_EQ("", replayed.err);
     }
+}
+
+// The global help shows how to record and replay, and the example pair does
+// what it says (on the simulator instead of a device): the replay prints what
+// the recorded run printed. File and device options name their value kind.
+TEST(Replay, GlobalHelpExamplesRecordAndReplay) {
+    Result help = runKvictl({"--help"});
+    ASSERT_EQ(0, help.exitCode) << help.err;
+    for (const char* option :
+         {"--sim-state FILE", "--device PATH", "--replay FILE", "--record FILE", "--log FILE"})
+        EXPECT_NE(std::string::npos, help.out.find(std::string("\n  ") + option + " "))
+            << option << " in\n"
+            << help.out;
+
+    const std::string capture = tempPath("example.jsonl");
+    std::vector<std::vector<std::string>> examples; // the --record one, then the --replay one
+    std::istringstream in(help.out);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.rfind("  kvictl ", 0) != 0)
+            continue;
+        std::istringstream words(line.substr(9));
+        std::vector<std::string> args;
+        for (std::string w; words >> w;)
+            args.push_back(w);
+        const bool record = std::find(args.begin(), args.end(), "--record") != args.end();
+        const bool replay = !args.empty() && args[0] == "--replay";
+        if (!record && !replay)
+            continue;
+        std::vector<std::string> run;
+        for (std::size_t i = 0; i < args.size(); ++i) {
+            if (args[i] == "--device") {
+                run.push_back("--sim"); // no hardware here
+                ++i;
+            } else if (i > 0 && (args[i - 1] == "--record" || args[i - 1] == "--replay")) {
+                run.push_back(capture);
+            } else {
+                run.push_back(args[i]);
+            }
+        }
+        examples.push_back(run);
+    }
+    ASSERT_EQ(2u, examples.size()) << help.out;
+    Result recorded = runKvictl(examples[0]);
+    ASSERT_EQ(0, recorded.exitCode) << recorded.err;
+    Result replayed = runKvictl(examples[1], otherHost());
+    EXPECT_EQ(0, replayed.exitCode) << replayed.err;
+    EXPECT_EQ(recorded.out, replayed.out);
 }
 
 TEST(Replay, TheCaptureKeepsTheInputsThatAreNotRequests) {

@@ -11,6 +11,7 @@
 #include <memory>
 #include <unistd.h>
 
+#include "firmware/kvistat.h"
 #include "transport/PassThrough.h"
 #include "transport/Session.h"
 
@@ -95,7 +96,8 @@ TEST_F(FakeSysfs, ListsHostsInHostNumberOrderWithTheirFacts) {
 
 // A device that answers the controller-information read for some hosts only.
 struct ProbeDevice {
-    std::map<unsigned, int> errnoByHost; // hosts not listed answer status 0
+    std::map<unsigned, int> errnoByHost;           // hosts not listed answer status 0
+    std::map<unsigned, std::uint8_t> statusByHost; // firmware status of the answer
     int openResult = 5;
     std::vector<std::pair<unsigned, std::uint32_t>> seen; // host, opcode
 
@@ -105,6 +107,9 @@ struct ProbeDevice {
         o.ioctl = [this](int, unsigned long, void* arg) {
             auto* p = static_cast<kvi::KviIoctlPacket*>(arg);
             seen.emplace_back(p->host, kvi::frameOf(*p).opcode);
+            auto status = statusByHost.find(p->host);
+            if (status != statusByHost.end())
+                p->frame[2] = status->second; // the frame's status byte
             auto it = errnoByHost.find(p->host);
             return it == errnoByHost.end() ? 0 : it->second;
         };
@@ -125,7 +130,8 @@ TEST_F(FakeSysfs, ControllersAreTheHostsThatAnswerTheInformationRead) {
     EXPECT_EQ(found.controllers[0].name, "host2");
     EXPECT_EQ(found.controllers[1].name, "host10");
     ASSERT_EQ(found.others.size(), 1u);
-    EXPECT_EQ(found.others[0].name, "host3");
+    EXPECT_EQ(found.others[0].host.name, "host3");
+    EXPECT_EQ(found.others[0].answer.error, ENODEV);
     ASSERT_EQ(dev.seen.size(), 3u);
     for (const auto& s : dev.seen)
         EXPECT_EQ(s.second, 0x01010000u) << "probe is the controller-information read";
@@ -179,8 +185,10 @@ TEST_F(FakeSysfs, OpenPassThroughGivesOneBackendPerControllerOrAnExitStatus) {
     set = kvi::openPassThrough("/dev/kvtest", root.string(), none.ops());
     EXPECT_TRUE(set.controllers.empty());
     EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
-    EXPECT_EQ(set.error, "no controller answered through /dev/kvtest; hosts tried: host2 (kvdrv), "
-                         "host3 (ahci), host10 (kvdrv)");
+    EXPECT_EQ(set.error, "no controller answered through /dev/kvtest; hosts tried: "
+                         "host2 (kvdrv: not a controller of the driver (ENODEV)), "
+                         "host3 (ahci: not a controller of the driver (ENODEV)), "
+                         "host10 (kvdrv: driver rejected EINVAL)");
 
     ProbeDevice denied;
     denied.openResult = -EPERM;
@@ -191,6 +199,77 @@ TEST_F(FakeSysfs, OpenPassThroughGivesOneBackendPerControllerOrAnExitStatus) {
     set = kvi::openPassThrough("/dev/kvtest", (root / "nothing").string(), dev.ops());
     EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
     EXPECT_NE(set.error.find("no SCSI hosts"), std::string::npos);
+}
+
+// Why each host was not taken, as the message names it after the host.
+TEST_F(FakeSysfs, NoControllerNamesWhyEachHostWasRejected) {
+    struct Case {
+        const char* name;
+        int err;             // errno of host10's probe (0: answered)
+        std::uint8_t status; // firmware status of its answer
+        const char* why;
+    };
+    const Case cases[] = {
+        {"driver rejected", EINVAL, 0, "driver rejected EINVAL"},
+        {"bad buffer", EFAULT, 0, "driver rejected EFAULT"},
+        {"timeout", ETIMEDOUT, 0, "timeout"},
+        {"not a controller", ENXIO, 0, "not a controller of the driver (ENXIO)"},
+        {"i/o error", EIO, 0, "failed with EIO"},
+        {"unnamed errno", 200, 0, "failed with errno 200"},
+        {"firmware status", 0, KVI_STAT_INVALID_DCMD, "KVI_STAT_INVALID_DCMD"},
+        {"unnamed firmware status", 0, 0xF7, "0xf7"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ProbeDevice dev;
+        dev.errnoByHost = {{2, ENODEV}, {3, ENODEV}};
+        if (c.err != 0)
+            dev.errnoByHost[10] = c.err;
+        else
+            dev.statusByHost[10] = c.status;
+        kvi::TransportSet set = kvi::openPassThrough("/dev/kvtest", root.string(), dev.ops());
+        ASSERT_TRUE(set.controllers.empty());
+        EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
+        const std::string tail = std::string("host10 (kvdrv: ") + c.why + ")";
+        ASSERT_GE(set.error.size(), tail.size()) << set.error;
+        EXPECT_EQ(set.error.substr(set.error.size() - tail.size()), tail) << set.error;
+    }
+}
+
+// The command line's message names the reason and what to do, once.
+TEST_F(FakeSysfs, NoControllerMessageSaysTheHintOnce) {
+    struct Case {
+        const char* name;
+        int openResult; // the device open's answer
+        const char* message;
+    };
+    const Case cases[] = {
+        {"permission denied", -EACCES,
+         "no controller reachable through /dev/kvtest: permission denied opening /dev/kvtest: "
+         "run as root"},
+        {"no device node", -ENOENT,
+         "no controller reachable through /dev/kvtest: no device node /dev/kvtest: is the "
+         "controller driver loaded? (give the node with --device); check the device and the "
+         "driver, or try the simulator: kvictl --sim show"},
+        {"no driver", -ENODEV,
+         "no controller reachable through /dev/kvtest: no driver behind /dev/kvtest: is the "
+         "controller driver loaded?; check the device and the driver, or try the simulator: "
+         "kvictl --sim show"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ProbeDevice dev;
+        dev.openResult = c.openResult;
+        kvi::TransportSet set = kvi::openPassThrough("/dev/kvtest", root.string(), dev.ops());
+        ASSERT_TRUE(set.controllers.empty());
+        EXPECT_EQ(kvi::noControllerMessage("/dev/kvtest", set), c.message);
+    }
+    // A failure found while sending (not while opening) asks for root once too.
+    kvi::TransportSet denied;
+    denied.fault = kvi::TransportFault::PermissionDenied;
+    denied.error = "permission denied sending X through /dev/kvtest: run as root";
+    EXPECT_EQ(kvi::noControllerMessage("/dev/kvtest", denied),
+              "no controller reachable through /dev/kvtest: " + denied.error);
 }
 
 TEST(Discovery, MissingTreeHasNoHosts) {
