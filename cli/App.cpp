@@ -495,6 +495,28 @@ void checkBackendChoice(const GlobalOptions& o) {
         parseUnsigned(o.controller, 0, 4095, "-c");
 }
 
+// A state file carries the profile and the controllers it was made from; a
+// --sim=PROFILE or --sim-controllers that asks for something else would
+// otherwise be ignored without a word. Empty when they agree.
+std::string stateMismatch(const kvi::sim::Simulator& sim, const GlobalOptions& o,
+                          bool profileGiven) {
+    std::string differs, drop;
+    if (profileGiven && o.simProfile != sim.profile()) {
+        differs = "profile '" + sim.profile() + "', not '" + o.simProfile + "'";
+        drop = "--sim=PROFILE";
+    }
+    if (o.simControllers != 0 && o.simControllers != sim.size()) {
+        differs += (differs.empty() ? "" : " and ") + std::to_string(sim.size()) +
+                   (sim.size() == 1 ? " controller" : " controllers") + ", not " +
+                   std::to_string(o.simControllers);
+        drop += (drop.empty() ? "" : " and ") + std::string("--sim-controllers");
+    }
+    if (differs.empty())
+        return differs;
+    return "the simulator state file " + o.simState + " holds " + differs +
+           "; remove the file to start afresh, or drop " + drop + " to go on with it";
+}
+
 } // namespace
 
 int App::openAndRun() {
@@ -537,12 +559,14 @@ int App::openAndRun() {
     std::time_t now = 0;
     bool fixedNow = false;
     if (opt_.sim) {
+        std::string mismatch;
         try {
             o.sim = std::make_unique<kvi::sim::Simulator>();
             bool fromState = false;
             if (!opt_.simState.empty() && ::access(opt_.simState.c_str(), F_OK) == 0) {
                 o.sim->loadState(opt_.simState);
                 fromState = true;
+                mismatch = stateMismatch(*o.sim, opt_, root_->count("--sim-profile") > 0);
             }
             if (!fromState)
                 o.sim->load(opt_.simProfile, opt_.simControllers == 0 ? 1 : opt_.simControllers);
@@ -558,6 +582,15 @@ int App::openAndRun() {
                     }() +
                     ")",
                 kExitUsage);
+            writeEnvelope();
+            if (logFile) {
+                kvi::setLogSink(nullptr);
+                std::fclose(logFile);
+            }
+            return exit_;
+        }
+        if (!mismatch.empty()) {
+            error("simulator", mismatch + "; nothing was sent", kExitUsage);
             writeEnvelope();
             if (logFile) {
                 kvi::setLogSink(nullptr);

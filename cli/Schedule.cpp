@@ -2,6 +2,7 @@
 // and consistency-check commands.
 #include "cli/Schedule.h"
 
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "cli/Doc.h"
 
@@ -70,6 +71,17 @@ std::string idText(const ArrayList<unsigned short>& list) {
     for (std::size_t i = 0; i < list.size(); ++i)
         s += (s.empty() ? "" : ",") + std::to_string(list.get(i));
     return s.empty() ? "none" : s;
+}
+
+std::string scheduleLocalText(AdapterDataKvi& a, std::uint32_t seconds) {
+    std::time_t t = static_cast<std::time_t>(a.y2kTime() + seconds);
+    std::tm tm{};
+    localtime_r(&t, &tm);
+    if (tm.tm_isdst > 0) {
+        t -= a.getdstInSec();
+        localtime_r(&t, &tm);
+    }
+    return formatLocalTime(tm);
 }
 
 void excludedMember(Doc& d, const ArrayList<unsigned short>& list) {

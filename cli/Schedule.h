@@ -1,6 +1,7 @@
 #pragma once
 // Shared by the patrol-read and consistency-check commands: the arguments of
 // `set` (mode, delay, start, exclude, ...), validated before any request.
+#include <cstdint>
 #include <ctime>
 #include <map>
 #include <string>
@@ -9,6 +10,8 @@
 #include "cli/Util.h"
 #include "util/ArList.h"
 #include "json/elements.h"
+
+class AdapterDataKvi;
 
 namespace cli {
 
@@ -40,6 +43,12 @@ ArrayList<unsigned short> idList(const std::vector<unsigned short>& ids);
 // The excluded virtual drives as an array of numbers.
 json::Array idArray(const ArrayList<unsigned short>& list);
 std::string idText(const ArrayList<unsigned short>& list);
+
+// A firmware schedule time (seconds from the schedule epoch) as local
+// "YYYY-MM-DD HH:MM", the way the controller's reports show it: the firmware
+// counts from the epoch read as standard time, so a time that falls in summer
+// time is one summer-time shift earlier than a plain conversion gives.
+std::string scheduleLocalText(AdapterDataKvi& a, std::uint32_t seconds);
 
 // The "Excluded" member: an array in JSON, a comma list (or "none") in text.
 void excludedMember(Doc& d, const ArrayList<unsigned short>& list);

@@ -41,7 +41,10 @@ void registerActions(CLI::App& root, App& app) {
            "Reset the selected controllers to factory defaults?",
            [](AdapterData& a) { return a.setfactoryDefaults(); });
     action(root, app, "restart", "Restart the controller (asks first)",
-           "Restart the selected controllers?", [](AdapterData& a) { return a.adpRestart(false); });
+           "Restart the selected controllers?",
+           // The restart flag (b[1] = 1) is what tells a restart from a plain
+           // shutdown on the shared shutdown command.
+           [](AdapterData& a) { return a.adpRestart(true); });
     action(root, app, "shutdown", "Shut the controller down for power-off (asks first)",
            "Shut down the selected controllers?",
            [](AdapterData& a) { return a.adpShutDown(false); });

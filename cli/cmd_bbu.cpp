@@ -5,6 +5,7 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "cli/Doc.h"
+#include "cli/Schedule.h"
 #include "cli/Util.h"
 #include "firmware/kvistat.h"
 
@@ -35,13 +36,6 @@ const std::vector<NamedValue> kReasons = {{"battery_missing", 0},    {"battery_f
                                           {"no_space", 5},           {"microcode_required", 6},
                                           {"communication_fault", 7}};
 const std::vector<NamedValue> kLearnModes = {{"auto", 0}, {"disabled", 1}, {"warn", 2}};
-
-std::string scheduleTime(unsigned int seconds) {
-    std::time_t t = static_cast<std::time_t>(scheduleEpoch() + seconds);
-    std::tm tm{};
-    localtime_r(&t, &tm);
-    return formatLocalTime(tm);
-}
 
 Command showBbu(App& app) {
     Command c;
@@ -101,7 +95,10 @@ Command showBbu(App& app) {
             if (ok)
                 d.num("Remaining Capacity", "remaining_capacity_mah", remaining, "mAh");
             ok = ok && step(a.getBattAvgTimeToEmpty(&toEmpty), "time to empty");
-            if (ok)
+            // 65535 is the gauge's "no estimate" (the unit is charging or idle).
+            if (ok && toEmpty == 0xFFFF)
+                d.null("Average Time to Empty", "average_time_to_empty_minutes");
+            else if (ok)
                 d.num("Average Time to Empty", "average_time_to_empty_minutes", toEmpty, "min");
             ok = ok && step(a.getBatteryAutoLearnMode(&mode), "auto-learn mode");
             if (ok)
@@ -111,7 +108,7 @@ Command showBbu(App& app) {
                 d.num("Auto Learn Period", "auto_learn_period_seconds", period, "s");
             ok = ok && step(a.getBatteryNextLearnTime(&next), "next learn time");
             if (ok)
-                d.str("Next Learn Time", "next_learn_time", scheduleTime(next));
+                d.str("Next Learn Time", "next_learn_time", scheduleLocalText(*t.adapter, next));
             ok = ok && step(a.getWritePolicyChngReason(&reason), "write-policy reason");
             if (ok && state != 1)
                 d.str("Write Policy Change Reason", "write_policy_change_reason",

@@ -44,6 +44,32 @@ Command showBoot(App& app) {
     return c;
 }
 
+// The controller information tells how many virtual drives are present and
+// how many the controller can have, not which target ids are in use: a
+// target id is refused when there is no virtual drive at all or when it lies
+// beyond the controller's limit. False (and exit status 2) when refused.
+bool vdCanExist(App& app, Target& t, unsigned short id) {
+    unsigned short present = 0;
+    unsigned char limit = 0;
+    int rc = t.adapter->getVdCount(&present);
+    if (rc == 0)
+        rc = t.adapter->getMaxAllowedVd(&limit);
+    if (rc != 0) {
+        app.fail(t, "reading the virtual drives", rc);
+        return false;
+    }
+    std::string why;
+    if (present == 0)
+        why = "controller " + std::to_string(t.index) + " has no virtual drives";
+    else if (limit != 0 && id >= limit)
+        why = "virtual drive " + std::to_string(id) + " does not exist on controller " +
+              std::to_string(t.index) + " (target ids 0-" + std::to_string(limit - 1) + ")";
+    if (why.empty())
+        return true;
+    app.error("usage", why + "; nothing was changed", kExitUsage);
+    return false;
+}
+
 } // namespace
 
 void registerBoot(CLI::App& root, App& app) {
@@ -69,6 +95,8 @@ void registerBoot(CLI::App& root, App& app) {
             *id = static_cast<unsigned short>(parseUnsigned(value, 0, *isPd ? 0xFFFE : 255, kind));
         };
         c.run = [&app, isPd, id](Target& t) {
+            if (!*isPd && !vdCanExist(app, t, *id))
+                return;
             int rc;
             if (*isPd) {
                 PhysicalDevice pd(*id);

@@ -150,6 +150,10 @@ void registerEvents(CLI::App& root, App& app) {
                 std::snprintf(line, sizeof line, "%-10s  %-19s  %-8s  %-6s  %-6s  %s\n", "Sequence",
                               "Time", "Class", "Locale", "Code", "Description");
                 app.out() << line;
+                // Dashes under the header, as the other tables have them.
+                app.out() << std::string(10, '-') << "  " << std::string(19, '-') << "  "
+                          << std::string(8, '-') << "  " << std::string(6, '-') << "  "
+                          << std::string(6, '-') << "  " << std::string(11, '-') << "\n";
             }
             unsigned long long shown = 0;
             bool done = seq > newest;

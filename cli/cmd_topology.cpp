@@ -172,6 +172,13 @@ bool lanes(App& app, Target& t, Doc& d) {
     return true;
 }
 
+// "phys 0-7", or "no phys" for a controller without any.
+std::string rangeText(const char* what, unsigned count) {
+    if (count == 0)
+        return std::string("no ") + what;
+    return std::string(what) + " 0-" + std::to_string(count - 1);
+}
+
 Command showTopology(App& app, int which) { // 0 all, 1 phys, 2 connectors, 3 mux, 4 lanes
     Command c;
     c.name = "topology";
@@ -237,8 +244,8 @@ void registerTopology(CLI::App& root, App& app) {
             if (rc == 0 && *p >= count) {
                 app.error("usage",
                           "phy " + std::to_string(*p) + " does not exist on controller " +
-                              std::to_string(t.index) + " (phys 0-" +
-                              std::to_string(count ? count - 1 : 0) + ")",
+                              std::to_string(t.index) + " (" + rangeText("phys", count) +
+                              "); nothing was changed",
                           kExitUsage);
                 return;
             }
@@ -262,11 +269,25 @@ void registerTopology(CLI::App& root, App& app) {
         Command c;
         c.name = "topology set-mux";
         c.validate = [muxIndex, muxMode, i, m] {
-            *i = static_cast<unsigned char>(parseUnsigned(*muxIndex, 0, kMaxMux - 1, "mux index"));
+            // The controller says how many multiplexers it has; here only
+            // what fits the request's index byte.
+            *i = static_cast<unsigned char>(parseUnsigned(*muxIndex, 0, 255, "mux index"));
             *m = static_cast<unsigned char>(parseUnsigned(*muxMode, 1, 255, "mux mode"));
         };
         c.run = [&app, i, m](Target& t) {
-            int rc = t.adapter->beginMuxModeUpdate();
+            unsigned char count = 0;
+            int rc = t.adapter->getMuxCount(&count);
+            const unsigned usable = std::min<unsigned>(count, kMaxMux);
+            if (rc == 0 && *i >= usable) {
+                app.error("usage",
+                          "multiplexer " + std::to_string(*i) + " does not exist on controller " +
+                              std::to_string(t.index) + " (" + rangeText("multiplexers", usable) +
+                              "); nothing was changed",
+                          kExitUsage);
+                return;
+            }
+            if (rc == 0)
+                rc = t.adapter->beginMuxModeUpdate();
             if (rc == 0)
                 rc = t.adapter->setMuxMode(*m, *i);
             if (rc == 0)
