@@ -104,6 +104,10 @@ public:
 
     std::vector<std::string> calls; // names of the overridden operations, in call order
 
+    // Forgets the controller, keeping the caches already loaded: a controller
+    // object without a controller has no status manager.
+    void dropController() { controllerPtr_ = nullptr; }
+
 private:
     const ControllerSetup& setup_;
 };

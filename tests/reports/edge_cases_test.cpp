@@ -2,11 +2,15 @@
 // value texts decoded from single fields, value kinds, presence conditions.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "tests/reports/ReportRig.h"
 
 namespace {
@@ -21,7 +25,12 @@ struct TextCase {
     const char* key;
     const char* expected; // "<absent>" for a member that must not be written
     int rc = 0;
+    // Changes the rig after it is built (script, clock, controller), if given.
+    std::function<void(rt::Rig&)> prepare = nullptr;
 };
+
+// Beyond the years a broken-down local time can hold: localtime_r fails.
+constexpr std::time_t kUnconvertibleTime = static_cast<std::time_t>(1000000000000000000LL);
 
 void PrintTo(const TextCase& c, std::ostream* os) {
     *os << c.what;
@@ -34,6 +43,9 @@ TEST_P(MemberText, ShowsTheExpectedText) {
     ControllerSetup setup = rt::baseSetup();
     GetParam().change(setup);
     rt::Rig rig(setup);
+    if (GetParam().prepare) {
+        GetParam().prepare(rig);
+    }
     json::Object obj;
     AdapterData& adapter = rig.adapter;
     EXPECT_EQ((adapter.*GetParam().section)(obj), GetParam().rc);
@@ -92,6 +104,17 @@ const TextCase kTexts[] = {
      "Current Personality", "<absent>"},
     {"failed controller clock drops its line", [](ControllerSetup& s) { s.clockStatus = 0x03; },
      &AdapterData::getBasicCtrlInfo, "Controller Time", "<absent>"},
+    // A host clock local time cannot express: the host-time lines say NA, the
+    // controller's own clock still converts.
+    {"unconvertible host time", [](ControllerSetup&) {}, &AdapterData::getShowBasic,
+     "Current System Date/time", "NA", 0,
+     [](rt::Rig&) { kvi::reports::setHostTime(kUnconvertibleTime); }},
+    {"unconvertible host time in the summary", [](ControllerSetup&) {},
+     &AdapterData::getBasicCtrlInfo, "System Time", "NA", 0,
+     [](rt::Rig&) { kvi::reports::setHostTime(kUnconvertibleTime); }},
+    {"unconvertible host time leaves the controller clock", [](ControllerSetup&) {},
+     &AdapterData::getShowBasic, "Current Controller Date/Time", "03/11/2025, 09:20:00", 0,
+     [](rt::Rig&) { kvi::reports::setHostTime(kUnconvertibleTime); }},
     // Version section.
     {"PSOC then PBLP: the later version under PSOC Version",
      [](ControllerSetup& s) {
@@ -158,6 +181,29 @@ const TextCase kTexts[] = {
      &AdapterData::getShowStatus, "Controller Status", "Safe-Mode"},
     {"degraded drive needs attention", [](ControllerSetup& s) { s.info.ldDegradedCount = 1; },
      &AdapterData::getShowStatus, "Controller Status", "Needs Attention"},
+    {"certificate provisioning",
+     [](ControllerSetup& s) { s.info.adapterStatus2.certificateProvision = 1; },
+     &AdapterData::getShowStatus, "Controller Status", "Certificate provision Mode"},
+    {"safe mode wins over certificate provisioning",
+     [](ControllerSetup& s) {
+         s.info.adapterStatus.safeModeBoot = 1;
+         s.info.adapterStatus2.certificateProvision = 1;
+     },
+     &AdapterData::getShowStatus, "Controller Status", "Safe-Mode"},
+    {"status read failing after the cached one is Failed", [](ControllerSetup&) {},
+     &AdapterData::getShowStatus, "Controller Status", "Failed", 0,
+     [](rt::Rig& r) {
+         // The section's own load takes the first answer; the status read
+         // that follows fails.
+         r.ctrl.answerOnce(KV_DCMD_CTRL_GET_INFO, kvitest::FakeAnswer::record(r.setup.info));
+         r.ctrl.answer(KV_DCMD_CTRL_GET_INFO, kvitest::FakeAnswer::fail(0x0E));
+     }},
+    {"no controller, no status manager: Unknown", [](ControllerSetup&) {},
+     &AdapterData::getShowStatus, "Controller Status", "Unknown", 0,
+     [](rt::Rig& r) {
+         ASSERT_EQ(r.adapter.getCtlrInfo(), 0);
+         r.adapter.dropController();
+     }},
     {"battery failure is NA", [](ControllerSetup& s) { s.bbuStatus = 0x22; },
      &AdapterData::getShowStatus, "BBU Status", "NA"},
     {"OEM host battery key", [](ControllerSetup& s) { s.oemHp = true; },
@@ -317,6 +363,79 @@ const TextCase kTexts[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, MemberText, ::testing::ValuesIn(kTexts));
+
+// Firmware times as local text: each conversion that fails gives "NA", the
+// first one (epoch plus seconds) and, in summer time, the second one (less the
+// summer shift). The epoch answers of successive calls come from the row.
+struct FirmwareTimeCase {
+    const char* what;
+    const char* zone;
+    std::vector<std::int64_t> epochs; // answer of the n-th epoch call (the last repeats)
+    std::uint32_t seconds;
+    kvi::reports::DateForm form;
+    const char* expected;
+    int shiftCalls;
+};
+
+void PrintTo(const FirmwareTimeCase& c, std::ostream* os) {
+    *os << c.what;
+}
+
+constexpr std::int64_t kEpochUtc = 946684800;  // 2000-01-01 00:00 UTC
+constexpr std::int64_t kEpochCet = 946681200;  // 2000-01-01 00:00 CET
+constexpr std::uint32_t kJuly2025 = 804682800; // 2025-07-01 11:00 standard time
+constexpr const char* kCet = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+class FirmwareTime : public ::testing::TestWithParam<FirmwareTimeCase> {};
+
+TEST_P(FirmwareTime, ConvertsOrSaysNA) {
+    const FirmwareTimeCase& c = GetParam();
+    rt::TzGuard tz(c.zone);
+    std::size_t epochCalls = 0;
+    int shiftCalls = 0;
+    const std::string text = kvi::reports::firmwareTimeText(
+        [&] { return c.epochs[std::min(epochCalls++, c.epochs.size() - 1)]; },
+        [&] {
+            ++shiftCalls;
+            return 3600;
+        },
+        c.seconds, c.form);
+    EXPECT_EQ(text, c.expected);
+    EXPECT_EQ(shiftCalls, c.shiftCalls);
+}
+
+const FirmwareTimeCase kFirmwareTimes[] = {
+    {"winter time converts once",
+     "UTC0",
+     {kEpochUtc},
+     3661,
+     kvi::reports::DateForm::Comma,
+     "01/01/2000, 01:01:01",
+     0},
+    {"first conversion failing",
+     "UTC0",
+     {kUnconvertibleTime},
+     5,
+     kvi::reports::DateForm::Comma,
+     "NA",
+     0},
+    {"summer time converts again less the shift",
+     kCet,
+     {kEpochCet},
+     kJuly2025 + 37 * 60,
+     kvi::reports::DateForm::HourOnly,
+     "07/01/2025, 11:00:00",
+     1},
+    {"summer time, second conversion failing",
+     kCet,
+     {kEpochCet, kUnconvertibleTime},
+     kJuly2025,
+     kvi::reports::DateForm::Comma,
+     "NA",
+     1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, FirmwareTime, ::testing::ValuesIn(kFirmwareTimes));
 
 // Numbers, kinds and flags of single members.
 TEST(ReportValues, PciIdentityNumbersAreHexFlaggedNumbers) {

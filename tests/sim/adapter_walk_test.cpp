@@ -414,6 +414,13 @@ std::vector<Operation> sensibleCalls() {
         ids.add(0);
         (void)a.setSscdTargetIds(&ids);
     });
+    // A dump chunk of some length: a zero length is refused before any request.
+    add("getSnapDumpData", [](AdapterData& a) {
+        unsigned char* data = nullptr;
+        unsigned int length = 512;
+        gStatus = a.getSnapDumpData(0, 0, &data, &length);
+        delete[] data;
+    });
     add("GetExpanderNumPhy", [](AdapterData& a) {
         unsigned char n = 0;
         gStatus = a.GetExpanderNumPhy(0x500605B000005678ULL, &n);
@@ -566,6 +573,111 @@ TEST_P(AdapterWalk, SimulatorUnderstandsEveryRequest) {
         std::printf("[%s] %s\n", GetParam().c_str(), s.c_str());
     EXPECT_TRUE(unexpected.empty()) << unexpected.size() << " requests refused or unknown, first: "
                                     << (unexpected.empty() ? "" : unexpected.front());
+}
+
+// Operations that rightly reach nothing on a fresh object, and why. Every
+// other operation must send at least one request (or query the controller's
+// host side) when called on a fresh object outside any transaction, so that a
+// body replaced by a placeholder answer is caught.
+struct FixedAnswer {
+    const char* operation;
+    const char* reason;
+};
+const FixedAnswer kFixedAnswers[] = {
+    {"isCtrlOstraQuorvex", "a fixed 0: no controller of this family is of that kind"},
+    {"isMultiSpanRaidLevel", "a rule on the level code alone"},
+    {"getMinSpanCount", "a rule on the level code alone"},
+    {"getValidWrPolicyLst", "a fixed list of write policy codes"},
+    {"getValidRdPolicyLst", "a fixed list of read policy codes"},
+    {"getValidCachePolicy", "a fixed list of cache policy codes"},
+    {"isSlicingSupportedWithSpanning", "always true, no controller data"},
+    {"endCtlrPropUpdate", "nothing changed since no transaction began: nothing to write"},
+    {"endCtlrPropExtUpdate", "nothing changed since no transaction began: nothing to write"},
+    {"endBIOSDataUpdate", "nothing changed since no transaction began: nothing to write"},
+    {"endMuxModeUpdate", "no mux list held: -1 before any request"},
+    {"setMuxMode", "no mux list held (no transaction began): -1 before any request"},
+    {"setEPDPrStatus", "no patrol read record held: -1 before any request"},
+};
+
+// The controller seen through a counter of everything that reaches it: direct
+// and driver commands (the simulator's own counters), SMP frames and the host
+// side queries (PCI location, driver name and version), which the simulator
+// does not count.
+class ContactCounter : public kvi::Backend {
+public:
+    explicit ContactCounter(kvi::sim::SimController& sim) : sim_(sim) {}
+    int submit(kvi::DirectCommand& cmd) override { return sim_.submit(cmd); }
+    int submitSmp(kvi::SmpCommand& cmd) override {
+        ++others_;
+        return sim_.submitSmp(cmd);
+    }
+    int pciLocation(kvi::PciLocation& out) override {
+        ++others_;
+        return sim_.pciLocation(out);
+    }
+    std::string driverName() override {
+        ++others_;
+        return sim_.driverName();
+    }
+    std::string driverVersion() override {
+        ++others_;
+        return sim_.driverVersion();
+    }
+    void reset() {
+        sim_.resetIntrospection();
+        others_ = 0;
+    }
+    std::uint64_t contacts() const { return sim_.totalRequests() + others_; }
+
+private:
+    kvi::sim::SimController& sim_;
+    std::uint64_t others_ = 0;
+};
+
+std::string baseName(const char* name) {
+    std::string n = name;
+    return n.substr(0, n.find('('));
+}
+
+TEST_P(AdapterWalk, NoOperationIsAPlaceholder) {
+    kvi::sim::Simulator sim{kvi::sim::Clock(1748779200)};
+    sim.load(GetParam());
+    ContactCounter counter(sim.controller(0));
+    kvi::setProcessInputs(sim.processInputs());
+    System::getInstance()->setBackend(&counter);
+    BackendController ctrl(counter, ControllerId(0));
+
+    std::set<std::string> fixed, operations;
+    for (const FixedAnswer& f : kFixedAnswers)
+        fixed.insert(f.operation);
+    std::vector<std::string> silent, noisyFixed;
+    for (const Operation& op : allCalls()) {
+        const std::string name = baseName(op.name);
+        operations.insert(name);
+        std::uint64_t contacts = 0;
+        {
+            ControllerId id(0);
+            AdapterDataKvi adapter(&ctrl, &id);
+            counter.reset();
+            gBorrowed = name == "getEventLogInfo" || name == "getBatteryDeviceName";
+            op.call(adapter);
+            gBorrowed = false;
+            contacts = counter.contacts();
+        }
+        if (fixed.count(name) != 0) {
+            if (contacts != 0)
+                noisyFixed.push_back(std::string(op.name) + " (" + std::to_string(contacts) +
+                                     " requests)");
+        } else if (contacts == 0) {
+            silent.push_back(op.name);
+        }
+    }
+    for (const std::string& s : silent)
+        ADD_FAILURE() << s << " sent no request on a fresh object: a placeholder body?";
+    for (const std::string& s : noisyFixed)
+        ADD_FAILURE() << s << " is listed as a fixed answer but sends requests";
+    for (const std::string& f : fixed)
+        EXPECT_TRUE(operations.count(f)) << f << " is listed as a fixed answer but is no operation";
 }
 
 INSTANTIATE_TEST_SUITE_P(BundledProfiles, AdapterWalk,

@@ -1,49 +1,103 @@
 // Report sections of AdapterDataKvi: manufacturing defaults and controller
 // capabilities.
 //
-// getShowDefaults shows the factory defaults the controller keeps in its
-// manufacturing defaults record. Members, in order (strings unless marked):
-//   "SAS Address"            sasAddr as "%llx", "NA" when 0
-//   "Background Rate"        number: backgroundRate (percent)
-//   "Strip Size Code"        number: stripeSize, the firmware's code as the
-//                            strip-size rules report it
-//   "Write Back"             writeBack: 0 "Off", 1 "On", 2 "Always", else "Unknown"
-//   "Read Ahead"             readAhead: 0 "Off", 1 "On", 2 "Adaptive", else "Unknown"
-//   "Cached IO"              cachedIo 1 "On", else "Off"
-//   "Cache When BBU Bad"     cacheWhenBBUBad non-zero "On", else "Off"
-//   "Flush Time (sec)"       number: flushTime
-//   "Drive Coercion Mode"    coercion: 1 "128MB", 2 "1GB", else "none" (as in the
-//                            policies section)
-//   "Spin Down Mode"         spindownMode, texts as in the boot section
-//   "Alarm"                  alarmDisable non-zero "Off", else "On"
-//   "Max VDs per Array"      number: maxLdsPerArray
-// A failed load of the record is returned at once; nothing is written.
+// Both sections show what the configuration rules answer, not their own
+// reading of the records: each value comes from the rule operation of this
+// object (a virtual call, so a subclass that overrides a rule changes the
+// report), and a value means exactly what that operation gives.
 //
-// getShowCapabilities shows the controller's limits from the controller
-// information. Members, in order (numbers unless marked):
+// getShowDefaults: the factory defaults the controller keeps in its
+// manufacturing defaults record. The record is loaded first; a failed load is
+// returned at once and nothing is written. Members, in order:
+//   "SAS Address"                     getAdpSASAddress as "%llx", "NA" when 0
+//   "Strip Size Code"                 number: getDefaultStrpSz, the firmware's
+//                                     strip-size code
+//   "Write Policy Code"               number: getDefaultWrPolicy
+//   "Read Policy Code"                number: getDefaultRdPolicy
+//   "Cache Policy Code"               number: getDefaultCachePolicy
+//   "Disk Cache Policy Code"          number: getDefaultDiskCachePolicy (asks
+//                                     the OEM identifier)
+//   "Write Cache Bad BBU Code"        number: getDefaultWriteCacheBadBBU
+//   "Disk Certification Policy Code"  number: getDiskCertificationPolicy
+//   "Treat RAID1E As RAID10"          isTreatR1EAsR10: "Yes" / "No"
+//   "Spin Down Mode"                  the record's spin-down mode, texts as in
+//                                     the boot section
+//   "Max VDs per Array"               number: the record's maxLdsPerArray
+// The policy codes are shown as numbers: they are the codes the tool's
+// logical-drive policies use, and what each code means belongs to the command
+// layer that offers those policies, so the section names none of them. A rule
+// operation that refuses (a record value with no mapping, a failed OEM query)
+// shows "NA" under its key; the section still returns 0. The record's other
+// members (background rate, flush time, coercion, alarm, ...) are not shown:
+// nothing here says what their codes or units mean.
+//
+// getShowCapabilities: the controller's limits from the controller
+// information. The information is loaded first; a failed load is returned at
+// once and nothing is written. Members, in order (numbers unless marked):
 //   "Max Arms", "Max Spans", "Max Arrays", "Max Virtual Drives", "Max Drives",
 //   "Max Configurable Drives", "Max Dedicated Hot Spares", "Max Global Hot Spares",
 //   "Max VDs per Array", "Min Strip Size Code", "Max Strip Size Code",
-//   "Supported RAID Levels"  array of strings, in the order the RAID level rules
-//                            list them: "RAID0", "RAID1", "RAID5", "RAID6",
-//                            "RAID00" (when not marked unsupported), "RAID10",
-//                            "RAID50", "RAID60"
+//   "Supported RAID Levels"  array of strings: the list getSupportedRaidLevels
+//                            gives, in its order, each code by its name
+//                            ("RAID0", "RAID1", "RAID5", "RAID6", "RAIDEC" for
+//                            17, "RAID10", "RAID50", "RAID60", "RAID1E" for 35,
+//                            "RAID00", "Unknown" for 255) and any other code as
+//                            its decimal number. When the operation fails its
+//                            status is returned at once, after the members
+//                            above.
 //   "OEM Code"               number from the OEM identifier query; absent when
 //                            that query fails
-// A failed controller-information load is returned at once; nothing is written.
+#include <memory>
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
+#include "util/ArList.h"
 
 using namespace kvi::reports;
 
 namespace {
 
-const char* const kWriteBackTexts[] = {"Off", "On", "Always"};
-const char* const kReadAheadTexts[] = {"Off", "On", "Adaptive"};
+// A code handed on as the rule operation gives it; "NA" when it refused.
+void putCode(json::Object& obj, const char* key, int rc, unsigned char code) {
+    if (rc == 0) {
+        putNumber(obj, key, code);
+    } else {
+        putText(obj, key, "NA");
+    }
+}
+
+// The report text of a RAID level code.
+std::string raidLevelText(unsigned char level) {
+    switch (level) {
+    case 0:
+        return "RAID0";
+    case 1:
+        return "RAID1";
+    case 5:
+        return "RAID5";
+    case 6:
+        return "RAID6";
+    case 17:
+        return "RAIDEC";
+    case 32:
+        return "RAID10";
+    case 33:
+        return "RAID50";
+    case 34:
+        return "RAID60";
+    case 35:
+        return "RAID1E";
+    case 36:
+        return "RAID00";
+    case 255:
+        return "Unknown";
+    default:
+        return format("%u", static_cast<unsigned int>(level));
+    }
+}
 
 } // namespace
 
@@ -53,19 +107,37 @@ int AdapterDataKvi::getShowDefaults(json::Object& obj) {
     if (rc != 0) {
         return rc;
     }
+
+    unsigned long long sasAddr = 0;
+    if (getAdpSASAddress(&sasAddr) == 0 && sasAddr != 0) {
+        putText(obj, "SAS Address", format("%llx", sasAddr));
+    } else {
+        putText(obj, "SAS Address", "NA");
+    }
+    unsigned char code = 0;
+    int status = getDefaultStrpSz(&code);
+    putCode(obj, "Strip Size Code", status, code);
+    status = getDefaultWrPolicy(&code);
+    putCode(obj, "Write Policy Code", status, code);
+    status = getDefaultRdPolicy(&code);
+    putCode(obj, "Read Policy Code", status, code);
+    status = getDefaultCachePolicy(&code);
+    putCode(obj, "Cache Policy Code", status, code);
+    status = getDefaultDiskCachePolicy(&code);
+    putCode(obj, "Disk Cache Policy Code", status, code);
+    status = getDefaultWriteCacheBadBBU(&code);
+    putCode(obj, "Write Cache Bad BBU Code", status, code);
+    status = getDiskCertificationPolicy(&code);
+    putCode(obj, "Disk Certification Policy Code", status, code);
+    bool treat = false;
+    if (isTreatR1EAsR10(&treat) == 0) {
+        putText(obj, "Treat RAID1E As RAID10", yesNo(treat));
+    } else {
+        putText(obj, "Treat RAID1E As RAID10", "NA");
+    }
+
     const KV_MFC_DEFAULTS& mfc = *kvMFCDefPtr_;
-    const unsigned long long sasAddr = mfc.sasAddr;
-    putText(obj, "SAS Address", sasAddr != 0 ? format("%llx", sasAddr) : std::string("NA"));
-    putNumber(obj, "Background Rate", mfc.backgroundRate);
-    putNumber(obj, "Strip Size Code", mfc.stripeSize);
-    putText(obj, "Write Back", codeText(mfc.writeBack, kWriteBackTexts, "Unknown"));
-    putText(obj, "Read Ahead", codeText(mfc.readAhead, kReadAheadTexts, "Unknown"));
-    putText(obj, "Cached IO", onOff(mfc.cachedIo == 1));
-    putText(obj, "Cache When BBU Bad", onOff(mfc.cacheWhenBBUBad != 0));
-    putNumber(obj, "Flush Time (sec)", mfc.flushTime);
-    putText(obj, "Drive Coercion Mode", coercionText(mfc.coercion));
     putText(obj, "Spin Down Mode", spinDownText(mfc.spindownMode));
-    putText(obj, "Alarm", onOff(mfc.alarmDisable == 0));
     putNumber(obj, "Max VDs per Array", mfc.maxLdsPerArray);
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowDefaults retCode = %d", rc);
     return 0;
@@ -73,7 +145,7 @@ int AdapterDataKvi::getShowDefaults(json::Object& obj) {
 
 int AdapterDataKvi::getShowCapabilities(json::Object& obj) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowCapabilities");
-    const int rc = getCtlrInfo();
+    int rc = getCtlrInfo();
     if (rc != 0) {
         return rc;
     }
@@ -89,20 +161,20 @@ int AdapterDataKvi::getShowCapabilities(json::Object& obj) {
     putNumber(obj, "Max VDs per Array", info.maxLdsPerArray);
     putNumber(obj, "Min Strip Size Code", info.stripeSizeOptions.min);
     putNumber(obj, "Max Strip Size Code", info.stripeSizeOptions.max);
+
+    // The list belongs to this caller.
+    ArrayList<unsigned char>* raw = nullptr;
+    rc = getSupportedRaidLevels(&raw);
+    const std::unique_ptr<ArrayList<unsigned char>> supported(raw);
+    if (rc != 0) {
+        return rc;
+    }
     json::Array levels;
-    const auto add = [&levels](bool supported, const char* name) {
-        if (supported) {
-            levels.Insert(json::String(name));
+    if (supported != nullptr) {
+        for (unsigned char level : *supported) {
+            levels.Insert(json::String(raidLevelText(level)));
         }
-    };
-    add(info.raidLevels.raidLevel_0, "RAID0");
-    add(info.raidLevels.raidLevel_1, "RAID1");
-    add(info.raidLevels.raidLevel_5, "RAID5");
-    add(info.raidLevels.raidLevel_6, "RAID6");
-    add(!info.raidLevels.raidLevel_00_unsupported, "RAID00");
-    add(info.raidLevels.raidLevel_10, "RAID10");
-    add(info.raidLevels.raidLevel_50, "RAID50");
-    add(info.raidLevels.raidLevel_60, "RAID60");
+    }
     obj["Supported RAID Levels"] = levels;
     int oem = 0;
     if (getOem(&oem) == 0) {
