@@ -6,6 +6,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Schedule.h"
 #include "firmware/kvistat.h"
 #include "provider/Backend.h"
 #include "provider/Provider.h"
@@ -50,18 +51,6 @@ public:
 private:
     Health& h_;
 };
-
-// Seconds since 1970 of a schedule time. The firmware counts wall-clock
-// seconds from the schedule epoch read as standard time, so a time that falls
-// in summer time is one summer-time shift earlier (as the reports show it).
-long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds) {
-    long long t = static_cast<long long>(a.y2kTime()) + seconds;
-    std::time_t tt = static_cast<std::time_t>(t);
-    std::tm tm{};
-    if (localtime_r(&tt, &tm) != nullptr && tm.tm_isdst > 0)
-        t -= a.getdstInSec();
-    return t;
-}
 
 } // namespace
 

@@ -73,14 +73,19 @@ std::string idText(const ArrayList<unsigned short>& list) {
     return s.empty() ? "none" : s;
 }
 
+long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds) {
+    long long t = static_cast<long long>(a.y2kTime()) + seconds;
+    std::time_t tt = static_cast<std::time_t>(t);
+    std::tm tm{};
+    if (localtime_r(&tt, &tm) != nullptr && tm.tm_isdst > 0)
+        t -= a.getdstInSec();
+    return t;
+}
+
 std::string scheduleLocalText(AdapterDataKvi& a, std::uint32_t seconds) {
-    std::time_t t = static_cast<std::time_t>(a.y2kTime() + seconds);
+    std::time_t t = static_cast<std::time_t>(scheduleInstant(a, seconds));
     std::tm tm{};
     localtime_r(&t, &tm);
-    if (tm.tm_isdst > 0) {
-        t -= a.getdstInSec();
-        localtime_r(&t, &tm);
-    }
     return formatLocalTime(tm);
 }
 

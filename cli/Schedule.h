@@ -44,10 +44,13 @@ ArrayList<unsigned short> idList(const std::vector<unsigned short>& ids);
 json::Array idArray(const ArrayList<unsigned short>& list);
 std::string idText(const ArrayList<unsigned short>& list);
 
-// A firmware schedule time (seconds from the schedule epoch) as local
-// "YYYY-MM-DD HH:MM", the way the controller's reports show it: the firmware
-// counts from the epoch read as standard time, so a time that falls in summer
-// time is one summer-time shift earlier than a plain conversion gives.
+// A firmware schedule time (seconds from the schedule epoch) as seconds since
+// 1970, the way the controller's reports read it: the firmware counts from the
+// epoch read as standard time, so a time that falls in summer time is one
+// summer-time shift earlier than a plain conversion gives.
+long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds);
+
+// The same instant as local "YYYY-MM-DD HH:MM".
 std::string scheduleLocalText(AdapterDataKvi& a, std::uint32_t seconds);
 
 // The "Excluded" member: an array in JSON, a comma list (or "none") in text.

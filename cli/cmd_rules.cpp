@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "cli/App.h"
 #include "cli/Doc.h"
 
@@ -13,30 +14,9 @@ namespace cli {
 namespace {
 
 std::string levelName(unsigned char level) {
-    switch (level) {
-    case 0:
-        return "RAID0";
-    case 1:
-        return "RAID1";
-    case 5:
-        return "RAID5";
-    case 6:
-        return "RAID6";
-    case 17:
-        return "RAIDEC";
-    case 32:
-        return "RAID10";
-    case 33:
-        return "RAID50";
-    case 34:
-        return "RAID60";
-    case 35:
-        return "RAID1E";
-    case 36:
-        return "RAID00";
-    default:
-        return "level " + std::to_string(level);
-    }
+    if (const char* name = kvi::reports::raidLevelName(level))
+        return name;
+    return "level " + std::to_string(level);
 }
 
 // Strip size code n means 512 << n bytes.

@@ -172,11 +172,19 @@ bool lanes(App& app, Target& t, Doc& d) {
     return true;
 }
 
-// "phys 0-7", or "no phys" for a controller without any.
-std::string rangeText(const char* what, unsigned count) {
-    if (count == 0)
-        return std::string("no ") + what;
-    return std::string(what) + " 0-" + std::to_string(count - 1);
+// Refuses (as a usage error) an index the controller does not have, naming
+// the ones it has ("phys 0-7", or "no phys"). True when refused.
+bool refuseMissingIndex(App& app, const Target& t, const char* what, const char* plural,
+                        unsigned index, unsigned count) {
+    if (index < count)
+        return false;
+    const std::string have = count == 0 ? std::string("no ") + plural
+                                        : std::string(plural) + " 0-" + std::to_string(count - 1);
+    app.error("usage",
+              std::string(what) + " " + std::to_string(index) + " does not exist on controller " +
+                  std::to_string(t.index) + " (" + have + "); nothing was changed",
+              kExitUsage);
+    return true;
 }
 
 Command showTopology(App& app, int which) { // 0 all, 1 phys, 2 connectors, 3 mux, 4 lanes
@@ -241,14 +249,8 @@ void registerTopology(CLI::App& root, App& app) {
         c.run = [&app, p, s](Target& t) {
             unsigned int count = 0;
             int rc = t.adapter->getPhyCount(&count);
-            if (rc == 0 && *p >= count) {
-                app.error("usage",
-                          "phy " + std::to_string(*p) + " does not exist on controller " +
-                              std::to_string(t.index) + " (" + rangeText("phys", count) +
-                              "); nothing was changed",
-                          kExitUsage);
+            if (rc == 0 && refuseMissingIndex(app, t, "phy", "phys", *p, count))
                 return;
-            }
             if (rc == 0)
                 rc = t.adapter->setLinkSpeed(static_cast<int>(*p), *s);
             if (rc != 0)
@@ -278,14 +280,8 @@ void registerTopology(CLI::App& root, App& app) {
             unsigned char count = 0;
             int rc = t.adapter->getMuxCount(&count);
             const unsigned usable = std::min<unsigned>(count, kMaxMux);
-            if (rc == 0 && *i >= usable) {
-                app.error("usage",
-                          "multiplexer " + std::to_string(*i) + " does not exist on controller " +
-                              std::to_string(t.index) + " (" + rangeText("multiplexers", usable) +
-                              "); nothing was changed",
-                          kExitUsage);
+            if (rc == 0 && refuseMissingIndex(app, t, "multiplexer", "multiplexers", *i, usable))
                 return;
-            }
             if (rc == 0)
                 rc = t.adapter->beginMuxModeUpdate();
             if (rc == 0)

@@ -156,5 +156,32 @@ const KV_FLASH_COMP_INFO* ctrlInfoComponent(const KV_CTRL_INFO& info, std::size_
                                                        i * sizeof(KV_FLASH_COMP_INFO));
 }
 
+const char* raidLevelName(unsigned char level) {
+    switch (level) {
+    case 0:
+        return "RAID0";
+    case 1:
+        return "RAID1";
+    case 5:
+        return "RAID5";
+    case 6:
+        return "RAID6";
+    case 17:
+        return "RAIDEC";
+    case 32:
+        return "RAID10";
+    case 33:
+        return "RAID50";
+    case 34:
+        return "RAID60";
+    case 35:
+        return "RAID1E";
+    case 36:
+        return "RAID00";
+    default:
+        return nullptr;
+    }
+}
+
 } // namespace reports
 } // namespace kvi

@@ -28,6 +28,10 @@ template <std::size_t N> std::string fieldText(const unsigned char (&field)[N]) 
 // printf into a std::string of any length.
 std::string format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 
+// The name of a RAID level code as the level rules give them ("RAID5",
+// "RAID10"), or nullptr for a code that names no level.
+const char* raidLevelName(unsigned char level);
+
 // Broken-down local time of t; false when the conversion fails.
 bool localTime(std::int64_t t, std::tm* out);
 

@@ -71,32 +71,9 @@ void putCode(json::Object& obj, const char* key, int rc, unsigned char code) {
 
 // The report text of a RAID level code.
 std::string raidLevelText(unsigned char level) {
-    switch (level) {
-    case 0:
-        return "RAID0";
-    case 1:
-        return "RAID1";
-    case 5:
-        return "RAID5";
-    case 6:
-        return "RAID6";
-    case 17:
-        return "RAIDEC";
-    case 32:
-        return "RAID10";
-    case 33:
-        return "RAID50";
-    case 34:
-        return "RAID60";
-    case 35:
-        return "RAID1E";
-    case 36:
-        return "RAID00";
-    case 255:
-        return "Unknown";
-    default:
-        return format("%u", static_cast<unsigned int>(level));
-    }
+    if (const char* name = raidLevelName(level))
+        return name;
+    return level == 255 ? "Unknown" : format("%u", static_cast<unsigned int>(level));
 }
 
 } // namespace
