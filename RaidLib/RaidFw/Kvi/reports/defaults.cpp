@@ -91,21 +91,25 @@ int AdapterDataKvi::getShowDefaults(json::Object& obj) {
     } else {
         putText(obj, "SAS Address", "NA");
     }
-    unsigned char code = 0;
-    int status = getDefaultStrpSz(&code);
-    putCode(obj, "Strip Size Code", status, code);
-    status = getDefaultWrPolicy(&code);
-    putCode(obj, "Write Policy Code", status, code);
-    status = getDefaultRdPolicy(&code);
-    putCode(obj, "Read Policy Code", status, code);
-    status = getDefaultCachePolicy(&code);
-    putCode(obj, "Cache Policy Code", status, code);
-    status = getDefaultDiskCachePolicy(&code);
-    putCode(obj, "Disk Cache Policy Code", status, code);
-    status = getDefaultWriteCacheBadBBU(&code);
-    putCode(obj, "Write Cache Bad BBU Code", status, code);
-    status = getDiskCertificationPolicy(&code);
-    putCode(obj, "Disk Certification Policy Code", status, code);
+    // The default codes, each from its rule operation (virtual, so a
+    // controller-specific rule is what the section shows).
+    static const struct {
+        const char* key;
+        int (AdapterData::*read)(unsigned char*);
+    } kCodes[] = {
+        {"Strip Size Code", &AdapterData::getDefaultStrpSz},
+        {"Write Policy Code", &AdapterData::getDefaultWrPolicy},
+        {"Read Policy Code", &AdapterData::getDefaultRdPolicy},
+        {"Cache Policy Code", &AdapterData::getDefaultCachePolicy},
+        {"Disk Cache Policy Code", &AdapterData::getDefaultDiskCachePolicy},
+        {"Write Cache Bad BBU Code", &AdapterData::getDefaultWriteCacheBadBBU},
+        {"Disk Certification Policy Code", &AdapterData::getDiskCertificationPolicy},
+    };
+    for (const auto& c : kCodes) {
+        unsigned char code = 0;
+        const int status = (this->*c.read)(&code);
+        putCode(obj, c.key, status, code);
+    }
     bool treat = false;
     if (isTreatR1EAsR10(&treat) == 0) {
         putText(obj, "Treat RAID1E As RAID10", yesNo(treat));
