@@ -188,6 +188,8 @@ std::string App::statusText(Target& t, int status) const {
         const char* d = kviStatusDescription(status);
         if (d != nullptr)
             text += std::string(" (") + d + ")";
+        else
+            text = "firmware status " + text;
     } else if (status == -1) {
         text += " (the controller-data layer refused the request: not supported by this "
                 "controller or not available)";
@@ -208,17 +210,8 @@ void App::fail(Target& t, const std::string& what, int status) {
     case KVI_STAT_INVALID_DCMD:
         hint = "this controller does not offer it";
         break;
-    case KVI_STAT_BUSY:
-        hint = "retry in a moment";
-        break;
     case KVI_STAT_NO_HW_PRESENT:
         hint = "the hardware is not fitted on this controller";
-        break;
-    case KVI_STAT_LOCK_KEY_INVALID:
-        hint = "check the passphrase";
-        break;
-    case KVI_STAT_LOCK_KEY_ABSENT:
-        hint = "create a key first (kvictl security create)";
         break;
     case kvi::kTransportFailed:
         hint = "check the device path and that the driver is loaded";

@@ -47,6 +47,7 @@ std::vector<RecordSlot> stateBlocks(ControllerState& s) {
     all.push_back(slot("oob", s.oob));
     all.push_back(slot("snapDump", s.snapDump));
     all.push_back(slot("autoConfig", s.autoConfig));
+    all.push_back(slot("nvCache", s.nvCache));
     return all;
 }
 

@@ -13,6 +13,13 @@
 
 namespace kvi::sim {
 
+// Statuses the simulator answers for conditions the firmware interface gives no
+// named status: the tool shows them by number, as it would on hardware.
+constexpr int kStatusBusy = 0x04;             // a learn cycle or image update is running
+constexpr int kStatusChecksumMismatch = 0x05; // a BIOS record with a wrong checksum
+constexpr int kStatusNoLockKey = 0x06;        // a key operation without a key
+constexpr int kStatusWrongPassphrase = 0x07;  // a passphrase that does not match the key
+
 #pragma pack(push, 1)
 // One PCIe lane of the lane table (the firmware headers do not name it).
 struct SimLaneConnection {
@@ -83,6 +90,9 @@ struct ControllerState {
     std::uint8_t oob[16]{};
     std::uint8_t snapDump[16]{};
     std::uint8_t autoConfig[8]{};
+    // The non-volatile cache as its query reports it: word 0 the flash size in
+    // KiB, word 1 the KiB that hold cache data (cleared by an erase).
+    std::uint64_t nvCache[2]{};
 
     // ---- image component lists (running, backup, pending) ----
     std::vector<KV_FLASH_COMP_INFO> running, backup, pending;

@@ -26,6 +26,7 @@
 //   "mfg2":      text of the second manufacturing record
 //   "alarm":     "present" | "absent" | "enabled" | "disabled" | "silenced"
 //   "lockKey":   {"passphrase": TEXT, "keyId": TEXT}  a key assigned at start
+//   "nvCache":   {"sizeKiB": N, "usedKiB": N}  what the NV cache query reports
 //   "sscVolumes": [blocks, ...]  SSD-cache volumes of the configuration, each
 //                its size in 512-byte blocks (at most 64; default none)
 //   "fail":      {"OPCODE[@bN=V]": STATUS}  OPCODE as hex, decimal or KV_DCMD_ name
@@ -602,7 +603,7 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
                     "phys",     "connectors",  "mux",         "lanes",   "events",
                     "eventLog", "pci",         "driver",      "oem",     "controllerType",
                     "isOEMhp",  "haMode",      "personality", "mfg2",    "alarm",
-                    "lockKey",  "sscVolumes",  "fail"},
+                    "lockKey",  "sscVolumes",  "nvCache",     "fail"},
               file, "");
     if (doc.contains("base")) {
         if (!doc["base"].is_string())
@@ -700,6 +701,17 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
         applyLockKey(st, doc["lockKey"], file);
     if (doc.contains("sscVolumes"))
         applySscVolumes(st, doc["sscVolumes"], file);
+    if (doc.contains("nvCache")) {
+        const json& n = doc["nvCache"];
+        if (!n.is_object())
+            fail(file, "nvCache", "expected an object with sizeKiB and usedKiB");
+        checkKeys(n, {"sizeKiB", "usedKiB"}, file, "nvCache");
+        const std::uint64_t all = ~std::uint64_t{0};
+        if (n.contains("sizeKiB"))
+            st.nvCache[0] = uintValue(n["sizeKiB"], all, file, "nvCache.sizeKiB");
+        if (n.contains("usedKiB"))
+            st.nvCache[1] = uintValue(n["usedKiB"], all, file, "nvCache.usedKiB");
+    }
     if (doc.contains("fail"))
         applyFaults(st, doc["fail"], file);
 }

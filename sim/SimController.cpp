@@ -18,8 +18,8 @@
 //     execFreq (unless execFreq is 0 or 0xFFFFFFFF).
 //   - Battery learn cycle: active for the next three status reads.
 //   - Lock key: create stores a salted hash of the passphrase; verify and
-//     restore compare against it (KVI_STAT_LOCK_KEY_INVALID on a mismatch,
-//     KVI_STAT_LOCK_KEY_ABSENT without a key). Re-key takes the new passphrase
+//     restore compare against it (kStatusWrongPassphrase on a mismatch,
+//     kStatusNoLockKey without a key). Re-key takes the new passphrase
 //     at byte 0; when the escrow part carries a key (escrowLockKeyLength > 0)
 //     that key is checked as the current passphrase first. An empty passphrase
 //     means the external key manager (only with supportEKM).
@@ -55,7 +55,7 @@ constexpr int kOk = KVI_STAT_OK;
 constexpr int kBad = KVI_STAT_INVALID_PARAMETER;
 constexpr int kNoDcmd = KVI_STAT_INVALID_DCMD;
 constexpr int kNoHw = KVI_STAT_NO_HW_PRESENT;
-constexpr int kBusy = KVI_STAT_BUSY;
+constexpr int kBusy = kStatusBusy;
 
 // Event locales (a bit set) and codes of the actions.
 enum Locale : std::uint16_t {
@@ -573,7 +573,7 @@ int Firmware::bios(bool set) {
     for (std::uint32_t i = 0; i < sizeof(KV_BIOS_DATA); ++i)
         sum = std::uint8_t(sum + cmd_.data[i]);
     if (sum != 0)
-        return KVI_STAT_CHECKSUM_MISMATCH;
+        return kStatusChecksumMismatch;
     take(&st_.bios, sizeof st_.bios);
     log(0x0012, kLocCtrl, 0, "BIOS settings changed");
     return kOk;
@@ -690,7 +690,7 @@ int Firmware::lockKey() {
         if (m_[0] != 0xFF || m_[1] != 0xFF || !zeroFrom(m_, get ? 3 : 2))
             return kBad;
         if (!key.assigned)
-            return KVI_STAT_LOCK_KEY_ABSENT;
+            return kStatusNoLockKey;
         std::uint8_t text[256]{};
         if (get) {
             std::memcpy(text, key.keyId.data(), std::min<std::size_t>(key.keyId.size(), 255));
@@ -722,11 +722,11 @@ int Firmware::lockKey() {
         if (!ok || escrowLen > sizeof r.escrow.escrowLockKey)
             return kBad;
         if (!key.assigned)
-            return KVI_STAT_LOCK_KEY_ABSENT;
+            return kStatusNoLockKey;
         if (cmd_.opcode == KV_DCMD_CTRL_LOCK_KEY_REKEY) {
             if (escrowLen > 0 && !lockKeyMatches(st_, current)) {
                 log(0x0074, kLocSecurity, 1, "Lock key re-key refused: wrong passphrase");
-                return KVI_STAT_LOCK_KEY_INVALID;
+                return kStatusWrongPassphrase;
             }
             bool external = pass.empty();
             if (external && !st_.info.adapterOperations.supportEKM)
@@ -738,7 +738,7 @@ int Firmware::lockKey() {
         }
         if (!lockKeyMatches(st_, pass)) {
             log(0x0074, kLocSecurity, 1, "Lock key passphrase refused");
-            return KVI_STAT_LOCK_KEY_INVALID;
+            return kStatusWrongPassphrase;
         }
         if (!verify) {
             st_.info.adapterStatus.lockKeyFailed = 0;
@@ -750,7 +750,7 @@ int Firmware::lockKey() {
         if (!zeroFrom(m_, 0))
             return kBad;
         if (!key.assigned)
-            return KVI_STAT_LOCK_KEY_ABSENT;
+            return kStatusNoLockKey;
         std::uint32_t suggestions = key.suggestions;
         key = LockKeyState{};
         key.suggestions = suggestions;
@@ -1000,11 +1000,14 @@ int Firmware::run() {
     case KV_DCMD_CTRL_NVCACHE_ERASE: {
         if (!info.adapterOperations3.supportNVCacheErase)
             return kNoDcmd;
-        std::uint8_t reply[16]{};
+        // b[0] = 0 erases the cache; b[0] = 1 only reports its sizes.
         if (!zeroFrom(m_, 1) || m_[0] > 1)
             return kBad;
-        int status = answer(reply, sizeof reply);
-        if (status == kOk)
+        const bool erase = m_[0] == 0;
+        if (erase)
+            st_.nvCache[1] = 0;
+        int status = answer(st_.nvCache, sizeof st_.nvCache);
+        if (status == kOk && erase)
             log(0x0094, kLocCtrl, 1, "NV cache erased");
         return status;
     }

@@ -36,11 +36,11 @@ struct Status {
     int code;
     const char* name;
 };
-// Invalid parameter, no hardware present, busy, and the catch-all 0xFF.
+// Invalid parameter, no hardware present, a status without a name, and the catch-all 0xFF.
 const Status kStatuses[] = {
     {0x03, "KVI_STAT_INVALID_PARAMETER"},
     {0x22, "KVI_STAT_NO_HW_PRESENT"},
-    {0x04, "KVI_STAT_BUSY"},
+    {0x04, "0x04"},
     {0xFF, "KVI_STAT_INVALID_STATUS"},
 };
 

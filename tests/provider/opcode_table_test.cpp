@@ -198,6 +198,8 @@ TEST(StatusNames, KnownStatusesByNameAndUnknownAsHex) {
         {0x9a, "0x9a"},
         {0x21, "0x21"},
         {0x0c, "0x0c"},
+        {0x04, "0x04"}, // numbers the interface gives no meaning keep none
+        {0x07, "0x07"},
     };
     for (const Row& r : rows)
         EXPECT_EQ(kviStatusName(r.status), r.name);

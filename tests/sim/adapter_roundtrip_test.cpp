@@ -22,6 +22,7 @@
 #include "provider/Controller.h"
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
+#include "sim/ControllerState.h"
 #include "sim/Simulator.h"
 #include "tests/support/ScratchDir.h"
 #include "util/ArList.h"
@@ -430,7 +431,7 @@ TEST_F(Roundtrip, LockKeyCreateVerifyDestroy) {
     EXPECT_EQ(id, keyId);
 
     std::string wrong = "Correct-Horse-8";
-    EXPECT_EQ(fresh()->verifyLockKey(wrong, 0), KVI_STAT_LOCK_KEY_INVALID);
+    EXPECT_EQ(fresh()->verifyLockKey(wrong, 0), kvi::sim::kStatusWrongPassphrase);
     EXPECT_EQ(fresh()->verifyLockKey(pass, 0), 0);
     // A second key is refused while one is assigned.
     std::string other = "Another-Pass-1";
@@ -440,8 +441,8 @@ TEST_F(Roundtrip, LockKeyCreateVerifyDestroy) {
     ASSERT_EQ(fresh()->destroyLockKey(), 0);
     ASSERT_EQ(fresh()->isLockKeyAssigned(&assigned), 0);
     EXPECT_FALSE(assigned);
-    EXPECT_EQ(fresh()->verifyLockKey(pass, 0), KVI_STAT_LOCK_KEY_ABSENT);
-    EXPECT_EQ(fresh()->destroyLockKey(), KVI_STAT_LOCK_KEY_ABSENT);
+    EXPECT_EQ(fresh()->verifyLockKey(pass, 0), kvi::sim::kStatusNoLockKey);
+    EXPECT_EQ(fresh()->destroyLockKey(), kvi::sim::kStatusNoLockKey);
 }
 
 TEST_F(Roundtrip, LockKeyRekeyNeedsARestart) {
@@ -452,7 +453,7 @@ TEST_F(Roundtrip, LockKeyRekeyNeedsARestart) {
     bool reboot = false;
     ASSERT_EQ(fresh()->islockKeyRebootRequired(&reboot), 0);
     EXPECT_TRUE(reboot);
-    EXPECT_EQ(fresh()->verifyLockKey(pass, 0), KVI_STAT_LOCK_KEY_INVALID);
+    EXPECT_EQ(fresh()->verifyLockKey(pass, 0), kvi::sim::kStatusWrongPassphrase);
     EXPECT_EQ(fresh()->verifyLockKey(next, 0), 0);
     ASSERT_EQ(fresh()->adpRestart(true), 0);
     ASSERT_EQ(fresh()->islockKeyRebootRequired(&reboot), 0);
@@ -469,7 +470,7 @@ TEST_F(Roundtrip, BatteryLearnRunsForThreeStatusReadsThenSchedulesTheNext) {
     ASSERT_EQ(fresh()->getBatteryNextLearnTime(&nextBefore), 0);
 
     ASSERT_EQ(fresh()->startManualLearnCycle(), 0);
-    EXPECT_EQ(fresh()->startManualLearnCycle(), KVI_STAT_BUSY);
+    EXPECT_EQ(fresh()->startManualLearnCycle(), kvi::sim::kStatusBusy);
     ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0);
     EXPECT_NE(status & kLearnActive, 0u);
     ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0);

@@ -74,7 +74,8 @@ TEST_F(SimBehaviour, BiosDataNeedsAValidChecksum) {
     b.bootTargetId = 2;
     b.doNotExpose = 1; // checksum now stale
     std::uint32_t before = newest();
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_BIOS_DATA_SET, b).status, KVI_STAT_CHECKSUM_MISMATCH);
+    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_BIOS_DATA_SET, b).status,
+              kvi::sim::kStatusChecksumMismatch);
     EXPECT_EQ(newest(), before);
     EXPECT_EQ(as<KV_BIOS_DATA>(send(c(), KV_DCMD_CTRL_BIOS_DATA_GET)).bootTargetId, 0);
     b.checkSum = 0;
@@ -139,6 +140,26 @@ TEST_F(SimBehaviour, SasAddressHighHalfInWordZero) {
               0x5000d31f00000001ULL);
 }
 
+TEST_F(SimBehaviour, NvCacheQueryOnlyReportsAndEraseClearsTheUsedPart) {
+    struct Words {
+        std::uint64_t sizeKiB, usedKiB;
+    };
+    const std::uint32_t before = newest();
+    // b[0] = 1: the report form, answered from the profile, logging nothing.
+    Words w = as<Words>(send(c(), KV_DCMD_CTRL_NVCACHE_ERASE, mboxBytes({{0, 1}}), 16));
+    EXPECT_EQ(w.sizeKiB, 16777216u);
+    EXPECT_EQ(w.usedKiB, 1048576u);
+    EXPECT_EQ(newest(), before);
+    // b[0] = 0 erases: the used part is gone and the erase is logged.
+    w = as<Words>(send(c(), KV_DCMD_CTRL_NVCACHE_ERASE, mboxBytes({{0, 0}}), 16));
+    EXPECT_EQ(w.sizeKiB, 16777216u);
+    EXPECT_EQ(w.usedKiB, 0u);
+    EXPECT_EQ(newest(), before + 1);
+    EXPECT_EQ(lastEvent(), "NV cache erased");
+    EXPECT_EQ(send(c(), KV_DCMD_CTRL_NVCACHE_ERASE, mboxBytes({{0, 2}}), 16).status,
+              KVI_STAT_INVALID_PARAMETER);
+}
+
 TEST_F(SimBehaviour, AlarmStatesAndTheirProperty) {
     EXPECT_EQ(send(c(), KV_DCMD_CTRL_ALARM_GET).data[0], 1);
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_ALARM_SILENCE).status, 0);
@@ -194,7 +215,7 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
     EXPECT_EQ(flags().lockKeyAssigned, 0);
     EXPECT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
-        KVI_STAT_LOCK_KEY_ABSENT);
+        kvi::sim::kStatusNoLockKey);
     ASSERT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, createParams("Secret#2025", "rack7-ctrl0"))
             .status,
@@ -211,10 +232,10 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
         0);
     EXPECT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("secret#2025")).status,
-        KVI_STAT_LOCK_KEY_INVALID);
+        kvi::sim::kStatusWrongPassphrase);
     EXPECT_EQ(lastEvent(), "Lock key passphrase refused");
     EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, escrowParams("wrong")).status,
-              KVI_STAT_LOCK_KEY_INVALID);
+              kvi::sim::kStatusWrongPassphrase);
     EXPECT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, escrowParams("Secret#2025")).status, 0);
 
@@ -226,7 +247,7 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
     // Re-key: a wrong current passphrase is refused, the right one takes the new key.
     EXPECT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_REKEY, escrowParams("New#Key#26", "nope")).status,
-        KVI_STAT_LOCK_KEY_INVALID);
+        kvi::sim::kStatusWrongPassphrase);
     ASSERT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_REKEY, escrowParams("New#Key#26", "Secret#2025"))
             .status,
@@ -234,7 +255,7 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
     EXPECT_EQ(flags().lockKeyRebootRequired, 1);
     EXPECT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("Secret#2025")).status,
-        KVI_STAT_LOCK_KEY_INVALID);
+        kvi::sim::kStatusWrongPassphrase);
     EXPECT_EQ(
         sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, escrowParams("New#Key#26")).status, 0);
     // A restart completes the key change.
@@ -243,9 +264,9 @@ TEST_F(SimBehaviour, LockKeyLifecycleChecksThePassphrase) {
 
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_LOCK_KEY_DESTROY).status, 0);
     EXPECT_EQ(flags().lockKeyAssigned, 0);
-    EXPECT_EQ(send(c(), KV_DCMD_CTRL_LOCK_KEY_DESTROY).status, KVI_STAT_LOCK_KEY_ABSENT);
+    EXPECT_EQ(send(c(), KV_DCMD_CTRL_LOCK_KEY_DESTROY).status, kvi::sim::kStatusNoLockKey);
     EXPECT_EQ(send(c(), KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, mboxBytes({{0, 0xFF}, {1, 0xFF}})).status,
-              KVI_STAT_LOCK_KEY_ABSENT);
+              kvi::sim::kStatusNoLockKey);
 }
 
 TEST_F(SimBehaviour, LockKeyRequestsRejectUnterminatedTexts) {
@@ -276,7 +297,7 @@ TEST_F(SimBehaviour, PatrolReadStateMachine) {
               KVI_STAT_INVALID_PARAMETER);
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, 0);
     EXPECT_EQ(lastEvent(), "Patrol Read started");
-    EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, KVI_STAT_BUSY);
+    EXPECT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, kvi::sim::kStatusBusy);
     KV_PR_STATUS s = status();
     EXPECT_EQ(s.state, 2);
     EXPECT_EQ(s.numPdDone, 0);
@@ -374,7 +395,7 @@ TEST(SimLegacy, LegacyScheduleFormsOnThePreviousGeneration) {
 
 TEST_F(SimBehaviour, BatteryLearnCycleRunsForThreeStatusReads) {
     ASSERT_EQ(send(c(), KV_DCMD_BBU_LEARN).status, 0);
-    EXPECT_EQ(send(c(), KV_DCMD_BBU_LEARN).status, KVI_STAT_BUSY);
+    EXPECT_EQ(send(c(), KV_DCMD_BBU_LEARN).status, kvi::sim::kStatusBusy);
     EXPECT_NE(as<KV_BBU_STATUS>(send(c(), KV_DCMD_BBU_GET_STATUS)).fwStatus & (1u << 6), 0u);
     send(c(), KV_DCMD_BBU_GET_STATUS);
     send(c(), KV_DCMD_BBU_GET_STATUS);

@@ -179,7 +179,8 @@ TEST(SimFaults, MailboxQualifierNarrowsTheFault) {
         withFaults(
             R"({"KV_DCMD_CTRL_FLASH_COMP_INFO_GET@b0=2": 4, "0x01020100": 17, "0x01020100@b0=1": 9})"),
         &clock);
-    EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status, KVI_STAT_BUSY);
+    EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}})).status,
+              kvi::sim::kStatusBusy);
     EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 0}})).status, 0);
     EXPECT_EQ(send(c, KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 1}})).status, 0);
     // The qualified entry wins over the plain one for its mailbox.

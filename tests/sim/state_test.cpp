@@ -84,7 +84,7 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
     EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("Keep#It#9")).status,
               0);
     EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("keep#it#9")).status,
-              KVI_STAT_LOCK_KEY_INVALID);
+              kvi::sim::kStatusWrongPassphrase);
     KV_PR_STATUS pr = as<KV_PR_STATUS>(send(c, KV_DCMD_CTRL_PR_GET_STATUS));
     EXPECT_EQ(pr.state, 2);
     EXPECT_EQ(pr.numPdDone, 1);
