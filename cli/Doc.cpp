@@ -73,4 +73,45 @@ void actionDone(App& app, Target& t, const std::string& title, const std::string
     app.emit(t, "action", title, o);
 }
 
+ChangeReport::Row& ChangeReport::add(Row row) {
+    rows_.push_back(std::move(row));
+    return rows_.back();
+}
+
+bool ChangeReport::anyWritten() const {
+    for (const Row& r : rows_)
+        if (r.written)
+            return true;
+    return false;
+}
+
+void ChangeReport::emit(App& app, Target& t, const std::string& titleWord) const {
+    // A dry run accepts every write without sending it: nothing has changed.
+    const bool dryRun = app.options().dryRun;
+    const bool changedAny = anyWritten() && !dryRun;
+    json::Array rows;
+    json::Object text;
+    for (const Row& r : rows_) {
+        json::Object row;
+        row["name"] = json::String(r.key);
+        row["old"] = r.known ? r.oldJson : json::UnknownElement(json::Null());
+        row["new"] = r.newJson;
+        row["changed"] = json::Boolean(r.differs() && r.written && !dryRun);
+        rows.Insert(row);
+        const std::string old = r.known ? r.oldText : "unknown";
+        std::string line = r.differs() ? old + " -> " + r.newText : r.newText + " (unchanged)";
+        if (r.differs() && dryRun)
+            line += " (not sent: dry run)";
+        else if (r.differs() && !r.written)
+            line += " (not written)";
+        text[r.name] = json::String(line);
+    }
+    if (app.json()) {
+        (*t.entry)["changes"] = rows;
+        (*t.entry)["changed"] = json::Boolean(changedAny);
+    } else {
+        app.emit(t, "", titleWord + (changedAny ? " Changed" : " Unchanged"), text);
+    }
+}
+
 } // namespace cli

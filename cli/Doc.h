@@ -2,6 +2,7 @@
 // A small builder for the tool's own output blocks: every member has a text
 // label ("Auto Learn Mode") and a JSON key ("auto_learn_mode"), so the text and
 // the JSON rendering carry the same members in the same order.
+#include <deque>
 #include <string>
 
 #include "json/elements.h"
@@ -47,5 +48,33 @@ CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help
 
 // The "done" block of an action that changes something.
 void actionDone(App& app, Target& t, const std::string& title, const std::string& action);
+
+// The old -> new report of a command that changes settings (set, bios set, the
+// schedule commands): one row per setting asked for. A row counts as changed only
+// once its write was accepted; an old value that could not be read is "unknown".
+class ChangeReport {
+public:
+    struct Row {
+        std::string name, key; // text label and JSON key
+        bool known = true;     // the old value was read
+        std::string oldText, newText;
+        json::UnknownElement oldJson, newJson;
+        bool written = false; // set by the caller once the firmware accepted it
+        bool differs() const { return !known || oldText != newText; }
+    };
+    Row& add(Row row);
+    // "Properties Changed" / "Properties Unchanged" with the rows, or in JSON
+    // "changes" and "changed" in the controller's entry.
+    void emit(App& app, Target& t, const std::string& titleWord) const;
+    bool anyWritten() const;
+    // Every row whose value differs was written (one transaction took them all).
+    void markAllWritten() {
+        for (Row& r : rows_)
+            r.written = r.differs();
+    }
+
+private:
+    std::deque<Row> rows_; // add() hands out references that stay valid
+};
 
 } // namespace cli

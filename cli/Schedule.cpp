@@ -2,6 +2,8 @@
 // and consistency-check commands.
 #include "cli/Schedule.h"
 
+#include <algorithm>
+
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "cli/Doc.h"
@@ -94,6 +96,60 @@ void excludedMember(Doc& d, const ArrayList<unsigned short>& list) {
         d.rows("Excluded", "excluded", idArray(list));
     else
         d.str("Excluded", "excluded", idText(list));
+}
+
+namespace {
+
+std::string delayText(unsigned int seconds) {
+    return seconds == 0xFFFFFFFFu ? "none" : std::to_string(seconds / 3600) + " hours";
+}
+json::UnknownElement delayJson(unsigned int seconds) {
+    if (seconds == 0xFFFFFFFFu)
+        return json::Null();
+    return json::UNumber(seconds / 3600);
+}
+json::Array idArrayOf(const std::vector<unsigned short>& ids) {
+    return cli::idArray(idList(ids));
+}
+ChangeReport::Row row(const char* name, const char* key, std::string oldText, std::string newText,
+                      json::UnknownElement oldJson, json::UnknownElement newJson) {
+    ChangeReport::Row r;
+    r.name = name;
+    r.key = key;
+    r.oldText = std::move(oldText);
+    r.newText = std::move(newText);
+    r.oldJson = std::move(oldJson);
+    r.newJson = std::move(newJson);
+    return r;
+}
+
+} // namespace
+
+ScheduleRows addScheduleRows(ChangeReport& report, const ScheduleSettings& want,
+                             const ScheduleNow& now, const std::vector<NamedValue>& modes) {
+    ScheduleRows rows;
+    if (want.hasMode) {
+        const std::string o = nameOf(now.mode, modes), n = nameOf(want.mode, modes);
+        rows.mode = &report.add(row("mode", "mode", o, n, json::String(o), json::String(n)));
+    }
+    if (want.hasDelay)
+        rows.delay = &report.add(row("delay", "delay_hours", delayText(now.delaySeconds),
+                                     delayText(want.delaySeconds), delayJson(now.delaySeconds),
+                                     delayJson(want.delaySeconds)));
+    if (want.hasStart) {
+        const std::string o = formatLocalTime(now.start), n = formatLocalTime(want.start);
+        rows.start =
+            &report.add(row("start", "next_start", o, n, json::String(o), json::String(n)));
+    }
+    if (want.hasExclude) {
+        // The controller keeps a set: compare and show both sides in ascending order.
+        std::vector<unsigned short> o = now.exclude, n = want.exclude;
+        std::sort(o.begin(), o.end());
+        std::sort(n.begin(), n.end());
+        rows.exclude = &report.add(row("exclude", "excluded", idText(idList(o)), idText(idList(n)),
+                                       idArrayOf(o), idArrayOf(n)));
+    }
+    return rows;
 }
 
 } // namespace cli

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/Doc.h"
 #include "cli/Util.h"
 #include "util/ArList.h"
 #include "json/elements.h"
@@ -14,8 +15,6 @@
 class AdapterDataKvi;
 
 namespace cli {
-
-class Doc;
 
 // KEY=VALUE arguments with the keys a command allows; throws UsageError for
 // an unknown or repeated key.
@@ -36,6 +35,27 @@ struct ScheduleSettings {
 // command's own); false for any other key, which the caller handles.
 bool parseScheduleSetting(const std::string& key, const std::string& value,
                           const std::vector<NamedValue>& modes, ScheduleSettings& s);
+
+// A schedule as the controller holds it, in the terms of ScheduleSettings.
+struct ScheduleNow {
+    unsigned char mode = 0;
+    unsigned int delaySeconds = 0; // 0xFFFFFFFF: no delay set
+    std::tm start{};
+    std::vector<unsigned short> exclude;
+};
+
+// The rows of the shared settings the user gave (mode, delay, start,
+// exclude), old -> new; a null row is a setting not given. Only rows that
+// differ from what the controller holds are sent.
+struct ScheduleRows {
+    ChangeReport::Row *mode = nullptr, *delay = nullptr, *start = nullptr, *exclude = nullptr;
+};
+ScheduleRows addScheduleRows(ChangeReport& report, const ScheduleSettings& want,
+                             const ScheduleNow& now, const std::vector<NamedValue>& modes);
+// The row exists and its value differs.
+inline bool differs(const ChangeReport::Row* row) {
+    return row != nullptr && row->differs();
+}
 
 // The excluded virtual drives in the list type the schedule setters take.
 ArrayList<unsigned short> idList(const std::vector<unsigned short>& ids);

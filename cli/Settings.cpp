@@ -1,5 +1,7 @@
 #include "cli/Settings.h"
 
+#include "cli/Doc.h"
+
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 
@@ -112,33 +114,31 @@ void applySettings(App& app, Target& t, const std::vector<SettingChange>& change
                    const std::function<int(AdapterData&, bool)>& end, const std::string& what,
                    const std::string& titleWord) {
     AdapterData& a = *t.adapter;
-    json::Array rows;
-    json::Object text;
+    ChangeReport report;
     std::vector<const SettingChange*> todo;
     bool readFailed = false;
     for (const SettingChange& ch : changes) {
+        const Setting& s = *ch.setting;
+        ChangeReport::Row row;
+        row.name = s.name;
+        row.key = s.jsonKey();
+        row.newText = settingText(s, ch.value);
+        row.newJson = settingJson(s, ch.value);
         unsigned long long current = 0;
-        int rc = readSetting(a, *ch.setting, current);
+        int rc = readSetting(a, s, current);
         if (rc != 0) {
-            app.fail(t, "reading " + ch.setting->name, rc);
+            app.fail(t, "reading " + s.name, rc);
             readFailed = true;
-            continue;
+            row.known = false;
+        } else {
+            row.oldText = settingText(s, current);
+            row.oldJson = settingJson(s, current);
         }
-        bool differs = current != ch.value;
-        if (differs)
+        if (report.add(std::move(row)).differs())
             todo.push_back(&ch);
-        json::Object row;
-        row["name"] = json::String(ch.setting->jsonKey());
-        row["old"] = settingJson(*ch.setting, current);
-        row["new"] = settingJson(*ch.setting, ch.value);
-        row["changed"] = json::Boolean(differs);
-        rows.Insert(row);
-        text[ch.setting->name] =
-            json::String(differs ? settingText(*ch.setting, current) + " -> " +
-                                       settingText(*ch.setting, ch.value)
-                                 : settingText(*ch.setting, ch.value) + " (unchanged)");
     }
-    bool changed = false;
+    // A transaction writes back whole records: with a value that could not be
+    // read, nothing is written rather than a record built on a guess.
     if (!readFailed && !todo.empty()) {
         int rc = begin(a);
         bool ext = false;
@@ -160,14 +160,9 @@ void applySettings(App& app, Target& t, const std::vector<SettingChange>& change
         if (rc != 0)
             app.fail(t, "writing " + what, rc);
         else
-            changed = true;
+            report.markAllWritten();
     }
-    if (app.json()) {
-        (*t.entry)["changes"] = rows;
-        (*t.entry)["changed"] = json::Boolean(changed);
-    } else {
-        app.emit(t, "", changed ? titleWord + " Changed" : titleWord + " Unchanged", text);
-    }
+    report.emit(app, t, titleWord);
 }
 
 Setting num(const char* name, const char* unit, unsigned long long min, unsigned long long max,

@@ -74,6 +74,72 @@ Command showCc(App& app) {
     return c;
 }
 
+// Reads the schedule, then sends only what differs: the combined schedule write
+// when the mode changes (it carries every field at once), else the single-field
+// writes, so a field the user did not name keeps its value.
+void setCc(App& app, Target& t, const ScheduleSettings& want) {
+    AdapterData& a = *t.adapter;
+    std::string product;
+    ScheduleNow now;
+    ArrayList<unsigned short> excluded;
+    int rc = a.getProductName(product);
+    if (rc == 0)
+        rc = a.getCcSchedMode(&now.mode);
+    if (rc == 0)
+        rc = a.getCcSchedExecDelay(&now.delaySeconds);
+    if (rc == 0)
+        rc = a.getCcSchedStartTime(&now.start);
+    if (rc == 0)
+        rc = a.getCcSchedExcludedLdList(&excluded);
+    if (rc != 0) {
+        app.fail(t, "reading the consistency-check schedule", rc);
+        return;
+    }
+    for (std::size_t i = 0; i < excluded.size(); ++i)
+        now.exclude.push_back(excluded.get(i));
+    ChangeReport report;
+    ScheduleRows rows = addScheduleRows(report, want, now, kCcModes);
+    ArrayList<unsigned short> list = idList(want.exclude);
+    std::tm start = want.start;
+    start.tm_isdst = 0;
+    auto sent = [&](ChangeReport::Row* row, int status, const char* what) {
+        if (status != 0)
+            app.fail(t, std::string("setting the consistency-check ") + what, status);
+        else if (row != nullptr)
+            row->written = true;
+        return status == 0;
+    };
+    if (differs(rows.mode)) {
+        // A zeroed date keeps the start time, 0xFFFFFFFF keeps the delay.
+        std::tm keep{};
+        if (sent(rows.mode,
+                 a.setCcSchedMode(want.mode, differs(rows.exclude) ? &list : nullptr,
+                                  differs(rows.start) ? &start : &keep,
+                                  differs(rows.delay) ? want.delaySeconds : 0xFFFFFFFFu),
+                 "schedule"))
+            report.markAllWritten();
+    } else {
+        bool ok = true;
+        if (differs(rows.delay))
+            ok = sent(rows.delay, a.setCcScExecDelay(want.delaySeconds), "delay");
+        if (ok && differs(rows.start))
+            ok = sent(rows.start, a.setCcScStartTime(&start), "start time");
+        if (ok && differs(rows.exclude)) {
+            // The exclusions travel only with the combined write, which on a
+            // concurrent schedule also sets how many drives are checked at once
+            // to the controller's maximum.
+            if (now.mode == 2)
+                app.warn(t, "concurrency_reset",
+                         "changing the exclusions of a concurrent schedule also sets its "
+                         "concurrency to the controller maximum");
+            std::tm keep{};
+            sent(rows.exclude, a.setCcSchedMode(now.mode, &list, &keep, 0xFFFFFFFFu),
+                 "excluded virtual drives");
+        }
+    }
+    report.emit(app, t, "Consistency Check");
+}
+
 } // namespace
 
 void registerCc(CLI::App& root, App& app) {
@@ -96,28 +162,7 @@ void registerCc(CLI::App& root, App& app) {
             for (auto& [k, v] : kv)
                 parseScheduleSetting(k, v, kCcModes, *p);
         };
-        c.run = [&app, p](Target& t) {
-            AdapterData& a = *t.adapter;
-            std::string product;
-            int rc = a.getProductName(product);
-            unsigned char mode = p->mode;
-            if (rc == 0 && !p->hasMode)
-                rc = a.getCcSchedMode(&mode);
-            if (rc != 0) {
-                app.fail(t, "reading the consistency-check schedule", rc);
-                return;
-            }
-            ArrayList<unsigned short> list = idList(p->exclude);
-            // A zeroed date keeps the start time, 0xFFFFFFFF keeps the delay.
-            std::tm none{};
-            std::tm start = p->hasStart ? p->start : none;
-            start.tm_isdst = 0;
-            rc = a.setCcSchedMode(mode, p->hasExclude ? &list : nullptr, &start,
-                                  p->hasDelay ? p->delaySeconds : 0xFFFFFFFFu);
-            if (rc != 0)
-                app.fail(t, "setting the consistency-check schedule", rc);
-            actionDone(app, t, "Consistency Check", "cc set");
-        };
+        c.run = [&app, p](Target& t) { setCc(app, t, *p); };
         app.setCommand(std::move(c));
     });
     g->callback([&app, g] {

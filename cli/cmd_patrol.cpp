@@ -83,6 +83,92 @@ struct PatrolSet : ScheduleSettings {
     bool ssd = false;
 };
 
+// Reads the schedule, then sends one write per setting whose value differs, so
+// settings already at the asked value are not rewritten.
+void setPatrol(App& app, Target& t, const PatrolSet& want) {
+    AdapterData& a = *t.adapter;
+    ScheduleNow now;
+    ArrayList<unsigned short> excluded;
+    unsigned char maxPd = 0, options = 0;
+    int rc = a.getMaxConcurrentPD(&maxPd);
+    if (rc == 0) {
+        now.mode = a.getPrMode();
+        now.delaySeconds = a.getPrExecDelay();
+        rc = a.getPatrolReadSchedStartTime(&now.start);
+    }
+    if (rc == 0)
+        rc = a.getPRSchedExcludedLdList(&excluded);
+    if (rc == 0 && want.hasSsd)
+        rc = a.getSSDPrStatus(&options);
+    if (rc != 0) {
+        app.fail(t, "reading the patrol read schedule", rc);
+        return;
+    }
+    for (std::size_t i = 0; i < excluded.size(); ++i)
+        now.exclude.push_back(excluded.get(i));
+    ChangeReport report;
+    ScheduleRows rows = addScheduleRows(report, want, now, kPrModes);
+    ChangeReport::Row *maxRow = nullptr, *ssdRow = nullptr;
+    if (want.hasMax) {
+        ChangeReport::Row r;
+        r.name = "max-concurrent";
+        r.key = "max_concurrent";
+        r.oldText = std::to_string(maxPd);
+        r.newText = std::to_string(want.max);
+        r.oldJson = json::UNumber(maxPd);
+        r.newJson = json::UNumber(want.max);
+        maxRow = &report.add(std::move(r));
+    }
+    const bool ssdNow = (options & kSsdOption) != 0;
+    if (want.hasSsd) {
+        ChangeReport::Row r;
+        r.name = "ssd";
+        r.key = "ssd";
+        r.oldText = ssdNow ? "on" : "off";
+        r.newText = want.ssd ? "on" : "off";
+        r.oldJson = json::Boolean(ssdNow);
+        r.newJson = json::Boolean(want.ssd);
+        ssdRow = &report.add(std::move(r));
+    }
+    bool ok = true;
+    auto send = [&](ChangeReport::Row* row, const std::function<int()>& write, const char* what) {
+        if (!ok || !differs(row))
+            return;
+        int status = write();
+        if (status != 0)
+            app.fail(t, std::string("setting the patrol read ") + what, status);
+        row->written = status == 0;
+        ok = status == 0;
+    };
+    send(
+        rows.mode, [&] { return a.setPrMode(want.mode); }, "mode");
+    send(
+        rows.delay, [&] { return a.setPrExecDelay(want.delaySeconds); }, "delay");
+    send(
+        maxRow, [&] { return a.setMaxConcurrentPD(want.max); }, "concurrency");
+    send(
+        rows.start,
+        [&] {
+            std::tm start = want.start;
+            return a.setPrStartTime(&start);
+        },
+        "start time");
+    send(
+        rows.exclude,
+        [&] {
+            ArrayList<unsigned short> list = idList(want.exclude);
+            return a.setPRSchedExcludedLdList(&list);
+        },
+        "excluded virtual drives");
+    send(
+        ssdRow,
+        [&] {
+            return a.setSSDPrStatus(want.ssd ? (options | kSsdOption) : (options & ~kSsdOption));
+        },
+        "SSD option");
+    report.emit(app, t, "Patrol Read");
+}
+
 } // namespace
 
 void registerPatrol(CLI::App& root, App& app) {
@@ -133,39 +219,7 @@ void registerPatrol(CLI::App& root, App& app) {
                 }
             }
         };
-        c.run = [&app, p](Target& t) {
-            AdapterData& a = *t.adapter;
-            auto step = [&](int rc, const char* what) {
-                if (rc != 0)
-                    app.fail(t, std::string("setting the patrol read ") + what, rc);
-                return rc == 0;
-            };
-            bool ok = true;
-            if (p->hasMode)
-                ok = step(a.setPrMode(p->mode), "mode");
-            if (ok && p->hasDelay)
-                ok = step(a.setPrExecDelay(p->delaySeconds), "delay");
-            if (ok && p->hasMax)
-                ok = step(a.setMaxConcurrentPD(p->max), "concurrency");
-            if (ok && p->hasStart) {
-                std::tm start = p->start;
-                ok = step(a.setPrStartTime(&start), "start time");
-            }
-            if (ok && p->hasExclude) {
-                ArrayList<unsigned short> list = idList(p->exclude);
-                ok = step(a.setPRSchedExcludedLdList(&list), "excluded virtual drives");
-            }
-            if (ok && p->hasSsd) {
-                unsigned char options = 0;
-                ok = step(a.getSSDPrStatus(&options), "options");
-                if (ok) {
-                    unsigned char want = p->ssd ? (options | kSsdOption) : (options & ~kSsdOption);
-                    if (want != options)
-                        ok = step(a.setSSDPrStatus(want), "SSD option");
-                }
-            }
-            actionDone(app, t, "Patrol Read", "patrol set");
-        };
+        c.run = [&app, p](Target& t) { setPatrol(app, t, *p); };
         app.setCommand(std::move(c));
     });
     g->callback([&app, g] {
