@@ -226,6 +226,13 @@ TEST_F(BatteryTest, WritePolicyChangeReasonInOrder) {
     unsigned char reason = 0xEE;
     EXPECT_EQ(a().getWritePolicyChngReason(&reason), kFail);
     EXPECT_EQ(reason, 0xEE);
+    // Without a battery fitted the reason is "missing" and the battery read's
+    // status is still what is returned.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(false)));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(0x22));
+    EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0x22);
+    EXPECT_EQ(reason, 0);
 }
 
 // ---------------------------------------------------------------------------

@@ -600,7 +600,7 @@ TEST_F(RulesTest, SixtyFourDriveLimit) {
          2},
         {"head fails", {}, {}, 0x0C, 0, 1, 1},
         {"list fails", listBytes(40, 3, {}), {}, 0, 0x0C, 1, 2},
-        {"size too large", listBytes(70000, 3, {}), {}, 0, 0, -1, 1},
+        {"size too large", listBytes(70000, 3, {}), {}, 0, 0, 1, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -331,10 +331,12 @@ int AdapterDataKvi::getWritePolicyChngReason(unsigned char* out) {
     if (infoRc != 0) {
         return infoRc;
     }
+    // The battery load status is kept for the return, also when no battery is
+    // fitted: a caller learns from it whether the battery record was read.
     const int rc = getBatteryInfo();
     if (kvCtrlInfoPtr_->hwPresent.bbu == 0) {
         *out = 0; // BATTERY_MISSING
-        return 0;
+        return rc;
     }
     if (kvBatteryInfoPtr_ != nullptr) {
         const std::uint32_t fw = kvBatteryInfoPtr_->fwStatus;

@@ -831,7 +831,9 @@ int AdapterDataKvi::isCtrlhas64VDLimit() {
     }
     const std::uint32_t size = u32At(head, 0);
     if (size > kLdListMaxSize) {
-        return -1;
+        // A size no buffer is made for counts as a failed allocation: like every
+        // failure of this query it answers 1, the cautious answer.
+        return 1;
     }
     // At least the head and the standard transfer size, so that neither the
     // transfer nor the id scan reaches past the buffer.
