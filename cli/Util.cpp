@@ -219,9 +219,19 @@ long long scheduleEpoch() {
 std::string eventTime(std::uint32_t ts) {
     if ((ts >> 24) == 0xFF)
         return "boot+" + std::to_string(ts & 0xFFFFFF) + " s";
+    // The firmware counts local wall-clock seconds: a time that falls in summer
+    // time is one summer-time shift ahead of the instant.
     std::time_t t = static_cast<std::time_t>(scheduleEpoch() + ts);
     std::tm tm{};
-    localtime_r(&t, &tm);
+    if (localtime_r(&t, &tm) != nullptr && tm.tm_isdst > 0) {
+        std::tm summer{};
+        summer.tm_year = 100;
+        summer.tm_mday = 1;
+        summer.tm_isdst = 1;
+        const long long shift = scheduleEpoch() - static_cast<long long>(std::mktime(&summer));
+        t -= static_cast<std::time_t>(shift < 0 ? -shift : shift);
+        localtime_r(&t, &tm);
+    }
     char buf[40];
     std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", tm.tm_year + 1900,
                   tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);

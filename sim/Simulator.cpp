@@ -37,6 +37,16 @@ std::int64_t Clock::now() const {
     return fixed_ ? *fixed_ : std::int64_t(std::time(nullptr));
 }
 
+std::int64_t Clock::summerTimeShift() {
+    std::tm standard{}, summer{};
+    standard.tm_mday = summer.tm_mday = 1;
+    standard.tm_year = summer.tm_year = 100;
+    summer.tm_isdst = 1;
+    const std::int64_t d =
+        std::int64_t(std::mktime(&summer)) - std::int64_t(std::mktime(&standard));
+    return d < 0 ? -d : d;
+}
+
 std::int64_t Clock::scheduleEpoch() {
     std::tm t{};
     t.tm_mday = 1;
@@ -47,7 +57,15 @@ std::int64_t Clock::scheduleEpoch() {
 }
 
 std::uint32_t Clock::firmwareTime() const {
+    // The controller's clock is set to the host's local wall-clock time and
+    // counts from the epoch in standard time, so in summer time it runs one
+    // summer-time shift ahead of the instant; readers take the shift off again
+    // when the time they compute falls in summer time.
+    const std::time_t t = static_cast<std::time_t>(now());
+    std::tm local{};
     std::int64_t d = now() - scheduleEpoch();
+    if (localtime_r(&t, &local) != nullptr && local.tm_isdst > 0)
+        d += summerTimeShift();
     if (d < 0)
         return 0;
     return d > 0xFFFFFFFFLL ? 0xFFFFFFFFu : std::uint32_t(d);

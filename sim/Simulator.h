@@ -15,8 +15,9 @@
 // Time: the simulated clock is KVICTL_SIM_TIME (seconds since 1970) when set,
 // else the host clock. The controller's clock (KV_DCMD_CTRL_TIME_GET) answers
 // that instant in the host's local time; `currentFwTime`, event time stamps and
-// schedule times count seconds since the schedule epoch, local midnight of
-// 1 January 2000 in standard time.
+// schedule times count local wall-clock seconds since the schedule epoch, local
+// midnight of 1 January 2000 in standard time (in summer time the count is one
+// summer-time shift ahead of the instant).
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -52,7 +53,10 @@ public:
     bool isFixed() const { return fixed_.has_value(); }
     // Seconds since 1970 of the schedule epoch in the current time zone.
     static std::int64_t scheduleEpoch();
-    // `now()` as seconds since the schedule epoch (32 bits, as the firmware keeps it).
+    // Seconds of the zone's summer-time shift (0 where it has none).
+    static std::int64_t summerTimeShift();
+    // `now()` as the firmware's clock counts it: local wall-clock seconds since
+    // the schedule epoch (32 bits).
     std::uint32_t firmwareTime() const;
 
 private:

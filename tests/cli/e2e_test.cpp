@@ -683,6 +683,33 @@ TEST(Cli, LogFileTakesTheAdapterLines) {
     std::remove(log.c_str());
 }
 
+TEST(Cli, EveryReadingOfTheControllerClockAgreesInSummerAndWinter) {
+    RunOptions berlin;
+    berlin.env["TZ"] = "Europe/Berlin";
+    // 1 July 2026 and 15 January 2026, both 12:00 local time.
+    for (const char* when : {"1782900000", "1768474800"}) {
+        SCOPED_TRACE(when);
+        berlin.env["KVICTL_SIM_TIME"] = when;
+        const std::string day = std::string(when) == "1782900000" ? "07/01/2026" : "01/15/2026";
+        Result r = runKvictl({"--sim", "show", "basic", "summary"}, berlin);
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        for (const std::string& line : {"Current Controller Date/Time = " + day + ", 12:00:00",
+                                        "Current System Date/time     = " + day + ", 12:00:00",
+                                        "Controller Time     = " + day + " 12:00:00"})
+            EXPECT_NE(r.out.find(line + "\n"), std::string::npos) << line << "\n" << r.out;
+        // An event logged now carries the same clock.
+        std::string state = tempPath("clock-state.json");
+        std::remove(state.c_str());
+        ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "alarm", "silence"}, berlin).exitCode,
+                  0);
+        Result ev = runKvictl({"--sim", "--sim-state", state, "events", "list"}, berlin);
+        EXPECT_NE(ev.out.find(" 12:00:00  info      0x0001  50      Alarm silenced"),
+                  std::string::npos)
+            << ev.out;
+        std::remove(state.c_str());
+    }
+}
+
 TEST(Cli, PatrolStartTimeRoundTripsInSummerTime) {
     std::string state = tempPath("summer.json");
     std::remove(state.c_str());

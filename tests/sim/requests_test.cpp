@@ -137,9 +137,10 @@ TEST_F(SimRequests, ControllerClockIsTheSimulatedInstantInLocalTime) {
     tzset();
     ts = as<KV_TIME_STAMP>(send(ctrl(), KV_DCMD_CTRL_TIME_GET));
     EXPECT_EQ(ts.hour, 14); // summer time
-    // currentFwTime counts from local standard-time midnight of 2000-01-01.
+    // currentFwTime counts local wall-clock seconds from local standard-time
+    // midnight of 2000-01-01: in summer time one hour ahead of the instant.
     KV_CTRL_INFO info = as<KV_CTRL_INFO>(send(ctrl(), KV_DCMD_CTRL_GET_INFO));
-    EXPECT_EQ(info.currentFwTime, std::uint32_t(kNow - (946684800 - 3600)));
+    EXPECT_EQ(info.currentFwTime, std::uint32_t(kNow - (946684800 - 3600) + 3600));
     setenv("TZ", "UTC0", 1);
     tzset();
 }
