@@ -683,6 +683,44 @@ TEST(Cli, LogFileTakesTheAdapterLines) {
     std::remove(log.c_str());
 }
 
+TEST(Cli, DefaultsAndCapabilitiesShowTheFieldEachRowNames) {
+    // Every field a different value, so a row reading the wrong field shows.
+    const struct {
+        const char* section;
+        const char* key;
+        const char* record;
+        const char* field;
+        int value;
+    } rows[] = {
+        {"Capabilities", "Max Arms", "KV_CTRL_INFO", "maxArms", 31},
+        {"Capabilities", "Max Spans", "KV_CTRL_INFO", "maxSpans", 7},
+        {"Capabilities", "Max Arrays", "KV_CTRL_INFO", "maxArrays", 127},
+        {"Capabilities", "Max Virtual Drives", "KV_CTRL_INFO", "maxLDs", 239},
+        {"Capabilities", "Max Drives", "KV_CTRL_INFO", "maxPds", 238},
+        {"Capabilities", "Max Configurable Drives", "KV_CTRL_INFO", "maxConfigurablePds", 237},
+        {"Capabilities", "Max Dedicated Hot Spares", "KV_CTRL_INFO", "maxDedHSPs", 15},
+        {"Capabilities", "Max Global Hot Spares", "KV_CTRL_INFO", "maxGlobalHSPs", 14},
+        {"Capabilities", "Max VDs per Array", "KV_CTRL_INFO", "maxLdsPerArray", 13},
+        {"Capabilities", "Min Strip Size Code", "KV_CTRL_INFO", "stripeSizeOptions.min", 6},
+        {"Capabilities", "Max Strip Size Code", "KV_CTRL_INFO", "stripeSizeOptions.max", 12},
+        {"Defaults", "Default Max VDs per Array", "KV_MFC_DEFAULTS", "maxLdsPerArray", 5},
+        {"Defaults", "Strip Size Code", "KV_MFC_DEFAULTS", "stripeSize", 9},
+    };
+    ojson records;
+    for (const auto& r : rows)
+        records[r.record][r.field] = r.value;
+    std::string profile = tempPath("distinct.json");
+    writeFile(profile, R"({"base": "default", "records": )" + records.dump() + "}");
+    Result r = runKvictl({"--sim=" + profile, "-o", "json", "show", "defaults", "capabilities"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const ojson doc = ojson::parse(r.out);
+    const ojson& sections = doc.at("controllers").at(0).at("sections");
+    for (const auto& row : rows)
+        EXPECT_EQ(sections.at(row.section).value(row.key, ojson()), row.value)
+            << row.section << ": " << row.key;
+    std::remove(profile.c_str());
+}
+
 TEST(Cli, EveryReadingOfTheControllerClockAgreesInSummerAndWinter) {
     RunOptions berlin;
     berlin.env["TZ"] = "Europe/Berlin";

@@ -320,7 +320,7 @@ const RuleCase kRuleCases[] = {
      none,
      {{"getDefaultWrPolicy", {-1, 0}}},
      kDefaults,
-     "Max VDs per Array",
+     "Default Max VDs per Array",
      "16"},
     // Capabilities.
     {"levels of the controller information, in rule order",
@@ -389,11 +389,12 @@ TEST(RuleSections, DefaultsKeepTheirOrderAndReadTheRecordOnce) {
     rt::Rig rig(rt::baseSetup());
     json::Object obj;
     ASSERT_EQ(rig.adapter.getShowDefaults(obj), 0);
-    EXPECT_EQ(rt::keys(obj), (std::vector<std::string>{
-                                 "SAS Address", "Strip Size Code", "Write Policy Code",
-                                 "Read Policy Code", "Cache Policy Code", "Disk Cache Policy Code",
-                                 "Write Cache Bad BBU Code", "Disk Certification Policy Code",
-                                 "Treat RAID1E As RAID10", "Spin Down Mode", "Max VDs per Array"}));
+    EXPECT_EQ(rt::keys(obj),
+              (std::vector<std::string>{"SAS Address", "Strip Size Code", "Write Policy Code",
+                                        "Read Policy Code", "Cache Policy Code",
+                                        "Disk Cache Policy Code", "Write Cache Bad BBU Code",
+                                        "Disk Certification Policy Code", "Treat RAID1E As RAID10",
+                                        "Spin Down Mode", "Default Max VDs per Array"}));
     EXPECT_EQ(rig.ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
 }
 

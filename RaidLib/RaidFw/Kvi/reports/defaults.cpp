@@ -22,7 +22,9 @@
 //   "Treat RAID1E As RAID10"          isTreatR1EAsR10: "Yes" / "No"
 //   "Spin Down Mode"                  the record's spin-down mode, texts as in
 //                                     the boot section
-//   "Max VDs per Array"               number: the record's maxLdsPerArray
+//   "Default Max VDs per Array"       number: the record's maxLdsPerArray (the
+//                                     factory default, beside the controller's
+//                                     limit that Capabilities shows)
 // The policy codes are shown as numbers: they are the codes the tool's
 // logical-drive policies use, and what each code means belongs to the command
 // layer that offers those policies, so the section names none of them. A rule
@@ -119,7 +121,9 @@ int AdapterDataKvi::getShowDefaults(json::Object& obj) {
 
     const KV_MFC_DEFAULTS& mfc = *kvMFCDefPtr_;
     putText(obj, "Spin Down Mode", spinDownText(mfc.spindownMode));
-    putNumber(obj, "Max VDs per Array", mfc.maxLdsPerArray);
+    // The factory default, not the controller's limit (Capabilities shows that).
+    putNumber(obj, "Default Max VDs per Array",
+              mfc.maxLdsPerArray); // KV_MFC_DEFAULTS.maxLdsPerArray
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowDefaults retCode = %d", rc);
     return 0;
 }
@@ -130,18 +134,27 @@ int AdapterDataKvi::getShowCapabilities(json::Object& obj) {
     if (rc != 0) {
         return rc;
     }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    putNumber(obj, "Max Arms", info.maxArms);
-    putNumber(obj, "Max Spans", info.maxSpans);
-    putNumber(obj, "Max Arrays", info.maxArrays);
-    putNumber(obj, "Max Virtual Drives", info.maxLDs);
-    putNumber(obj, "Max Drives", info.maxPds);
-    putNumber(obj, "Max Configurable Drives", info.maxConfigurablePds);
-    putNumber(obj, "Max Dedicated Hot Spares", info.maxDedHSPs);
-    putNumber(obj, "Max Global Hot Spares", info.maxGlobalHSPs);
-    putNumber(obj, "Max VDs per Array", info.maxLdsPerArray);
-    putNumber(obj, "Min Strip Size Code", info.stripeSizeOptions.min);
-    putNumber(obj, "Max Strip Size Code", info.stripeSizeOptions.max);
+    // Each row shows one field of the controller information, named beside it.
+    using Info = KV_CTRL_INFO;
+    static const struct {
+        const char* key;
+        unsigned (*field)(const Info&);
+    } kLimits[] = {
+        {"Max Arms", [](const Info& i) -> unsigned { return i.maxArms; }},
+        {"Max Spans", [](const Info& i) -> unsigned { return i.maxSpans; }},
+        {"Max Arrays", [](const Info& i) -> unsigned { return i.maxArrays; }},
+        {"Max Virtual Drives", [](const Info& i) -> unsigned { return i.maxLDs; }},
+        {"Max Drives", [](const Info& i) -> unsigned { return i.maxPds; }},
+        {"Max Configurable Drives", [](const Info& i) -> unsigned { return i.maxConfigurablePds; }},
+        {"Max Dedicated Hot Spares", [](const Info& i) -> unsigned { return i.maxDedHSPs; }},
+        {"Max Global Hot Spares", [](const Info& i) -> unsigned { return i.maxGlobalHSPs; }},
+        {"Max VDs per Array", [](const Info& i) -> unsigned { return i.maxLdsPerArray; }},
+        {"Min Strip Size Code", [](const Info& i) -> unsigned { return i.stripeSizeOptions.min; }},
+        {"Max Strip Size Code", [](const Info& i) -> unsigned { return i.stripeSizeOptions.max; }},
+    };
+    for (const auto& row : kLimits) {
+        putNumber(obj, row.key, row.field(*kvCtrlInfoPtr_));
+    }
 
     // The list belongs to this caller.
     ArrayList<unsigned char>* raw = nullptr;
