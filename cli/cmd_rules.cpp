@@ -19,9 +19,39 @@ std::string levelName(unsigned char level) {
     return "level " + std::to_string(level);
 }
 
-// Strip size code n means 512 << n bytes.
+// Strip size code n means 512 << n bytes, for the codes controllers use:
+// 0 (512 bytes) to 15 (16 MiB). Any other code has no size; it is shown as
+// "unknown (code N)" and as null in JSON, never as a made-up number of bytes.
+constexpr unsigned char kMaxStripCode = 15;
+
+bool stripKnown(unsigned char code) {
+    return code <= kMaxStripCode;
+}
+
 unsigned long long stripBytes(unsigned char code) {
-    return code < 40 ? 512ull << code : 0;
+    return 512ull << code;
+}
+
+std::string stripUnknown(unsigned char code) {
+    return "unknown (code " + std::to_string(code) + ")";
+}
+
+void stripMember(Doc& d, const std::string& label, const std::string& key, unsigned char code) {
+    if (!stripKnown(code)) {
+        if (d.json())
+            d.null(label, key);
+        else
+            d.str(label, key, stripUnknown(code));
+        return;
+    }
+    d.num(label, key, stripBytes(code), "bytes");
+}
+
+std::string stripListText(unsigned char code) {
+    if (!stripKnown(code))
+        return stripUnknown(code);
+    const unsigned long long b = stripBytes(code);
+    return b < 1024 ? std::to_string(b) + " B" : std::to_string(b / 1024) + " KiB";
 }
 
 json::Array byteList(const ArrayList<unsigned char>* list) {
@@ -82,17 +112,19 @@ void registerRules(CLI::App& root, App& app) {
                  step(a.getValidStrpSzLst(&rawStrips), "the strip sizes");
             std::unique_ptr<ArrayList<unsigned char>> strips(rawStrips);
             if (ok) {
-                d.num("Min Strip Size", "min_strip_size_bytes", stripBytes(minStrip), "bytes");
-                d.num("Max Strip Size", "max_strip_size_bytes", stripBytes(maxStrip), "bytes");
-                d.num("Default Strip Size", "default_strip_size_bytes", stripBytes(defStrip),
-                      "bytes");
+                stripMember(d, "Min Strip Size", "min_strip_size_bytes", minStrip);
+                stripMember(d, "Max Strip Size", "max_strip_size_bytes", maxStrip);
+                stripMember(d, "Default Strip Size", "default_strip_size_bytes", defStrip);
                 json::Array sizes;
                 std::string text;
                 if (strips)
                     for (std::size_t i = 0; i < strips->size(); ++i) {
-                        sizes.Insert(json::UNumber(stripBytes(strips->get(i))));
-                        text += (text.empty() ? "" : ", ") +
-                                std::to_string(stripBytes(strips->get(i)) / 1024) + " KiB";
+                        const unsigned char code = strips->get(i);
+                        if (stripKnown(code))
+                            sizes.Insert(json::UNumber(stripBytes(code)));
+                        else
+                            sizes.Insert(json::Null());
+                        text += (text.empty() ? "" : ", ") + stripListText(code);
                     }
                 if (app.json())
                     d.rows("Strip Sizes", "strip_sizes_bytes", sizes);

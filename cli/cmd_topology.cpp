@@ -15,28 +15,15 @@ namespace cli {
 
 namespace {
 
-constexpr unsigned kMaxPhys = 24; // entries of the phy table
-constexpr unsigned kMaxMux = 4;   // entries of the mux list
+constexpr unsigned kMaxPhys = 24;      // entries of the phy table
+constexpr unsigned kMaxMux = 4;        // entries of the mux list
+constexpr unsigned kMaxConnectors = 8; // entries of the connector record
 constexpr unsigned kLaneTable = 392;
 
-const std::vector<NamedValue> kSpeeds = {{"auto", 0}, {"1.5", 1}, {"3", 2}, {"6", 4}, {"12", 8}};
+// The modes a multiplexer can be switched to (0, "no multiplexer", cannot be set).
+const std::vector<NamedValue> kMuxModes = {{"internal", 1}, {"external", 2}, {"auto", 3}};
 
-std::string speedText(unsigned code) {
-    switch (code) {
-    case 0:
-        return "no limit";
-    case 1:
-        return "1.5 Gb/s";
-    case 2:
-        return "3.0 Gb/s";
-    case 4:
-        return "6.0 Gb/s";
-    case 8:
-        return "12.0 Gb/s";
-    default:
-        return "unknown";
-    }
-}
+const std::vector<NamedValue> kSpeeds = {{"auto", 0}, {"1.5", 1}, {"3", 2}, {"6", 4}, {"12", 8}};
 
 std::string sasText(unsigned long long a) {
     char b[24];
@@ -93,7 +80,7 @@ bool phys(App& app, Target& t, Doc& d) {
         r.num("Port", "port", port);
         r.num("Connector", "connector", connector);
         r.str("Link Speed Limit", "link_speed_limit",
-              app.json() ? nameOf(speed, kSpeeds) : speedText(speed));
+              app.json() ? nameOf(speed, kSpeeds) : t.adapter->GetSASPhyLinkSpeed(speed));
         return 0;
     };
     unsigned int count = 0;
@@ -121,6 +108,14 @@ bool connectors(App& app, Target& t, Doc& d) {
     };
     unsigned char count = 0;
     int rc = a.getConnectorCount(&count);
+    // The record holds at most eight connectors, whatever count it states.
+    if (rc == 0 && count > kMaxConnectors) {
+        app.warn(t, "connector_count",
+                 "the controller states " + std::to_string(count) +
+                     " connectors; its record holds " + std::to_string(kMaxConnectors) +
+                     ", which are shown");
+        count = kMaxConnectors;
+    }
     return countedRows(app, t, d, rc, count, "connectors", "connector", "Connectors", "connectors",
                        row);
 }
@@ -262,7 +257,8 @@ void registerTopology(CLI::App& root, App& app) {
 
     auto muxIndex = std::make_shared<std::string>();
     auto muxMode = std::make_shared<std::string>();
-    auto* smx = verb(*g, "set-mux", "Set a multiplexer's mode: INDEX MODE (1-255)");
+    auto* smx =
+        verb(*g, "set-mux", "Set a multiplexer's mode: INDEX internal|external|auto (or 1-3)");
     smx->add_option("index", *muxIndex, "Multiplexer index")->required();
     smx->add_option("mode", *muxMode, "Mode")->required();
     smx->callback([&app, muxIndex, muxMode] {
@@ -274,7 +270,10 @@ void registerTopology(CLI::App& root, App& app) {
             // The controller says how many multiplexers it has; here only
             // what fits the request's index byte.
             *i = static_cast<unsigned char>(parseUnsigned(*muxIndex, 0, 255, "mux index"));
-            *m = static_cast<unsigned char>(parseUnsigned(*muxMode, 1, 255, "mux mode"));
+            const std::string& mode = *muxMode;
+            *m = mode.find_first_not_of("0123456789") == std::string::npos
+                     ? static_cast<unsigned char>(parseUnsigned(mode, 1, 3, "mux mode"))
+                     : static_cast<unsigned char>(parseNamed(mode, kMuxModes, "mux mode"));
         };
         c.run = [&app, i, m](Target& t) {
             unsigned char count = 0;

@@ -401,6 +401,18 @@ TEST(Cli, BadInputIsRefusedBeforeAnythingIsSent) {
          "99 is out of range",
          true},
         {"unknown speed", {"topology", "set-link-speed", "1", "7"}, "", 2, "speed", true},
+        {"mux mode beyond auto",
+         {"topology", "set-mux", "0", "4"},
+         "",
+         2,
+         "out of range (1-3)",
+         true},
+        {"mux mode by an unknown name",
+         {"topology", "set-mux", "0", "fast"},
+         "",
+         2,
+         "not one of internal, external or auto",
+         true},
         {"passphrase of 40 characters",
          {"security", "create", "--passphrase-file", "-"},
          std::string(40, 'x') + "\n",
@@ -719,6 +731,49 @@ TEST(Cli, DefaultsAndCapabilitiesShowTheFieldEachRowNames) {
         EXPECT_EQ(sections.at(row.section).value(row.key, ojson()), row.value)
             << row.section << ": " << row.key;
     std::remove(profile.c_str());
+}
+
+TEST(Cli, RecordValuesOutsideTheirDefinedRangeAreNamedNotGuessed) {
+    const struct {
+        const char* what;
+        const char* records;
+        std::vector<std::string> args;
+        std::string outLine, errText;
+    } cases[] = {
+        {"strip code beyond 16 MiB",
+         R"({"KV_CTRL_INFO": {"stripeSizeOptions.min": 0, "stripeSizeOptions.max": 40}})",
+         {"rules"},
+         "Max Strip Size              = unknown (code 40)",
+         ""},
+        {"smallest strip code",
+         R"({"KV_CTRL_INFO": {"stripeSizeOptions.min": 0}})",
+         {"rules"},
+         "Min Strip Size              = 512 bytes",
+         ""},
+        {"more connectors than the record holds",
+         R"({"KV_SAS_CONNECTORS": {"count": 12}})",
+         {"topology", "connectors"},
+         "  7                   internal",
+         "states 12 connectors; its record holds 8"},
+        {"link speed in the controller-data layer's words",
+         "{}",
+         {"topology", "phys"},
+         "  0    no        0x50000399a8411f02  0     0          12.0 Gbps",
+         ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string profile = tempPath("ranges.json");
+        writeFile(profile, std::string(R"({"base": "default", "records": )") + c.records + "}");
+        std::vector<std::string> args = {"--sim=" + profile};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        Result r = runKvictl(args);
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+        EXPECT_NE(r.out.find(c.outLine + "\n"), std::string::npos) << r.out;
+        EXPECT_EQ(r.out.find(" 0 bytes"), std::string::npos) << r.out;
+        EXPECT_NE(r.err.find(c.errText), std::string::npos) << r.err;
+        std::remove(profile.c_str());
+    }
 }
 
 TEST(Cli, EveryReadingOfTheControllerClockAgreesInSummerAndWinter) {
