@@ -19,16 +19,6 @@ namespace {
 const char* const kPatrolStates[] = {"stopped", "ready", "active", "paused", "user_paused"};
 constexpr unsigned kPatrolAborted = 255;
 
-// Up to the first NUL of a fixed-size character field, trailing blanks dropped.
-std::string fieldText(const char* field, std::size_t size) {
-    std::size_t n = 0;
-    while (n < size && field[n] != '\0')
-        ++n;
-    while (n > 0 && field[n - 1] == ' ')
-        --n;
-    return std::string(field, n);
-}
-
 class Reader {
 public:
     explicit Reader(Health& h) : h_(h) {}
@@ -120,8 +110,10 @@ Health readHealth(Target& t) {
     const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
     if (r.ok("controller information", info != nullptr ? 0 : rc) && info != nullptr) {
         h.identityRead = true;
-        h.serial = fieldText(info->serialNo, sizeof info->serialNo);
         std::string text;
+        // The serial as the basic section and `list` show it.
+        if (a.reportSerialNumber(text) == 0)
+            h.serial = text;
         if (a.getProductName(text) == 0)
             h.model = text;
         if (a.getFwVersion(text) == 0)

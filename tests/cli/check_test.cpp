@@ -173,7 +173,7 @@ TEST(CheckE2E, StatesFollowTheTable) {
          3,
          "c0 KV 9480-16i: controller stopped answering (replay_mismatch; unread: patrol read "
          "status, consistency-check schedule, consistency-check status, alarm)",
-         5},
+         6},
         {"stops answering, battery unread",
          "",
          "",
@@ -181,7 +181,7 @@ TEST(CheckE2E, StatesFollowTheTable) {
          3,
          "c0 KV 9480-16i: controller stopped answering (replay_mismatch; unread: battery "
          "status, battery charge,",
-         2},
+         3},
         {"what was read before still counts",
          R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})",
          "",

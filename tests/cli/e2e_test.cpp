@@ -776,6 +776,39 @@ TEST(Cli, RecordValuesOutsideTheirDefinedRangeAreNamedNotGuessed) {
     }
 }
 
+TEST(Cli, ListAndMetricsNameTheSerialNumberTheReportShows) {
+    // The manufacturing record and the controller information hold different
+    // serials; the report's choice (and its "NA" for a withholding controller
+    // type) is the one every listing uses.
+    const struct {
+        const char* what;
+        const char* extra;
+        const char* serial;
+    } cases[] = {
+        {"manufacturing record", "", "MFG-SERIAL-01"},
+        {"withheld", R"(, "controllerType": 1)", "NA"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string profile = tempPath("serials.json");
+        writeFile(profile, std::string(R"({"base": "default", "records": {)"
+                                       R"("KV_MFC_MFG": {"sn": "MFG-SERIAL-01"},)"
+                                       R"("KV_CTRL_INFO": {"serialNo": "INFO-SERIAL-02"}})") +
+                               c.extra + "}");
+        const std::string sim = "--sim=" + profile;
+        Result basic = runKvictl({sim, "-o", "json", "show", "basic"});
+        Result list = runKvictl({sim, "-o", "json", "list"});
+        Result metrics = runKvictl({sim, "metrics"});
+        ASSERT_EQ(basic.exitCode, 0) << basic.err;
+        EXPECT_EQ(ojson::parse(basic.out)["controllers"][0]["sections"]["Basics"]["Serial Number"],
+                  c.serial);
+        EXPECT_EQ(ojson::parse(list.out)["controllers"][0]["serial"], c.serial);
+        EXPECT_NE(metrics.out.find(std::string("serial=\"") + c.serial + "\""), std::string::npos)
+            << metrics.out;
+        std::remove(profile.c_str());
+    }
+}
+
 TEST(Cli, EveryReadingOfTheControllerClockAgreesInSummerAndWinter) {
     RunOptions berlin;
     berlin.env["TZ"] = "Europe/Berlin";

@@ -371,7 +371,7 @@ TEST(MetricsE2E, InjectedFailuresOmitSeries) {
           "kvictl_consistency_check_schedule_state", "kvictl_alarm_state"},
          {"kvictl_controller_info", "kvictl_virtual_drives", "kvictl_battery_state",
           "kvictl_battery_next_learn_timestamp_seconds", "kvictl_lock_key_failed"},
-         5},
+         6},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

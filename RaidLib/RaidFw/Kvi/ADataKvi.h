@@ -652,6 +652,12 @@ public:
     const KV_MFC_DEFAULTS* mfcDefaultsOrStatus(int* rc);
     // ==== END rules, topology and security helpers ====
 
+    // The serial number exactly as the basic section shows it (the
+    // manufacturing record's, the controller information's on OEM hosts, "NA"
+    // for a controller type that withholds it), so every listing and label of
+    // a controller names it alike. 0, or the status of the failed read.
+    int reportSerialNumber(std::string& out);
+
     // ==== BEGIN features helpers ====
     // Shared by the feature operations (features.cpp). Byte buffers handed to a
     // caller through unsigned char** are allocated with new[] and belong to the

@@ -98,6 +98,19 @@ int putSystemDriver(json::Object& obj) {
 
 } // namespace
 
+int AdapterDataKvi::reportSerialNumber(std::string& out) {
+    int rc = getCtlrInfo();
+    if (rc != 0) {
+        return rc;
+    }
+    KV_MFC_MFG mfg{};
+    rc = sendDcmdRec(KV_DCMD_CTRL_MFC_MFG_GET, kviMboxWords(0), &mfg);
+    if (rc == 0) {
+        out = serialNumberText(*kvCtrlInfoPtr_, mfg, controllerType(controllerIdPtr_));
+    }
+    return rc;
+}
+
 int AdapterDataKvi::getShowBasic(json::Object& obj) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowBasic");
     int rc = getCtlrInfo();
