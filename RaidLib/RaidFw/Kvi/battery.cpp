@@ -320,8 +320,8 @@ int AdapterDataKvi::setBatteryAutoLearnMode(unsigned char* mode) {
     return rc;
 }
 
-// Why the controller stopped caching writes. The battery load's status is returned, but a
-// controller without a battery fitted answers reason 0 with success.
+// Why the controller stopped caching writes. The battery load's status is returned in every
+// case, also with no battery fitted (reason 0).
 int AdapterDataKvi::getWritePolicyChngReason(unsigned char* out) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::getWritePolicyChngReason");
     if (out == nullptr) {
