@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -15,12 +16,14 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "cli/Gate.h"
+#include "cli/RunFiles.h"
 #include "cli/Util.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
 #include "provider/Provider.h"
 #include "sim/Simulator.h"
 #include "transport/Session.h"
+#include "util/Cleanup.h"
 #include "json/TextWriter.h"
 
 namespace cli {
@@ -147,7 +150,19 @@ App::~App() {
 }
 
 std::ostream& App::out() {
+    if (holding_)
+        return held_;
     return std::cout;
+}
+
+void App::releaseHeld(bool stored) {
+    if (!holding_)
+        return;
+    holding_ = false;
+    // A change that was not stored is not reported as made.
+    if (stored)
+        std::cout << held_.str();
+    held_.str("");
 }
 
 void App::setCommand(Command command) {
@@ -243,8 +258,18 @@ void App::warn(Target& t, const std::string& code, const std::string& text) {
         json::Envelope::AddMessage(*t.entry, json::Envelope::Warning, code, text);
 }
 
+std::string Target::statusName() const {
+    return statusKnown ? RaidManager::controllerStatusName(status) : "unknown";
+}
+
+void App::notice(const std::string& code, const std::string& text) {
+    std::cerr << "kvictl: " << printable(text) << "\n";
+    if (envelope_)
+        envelope_->AddMessage(json::Envelope::Warning, code, text);
+}
+
 void App::error(const std::string& code, const std::string& text, int exitCode) {
-    std::cerr << "kvictl: " << text << "\n";
+    std::cerr << "kvictl: " << printable(text) << "\n";
     if (envelope_)
         envelope_->AddMessage(json::Envelope::Error, code, text);
     if (!controllersRead_ && command_ && command_->earlyFailure)
@@ -346,7 +371,20 @@ int App::main(int argc, char** argv) {
     // output does not depend on where kvictl is installed.
     if (!argv_.empty())
         argv_[0] = "kvictl";
-    return run(args);
+    kvi::cleanup::install();
+    int rc = run(args);
+    // Output that did not reach its reader (a full disk, a closed file) is an
+    // error: a script must not take a short report for a whole one.
+    errno = 0;
+    std::cout.flush();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) || !std::cout) {
+        const int err = errno;
+        std::cerr << "kvictl: cannot write the output"
+                  << (err != 0 ? std::string(": ") + std::strerror(err) : std::string())
+                  << "; nothing more was written\n";
+        rc = kExitOutput;
+    }
+    return rc;
 }
 
 int App::run(const std::vector<std::string>& rawArgs) {
@@ -516,6 +554,7 @@ int App::openAndRun() {
     // 1. Validate everything the arguments say, before anything is opened.
     try {
         checkBackendChoice(opt_);
+        checkFileOptions(opt_, [this](const char* name) { return root_->count(name) > 0; });
         if (command_->validate)
             command_->validate();
     } catch (const UsageError& e) {
@@ -531,19 +570,21 @@ int App::openAndRun() {
         }
     }
 
+    // A command that changes the controller holds its text output until the
+    // change is stored, so nothing claims a change that was not kept.
+    const bool changes = !readOnlyCommand(command_->name);
+    holding_ = changes && !json();
+
     // 2. The debug log.
-    std::FILE* logFile = nullptr;
-    std::unique_ptr<kvi::FileLogSink> sink;
+    LogSession log;
     if (!opt_.logFile.empty()) {
-        logFile = std::fopen(opt_.logFile.c_str(), "a");
-        if (logFile == nullptr) {
-            error("log", "cannot write the log file " + opt_.logFile + ": " + std::strerror(errno),
-                  kExitUsage);
+        try {
+            log.open(opt_.logFile);
+        } catch (const kvi::files::FileError& e) {
+            error("log", std::string("cannot write the debug log: ") + e.what(), kExitUsage);
             writeEnvelope();
             return exit_;
         }
-        sink = std::make_unique<kvi::FileLogSink>(logFile);
-        kvi::setLogSink(sink.get());
         kvi::setLogLevel(opt_.logLevel);
     }
 
@@ -556,6 +597,12 @@ int App::openAndRun() {
         try {
             o.sim = std::make_unique<kvi::sim::Simulator>();
             bool fromState = false;
+            if (!opt_.simState.empty()) {
+                // Held to the end of the run: a changing command reads, changes
+                // and writes the state while no other kvictl can, and readers
+                // see the state before or after it, never between.
+                stateLock_ = std::make_unique<kvi::files::StateLock>(opt_.simState, changes);
+            }
             if (!opt_.simState.empty() && ::access(opt_.simState.c_str(), F_OK) == 0) {
                 o.sim->loadState(opt_.simState);
                 fromState = true;
@@ -563,6 +610,8 @@ int App::openAndRun() {
             }
             if (!fromState)
                 o.sim->load(opt_.simProfile, opt_.simControllers == 0 ? 1 : opt_.simControllers);
+            if (fromState && changes)
+                stateBefore_ = o.sim->stateText();
         } catch (const std::exception& e) {
             error(
                 "simulator",
@@ -576,19 +625,11 @@ int App::openAndRun() {
                     ")",
                 kExitUsage);
             writeEnvelope();
-            if (logFile) {
-                kvi::setLogSink(nullptr);
-                std::fclose(logFile);
-            }
             return exit_;
         }
         if (!mismatch.empty()) {
             error("simulator", mismatch + "; nothing was sent", kExitUsage);
             writeEnvelope();
-            if (logFile) {
-                kvi::setLogSink(nullptr);
-                std::fclose(logFile);
-            }
             return exit_;
         }
         kvi::setProcessInputs(o.sim->processInputs());
@@ -605,6 +646,8 @@ int App::openAndRun() {
                 error("replay", o.transport.error + "; nothing was sent", kExitUsage);
             } else if (o.transport.log) {
                 const kvi::ReplayLog& log = *o.transport.log;
+                for (const std::string& w : log.warnings())
+                    notice("replay", w);
                 kvi::ProcessInputs in;
                 if (auto v = log.fact(kFactOem))
                     in.isOEMhp = *v == "1";
@@ -653,10 +696,6 @@ int App::openAndRun() {
     }
     if (o.raw.empty()) {
         writeEnvelope();
-        if (logFile) {
-            kvi::setLogSink(nullptr);
-            std::fclose(logFile);
-        }
         return exit_;
     }
     if (fixedNow)
@@ -667,14 +706,8 @@ int App::openAndRun() {
         std::string why;
         o.writer = kvi::CaptureWriter::open(opt_.record, why);
         if (!o.writer) {
-            error("record",
-                  "cannot write the capture " + opt_.record + ": " + why + "; nothing was sent",
-                  kExitUsage);
+            error("record", "cannot write the capture: " + why + "; nothing was sent", kExitUsage);
             writeEnvelope();
-            if (logFile) {
-                kvi::setLogSink(nullptr);
-                std::fclose(logFile);
-            }
             return exit_;
         }
         kvi::ProcessInputs in = kvi::processInputs();
@@ -736,12 +769,18 @@ int App::openAndRun() {
         t.gate = &gate;
         t.controller = &controller;
         t.adapter = &adapter;
+        // The status comes from the controller information every command
+        // loads anyway; one that cannot be read is "unknown", never a guess.
+        int statusRc = 0;
+        if (const KV_CTRL_INFO* info = adapter.ctrlInfoOrStatus(&statusRc)) {
+            t.statusKnown = true;
+            t.status = RaidManager::deriveControllerStatus(*info);
+        }
         if (json()) {
-            // Every JSON controller entry carries its status (one information read).
-            int code = RaidManager::getInstance(&controller)->getControllerStatus();
-            t.entry =
-                &envelope_->AddController(index, code, RaidManager::controllerStatusName(code),
-                                          RaidManager::controllerStatusDescription(code));
+            t.entry = &envelope_->AddController(
+                index, t.statusKnown ? t.status : -1, t.statusName(),
+                t.statusKnown ? RaidManager::controllerStatusDescription(t.status)
+                              : "The controller's status could not be read");
         } else {
             t.entry = &scratch;
             if (multi_ && command_->headers) {
@@ -750,6 +789,16 @@ int App::openAndRun() {
                 out() << "Controller " << index << "\n\n";
                 firstBlock_ = true;
             }
+        }
+        if (!t.statusKnown && !command_->ownStatusReport) {
+            // A controller that cannot report its own status is not sent
+            // changes; what only reads still runs and shows what it can.
+            fail(t,
+                 changes ? "reading the controller status (nothing was changed)"
+                         : "reading the controller status",
+                 statusRc);
+            if (changes)
+                continue;
         }
         command_->run(t);
         if (opt_.dryRun) {
@@ -785,27 +834,34 @@ int App::openAndRun() {
     if (command_->finish && !selected.empty())
         command_->finish();
 
-    // 6. Keep the simulator's state, check the capture.
-    if (o.sim && !opt_.simState.empty() && !opt_.dryRun) {
+    // 6. Keep the simulator's state (only when it changed), the capture and the log.
+    bool stored = true;
+    if (o.sim && !opt_.simState.empty() && !opt_.dryRun && changes) {
         try {
-            o.sim->saveState(opt_.simState);
+            const std::string now = o.sim->stateText();
+            if (now != stateBefore_)
+                kvi::files::replaceFile(opt_.simState, now);
         } catch (const std::exception& e) {
-            error("simulator", std::string("cannot keep the simulator state: ") + e.what(),
-                  kExitFailed);
+            stored = false;
+            error("simulator",
+                  std::string("the change was not kept: cannot write the simulator state: ") +
+                      e.what(),
+                  kExitOutput);
         }
     }
-    if (o.writer && o.writer->failed())
-        error("record", "the capture " + opt_.record + " is incomplete: " + o.writer->error(),
-              kExitFailed);
+    stateLock_.reset();
+    if (o.writer && !o.writer->finish())
+        error("record", "the capture " + opt_.record + " was not written: " + o.writer->error(),
+              kExitOutput);
+    const std::string logError = log.finish();
+    if (!logError.empty())
+        error("log", "the debug log is incomplete: " + logError, kExitOutput);
+    releaseHeld(stored);
 
     System::getInstance()->setBackend(nullptr);
     kvi::reports::clearHostTime();
     writeEnvelope();
     std::cout.flush();
-    if (logFile) {
-        kvi::setLogSink(nullptr);
-        std::fclose(logFile);
-    }
     return exit_;
 }
 

@@ -8,10 +8,12 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "util/Files.h"
 #include "json/Envelope.h"
 #include "json/elements.h"
 
@@ -34,6 +36,7 @@ enum ExitCode : int {
     kExitUsage = 2,       // usage error; nothing was sent
     kExitUnreachable = 3, // no controller reachable
     kExitPermission = 4,  // permission denied
+    kExitOutput = 5,      // output could not be written (stdout, capture, log, state file)
 };
 
 // A usage error found while validating arguments: exit 2, nothing sent.
@@ -71,6 +74,11 @@ struct Target {
     AdapterDataKvi* adapter = nullptr;
     json::Object* entry = nullptr; // the controller's JSON entry (JSON output) or a scratch object
     bool failed = false;
+    // The controller status, read once (from the cached controller information)
+    // before the command runs, so text and JSON send the same requests and agree.
+    bool statusKnown = false;
+    unsigned char status = 0;
+    std::string statusName() const;
 };
 
 // What a subcommand does once its arguments are parsed.
@@ -91,6 +99,9 @@ struct Command {
     // Without -c a command works on controller 0; the monitoring commands
     // (metrics, check) read every controller instead.
     bool allControllersByDefault = false;
+    // The command reports a controller status it cannot read in its own way
+    // (metrics: a missing series; check: UNKNOWN), not as a failure of the run.
+    bool ownStatusReport = false;
     // Failures found before any controller is read: usage errors, a backend,
     // capture or log that cannot be opened, no such controller. Unset, they
     // take exit status 2, 3 or 4 as the failure says. Set, the hook is called
@@ -127,6 +138,8 @@ public:
     void fail(Target& t, const std::string& what, int status);
     // A note about a controller (stderr and JSON), without changing the exit status.
     void warn(Target& t, const std::string& code, const std::string& text);
+    // A warning not tied to a controller; the exit status stays.
+    void notice(const std::string& code, const std::string& text);
     // A failure not tied to a status (exit status `exitCode`).
     void error(const std::string& code, const std::string& text, int exitCode);
 
@@ -152,6 +165,8 @@ private:
     void writeEnvelope();
     void writeWithStreams(const std::string& doc, std::ostream& os);
     bool confirm(const std::string& question);
+    // Writes the held text output once the change is stored (drops it when not).
+    void releaseHeld(bool stored);
 
     GlobalOptions opt_;
     OutputFormat format_ = OutputFormat::Text;
@@ -164,6 +179,10 @@ private:
     bool firstBlock_ = true;
     bool controllersRead_ = false; // the first controller has been worked on
     std::vector<std::pair<std::string, std::FILE*>> streams_;
+    bool holding_ = false; // text output is held until a change is stored
+    std::ostringstream held_;
+    std::string stateBefore_; // the simulator state as loaded (changing commands)
+    std::unique_ptr<kvi::files::StateLock> stateLock_;
 };
 
 // Registration of the command groups (one per cmd_*.cpp).

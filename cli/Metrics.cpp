@@ -1,5 +1,7 @@
 #include "cli/Metrics.h"
 
+#include "util/Files.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -158,76 +160,20 @@ std::string utf8Clean(const std::string& bytes) {
     return out;
 }
 
-namespace {
-
-std::string errnoText(const std::string& what) {
-    return what + ": " + std::strerror(errno);
-}
-
-bool writeAll(int fd, const std::string& text) {
-    const char* p = text.data();
-    std::size_t left = text.size();
-    while (left > 0) {
-        ssize_t n = ::write(fd, p, left);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        p += n;
-        left -= static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-} // namespace
-
 std::string writeFileAtomically(const std::string& path, const std::string& text) {
     if (path.empty())
         return "no file name";
-    std::string dir = ".";
-    std::string base = path;
-    std::size_t slash = path.rfind('/');
-    if (slash != std::string::npos) {
-        dir = slash == 0 ? "/" : path.substr(0, slash);
-        base = path.substr(slash + 1);
-    }
-    if (base.empty())
+    if (path.back() == '/')
         return path + " names a folder, not a file";
-    // The collector reads only *.prom files, so a leading dot and a suffix
-    // after ".prom" keep the half-written file out of its sight.
-    std::string tmpl = (dir == "/" ? std::string("/") : dir + "/") + "." + base + ".XXXXXX";
-    std::vector<char> name(tmpl.begin(), tmpl.end());
-    name.push_back('\0');
-    int fd = ::mkstemp(name.data());
-    if (fd < 0)
-        return errnoText("cannot create a temporary file in " + dir);
-    std::string tmp(name.data());
-    auto fail = [&](const std::string& what) {
-        std::string why = errnoText(what);
-        if (fd >= 0)
-            ::close(fd);
-        ::unlink(tmp.c_str());
-        return why;
-    };
-    if (::fchmod(fd, 0644) != 0)
-        return fail("cannot set the mode of " + tmp);
-    if (!writeAll(fd, text))
-        return fail("cannot write " + tmp);
-    if (::fsync(fd) != 0)
-        return fail("cannot sync " + tmp);
-    if (::close(fd) != 0) {
-        fd = -1;
-        return fail("cannot close " + tmp);
-    }
-    fd = -1;
-    if (::rename(tmp.c_str(), path.c_str()) != 0)
-        return fail("cannot rename " + tmp + " to " + path);
-    // The rename itself is durable only once the folder is synced.
-    int dfd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dfd >= 0) {
-        ::fsync(dfd);
-        ::close(dfd);
+    try {
+        // The collector runs as another user and reads only *.prom files: the
+        // file is world-readable (it holds no secret), and the temporary file's
+        // leading dot and ".tmp" suffix keep it out of the collector's sight.
+        kvi::files::AtomicFile f(path, 0644);
+        f.write(text);
+        f.commit();
+    } catch (const kvi::files::FileError& e) {
+        return e.what();
     }
     return "";
 }

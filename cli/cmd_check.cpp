@@ -268,6 +268,7 @@ Command baseCommand(App& app) {
     c.name = "check";
     c.headers = false;
     c.allControllersByDefault = true;
+    c.ownStatusReport = true;
     c.earlyFailure = [&app](const std::string& message) {
         return unknownBeforeReading(app, message);
     };

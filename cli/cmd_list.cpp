@@ -62,7 +62,6 @@ void registerList(CLI::App& root, App& app) {
                               pci.function);
                 pciText = buf;
             }
-            unsigned char status = RaidManager::getInstance(t.controller)->getControllerStatus();
             std::string driver = t.backend->driverName();
             std::string driverVersion = t.backend->driverVersion();
             if (app.json()) {
@@ -83,7 +82,7 @@ void registerList(CLI::App& root, App& app) {
             r.cells[4] = driver;
             r.cells[5] = driverVersion;
             r.cells[6] = pciText;
-            r.cells[7] = RaidManager::controllerStatusName(status);
+            r.cells[7] = t.statusName();
             rows->push_back(r);
         };
         c.finish = [&app, rows] {

@@ -233,6 +233,7 @@ void registerMetrics(CLI::App& root, App& app) {
         c.name = "metrics";
         c.headers = false;
         c.allControllersByDefault = true; // a scrape covers the host
+        c.ownStatusReport = true;
         c.validate = [&app, textfile] {
             if (app.json())
                 throw UsageError("metrics: the output is the Prometheus text format; leave out -o");

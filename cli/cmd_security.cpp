@@ -18,6 +18,8 @@
 #include "cli/App.h"
 #include "cli/Doc.h"
 #include "cli/Util.h"
+#include "util/Cleanup.h"
+#include "util/Files.h"
 
 namespace cli {
 
@@ -41,30 +43,44 @@ struct Secret {
     ~Secret() { wipe(value); }
 };
 
+// One line from a terminal with echo off; the terminal gets its settings back
+// also when SIGINT or SIGTERM ends kvictl at the prompt. At most the
+// passphrase limit is kept (the rest of a longer line is read and dropped).
+std::string readLineNoEchoFrom(int fd, const std::string& prompt) {
+    termios old{};
+    const bool haveTerm = ::tcgetattr(fd, &old) == 0;
+    if (haveTerm) {
+        termios quiet = old;
+        quiet.c_lflag &= static_cast<tcflag_t>(~ECHO);
+        kvi::cleanup::install();
+        kvi::cleanup::rememberTerminal(fd, old);
+        ::tcsetattr(fd, TCSAFLUSH, &quiet);
+    }
+    if (!prompt.empty() && ::write(fd, prompt.data(), prompt.size()) < 0) {
+        // The prompt is a courtesy; reading goes on without it.
+    }
+    const std::size_t limit = kvi::files::limitOf(kvi::files::Input::Passphrase);
+    std::string line;
+    char ch = 0;
+    while (::read(fd, &ch, 1) == 1 && ch != '\n')
+        if (line.size() < limit)
+            line += ch;
+    ch = 0;
+    if (haveTerm) {
+        ::tcsetattr(fd, TCSAFLUSH, &old);
+        kvi::cleanup::forgetTerminal();
+    }
+    if (::write(fd, "\n", 1) < 0) {
+    }
+    return line;
+}
+
 std::string readLineNoEcho(const std::string& prompt) {
     int fd = ::open("/dev/tty", O_RDWR | O_CLOEXEC);
     if (fd < 0)
         throw UsageError(
             "no terminal to ask for the passphrase; use --passphrase-file PATH (- = stdin)");
-    termios old{};
-    bool haveTerm = ::tcgetattr(fd, &old) == 0;
-    if (haveTerm) {
-        termios quiet = old;
-        quiet.c_lflag &= static_cast<tcflag_t>(~ECHO);
-        ::tcsetattr(fd, TCSAFLUSH, &quiet);
-    }
-    if (::write(fd, prompt.data(), prompt.size()) < 0) {
-        // The prompt is a courtesy; reading goes on without it.
-    }
-    std::string line;
-    char ch;
-    while (::read(fd, &ch, 1) == 1 && ch != '\n')
-        line += ch;
-    ch = 0;
-    if (haveTerm)
-        ::tcsetattr(fd, TCSAFLUSH, &old);
-    if (::write(fd, "\n", 1) < 0) {
-    }
+    std::string line = readLineNoEchoFrom(fd, prompt);
     ::close(fd);
     return line;
 }
@@ -88,14 +104,18 @@ struct SecurityArgs {
 // Reads the passphrase from the file or the terminal and checks it.
 void obtainPassphrase(SecurityArgs& a, bool confirmNew) {
     if (!a.passphraseFile.empty()) {
-        if (a.passphraseFile == "-") {
-            std::getline(std::cin, a.passphrase.value);
+        if (a.passphraseFile == "-" && ::isatty(STDIN_FILENO)) {
+            // Typed at a terminal: never echoed.
+            a.passphrase.value = readLineNoEchoFrom(STDIN_FILENO, "Passphrase: ");
         } else {
-            std::ifstream in(a.passphraseFile);
-            if (!in)
-                throw UsageError("--passphrase-file: cannot read " + a.passphraseFile + ": " +
-                                 std::strerror(errno));
-            std::getline(in, a.passphrase.value);
+            Secret text;
+            try {
+                text.value = kvi::files::readFile(a.passphraseFile, kvi::files::Input::Passphrase);
+            } catch (const kvi::files::FileError& e) {
+                throw UsageError(std::string("--passphrase-file: ") + e.what());
+            }
+            const std::size_t end = text.value.find('\n');
+            a.passphrase.value = text.value.substr(0, end);
         }
         if (!a.passphrase.value.empty() && a.passphrase.value.back() == '\r')
             a.passphrase.value.pop_back();

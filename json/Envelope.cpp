@@ -57,7 +57,11 @@ void Envelope::AddMessage(Object& holder, Severity severity, const std::string& 
 Object& Envelope::AddController(long index, long statusCode, const std::string& statusName,
                                 const std::string& statusDescription) {
     Object status;
-    status["code"] = Number(statusCode);
+    // A status that could not be read has no code.
+    if (statusCode < 0)
+        status["code"] = Null();
+    else
+        status["code"] = Number(statusCode);
     status["name"] = String(statusName);
     status["description"] = String(statusDescription);
     Object controller;

@@ -47,6 +47,7 @@
 #include "sim/ControllerState.h"
 #include "sim/SimInternal.h"
 #include "sim/Simulator.h"
+#include "util/Files.h"
 
 namespace kvi::sim {
 namespace {
@@ -578,17 +579,16 @@ Source resolve(const std::string& profile, const std::string& baseDir, const std
     std::string path = profile;
     if (!path.empty() && path[0] != '/' && !baseDir.empty())
         path = baseDir + "/" + path;
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        std::string reason = std::string("cannot open: ") + std::strerror(errno);
+    std::string text;
+    try {
+        text = files::readFile(path, files::Input::Profile);
+    } catch (const files::FileError& e) {
         if (from.empty())
-            fail(path, "", reason);
-        fail(from, fromField, "base \"" + profile + "\": " + reason);
+            throw SimError(e.what());
+        fail(from, fromField, "base \"" + profile + "\": " + e.reason());
     }
-    std::ostringstream text;
-    text << in.rdbuf();
     std::size_t slash = path.rfind('/');
-    return {text.str(), path, slash == std::string::npos ? std::string() : path.substr(0, slash)};
+    return {text, path, slash == std::string::npos ? std::string() : path.substr(0, slash)};
 }
 
 void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int depth,

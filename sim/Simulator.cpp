@@ -1,5 +1,7 @@
 #include "sim/Simulator.h"
 
+#include "util/Files.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -402,77 +404,37 @@ std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader&
     return st;
 }
 
-void writeAll(int fd, const std::string& data, const std::string& path) {
-    std::size_t done = 0;
-    while (done < data.size()) {
-        ssize_t n = ::write(fd, data.data() + done, data.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            stateError(path, "", std::string("cannot write: ") + std::strerror(errno));
-        done += std::size_t(n);
-    }
-}
-
 } // namespace
 
-void Simulator::saveState(const std::string& path) const {
-    if (!refusedStatePath_.empty() && refusedStatePath_ == path)
-        stateError(path, "", "not overwritten: the file could not be read as a simulator state");
+std::string Simulator::stateText() const {
     json doc{
         {"kvictl_sim_state", kStateVersion}, {"profile", profile_}, {"controllers", json::array()}};
     for (const auto& c : controllers_)
         doc["controllers"].push_back(controllerJson(*c));
-    std::string data = doc.dump(1) + "\n";
+    return doc.dump(1) + "\n";
+}
 
-    std::size_t slash = path.rfind('/');
-    std::string dir = slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
-    std::string tmpl =
-        (slash == std::string::npos ? std::string("./") : path.substr(0, slash + 1)) + "." +
-        path.substr(slash == std::string::npos ? 0 : slash + 1) + ".XXXXXX";
-    std::vector<char> name(tmpl.begin(), tmpl.end());
-    name.push_back('\0');
-    int fd = ::mkstemp(name.data());
-    if (fd < 0)
-        stateError(path, "",
-                   std::string("cannot create a temporary file: ") + std::strerror(errno));
-    std::string tmp(name.data());
+void Simulator::saveState(const std::string& path) const {
+    if (!refusedStatePath_.empty() && refusedStatePath_ == path)
+        stateError(path, "", "not overwritten: the file could not be read as a simulator state");
     try {
-        writeAll(fd, data, path);
-        if (::fsync(fd) != 0)
-            stateError(path, "", std::string("cannot sync: ") + std::strerror(errno));
-    } catch (...) {
-        ::close(fd);
-        ::unlink(tmp.c_str());
-        throw;
-    }
-    if (::close(fd) != 0) {
-        ::unlink(tmp.c_str());
-        stateError(path, "", std::string("cannot close: ") + std::strerror(errno));
-    }
-    if (::rename(tmp.c_str(), path.c_str()) != 0) {
-        int err = errno;
-        ::unlink(tmp.c_str());
-        stateError(path, "", std::string("cannot replace: ") + std::strerror(err));
-    }
-    // Make the rename itself durable.
-    int dfd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY);
-    if (dfd >= 0) {
-        ::fsync(dfd);
-        ::close(dfd);
+        files::replaceFile(path, stateText());
+    } catch (const files::FileError& e) {
+        throw SimError(e.what());
     }
 }
 
 void Simulator::loadState(const std::string& path) {
     try {
-        std::ifstream in(path, std::ios::binary);
-        if (!in)
-            stateError(path, "", std::string("cannot open: ") + std::strerror(errno));
-        std::ostringstream text;
-        text << in.rdbuf();
+        std::string text;
+        try {
+            text = files::readFile(path, files::Input::State);
+        } catch (const files::FileError& e) {
+            throw SimError(e.what());
+        }
         json doc;
         try {
-            doc = json::parse(text.str());
+            doc = json::parse(text);
         } catch (const json::exception&) { // a syntax error or a number beyond any type
             stateError(path, "", "not a simulator state file (malformed JSON)");
         }

@@ -139,6 +139,9 @@ public:
     // Writes the state of every controller atomically (temp file in the same
     // folder, fsync, rename). Throws SimError.
     void saveState(const std::string& path) const;
+    // The state file's text for the current state (what saveState writes), so
+    // a caller can tell whether anything changed.
+    std::string stateText() const;
 
     std::size_t size() const { return controllers_.size(); }
     SimController& controller(std::size_t i) { return *controllers_.at(i); }

@@ -30,12 +30,14 @@ static std::string opcodeText(std::uint32_t opcode) {
 // ---- CaptureWriter ----
 
 std::shared_ptr<CaptureWriter> CaptureWriter::open(const std::string& path, std::string& error) {
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    if (!file) {
-        error = "cannot write the capture file " + path + ": " + std::strerror(errno);
+    std::unique_ptr<files::AtomicFile> file;
+    try {
+        file = std::make_unique<files::AtomicFile>(path);
+    } catch (const files::FileError& e) {
+        error = e.what();
         return nullptr;
     }
-    std::shared_ptr<CaptureWriter> writer(new CaptureWriter(path, file));
+    std::shared_ptr<CaptureWriter> writer(new CaptureWriter(path, std::move(file)));
     json first = {{"type", "capture"}, {"format", "kvictl-capture"}, {"version", kCaptureVersion}};
     if (!writer->writeLine(first.dump())) {
         error = writer->error();
@@ -44,18 +46,29 @@ std::shared_ptr<CaptureWriter> CaptureWriter::open(const std::string& path, std:
     return writer;
 }
 
-CaptureWriter::~CaptureWriter() {
-    if (file_)
-        std::fclose(file_);
-}
+CaptureWriter::~CaptureWriter() = default;
 
 bool CaptureWriter::writeLine(const std::string& line) {
     if (failed_)
         return false;
-    if (std::fwrite(line.data(), 1, line.size(), file_) != line.size() ||
-        std::fputc('\n', file_) == EOF || std::fflush(file_) != 0) {
+    try {
+        file_->write(line + "\n");
+    } catch (const files::FileError& e) {
         failed_ = true;
-        error_ = "cannot write the capture file " + path_ + ": " + std::strerror(errno);
+        error_ = e.what();
+        return false;
+    }
+    return true;
+}
+
+bool CaptureWriter::finish() {
+    if (failed_)
+        return false;
+    try {
+        file_->commit();
+    } catch (const files::FileError& e) {
+        failed_ = true;
+        error_ = e.what();
         return false;
     }
     return true;

@@ -32,6 +32,7 @@
 #include <string>
 
 #include "provider/Backend.h"
+#include "util/Files.h"
 
 namespace kvi {
 
@@ -45,8 +46,10 @@ bool returnsPassphrase(std::uint32_t opcode);
 // The capture file of one run, shared by the CaptureBackend of every controller.
 class CaptureWriter {
 public:
-    // Creates (truncates) `path` and writes the first line. Returns null and
-    // sets `error` when the file cannot be written.
+    // Starts the capture `path` and writes the first line. The lines go to a
+    // private temporary file beside it; finish() puts it in place, so an
+    // interrupted run leaves any earlier file at `path` as it was. Returns
+    // null and sets `error` when the file cannot be written.
     static std::shared_ptr<CaptureWriter> open(const std::string& path, std::string& error);
     ~CaptureWriter();
     CaptureWriter(const CaptureWriter&) = delete;
@@ -55,19 +58,24 @@ public:
     // Records a process-wide input by name (replayed by ReplayLog::fact).
     void recordFact(const std::string& name, const std::string& value);
 
-    // Writes one complete line (a JSON object without newline) and flushes.
-    // Returns false after a write error (see error()); later lines are dropped.
+    // Writes one complete line (a JSON object without newline) with one write
+    // call. Returns false after a write error (see error()); later lines are
+    // dropped.
     bool writeLine(const std::string& json);
+    // Syncs the capture and renames it into place; false (see error()) when
+    // that fails or a line could not be written.
+    bool finish();
 
     const std::string& path() const { return path_; }
     bool failed() const { return failed_; }
     const std::string& error() const { return error_; }
 
 private:
-    CaptureWriter(std::string path, std::FILE* file) : path_(std::move(path)), file_(file) {}
+    CaptureWriter(std::string path, std::unique_ptr<files::AtomicFile> file)
+        : path_(std::move(path)), file_(std::move(file)) {}
 
     std::string path_;
-    std::FILE* file_;
+    std::unique_ptr<files::AtomicFile> file_;
     bool failed_ = false;
     std::string error_;
 };

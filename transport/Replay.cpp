@@ -10,6 +10,7 @@
 #include "firmware/kvi.h"
 #include "transport/Capture.h"
 #include "transport/Hex.h"
+#include "util/Files.h"
 
 namespace kvi {
 
@@ -122,9 +123,11 @@ Direction direction(const json& line) {
 } // namespace
 
 std::shared_ptr<const ReplayLog> ReplayLog::load(const std::string& path, std::string& error) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        error = "cannot read the capture file " + path + ": " + std::strerror(errno);
+    std::istringstream in;
+    try {
+        in.str(files::readFile(path, files::Input::Capture));
+    } catch (const files::FileError& e) {
+        error = std::string("cannot read the capture: ") + e.what();
         return nullptr;
     }
     return parse(in, path, error);
@@ -145,6 +148,13 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
                             [](char c) { return c == ' ' || c == '\t' || c == '\r'; }))
                 continue;
             json line = json::parse(raw, nullptr, false);
+            if (line.is_discarded() && in.eof() && sawHeader) {
+                // A last line without its newline was cut short when the
+                // capture's writer stopped: the lines before it are whole.
+                log->warnings_.push_back(name + ": line " + std::to_string(lineNo) +
+                                         " is cut short and is ignored");
+                break;
+            }
             if (line.is_discarded())
                 throw Malformed{"not valid JSON"};
             if (!line.is_object())

@@ -61,6 +61,8 @@ public:
                                                   std::string& error);
 
     const std::string& name() const { return name_; }
+    // What was tolerated while reading (a cut-short last line), for the user.
+    const std::vector<std::string>& warnings() const { return warnings_; }
     // Controllers are numbered 0..controllerCount()-1 (the capture declares each).
     unsigned controllerCount() const { return static_cast<unsigned>(controllers_.size()); }
     const RecordedController& controller(unsigned index) const { return controllers_.at(index); }
@@ -69,6 +71,7 @@ public:
 
 private:
     std::string name_;
+    std::vector<std::string> warnings_;
     std::vector<RecordedController> controllers_;
     std::map<std::string, std::string> facts_;
 };

@@ -336,7 +336,7 @@ TEST(Cli, BadInputIsRefusedBeforeAnythingIsSent) {
     // virtual drives.
     const std::string state = tempPath("bad-state.json");
     std::remove(state.c_str());
-    ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "list"}).exitCode, 0);
+    ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "set", "rebuild-rate=30"}).exitCode, 0);
     const std::string noVds = tempPath("no-vds.json");
     writeFile(noVds, R"({"base": "default", "records": {"KV_CTRL_INFO": {"ldPresentCount": 0}}})");
     const BadInput cases[] = {

@@ -271,11 +271,12 @@ protected:
         return a;
     }
 
-    // The state a profile starts from, as the simulator saves it: -c with a
-    // controller that does not exist sends nothing and keeps the state.
+    // The state a profile starts from, as the simulator saves it: a changing
+    // command with -c naming a controller that does not exist sends nothing
+    // and keeps the fresh state.
     std::string initialState(const std::string& profile, const std::string& state) const {
-        const faults::Run r =
-            runKvictl({"--sim=" + profile, "--sim-state", state, "-c", "99", "list"});
+        const faults::Run r = runKvictl(
+            {"--sim=" + profile, "--sim-state", state, "-c", "99", "set", "rebuild-rate=30"});
         EXPECT_EQ(r.exitCode, 2) << r.err;
         EXPECT_TRUE(faults::fileExists(state)) << "no state file after a run that sent nothing";
         return faults::readFile(state);

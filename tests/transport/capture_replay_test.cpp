@@ -135,6 +135,7 @@ TEST(CaptureReplay, ReplayGivesTheCapturedAnswersAndHostFacts) {
         live = runScript(ctrl);
         EXPECT_EQ(fake.requests().size(), live.size());
         EXPECT_FALSE(writer->failed());
+        ASSERT_TRUE(writer->finish()) << writer->error();
     }
     ASSERT_EQ(live[6].status, KVI_STAT_NO_HW_PRESENT);
     ASSERT_EQ(live[5].w1, 17u);
@@ -163,7 +164,7 @@ TEST(CaptureReplay, ReplayGivesTheCapturedAnswersAndHostFacts) {
     EXPECT_EQ(replay.driverVersion(), "07.725.01.00");
 }
 
-TEST(CaptureReplay, EachLineHoldsTheRequestAndIsFlushedAtOnce) {
+TEST(CaptureReplay, EachLineHoldsTheRequestAndLandsWhenFinished) {
     TempFile file;
     std::string error;
     auto writer = kvi::CaptureWriter::open(file.path.string(), error);
@@ -178,7 +179,9 @@ TEST(CaptureReplay, EachLineHoldsTheRequestAndIsFlushedAtOnce) {
     DcmdKviDpParams set(KV_DCMD_CTRL_PROPERTIES_SET, 0, 0, 0, props, 0, 0, 0);
     ASSERT_EQ(ctrl.execute(&set), 0);
 
-    // Read while the writer is still open: the line is already on disk.
+    // Nothing lands at the target before the capture is finished.
+    EXPECT_TRUE(readFile(file.path).empty());
+    ASSERT_TRUE(writer->finish());
     auto text = lines(readFile(file.path));
     ASSERT_EQ(text.size(), 3u);
     EXPECT_EQ(text[0], R"({"format":"kvictl-capture","type":"capture","version":1})");
@@ -239,6 +242,7 @@ TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
         ASSERT_EQ(ctrl.execute(&suggest), 0);
         EXPECT_STREQ(reinterpret_cast<const char*>(got.passPhrase), secrets[3])
             << "the caller gets the real answer";
+        ASSERT_TRUE(writer->finish()) << writer->error();
     }
     // The controller got the real bytes.
     ASSERT_NE(fake.last(KV_DCMD_CTRL_LOCK_KEY_CREATE), nullptr);
@@ -293,6 +297,7 @@ std::string replayTampered(const std::function<void(std::vector<std::string>&)>&
         kvi::CaptureBackend capture(fake, writer, 0);
         BackendController ctrl(capture);
         runScript(ctrl);
+        EXPECT_TRUE(writer->finish()) << writer->error();
     }
     auto all = lines(readFile(file.path));
     tamper(all);
@@ -428,10 +433,13 @@ TEST(CaptureReplay, MalformedFilesNameTheLine) {
     EXPECT_EQ(log->controller(0).requests.at(0).line, 3u);
 
     EXPECT_FALSE(kvi::ReplayLog::load("/nonexistent/kvi.jsonl", error));
-    EXPECT_NE(error.find("cannot read the capture file /nonexistent/kvi.jsonl"), std::string::npos);
+    EXPECT_NE(error.find("cannot read the capture: /nonexistent/kvi.jsonl: cannot open"),
+              std::string::npos)
+        << error;
     EXPECT_FALSE(kvi::CaptureWriter::open("/nonexistent/dir/kvi.jsonl", error));
-    EXPECT_NE(error.find("cannot write the capture file /nonexistent/dir/kvi.jsonl"),
-              std::string::npos);
+    EXPECT_NE(error.find("/nonexistent/dir/kvi.jsonl: cannot create a temporary file beside it"),
+              std::string::npos)
+        << error;
 }
 
 // The one-byte alarm read and the SMP request that the two-controller test
@@ -484,6 +492,7 @@ TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
         kvi::DirectCommand none;
         none.opcode = KV_DCMD_CTRL_TIME_GET;
         ASSERT_EQ(ca.submit(none), kvi::kTransportFailed);
+        ASSERT_TRUE(writer->finish()) << writer->error();
     }
     std::string error;
     auto log = kvi::ReplayLog::load(file.path.string(), error);
