@@ -36,8 +36,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include <nlohmann/json.hpp>
 
@@ -428,6 +430,12 @@ void applyEvents(ControllerState& st, const json& list, const Clock& clock,
                  const std::string& file) {
     if (!list.is_array())
         fail(file, "events", "expected an array of events");
+    // The log keeps this many; a longer list would only be read to be dropped.
+    if (list.size() > EventLog::kMaxStored)
+        fail(file, "events",
+             "more than " + std::to_string(EventLog::kMaxStored) +
+                 " events (the log keeps that many); for a large log use "
+                 "\"eventLog\": {\"generate\": N}");
     std::uint32_t now = clock.firmwareTime();
     for (std::size_t i = 0; i < list.size(); ++i) {
         std::string where = "events[" + std::to_string(i) + "]";
@@ -471,6 +479,11 @@ void applyEvents(ControllerState& st, const json& list, const Clock& clock,
 void applyFaults(ControllerState& st, const json& faults, const std::string& file) {
     if (!faults.is_object())
         fail(file, "fail", "expected an object mapping opcodes to statuses");
+    // Where each opcode and qualifier already has an entry (from a base
+    // profile), so that large fault maps load in linear time.
+    std::map<std::tuple<std::uint32_t, int, std::uint8_t>, std::size_t> index;
+    for (std::size_t i = 0; i < st.faults.size(); ++i)
+        index[{st.faults[i].opcode, st.faults[i].mboxByte, st.faults[i].mboxValue}] = i;
     for (auto it = faults.begin(); it != faults.end(); ++it) {
         std::string where = "fail." + it.key();
         Fault f;
@@ -517,13 +530,12 @@ void applyFaults(ControllerState& st, const json& faults, const std::string& fil
             fail(file, where, "status must be 1..255 (or a local failure code -10, -11, -12)");
         f.status = int(s);
         // A later entry for the same opcode and qualifier replaces the earlier one.
-        for (auto old = st.faults.begin(); old != st.faults.end(); ++old)
-            if (old->opcode == f.opcode && old->mboxByte == f.mboxByte &&
-                old->mboxValue == f.mboxValue) {
-                st.faults.erase(old);
-                break;
-            }
-        st.faults.push_back(f);
+        auto [slot, fresh] =
+            index.try_emplace({f.opcode, f.mboxByte, f.mboxValue}, st.faults.size());
+        if (fresh)
+            st.faults.push_back(f);
+        else
+            st.faults[slot->second] = f;
     }
 }
 

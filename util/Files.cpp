@@ -48,7 +48,7 @@ void syncFolder(const std::string& path) {
 std::size_t limitOf(Input kind) {
     switch (kind) {
     case Input::Profile:
-        return 64u << 20;
+        return 16u << 20;
     case Input::State:
         return 256u << 20;
     case Input::Capture:
