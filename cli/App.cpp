@@ -48,7 +48,8 @@ Examples:
   kvictl --replay /tmp/kv.jsonl show all
 
 Exit codes: 0 success, 1 a controller or firmware request failed, 2 usage error
-(nothing was sent), 3 no controller reachable, 4 permission denied.)";
+(nothing was sent), 3 no controller reachable, 4 permission denied, 5 output could
+not be written (stdout, capture, log or state file).)";
 
 bool isTerminal(int fd) {
     return ::isatty(fd) == 1;
@@ -176,124 +177,6 @@ void App::raiseExit(int code) {
         return;
     if (exit_ == kExitOk || code > exit_)
         exit_ = code;
-}
-
-std::string App::statusName(int status) {
-    if (status >= 0)
-        return kviStatusName(status);
-    switch (status) {
-    case -1:
-        return "refused";
-    case -2:
-        return "time_out_of_range";
-    case kvi::kTransportFailed:
-        return "transport_failed";
-    case kvi::kReplayMismatch:
-        return "replay_mismatch";
-    case kvi::kUnsupported:
-        return "unsupported_by_backend";
-    default:
-        return "local_" + std::to_string(-status);
-    }
-}
-
-std::string App::statusText(Target& t, int status) const {
-    std::string text = statusName(status);
-    if (status > 0) {
-        const char* d = kviStatusDescription(status);
-        if (d != nullptr)
-            text += std::string(" (") + d + ")";
-        else
-            text = "firmware status " + text;
-    } else if (status == -1) {
-        text += " (the controller-data layer refused the request: not supported by this "
-                "controller or not available)";
-    } else if (status == -2) {
-        text += " (the time cannot be expressed in the firmware's schedule clock)";
-    } else if (status < -2 && t.gate != nullptr) {
-        std::string why = t.gate->lastError();
-        if (!why.empty())
-            text += " (" + why + ")";
-    }
-    return text;
-}
-
-void App::fail(Target& t, const std::string& what, int status) {
-    t.failed = true;
-    std::string hint;
-    switch (status) {
-    case KVI_STAT_INVALID_DCMD:
-        hint = "this controller does not offer it";
-        break;
-    case KVI_STAT_NO_HW_PRESENT:
-        hint = "the hardware is not fitted on this controller";
-        break;
-    case kvi::kTransportFailed:
-        hint = "check the device path and that the driver is loaded";
-        break;
-    case kvi::kReplayMismatch:
-        hint = "the capture does not match this command; record it again";
-        break;
-    default:
-        hint = "run with --log FILE --log-level 4 for the request log";
-        break;
-    }
-    std::string text = what + " failed: " + statusText(t, status);
-    std::cout.flush();
-    std::cerr << "kvictl: controller " << t.index << ": " << text << "; " << hint << "\n";
-    if (json() && t.entry != nullptr)
-        json::Envelope::AddMessage(*t.entry, json::Envelope::Error, statusName(status), text);
-    int code = kExitFailed;
-    if (status == kvi::kTransportFailed && t.gate != nullptr) {
-        if (auto* pt = dynamic_cast<kvi::PassThroughBackend*>(&t.gate->inner()))
-            if (pt->lastFault() == kvi::TransportFault::PermissionDenied)
-                code = kExitPermission;
-    }
-    raiseExit(code);
-}
-
-void App::warn(Target& t, const std::string& code, const std::string& text) {
-    std::cerr << "kvictl: controller " << t.index << ": " << text << "\n";
-    if (json() && t.entry != nullptr)
-        json::Envelope::AddMessage(*t.entry, json::Envelope::Warning, code, text);
-}
-
-std::string Target::statusName() const {
-    return statusKnown ? RaidManager::controllerStatusName(status) : "unknown";
-}
-
-void App::notice(const std::string& code, const std::string& text) {
-    std::cerr << "kvictl: " << printable(text) << "\n";
-    if (envelope_)
-        envelope_->AddMessage(json::Envelope::Warning, code, text);
-}
-
-void App::error(const std::string& code, const std::string& text, int exitCode) {
-    std::cerr << "kvictl: " << printable(text) << "\n";
-    if (envelope_)
-        envelope_->AddMessage(json::Envelope::Error, code, text);
-    if (!controllersRead_ && command_ && command_->earlyFailure)
-        exitCode = command_->earlyFailure(text);
-    raiseExit(exitCode);
-}
-
-void App::emit(Target& t, const std::string& key, const std::string& title,
-               const json::Object& body) {
-    if (json()) {
-        if (key.empty()) {
-            json::UnknownElement& s = (*t.entry)["sections"];
-            if (!s.Is<json::Object>())
-                s = json::Object();
-            (*s.As<json::Object>())[title] = body;
-        } else {
-            (*t.entry)[key] = body;
-        }
-        return;
-    }
-    if (!firstBlock_)
-        out() << "\n";
-    firstBlock_ = false;
-    json::TextWriter::Write(body, title, out());
 }
 
 bool App::confirm(const std::string& question) {
@@ -801,33 +684,8 @@ int App::openAndRun() {
                 continue;
         }
         command_->run(t);
-        if (opt_.dryRun) {
-            const std::vector<HeldRequest>& held = gate.held();
-            if (json()) {
-                json::Array list;
-                for (const HeldRequest& r : held) {
-                    json::Object e;
-                    const char* name = kvDcmdName(r.opcode);
-                    char op[16];
-                    std::snprintf(op, sizeof op, "0x%08x", r.opcode);
-                    e["opcode"] = json::String(op);
-                    e["name"] = json::String(name ? name : "");
-                    e["mailbox"] = json::String(hexBytes(r.mbox, 12));
-                    e["length_bytes"] = json::UNumber(r.length);
-                    e["direction"] = json::String(r.direction == kvi::Direction::Write  ? "write"
-                                                  : r.direction == kvi::Direction::Both ? "both"
-                                                                                        : "none");
-                    list.Insert(e);
-                }
-                (*t.entry)["dry_run"] = list;
-            } else {
-                out() << (firstBlock_ ? "" : "\n") << "Dry run: " << held.size()
-                      << (held.size() == 1 ? " request" : " requests") << " not sent\n";
-                for (const HeldRequest& r : held)
-                    out() << "  " << kvi::describeRequest(r.opcode, r.mbox, r.length) << "\n";
-                firstBlock_ = false;
-            }
-        }
+        if (opt_.dryRun)
+            reportDryRun(t, gate);
     }
     // Nothing selected (no such controller): nothing was read, so there is
     // nothing to sum up either.
@@ -863,56 +721,6 @@ int App::openAndRun() {
     writeEnvelope();
     std::cout.flush();
     return exit_;
-}
-
-std::FILE* App::deferArray(Target& t, const std::string& key) {
-    std::FILE* f = std::tmpfile();
-    if (f == nullptr)
-        return nullptr;
-    std::string marker = "@@kvictl-stream-" + std::to_string(streams_.size()) + "@@";
-    (*t.entry)[key] = json::String(marker);
-    streams_.push_back({json::JsonWriter::Quote(marker), f});
-    return f;
-}
-
-void App::appendDeferred(std::FILE* f, const json::Object& element, bool first) {
-    std::string text = json::JsonWriter::ToString(element, json::JsonWriter::Compact);
-    if (!first)
-        std::fputs(format_ == OutputFormat::JsonCompact ? "," : ",\n", f);
-    std::fputs(text.c_str(), f);
-}
-
-void App::writeWithStreams(const std::string& doc, std::ostream& os) {
-    std::size_t pos = 0;
-    for (auto& s : streams_) {
-        std::size_t at = doc.find(s.first, pos);
-        if (at == std::string::npos)
-            continue;
-        os << doc.substr(pos, at - pos) << '[';
-        std::rewind(s.second);
-        char buf[65536];
-        std::size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, s.second)) > 0)
-            os.write(buf, static_cast<std::streamsize>(n));
-        os << ']';
-        pos = at + s.first.size();
-    }
-    os << doc.substr(pos);
-}
-
-void App::writeEnvelope() {
-    if (!envelope_)
-        return;
-    envelope_->SetExitStatus(exit_);
-    json::JsonWriter::Style style =
-        format_ == OutputFormat::JsonCompact ? json::JsonWriter::Compact : json::JsonWriter::Pretty;
-    if (streams_.empty()) {
-        envelope_->Write(std::cout, style);
-    } else {
-        writeWithStreams(json::JsonWriter::ToString(envelope_->Document(), style), std::cout);
-        std::cout << "\n";
-    }
-    std::cout.flush();
 }
 
 } // namespace cli

@@ -167,6 +167,8 @@ private:
     bool confirm(const std::string& question);
     // Writes the held text output once the change is stored (drops it when not).
     void releaseHeld(bool stored);
+    // Lists the requests a dry run held back instead of sending.
+    void reportDryRun(Target& t, Gate& gate);
 
     GlobalOptions opt_;
     OutputFormat format_ = OutputFormat::Text;

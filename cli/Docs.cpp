@@ -92,7 +92,9 @@ void writeManPage(CLI::App& root, std::ostream& os) {
         writeCommand(*sub, "", os);
     os << ".SH EXIT STATUS\n.TP\n0\nsuccess\n.TP\n1\na controller or firmware request failed\n"
        << ".TP\n2\nusage error; nothing was sent\n.TP\n3\nno controller "
-          "reachable\n.TP\n4\npermission denied\n"
+          "reachable\n.TP\n4\npermission denied\n.TP\n5\noutput could not be written "
+          "(standard output, capture, log or state file); a change is then reported as not "
+          "kept\n"
        << ".SH ENVIRONMENT\n.TP\nKVICTL_DEVICE\nthe default management device\n"
        << ".TP\nKVICTL_SIM_TIME\nwith \\-\\-sim: the simulated clock and the tool's clock, seconds "
           "since 1970\n";

@@ -1,0 +1,93 @@
+// The end of a run's output: the dry-run list of held requests, the JSON
+// envelope and the arrays streamed beside it.
+#include <cstdio>
+#include <iostream>
+
+#include "cli/App.h"
+#include "cli/Gate.h"
+#include "cli/Util.h"
+#include "firmware/kvi.h"
+#include "provider/Provider.h"
+#include "transport/Replay.h"
+
+namespace cli {
+
+void App::reportDryRun(Target& t, Gate& gate) {
+    const std::vector<HeldRequest>& held = gate.held();
+    if (json()) {
+        json::Array list;
+        for (const HeldRequest& r : held) {
+            json::Object e;
+            const char* name = kvDcmdName(r.opcode);
+            char op[16];
+            std::snprintf(op, sizeof op, "0x%08x", r.opcode);
+            e["opcode"] = json::String(op);
+            e["name"] = json::String(name ? name : "");
+            e["mailbox"] = json::String(hexBytes(r.mbox, 12));
+            e["length_bytes"] = json::UNumber(r.length);
+            e["direction"] = json::String(r.direction == kvi::Direction::Write  ? "write"
+                                          : r.direction == kvi::Direction::Both ? "both"
+                                                                                : "none");
+            list.Insert(e);
+        }
+        (*t.entry)["dry_run"] = list;
+    } else {
+        out() << (firstBlock_ ? "" : "\n") << "Dry run: " << held.size()
+              << (held.size() == 1 ? " request" : " requests") << " not sent\n";
+        for (const HeldRequest& r : held)
+            out() << "  " << kvi::describeRequest(r.opcode, r.mbox, r.length) << "\n";
+        firstBlock_ = false;
+    }
+}
+
+std::FILE* App::deferArray(Target& t, const std::string& key) {
+    std::FILE* f = std::tmpfile();
+    if (f == nullptr)
+        return nullptr;
+    std::string marker = "@@kvictl-stream-" + std::to_string(streams_.size()) + "@@";
+    (*t.entry)[key] = json::String(marker);
+    streams_.push_back({json::JsonWriter::Quote(marker), f});
+    return f;
+}
+
+void App::appendDeferred(std::FILE* f, const json::Object& element, bool first) {
+    std::string text = json::JsonWriter::ToString(element, json::JsonWriter::Compact);
+    if (!first)
+        std::fputs(format_ == OutputFormat::JsonCompact ? "," : ",\n", f);
+    std::fputs(text.c_str(), f);
+}
+
+void App::writeWithStreams(const std::string& doc, std::ostream& os) {
+    std::size_t pos = 0;
+    for (auto& s : streams_) {
+        std::size_t at = doc.find(s.first, pos);
+        if (at == std::string::npos)
+            continue;
+        os << doc.substr(pos, at - pos) << '[';
+        std::rewind(s.second);
+        char buf[65536];
+        std::size_t n;
+        while ((n = std::fread(buf, 1, sizeof buf, s.second)) > 0)
+            os.write(buf, static_cast<std::streamsize>(n));
+        os << ']';
+        pos = at + s.first.size();
+    }
+    os << doc.substr(pos);
+}
+
+void App::writeEnvelope() {
+    if (!envelope_)
+        return;
+    envelope_->SetExitStatus(exit_);
+    json::JsonWriter::Style style =
+        format_ == OutputFormat::JsonCompact ? json::JsonWriter::Compact : json::JsonWriter::Pretty;
+    if (streams_.empty()) {
+        envelope_->Write(std::cout, style);
+    } else {
+        writeWithStreams(json::JsonWriter::ToString(envelope_->Document(), style), std::cout);
+        std::cout << "\n";
+    }
+    std::cout.flush();
+}
+
+} // namespace cli
