@@ -1,0 +1,27 @@
+#pragma once
+// Times for scripts: ISO 8601 local time with its UTC offset
+// ("2026-07-01T12:00:00+02:00"), the form every JSON output of kvictl uses
+// beside the epoch seconds. The offset is the one the local zone (TZ) has at
+// that instant, so a summer-time date carries the summer offset.
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+namespace kvi {
+
+// Empty when the instant cannot be converted to a local calendar time.
+inline std::string isoLocalTime(std::time_t t) {
+    std::tm tm{};
+    if (localtime_r(&t, &tm) == nullptr)
+        return "";
+    const long offset = tm.tm_gmtoff; // seconds east of UTC, summer time included
+    // Zones are within a day of UTC; the bound keeps the printed width fixed.
+    const int magnitude = static_cast<int>((offset < 0 ? -offset : offset) % 86400);
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d%c%02d:%02d", tm.tm_year + 1900,
+                  tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
+                  offset < 0 ? '-' : '+', magnitude / 3600, (magnitude % 3600) / 60);
+    return buf;
+}
+
+} // namespace kvi
