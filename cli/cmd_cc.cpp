@@ -124,18 +124,9 @@ void setCc(App& app, Target& t, const ScheduleSettings& want) {
             ok = sent(rows.delay, a.setCcScExecDelay(want.delaySeconds), "delay");
         if (ok && differs(rows.start))
             ok = sent(rows.start, a.setCcScStartTime(&start), "start time");
-        if (ok && differs(rows.exclude)) {
-            // The exclusions travel only with the combined write, which on a
-            // concurrent schedule also sets how many drives are checked at once
-            // to the controller's maximum.
-            if (now.mode == 2)
-                app.warn(t, "concurrency_reset",
-                         "changing the exclusions of a concurrent schedule also sets its "
-                         "concurrency to the controller maximum");
-            std::tm keep{};
-            sent(rows.exclude, a.setCcSchedMode(now.mode, &list, &keep, 0xFFFFFFFFu),
+        if (ok && differs(rows.exclude))
+            sent(rows.exclude, t.adapter->setCcSchedExcludedLdList(&list),
                  "excluded virtual drives");
-        }
     }
     report.emit(app, t, "Consistency Check");
 }

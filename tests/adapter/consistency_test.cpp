@@ -119,6 +119,9 @@ TEST_P(CcTest, LoadFailuresArePassedThroughAndLeaveOutputsAlone) {
     EXPECT_EQ(a.setCcScExecDelay(5), 0x0C);
     EXPECT_EQ(a.setCcScStartTime(&start), 0x0C); // patrol read answers -1 here
     EXPECT_EQ(a.setCcSchedMode(1, nullptr, nullptr, 5), 0x0C);
+    ArrayList<unsigned short> none;
+    EXPECT_EQ(a.setCcSchedExcludedLdList(&none), 0x0C);
+    EXPECT_EQ(a.setCcSchedExcludedLdList(nullptr), -1);
     EXPECT_EQ(mode, 0x77);
     EXPECT_EQ(delay, 0x77u);
     EXPECT_EQ(start.tm_mday, 5);
@@ -153,7 +156,8 @@ TEST_P(CcTest, DelayRules) {
 
 // One call changes any subset: mode (concurrent also sets maxLds from the
 // controller's maxLDs), exclusions, start time, delay; the rest of the record
-// goes back as the firmware gave it.
+// goes back as the firmware gave it. The exclusion setter changes the
+// exclusions alone, so a concurrent schedule keeps its concurrency.
 TEST_P(CcTest, OneCallSetterChangesTheGivenParts) {
     TzGuard tz("UTC0");
     const Form& f = GetParam();
@@ -161,21 +165,34 @@ TEST_P(CcTest, OneCallSetterChangesTheGivenParts) {
     ids.add(0);
     ids.add(9);
     ids.add(255);
+    auto excluding = [&](Bytes b) {
+        b[3] = 3;
+        if (f.ext) {
+            std::memset(b.data() + 8, 0, 32);
+            b[8 + 0] = 0x01;
+            b[8 + 1] = 0x02;
+            b[8 + 31] = 0x80;
+        } else {
+            const std::uint16_t arr[3] = {0, 9, 255};
+            std::memcpy(b.data() + 4, arr, sizeof arr);
+        }
+        return b;
+    };
+    Bytes concurrent = record();
+    concurrent[0] = 2;
+    ctrl.answer(kGet, FakeAnswer::ok(concurrent));
+    ASSERT_EQ(a.setCcSchedExcludedLdList(&ids), 0);
+    EXPECT_EQ(sent(), excluding(concurrent));
+    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setCcSchedExcludedLdList"));
+    delete P::ccScProp(a);
+    P::ccScProp(a) = nullptr;
+    ctrl.answer(kGet, FakeAnswer::ok(record()));
+
     const tm start = wallClock(2000, 1, 2, 0, 0);
     ASSERT_EQ(a.setCcSchedMode(2, &ids, &start, 60), 0);
-    Bytes want = record();
+    Bytes want = excluding(record());
     want[0] = 2;
     want[1] = 64; // maxLDs
-    want[3] = 3;
-    if (f.ext) {
-        std::memset(want.data() + 8, 0, 32);
-        want[8 + 0] = 0x01;
-        want[8 + 1] = 0x02;
-        want[8 + 31] = 0x80;
-    } else {
-        const std::uint16_t arr[3] = {0, 9, 255};
-        std::memcpy(want.data() + 4, arr, sizeof arr);
-    }
     const std::uint32_t next = 86400, freq = 60;
     std::memcpy(want.data() + f.nextExec, &next, 4);
     std::memcpy(want.data() + f.execFreq, &freq, 4);
@@ -239,13 +256,15 @@ TEST_P(CcTest, ListLongerThanTheIdArray) {
     }
     ASSERT_EQ(a.getCtlrInfo(), 0);
     ctrl.clear();
-    const int rc = a.setCcSchedMode(1, &ids, nullptr, 0xFFFFFFFFu);
-    if (GetParam().ext) {
-        EXPECT_EQ(rc, 0);
-        EXPECT_EQ(sent()[3], 65);
-    } else {
-        EXPECT_EQ(rc, -1);
-        EXPECT_TRUE(ctrl.requests().empty());
+    for (const int rc :
+         {a.setCcSchedMode(1, &ids, nullptr, 0xFFFFFFFFu), a.setCcSchedExcludedLdList(&ids)}) {
+        if (GetParam().ext) {
+            EXPECT_EQ(rc, 0);
+            EXPECT_EQ(sent()[3], 65);
+        } else {
+            EXPECT_EQ(rc, -1);
+            EXPECT_TRUE(ctrl.requests().empty());
+        }
     }
 }
 

@@ -658,6 +658,14 @@ public:
     // a controller names it alike. 0, or the status of the failed read.
     int reportSerialNumber(std::string& out);
 
+    // The consistency-check exclusions alone: loads the schedule, writes the
+    // list as setCcSchedMode does and sends the held record. The combined
+    // writer also gives a concurrent schedule the controller's maximum
+    // concurrency, so a caller that keeps the mode would lose the count the
+    // controller holds. -1 for a null list or one the short form cannot hold;
+    // a failed load is passed through, as by the other schedule setters.
+    int setCcSchedExcludedLdList(const ArrayList<unsigned short>* list);
+
     // ==== BEGIN features helpers ====
     // Shared by the feature operations (features.cpp). Byte buffers handed to a
     // caller through unsigned char** are allocated with new[] and belong to the

@@ -5,7 +5,8 @@
 // helpers. It differs where the firmware's own tools differ: the schedule is
 // kept once read (short form), a load failure is passed through rather than
 // turned into -1, a delay of 0 means "no delay" and is stored as 0xFFFFFFFF,
-// and setCcSchedMode changes any subset of the schedule in one write.
+// and setCcSchedMode changes any subset of the schedule in one write (the
+// single-field setters change one field and leave the others as held).
 #include <cstdint>
 #include <ctime>
 
@@ -126,6 +127,31 @@ int AdapterDataKvi::setCcSchedMode(unsigned char mode, const ArrayList<unsigned 
         }
     }
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcSchedMode");
+    return setCcScProperties();
+}
+
+int AdapterDataKvi::setCcSchedExcludedLdList(const ArrayList<unsigned short>* list) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcSchedExcludedLdList");
+    if (list == nullptr) {
+        return -1;
+    }
+    int rc = 0;
+    if (schedListTooLong(list, &rc)) {
+        return -1;
+    }
+    if (rc != 0) {
+        return rc;
+    }
+    rc = getCcScProperties();
+    if (rc != 0) {
+        return rc;
+    }
+    if (kvCcScProp_ != nullptr) {
+        schedListToLegacyExcluded(*list, *kvCcScProp_);
+    } else {
+        schedListToMapExcluded(*list, *kvCcScPropExt_);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcSchedExcludedLdList");
     return setCcScProperties();
 }
 
