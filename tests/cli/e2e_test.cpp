@@ -696,39 +696,64 @@ TEST(Cli, LogFileTakesTheAdapterLines) {
 }
 
 TEST(Cli, DefaultsAndCapabilitiesShowTheFieldEachRowNames) {
-    // Every field a different value, so a row reading the wrong field shows.
+    // Every row of both sections, each field a different value (as far as its
+    // codes allow), so a row reading the wrong field, or a code taken through
+    // the wrong rule, shows. `fields` go into `record` (the profile itself when
+    // null); `shown` is the value the row must show.
     const struct {
         const char* section;
         const char* key;
         const char* record;
-        const char* field;
-        int value;
+        const char* fields;
+        const char* shown;
     } rows[] = {
-        {"Capabilities", "Max Arms", "KV_CTRL_INFO", "maxArms", 31},
-        {"Capabilities", "Max Spans", "KV_CTRL_INFO", "maxSpans", 7},
-        {"Capabilities", "Max Arrays", "KV_CTRL_INFO", "maxArrays", 127},
-        {"Capabilities", "Max Virtual Drives", "KV_CTRL_INFO", "maxLDs", 239},
-        {"Capabilities", "Max Drives", "KV_CTRL_INFO", "maxPds", 238},
-        {"Capabilities", "Max Configurable Drives", "KV_CTRL_INFO", "maxConfigurablePds", 237},
-        {"Capabilities", "Max Dedicated Hot Spares", "KV_CTRL_INFO", "maxDedHSPs", 15},
-        {"Capabilities", "Max Global Hot Spares", "KV_CTRL_INFO", "maxGlobalHSPs", 14},
-        {"Capabilities", "Max VDs per Array", "KV_CTRL_INFO", "maxLdsPerArray", 13},
-        {"Capabilities", "Min Strip Size Code", "KV_CTRL_INFO", "stripeSizeOptions.min", 6},
-        {"Capabilities", "Max Strip Size Code", "KV_CTRL_INFO", "stripeSizeOptions.max", 12},
-        {"Defaults", "Default Max VDs per Array", "KV_MFC_DEFAULTS", "maxLdsPerArray", 5},
-        {"Defaults", "Strip Size Code", "KV_MFC_DEFAULTS", "stripeSize", 9},
+        {"Defaults", "SAS Address", "KV_MFC_DEFAULTS", R"({"sasAddr": "0x5000d31f0a94c0ab"})",
+         R"("5000d31f0a94c0ab")"},
+        {"Defaults", "Strip Size Code", "KV_MFC_DEFAULTS", R"({"stripeSize": 9})", "9"},
+        {"Defaults", "Write Policy Code", "KV_MFC_DEFAULTS", R"({"writeBack": 2})", "2"},
+        {"Defaults", "Read Policy Code", "KV_MFC_DEFAULTS", R"({"readAhead": 0})", "2"},
+        {"Defaults", "Cache Policy Code", "KV_MFC_DEFAULTS", R"({"cachedIo": 7})", "1"},
+        {"Defaults", "Disk Cache Policy Code", nullptr, R"({"oem": 7})", "2"},
+        {"Defaults", "Write Cache Bad BBU Code", "KV_MFC_DEFAULTS", R"({"cacheWhenBBUBad": 1})",
+         "1"},
+        {"Defaults", "Disk Certification Policy Code", "KV_MFC_DEFAULTS",
+         R"({"allowUnCertifiedHDDs": 6})", "6"},
+        {"Defaults", "Treat RAID1E As RAID10", "KV_MFC_DEFAULTS", R"({"treatR1EAsR10": 4})",
+         R"("Yes")"},
+        {"Defaults", "Spin Down Mode", "KV_MFC_DEFAULTS", R"({"spindownMode": 3})", R"("all")"},
+        {"Defaults", "Default Max VDs per Array", "KV_MFC_DEFAULTS", R"({"maxLdsPerArray": 5})",
+         "5"},
+        {"Capabilities", "Max Arms", "KV_CTRL_INFO", R"({"maxArms": 31})", "31"},
+        {"Capabilities", "Max Spans", "KV_CTRL_INFO", R"({"maxSpans": 7})", "7"},
+        {"Capabilities", "Max Arrays", "KV_CTRL_INFO", R"({"maxArrays": 127})", "127"},
+        {"Capabilities", "Max Virtual Drives", "KV_CTRL_INFO", R"({"maxLDs": 239})", "239"},
+        {"Capabilities", "Max Drives", "KV_CTRL_INFO", R"({"maxPds": 238})", "238"},
+        {"Capabilities", "Max Configurable Drives", "KV_CTRL_INFO",
+         R"({"maxConfigurablePds": 237})", "237"},
+        {"Capabilities", "Max Dedicated Hot Spares", "KV_CTRL_INFO", R"({"maxDedHSPs": 15})", "15"},
+        {"Capabilities", "Max Global Hot Spares", "KV_CTRL_INFO", R"({"maxGlobalHSPs": 14})", "14"},
+        {"Capabilities", "Max VDs per Array", "KV_CTRL_INFO", R"({"maxLdsPerArray": 13})", "13"},
+        {"Capabilities", "Min Strip Size Code", "KV_CTRL_INFO", R"({"stripeSizeOptions.min": 6})",
+         "6"},
+        {"Capabilities", "Max Strip Size Code", "KV_CTRL_INFO", R"({"stripeSizeOptions.max": 12})",
+         "12"},
+        {"Capabilities", "Supported RAID Levels", "KV_CTRL_INFO",
+         R"({"raidLevels.raidLevel_1": 0, "raidLevels.raidLevel_50": 0,
+             "raidLevels.raidLevel_00_unsupported": 1})",
+         R"(["RAID0", "RAID5", "RAID6", "RAID10", "RAID60"])"},
+        {"Capabilities", "OEM Code", nullptr, R"({"oem": 7})", "7"},
     };
-    ojson records;
+    ojson doc = {{"base", "default"}};
     for (const auto& r : rows)
-        records[r.record][r.field] = r.value;
+        (r.record != nullptr ? doc["records"][r.record] : doc).merge_patch(ojson::parse(r.fields));
     std::string profile = tempPath("distinct.json");
-    writeFile(profile, R"({"base": "default", "records": )" + records.dump() + "}");
+    writeFile(profile, doc.dump());
     Result r = runKvictl({"--sim=" + profile, "-o", "json", "show", "defaults", "capabilities"});
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const ojson doc = ojson::parse(r.out);
-    const ojson& sections = doc.at("controllers").at(0).at("sections");
+    const ojson out = ojson::parse(r.out);
+    const ojson& sections = out.at("controllers").at(0).at("sections");
     for (const auto& row : rows)
-        EXPECT_EQ(sections.at(row.section).value(row.key, ojson()), row.value)
+        EXPECT_EQ(sections.at(row.section).value(row.key, ojson()), ojson::parse(row.shown))
             << row.section << ": " << row.key;
     std::remove(profile.c_str());
 }

@@ -1,52 +1,43 @@
 // Report sections of AdapterDataKvi: manufacturing defaults and controller
 // capabilities.
 //
-// Both sections show what the configuration rules answer, not their own
-// reading of the records: each value comes from the rule operation of this
-// object (a virtual call, so a subclass that overrides a rule changes the
-// report), and a value means exactly what that operation gives.
+// Every row shows one record field, and the code table of each section lists
+// that field beside the row, so the two sections cannot contradict each other
+// or the records: the defaults are the factory values of the manufacturing
+// defaults record, the capabilities the controller's limits from the
+// controller information ("Default Max VDs per Array" and "Max VDs per Array"
+// are two fields, the factory default and the limit).
 //
-// getShowDefaults: the factory defaults the controller keeps in its
-// manufacturing defaults record. The record is loaded first; a failed load is
-// returned at once and nothing is written. Members, in order:
-//   "SAS Address"                     getAdpSASAddress as "%llx", "NA" when 0
-//   "Strip Size Code"                 number: getDefaultStrpSz, the firmware's
-//                                     strip-size code
-//   "Write Policy Code"               number: getDefaultWrPolicy
-//   "Read Policy Code"                number: getDefaultRdPolicy
-//   "Cache Policy Code"               number: getDefaultCachePolicy
-//   "Disk Cache Policy Code"          number: getDefaultDiskCachePolicy (asks
-//                                     the OEM identifier)
-//   "Write Cache Bad BBU Code"        number: getDefaultWriteCacheBadBBU
-//   "Disk Certification Policy Code"  number: getDiskCertificationPolicy
-//   "Treat RAID1E As RAID10"          isTreatR1EAsR10: "Yes" / "No"
-//   "Spin Down Mode"                  the record's spin-down mode, texts as in
-//                                     the boot section
-//   "Default Max VDs per Array"       number: the record's maxLdsPerArray (the
-//                                     factory default, beside the controller's
-//                                     limit that Capabilities shows)
-// The policy codes are shown as numbers: they are the codes the tool's
-// logical-drive policies use, and what each code means belongs to the command
-// layer that offers those policies, so the section names none of them. A rule
-// operation that refuses (a record value with no mapping, a failed OEM query)
-// shows "NA" under its key; the section still returns 0. The record's other
-// members (background rate, flush time, coercion, alarm, ...) are not shown:
-// nothing here says what their codes or units mean.
+// getShowDefaults: the record is loaded first; a failed load is returned at
+// once and nothing is written. Members, in order: "SAS Address" ("%llx", "NA"
+// when 0), "Strip Size Code", "Write Policy Code", "Read Policy Code", "Cache
+// Policy Code", "Disk Cache Policy Code", "Write Cache Bad BBU Code", "Disk
+// Certification Policy Code" (numbers), "Treat RAID1E As RAID10" ("Yes" /
+// "No"), "Spin Down Mode" (texts as in the boot section), "Default Max VDs per
+// Array" (number). The code rows take their field through its rule operation
+// (a virtual call, so a controller-specific rule is what the section shows)
+// and show the code that operation gives: the codes the tool's logical-drive
+// policies use, whose meaning belongs to the command layer that offers those
+// policies, so the section names none of them. A rule operation that refuses
+// (a record value with no mapping, a failed OEM query) shows "NA" under its
+// key; the section still returns 0. The record's other members (background
+// rate, flush time, coercion, alarm, ...) are not shown: nothing here says
+// what their codes or units mean.
 //
-// getShowCapabilities: the controller's limits from the controller
-// information. The information is loaded first; a failed load is returned at
-// once and nothing is written. Members, in order (numbers unless marked):
-//   "Max Arms", "Max Spans", "Max Arrays", "Max Virtual Drives", "Max Drives",
-//   "Max Configurable Drives", "Max Dedicated Hot Spares", "Max Global Hot Spares",
-//   "Max VDs per Array", "Min Strip Size Code", "Max Strip Size Code",
+// getShowCapabilities: the information is loaded first; a failed load is
+// returned at once and nothing is written. Members, in order (numbers unless
+// marked): "Max Arms", "Max Spans", "Max Arrays", "Max Virtual Drives", "Max
+// Drives", "Max Configurable Drives", "Max Dedicated Hot Spares", "Max Global
+// Hot Spares", "Max VDs per Array", "Min Strip Size Code", "Max Strip Size
+// Code", then
 //   "Supported RAID Levels"  array of strings: the list getSupportedRaidLevels
-//                            gives, in its order, each code by its name
-//                            ("RAID0", "RAID1", "RAID5", "RAID6", "RAIDEC" for
-//                            17, "RAID10", "RAID50", "RAID60", "RAID1E" for 35,
-//                            "RAID00", "Unknown" for 255) and any other code as
-//                            its decimal number. When the operation fails its
-//                            status is returned at once, after the members
-//                            above.
+//                            gives from the level bits, in its order, each
+//                            code by its name ("RAID0", "RAID1", "RAID5",
+//                            "RAID6", "RAIDEC" for 17, "RAID10", "RAID50",
+//                            "RAID60", "RAID1E" for 35, "RAID00", "Unknown"
+//                            for 255) and any other code as its decimal
+//                            number. When the operation fails its status is
+//                            returned at once, after the members above.
 //   "OEM Code"               number from the OEM identifier query; absent when
 //                            that query fails
 #include <memory>
@@ -62,13 +53,20 @@ using namespace kvi::reports;
 
 namespace {
 
-// A code handed on as the rule operation gives it; "NA" when it refused.
-void putCode(json::Object& obj, const char* key, int rc, unsigned char code) {
-    if (rc == 0) {
-        putNumber(obj, key, code);
-    } else {
-        putText(obj, key, "NA");
+// A row value of the defaults section; false when the rule operation that
+// reads it refuses (the row then shows "NA").
+using DefaultValue = bool (*)(AdapterDataKvi& a, json::UnknownElement& out);
+
+// A default code as the rule operation `Op` gives it: a virtual call, so a
+// controller-specific rule is what the section shows.
+template <int (AdapterData::*Op)(unsigned char*)>
+bool ruleCode(AdapterDataKvi& a, json::UnknownElement& out) {
+    unsigned char code = 0;
+    if ((a.*Op)(&code) != 0) {
+        return false;
     }
+    out = json::Number(code);
+    return true;
 }
 
 // The report text of a RAID level code.
@@ -86,44 +84,68 @@ int AdapterDataKvi::getShowDefaults(json::Object& obj) {
     if (rc != 0) {
         return rc;
     }
-
-    unsigned long long sasAddr = 0;
-    if (getAdpSASAddress(&sasAddr) == 0 && sasAddr != 0) {
-        putText(obj, "SAS Address", format("%llx", sasAddr));
-    } else {
-        putText(obj, "SAS Address", "NA");
-    }
-    // The default codes, each from its rule operation (virtual, so a
-    // controller-specific rule is what the section shows).
+    // Every row with the record field it shows. The code rows take the field
+    // through its rule operation, so they show the code that operation gives.
+    using A = AdapterDataKvi;
+    using V = json::UnknownElement;
     static const struct {
         const char* key;
-        int (AdapterData::*read)(unsigned char*);
-    } kCodes[] = {
-        {"Strip Size Code", &AdapterData::getDefaultStrpSz},
-        {"Write Policy Code", &AdapterData::getDefaultWrPolicy},
-        {"Read Policy Code", &AdapterData::getDefaultRdPolicy},
-        {"Cache Policy Code", &AdapterData::getDefaultCachePolicy},
-        {"Disk Cache Policy Code", &AdapterData::getDefaultDiskCachePolicy},
-        {"Write Cache Bad BBU Code", &AdapterData::getDefaultWriteCacheBadBBU},
-        {"Disk Certification Policy Code", &AdapterData::getDiskCertificationPolicy},
+        const char* field;
+        DefaultValue value;
+    } kRows[] = {
+        {"SAS Address", "KV_MFC_DEFAULTS.sasAddr",
+         [](A& a, V& out) {
+             unsigned long long sas = 0;
+             if (a.getAdpSASAddress(&sas) != 0 || sas == 0) {
+                 return false; // no address is "NA" as well
+             }
+             out = json::String(format("%llx", sas));
+             return true;
+         }},
+        {"Strip Size Code", "KV_MFC_DEFAULTS.stripeSize", ruleCode<&AdapterData::getDefaultStrpSz>},
+        {"Write Policy Code", "KV_MFC_DEFAULTS.writeBack",
+         ruleCode<&AdapterData::getDefaultWrPolicy>},
+        {"Read Policy Code", "KV_MFC_DEFAULTS.readAhead",
+         ruleCode<&AdapterData::getDefaultRdPolicy>},
+        {"Cache Policy Code", "KV_MFC_DEFAULTS.cachedIo",
+         ruleCode<&AdapterData::getDefaultCachePolicy>},
+        {"Disk Cache Policy Code", "the OEM identifier",
+         ruleCode<&AdapterData::getDefaultDiskCachePolicy>},
+        {"Write Cache Bad BBU Code", "KV_MFC_DEFAULTS.cacheWhenBBUBad",
+         ruleCode<&AdapterData::getDefaultWriteCacheBadBBU>},
+        {"Disk Certification Policy Code", "KV_MFC_DEFAULTS.allowUnCertifiedHDDs",
+         ruleCode<&AdapterData::getDiskCertificationPolicy>},
+        {"Treat RAID1E As RAID10", "KV_MFC_DEFAULTS.treatR1EAsR10",
+         [](A& a, V& out) {
+             bool treat = false;
+             if (a.isTreatR1EAsR10(&treat) != 0) {
+                 return false;
+             }
+             out = json::String(yesNo(treat));
+             return true;
+         }},
+        {"Spin Down Mode", "KV_MFC_DEFAULTS.spindownMode",
+         [](A& a, V& out) {
+             out = json::String(spinDownText(a.kvMFCDefPtr_->spindownMode));
+             return true;
+         }},
+        // The factory default, not the controller's limit (Capabilities shows that).
+        {"Default Max VDs per Array", "KV_MFC_DEFAULTS.maxLdsPerArray",
+         [](A& a, V& out) {
+             out = json::Number(a.kvMFCDefPtr_->maxLdsPerArray);
+             return true;
+         }},
     };
-    for (const auto& c : kCodes) {
-        unsigned char code = 0;
-        const int status = (this->*c.read)(&code);
-        putCode(obj, c.key, status, code);
+    for (const auto& row : kRows) {
+        V value;
+        if (row.value(*this, value)) {
+            obj[row.key] = value;
+        } else {
+            DEBUG_LOG(INFO, "AdapterDataKvi::getShowDefaults: no value of %s for \"%s\"", row.field,
+                      row.key);
+            putText(obj, row.key, "NA");
+        }
     }
-    bool treat = false;
-    if (isTreatR1EAsR10(&treat) == 0) {
-        putText(obj, "Treat RAID1E As RAID10", yesNo(treat));
-    } else {
-        putText(obj, "Treat RAID1E As RAID10", "NA");
-    }
-
-    const KV_MFC_DEFAULTS& mfc = *kvMFCDefPtr_;
-    putText(obj, "Spin Down Mode", spinDownText(mfc.spindownMode));
-    // The factory default, not the controller's limit (Capabilities shows that).
-    putNumber(obj, "Default Max VDs per Array",
-              mfc.maxLdsPerArray); // KV_MFC_DEFAULTS.maxLdsPerArray
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowDefaults retCode = %d", rc);
     return 0;
 }
@@ -169,8 +191,8 @@ int AdapterDataKvi::getShowCapabilities(json::Object& obj) {
             levels.Insert(json::String(raidLevelText(level)));
         }
     }
-    obj["Supported RAID Levels"] = levels;
-    int oem = 0;
+    obj["Supported RAID Levels"] = levels; // KV_CTRL_INFO.raidLevels
+    int oem = 0;                           // word 0 of the OEM identifier answer
     if (getOem(&oem) == 0) {
         putNumber(obj, "OEM Code", oem);
     }
