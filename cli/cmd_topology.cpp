@@ -23,6 +23,8 @@ constexpr unsigned kLaneTable = 392;
 // The modes a multiplexer can be switched to (0, "no multiplexer", cannot be set).
 const std::vector<NamedValue> kMuxModes = {{"internal", 1}, {"external", 2}, {"auto", 3}};
 
+// The words set-link-speed takes for the link-speed codes (shown with the
+// controller-data layer's texts).
 const std::vector<NamedValue> kSpeeds = {{"auto", 0}, {"1.5", 1}, {"3", 2}, {"6", 4}, {"12", 8}};
 
 std::string sasText(unsigned long long a) {
@@ -79,8 +81,8 @@ bool phys(App& app, Target& t, Doc& d) {
         r.str("SAS Address", "sas_address", sasText(sas));
         r.num("Port", "port", port);
         r.num("Connector", "connector", connector);
-        r.str("Link Speed Limit", "link_speed_limit",
-              app.json() ? nameOf(speed, kSpeeds) : t.adapter->GetSASPhyLinkSpeed(speed));
+        // The controller-data layer's words, in text and JSON alike: one table.
+        r.str("Link Speed Limit", "link_speed_limit", t.adapter->GetSASPhyLinkSpeed(speed));
         return 0;
     };
     unsigned int count = 0;
