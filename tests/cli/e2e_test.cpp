@@ -812,6 +812,7 @@ TEST(Cli, ListAndMetricsNameTheSerialNumberTheReportShows) {
     } cases[] = {
         {"manufacturing record", "", "MFG-SERIAL-01"},
         {"withheld", R"(, "controllerType": 1)", "NA"},
+        {"OEM host: the controller information's", R"(, "isOEMhp": true)", "INFO-SERIAL-02"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
