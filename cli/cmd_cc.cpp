@@ -142,7 +142,7 @@ void registerCc(CLI::App& root, App& app) {
               "  kvictl --sim cc set mode=concurrent delay=672 start=\"2025-07-01 03:00\"");
     verb(*g, "show", "Show the schedule")->callback([&app] { app.setCommand(showCc(app)); });
     auto args = std::make_shared<std::vector<std::string>>();
-    auto* set = verb(*g, "set", "Change the schedule in one write");
+    auto* set = verb(*g, "set", "Change the schedule: only the settings that differ are sent");
     set->add_option("settings", *args, "KEY=VALUE pairs")->required();
     set->callback([&app, args] {
         auto p = std::make_shared<ScheduleSettings>();
