@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -15,6 +16,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
+#include "cli/Args.h"
 #include "cli/Gate.h"
 #include "cli/RunFiles.h"
 #include "cli/Util.h"
@@ -32,24 +34,39 @@ namespace {
 
 const char kVersion[] = "0.1.0";
 
-const char kRootFooter[] = R"(Backends:
+const char kExamples[] = R"(kvictl --sim show all
+kvictl --sim -o json show status bus
+kvictl --sim --sim-controllers 3 -c all list
+kvictl --sim --sim-state /tmp/kv.json set rebuild-rate=50
+kvictl --device /dev/kvictl0 events list --max 20
+kvictl --device /dev/kvictl0 --record /tmp/kv.jsonl show all
+kvictl --replay /tmp/kv.jsonl show all)";
+
+std::string rootFooter() {
+    std::string examples;
+    for (char c : "  " + std::string(kExamples))
+        examples += c == '\n' ? std::string("\n  ") : std::string(1, c);
+    return R"(Backends:
   --sim[=PROFILE]      the built-in firmware simulator (profile: a bundled name or a JSON file)
   --device PATH        the host driver's management device (default: $KVICTL_DEVICE)
   --replay FILE        answer from a capture written with --record
   --record FILE        also write every request and answer of the run to FILE (any backend)
 
 Examples:
-  kvictl --sim show all
-  kvictl --sim -o json show status bus
-  kvictl --sim --sim-controllers 3 -c all list
-  kvictl --sim --sim-state /tmp/kv.json set rebuild-rate=50
-  kvictl --device /dev/kvictl0 events list --max 20
-  kvictl --device /dev/kvictl0 --record /tmp/kv.jsonl show all
-  kvictl --replay /tmp/kv.jsonl show all
+)" + examples +
+           R"(
 
 Exit codes: 0 success, 1 a controller or firmware request failed, 2 usage error
 (nothing was sent), 3 no controller reachable, 4 permission denied, 5 output could
 not be written (stdout, capture, log or state file).)";
+}
+
+std::string joinWords(const std::vector<std::string>& words, const char* separator) {
+    std::string s;
+    for (const std::string& w : words)
+        s += (s.empty() ? "" : separator) + w;
+    return s;
+}
 
 bool isTerminal(int fd) {
     return ::isatty(fd) == 1;
@@ -143,6 +160,24 @@ struct Opened {
     std::vector<std::unique_ptr<kvi::CaptureBackend>> captured;
     std::vector<std::unique_ptr<Gate>> gates;
 };
+
+const char* rootExamples() {
+    return kExamples;
+}
+
+const char* App::version() {
+    return kVersion;
+}
+
+CLI::Option* App::complete(CLI::Option* option, std::vector<std::string> words) {
+    completions_[option] = std::move(words);
+    return option;
+}
+
+const std::vector<std::string>* App::completionWords(const CLI::Option* option) const {
+    auto it = completions_.find(option);
+    return it == completions_.end() ? nullptr : &it->second;
+}
 
 App::App() = default;
 App::~App() {
@@ -284,20 +319,29 @@ int App::run(const std::vector<std::string>& rawArgs) {
     app.fallthrough();
     app.require_subcommand(0, 1);
     app.set_version_flag("--version", std::string("kvictl ") + kVersion);
-    app.footer(kRootFooter);
+    app.footer(rootFooter());
+    // Set before the commands are added, which take it over.
+    app.formatter(std::make_shared<HelpFormatter>());
     app.get_formatter()->column_width(34);
 
     bool generateMan = false;
     std::string generateCompletion;
-    app.add_flag("--sim", opt_.sim, "Use the built-in simulator (--sim=PROFILE picks a profile)")
-        ->group("Backend");
-    app.add_option("--sim-profile", opt_.simProfile, "Simulator profile")->group("");
+    const std::vector<std::string> profiles = kvi::sim::Simulator::bundledProfiles();
+    const std::vector<std::string> formats = {"text", "json", "json-compact"};
+    complete(app.add_flag("--sim", opt_.sim,
+                          "Use the built-in simulator (--sim=PROFILE picks a profile)")
+                 ->group("Backend"),
+             profiles);
+    app.add_option("--sim-profile", opt_.simProfile, "Simulator profile")
+        ->type_name("PROFILE")
+        ->group("");
     app.add_option("--sim-state", opt_.simState,
                    "Keep the simulator's state in FILE across invocations")
         ->type_name("FILE")
         ->group("Backend");
-    app.add_option("--sim-controllers", opt_.simControllers, "Simulate N controllers")
-        ->check(CLI::Range(1u, 256u))
+    app.add_option("--sim-controllers", opt_.simControllers, "Simulate N controllers (1-256)")
+        ->type_name("N")
+        ->check(unsignedIn(1, 256, "--sim-controllers"))
         ->group("Backend");
     app.add_option("--device", opt_.device,
                    "Management device of the host driver (default $KVICTL_DEVICE)")
@@ -309,25 +353,49 @@ int App::run(const std::vector<std::string>& rawArgs) {
     app.add_option("--record", opt_.record, "Write every request and answer to a capture file")
         ->type_name("FILE")
         ->group("Backend");
-    app.add_option("-c,--controller", opt_.controller,
-                   "Controller index, or all (default 0; metrics and check: all)")
-        ->group("Selection");
-    app.add_option("-o,--output", opt_.output, "Output format")
-        ->check(CLI::IsMember({"text", "json", "json-compact"}))
-        ->group("Output");
+    complete(app.add_option("-c,--controller", opt_.controller,
+                            "Controller index, or all (default 0; metrics and check: all)")
+                 ->type_name("all|N")
+                 ->check(checkedBy([](const std::string& v) {
+                     if (v.empty())
+                         throw UsageError("-c: an empty value; give a controller number or all");
+                     if (v != "all")
+                         parseUnsigned(v, 0, 4095, "-c");
+                 }))
+                 ->group("Selection"),
+             {"all"});
+    complete(app.add_option("-o,--output", opt_.output, "Output format")
+                 ->type_name(joinWords(formats, "|"))
+                 ->check(checkedBy([formats](const std::string& v) {
+                     if (std::find(formats.begin(), formats.end(), v) == formats.end())
+                         throw UsageError("--output: '" + v + "' is not an output format (" +
+                                          joinWords(formats, ", ") + ")");
+                 }))
+                 ->group("Output"),
+             formats);
     app.add_option("--log", opt_.logFile, "Write the debug log to FILE")
         ->type_name("FILE")
         ->group("Output");
-    app.add_option("--log-level", opt_.logLevel, "Debug log level 0-4 (default 3)")
-        ->check(CLI::Range(0, 4))
-        ->group("Output");
+    complete(app.add_option("--log-level", opt_.logLevel, "Debug log level (default 3)")
+                 ->type_name("0-4")
+                 ->check(unsignedIn(0, 4, "--log-level"))
+                 ->group("Output"),
+             {"0", "1", "2", "3", "4"});
     app.add_flag("-y,--yes", opt_.yes, "Do destructive actions without asking")->group("Safety");
     app.add_flag("--dry-run", opt_.dryRun,
                  "Show the requests that would change the controller; send none")
         ->group("Safety");
     app.add_flag("--generate-man", generateMan, "Print the man page")->group("");
-    app.add_option("--generate-completion", generateCompletion, "Print a completion script (bash)")
-        ->group("");
+    complete(app.add_option("--generate-completion", generateCompletion,
+                            "Print a completion script for bash or zsh")
+                 ->type_name("bash|zsh")
+                 ->check(checkedBy([](const std::string& v) {
+                     if (v != "bash" && v != "zsh")
+                         throw UsageError("--generate-completion: '" + v +
+                                          "' is not a shell kvictl completes (bash, zsh)");
+                 }))
+                 ->group(""),
+             {"bash", "zsh"});
 
     registerList(app, *this);
     registerShow(app, *this);
@@ -370,21 +438,18 @@ int App::run(const std::vector<std::string>& rawArgs) {
         writeEnvelope();
         return exit_;
     } catch (const UsageError& e) {
-        error("usage", e.what(), kExitUsage);
+        // A value refused by an option's check (cli/Args.h).
+        error("usage", std::string(e.what()) + "; nothing was sent", kExitUsage);
         writeEnvelope();
         return exit_;
     }
 
     if (generateMan) {
-        writeManPage(app, std::cout);
+        writeManPage(*this, app, std::cout);
         return kExitOk;
     }
     if (!generateCompletion.empty()) {
-        if (generateCompletion != "bash") {
-            error("usage", "--generate-completion: only bash is supported", kExitUsage);
-            return exit_;
-        }
-        writeBashCompletion(app, std::cout);
+        writeCompletion(*this, app, generateCompletion, std::cout);
         return kExitOk;
     }
     if (!command_) {
@@ -405,8 +470,6 @@ void checkBackendChoice(const GlobalOptions& o) {
         throw UsageError("--sim-state and --sim-controllers need --sim");
     if (o.logFile.empty() && o.logLevel != 3)
         throw UsageError("--log-level needs --log FILE");
-    if (!o.controller.empty() && o.controller != "all")
-        parseUnsigned(o.controller, 0, 4095, "-c");
 }
 
 // A state file carries the profile and the controllers it was made from; a
@@ -626,6 +689,7 @@ int App::openAndRun() {
         for (unsigned i = 0; i < o.gates.size(); ++i)
             selected.push_back(i);
     } else {
+        // The parser has checked it: a number of 0-4095.
         unsigned n = static_cast<unsigned>(parseUnsigned(which, 0, 4095, "-c"));
         if (n >= o.gates.size()) {
             error("usage",

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <functional>
 #include <iosfwd>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -19,7 +20,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 class AdapterDataKvi;
 class BackendController;
 
@@ -150,6 +152,11 @@ public:
     // Help texts and examples of every command, for --help, the man page and
     // completion.
     CLI::App& root() { return *root_; }
+    // The words completion offers for an option's value or an argument (a
+    // flag with words takes one as --flag=WORD). Returns the option.
+    CLI::Option* complete(CLI::Option* option, std::vector<std::string> words);
+    const std::vector<std::string>* completionWords(const CLI::Option* option) const;
+    static const char* version();
 
     // A JSON array too large to hold: its elements go to a temporary file
     // while the command runs and are spliced into entry[key] on output.
@@ -185,6 +192,7 @@ private:
     std::ostringstream held_;
     std::string stateBefore_; // the simulator state as loaded (changing commands)
     std::unique_ptr<kvi::files::StateLock> stateLock_;
+    std::map<const CLI::Option*, std::vector<std::string>> completions_;
 };
 
 // Registration of the command groups (one per cmd_*.cpp).
@@ -207,8 +215,16 @@ void registerActions(CLI::App& root, App& app);
 void registerMetrics(CLI::App& root, App& app);
 void registerCheck(CLI::App& root, App& app);
 
-// Man page and bash completion from the option table (docs).
-void writeManPage(CLI::App& root, std::ostream& os);
-void writeBashCompletion(CLI::App& root, std::ostream& os);
+// The examples of kvictl --help, also in the man page.
+const char* rootExamples();
+
+// Man page and bash and zsh completion from the option table (Docs.cpp).
+void writeManPage(const App& app, CLI::App& root, std::ostream& os);
+void writeCompletion(const App& app, CLI::App& root, const std::string& shell, std::ostream& os);
+// An option's value in words ("N", "FILE", "all|N"): its type name without
+// the parser's descriptions of its checks.
+std::string valueName(const CLI::Option& option);
+// The option takes a value (it is no flag).
+bool takesValue(const CLI::Option& option);
 
 } // namespace cli

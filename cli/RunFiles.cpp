@@ -84,8 +84,6 @@ void checkFileOptions(const GlobalOptions& o, const std::function<bool(const cha
                 throw UsageError(std::string(name) + ": '" + printable(*value) +
                                  "' holds a control character; give a plain file name");
     }
-    if (given("-c") && o.controller.empty())
-        throw UsageError("-c: an empty value; give a controller number or all");
     // One file for two purposes would have one overwrite the other.
     for (std::size_t i = 0; i < paths.size(); ++i)
         for (std::size_t k = i + 1; k < paths.size(); ++k)

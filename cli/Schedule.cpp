@@ -54,6 +54,14 @@ bool parseScheduleSetting(const std::string& key, const std::string& value,
     return true;
 }
 
+std::vector<std::string> scheduleWords(const std::vector<NamedValue>& modes) {
+    std::vector<std::string> out;
+    for (const NamedValue& m : modes)
+        out.push_back(std::string("mode=") + m.name);
+    out.insert(out.end(), {"delay=", "start=", "exclude="});
+    return out;
+}
+
 ArrayList<unsigned short> idList(const std::vector<unsigned short>& ids) {
     ArrayList<unsigned short> list;
     for (unsigned short id : ids)

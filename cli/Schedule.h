@@ -36,6 +36,10 @@ struct ScheduleSettings {
 bool parseScheduleSetting(const std::string& key, const std::string& value,
                           const std::vector<NamedValue>& modes, ScheduleSettings& s);
 
+// What completion offers for the shared settings: mode=NAME for each mode,
+// delay=, start=, exclude=.
+std::vector<std::string> scheduleWords(const std::vector<NamedValue>& modes);
+
 // A schedule as the controller holds it, in the terms of ScheduleSettings.
 struct ScheduleNow {
     unsigned char mode = 0;

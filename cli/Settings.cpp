@@ -90,6 +90,31 @@ int readSetting(AdapterData& a, const Setting& s, unsigned long long& value) {
     return rc;
 }
 
+std::vector<std::string> assignmentWords(const std::vector<Setting>& table) {
+    std::vector<std::string> out;
+    for (const Setting& s : table) {
+        if (!s.settable())
+            continue;
+        if (s.kind == SettingKind::Switch) {
+            out.push_back(s.name + "=on");
+            out.push_back(s.name + "=off");
+        } else if (s.kind == SettingKind::Named) {
+            for (const NamedValue& n : s.names)
+                out.push_back(s.name + "=" + n.name);
+        } else {
+            out.push_back(s.name + "=");
+        }
+    }
+    return out;
+}
+
+std::vector<std::string> settingNames(const std::vector<Setting>& table) {
+    std::vector<std::string> out;
+    for (const Setting& s : table)
+        out.push_back(s.name);
+    return out;
+}
+
 std::vector<SettingChange> parseAssignments(const std::vector<Setting>& table,
                                             const std::vector<std::string>& args,
                                             const std::string& what, const std::string& listHint) {

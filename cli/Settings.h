@@ -112,6 +112,13 @@ Setting named(const char* name, std::vector<NamedValue> names, Getter g, Setter 
 
 const Setting* findSetting(const std::vector<Setting>& table, const std::string& name);
 
+// What completion offers for NAME=VALUE: "name=on" and "name=off" for a
+// switch, one word per name of a named setting, "name=" for a number; only
+// settings that can be set.
+std::vector<std::string> assignmentWords(const std::vector<Setting>& table);
+// The names of a table.
+std::vector<std::string> settingNames(const std::vector<Setting>& table);
+
 // The controller properties (cmd_properties.cpp).
 const std::vector<Setting>& controllerProperties();
 

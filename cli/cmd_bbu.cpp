@@ -4,6 +4,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Schedule.h"
 #include "cli/Util.h"
@@ -36,6 +37,14 @@ const std::vector<NamedValue> kReasons = {{"battery_missing", 0},    {"battery_f
                                           {"no_space", 5},           {"microcode_required", 6},
                                           {"communication_fault", 7}};
 const std::vector<NamedValue> kLearnModes = {{"auto", 0}, {"disabled", 1}, {"warn", 2}};
+
+// The mode of an auto-learn=MODE argument.
+unsigned learnMode(const std::string& assignment) {
+    auto [name, value] = splitAssignment(assignment);
+    if (name != "auto-learn")
+        throw UsageError("bbu set: unknown setting '" + name + "' (settings: auto-learn)");
+    return parseNamed(value, kLearnModes, "auto-learn");
+}
 
 Command showBbu(App& app) {
     Command c;
@@ -149,19 +158,21 @@ void registerBbu(CLI::App& root, App& app) {
     });
     auto* set = verb(*g, "set", "Change the auto-learn mode: auto-learn=auto|disabled|warn");
     auto args = std::make_shared<std::vector<std::string>>();
-    set->add_option("assignments", *args, "auto-learn=MODE")->required();
+    std::vector<std::string> words;
+    for (const NamedValue& m : kLearnModes)
+        words.push_back(std::string("auto-learn=") + m.name);
+    app.complete(set->add_option("assignments", *args, "The auto-learn mode")
+                     ->type_name("auto-learn=MODE")
+                     ->check(checkedBy([](const std::string& a) { learnMode(a); }))
+                     ->required(),
+                 words);
     set->callback([&app, args] {
         auto mode = std::make_shared<unsigned>(0);
         Command c;
         c.name = "bbu set";
         c.validate = [args, mode] {
-            for (const std::string& a : *args) {
-                auto [name, value] = splitAssignment(a);
-                if (name != "auto-learn")
-                    throw UsageError("bbu set: unknown setting '" + name +
-                                     "' (settings: auto-learn)");
-                *mode = parseNamed(value, kLearnModes, "auto-learn");
-            }
+            for (const std::string& a : *args)
+                *mode = learnMode(a);
         };
         c.run = [&app, mode](Target& t) {
             unsigned char current = 0;

@@ -4,6 +4,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Settings.h"
 
@@ -60,6 +61,11 @@ std::string biosNames() {
     return s;
 }
 
+std::vector<SettingChange> parseBios(const std::vector<std::string>& assignments) {
+    return parseAssignments(biosSettings(), assignments, "BIOS setting",
+                            "settings: " + biosNames());
+}
+
 } // namespace
 
 void registerBios(CLI::App& root, App& app) {
@@ -71,15 +77,16 @@ void registerBios(CLI::App& root, App& app) {
     verb(*g, "show", "Show the BIOS settings")->callback([&app] { app.setCommand(showBios(app)); });
     auto* set = verb(*g, "set", "Change BIOS settings in one write: NAME=VALUE...");
     auto args = std::make_shared<std::vector<std::string>>();
-    set->add_option("assignments", *args, "NAME=VALUE pairs")->required();
+    app.complete(set->add_option("assignments", *args, "NAME=VALUE pairs")
+                     ->type_name("NAME=VALUE")
+                     ->check(checkedBy([](const std::string& a) { parseBios({a}); }))
+                     ->required(),
+                 assignmentWords(biosSettings()));
     set->callback([&app, args] {
         auto changes = std::make_shared<std::vector<SettingChange>>();
         Command c;
         c.name = "bios set";
-        c.validate = [args, changes] {
-            *changes =
-                parseAssignments(biosSettings(), *args, "BIOS setting", "settings: " + biosNames());
-        };
+        c.validate = [args, changes] { *changes = parseBios(*args); };
         c.run = [&app, changes](Target& t) {
             applySettings(
                 app, t, *changes, [](AdapterData& a) { return a.beginBIOSDataUpdate(); },

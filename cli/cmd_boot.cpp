@@ -5,6 +5,7 @@
 #include "RaidLib/RaidFw/Elements.h"
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Util.h"
 
@@ -70,6 +71,15 @@ bool vdCanExist(App& app, Target& t, unsigned short id) {
     return false;
 }
 
+// vd=N or pd=ID: whether it names a physical drive, and its id.
+std::pair<bool, unsigned short> bootDrive(const std::string& text) {
+    auto [kind, value] = splitAssignment(text);
+    if (kind != "vd" && kind != "pd")
+        throw UsageError("boot set: '" + text + "' is not vd=N or pd=ID");
+    const bool pd = kind == "pd";
+    return {pd, static_cast<unsigned short>(parseUnsigned(value, 0, pd ? 0xFFFE : 255, kind))};
+}
+
 } // namespace
 
 void registerBoot(CLI::App& root, App& app) {
@@ -81,19 +91,17 @@ void registerBoot(CLI::App& root, App& app) {
     verb(*g, "show", "Show the boot drive")->callback([&app] { app.setCommand(showBoot(app)); });
     auto* set = verb(*g, "set", "Boot from a virtual drive (vd=N) or a physical drive (pd=ID)");
     auto arg = std::make_shared<std::string>();
-    set->add_option("drive", *arg, "vd=TARGET_ID or pd=DEVICE_ID")->required();
+    app.complete(set->add_option("drive", *arg, "vd=TARGET_ID or pd=DEVICE_ID")
+                     ->type_name("vd=N|pd=ID")
+                     ->check(checkedBy([](const std::string& a) { bootDrive(a); }))
+                     ->required(),
+                 {"vd=", "pd="});
     set->callback([&app, arg] {
         auto isPd = std::make_shared<bool>(false);
         auto id = std::make_shared<unsigned short>(0);
         Command c;
         c.name = "boot set";
-        c.validate = [arg, isPd, id] {
-            auto [kind, value] = splitAssignment(*arg);
-            if (kind != "vd" && kind != "pd")
-                throw UsageError("boot set: '" + *arg + "' is not vd=N or pd=ID");
-            *isPd = kind == "pd";
-            *id = static_cast<unsigned short>(parseUnsigned(value, 0, *isPd ? 0xFFFE : 255, kind));
-        };
+        c.validate = [arg, isPd, id] { std::tie(*isPd, *id) = bootDrive(*arg); };
         c.run = [&app, isPd, id](Target& t) {
             if (!*isPd && !vdCanExist(app, t, *id))
                 return;

@@ -7,6 +7,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Util.h"
 #include "firmware/kv.h"
@@ -81,7 +82,9 @@ void registerCapture(CLI::App& root, App& app) {
     });
     auto startValue = std::make_shared<std::string>("0");
     auto* start = verb(*g, "start", "Start capturing events");
-    start->add_option("--value", *startValue, "Control value passed to the firmware (default 0)");
+    start->add_option("--value", *startValue, "Control value passed to the firmware (default 0)")
+        ->type_name("N")
+        ->check(unsignedIn(0, 0xFFFFFFFFu, "--value"));
     start->callback([&app, startValue] {
         auto v = std::make_shared<unsigned int>(0);
         Command c = captureAction(app, "start", [v](AdapterData& a) { return a.startAEC(*v); });
@@ -99,7 +102,10 @@ void registerCapture(CLI::App& root, App& app) {
     });
     auto modeArg = std::make_shared<std::string>();
     auto* mode = verb(*g, "mode", "Set the capture mode (0-255)");
-    mode->add_option("mode", *modeArg, "Capture mode")->required();
+    mode->add_option("mode", *modeArg, "Capture mode")
+        ->type_name("0-255")
+        ->check(unsignedIn(0, 255, "mode"))
+        ->required();
     mode->callback([&app, modeArg] {
         auto v = std::make_shared<unsigned char>(0);
         Command c =
@@ -114,7 +120,10 @@ void registerCapture(CLI::App& root, App& app) {
         bool add = std::string(which) == "filter";
         auto* sub =
             verb(*g, which, add ? "Add bits to a filter mask" : "Clear bits of a filter mask");
-        sub->add_option("mask", args->mask, "Mask bits (0x...)")->required();
+        sub->add_option("mask", args->mask, "Mask bits (0x...)")
+            ->type_name("MASK")
+            ->check(unsignedIn(0, 0xFFFFFFFFu, "mask"))
+            ->required();
         sub->add_flag("--fw", args->fw, "The firmware mask (default: the host mask)");
         sub->callback([&app, args, add, which] {
             Command c = captureAction(app, which, [args, add](AdapterData& a) {

@@ -4,6 +4,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Schedule.h"
 #include "cli/Util.h"
@@ -131,6 +132,13 @@ void setCc(App& app, Target& t, const ScheduleSettings& want) {
     report.emit(app, t, "Consistency Check");
 }
 
+ScheduleSettings parseCcSet(const std::vector<std::string>& args) {
+    ScheduleSettings p;
+    for (auto& [k, v] : parseKeyValues(args, {"mode", "delay", "start", "exclude"}, "cc set"))
+        parseScheduleSetting(k, v, kCcModes, p);
+    return p;
+}
+
 } // namespace
 
 void registerCc(CLI::App& root, App& app) {
@@ -143,16 +151,16 @@ void registerCc(CLI::App& root, App& app) {
     verb(*g, "show", "Show the schedule")->callback([&app] { app.setCommand(showCc(app)); });
     auto args = std::make_shared<std::vector<std::string>>();
     auto* set = verb(*g, "set", "Change the schedule: only the settings that differ are sent");
-    set->add_option("settings", *args, "KEY=VALUE pairs")->required();
+    app.complete(set->add_option("settings", *args, "KEY=VALUE pairs")
+                     ->type_name("KEY=VALUE")
+                     ->check(checkedBy([](const std::string& a) { parseCcSet({a}); }))
+                     ->required(),
+                 scheduleWords(kCcModes));
     set->callback([&app, args] {
         auto p = std::make_shared<ScheduleSettings>();
         Command c;
         c.name = "cc set";
-        c.validate = [args, p] {
-            auto kv = parseKeyValues(*args, {"mode", "delay", "start", "exclude"}, "cc set");
-            for (auto& [k, v] : kv)
-                parseScheduleSetting(k, v, kCcModes, *p);
-        };
+        c.validate = [args, p] { *p = parseCcSet(*args); };
         c.run = [&app, p](Target& t) { setCc(app, t, *p); };
         app.setCommand(std::move(c));
     });

@@ -8,6 +8,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Util.h"
 #include "firmware/kv.h"
@@ -59,7 +60,9 @@ Command eventsInfo(App& app) {
 
 void addClassOption(CLI::App* sub, std::string& cls) {
     sub->add_option("--class", cls,
-                    "Lowest class shown: debug, progress, info, warning, critical, fatal, dead");
+                    "Lowest class shown: debug, progress, info, warning, critical, fatal, dead")
+        ->type_name("CLASS")
+        ->check(checkedBy([](const std::string& c) { parseEventClass(c); }));
 }
 
 } // namespace
@@ -109,8 +112,12 @@ void registerEvents(CLI::App& root, App& app) {
 
     auto listArgs = std::make_shared<ListArgs>();
     auto* list = verb(*g, "list", "List events in sequence order, streamed");
-    list->add_option("--from", listArgs->from, "First sequence number (default: the oldest)");
-    list->add_option("--max", listArgs->max, "At most N events");
+    list->add_option("--from", listArgs->from, "First sequence number (default: the oldest)")
+        ->type_name("SEQ")
+        ->check(unsignedIn(0, 0xFFFFFFFFu, "--from"));
+    list->add_option("--max", listArgs->max, "At most N events")
+        ->type_name("N")
+        ->check(unsignedIn(1, 0xFFFFFFFFu, "--max"));
     addClassOption(list, listArgs->cls);
     list->callback([&app, listArgs] {
         Command c;

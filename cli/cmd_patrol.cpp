@@ -6,6 +6,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Schedule.h"
 #include "cli/Util.h"
@@ -169,6 +170,24 @@ void setPatrol(App& app, Target& t, const PatrolSet& want) {
     report.emit(app, t, "Patrol Read");
 }
 
+PatrolSet parsePatrolSet(const std::vector<std::string>& args) {
+    PatrolSet p;
+    auto kv = parseKeyValues(args, {"mode", "delay", "start", "exclude", "max-concurrent", "ssd"},
+                             "patrol set");
+    for (auto& [k, v] : kv) {
+        if (parseScheduleSetting(k, v, kPrModes, p))
+            continue;
+        if (k == "max-concurrent") {
+            p.hasMax = true;
+            p.max = static_cast<unsigned char>(parseUnsigned(v, 1, 255, "max-concurrent"));
+        } else if (k == "ssd") {
+            p.hasSsd = true;
+            p.ssd = parseSwitch(v, "ssd");
+        }
+    }
+    return p;
+}
+
 } // namespace
 
 void registerPatrol(CLI::App& root, App& app) {
@@ -198,27 +217,18 @@ void registerPatrol(CLI::App& root, App& app) {
     });
     auto args = std::make_shared<std::vector<std::string>>();
     auto* set = verb(*g, "set", "Change the patrol read schedule");
-    set->add_option("settings", *args, "KEY=VALUE pairs")->required();
+    std::vector<std::string> words = scheduleWords(kPrModes);
+    words.insert(words.end(), {"max-concurrent=", "ssd=on", "ssd=off"});
+    app.complete(set->add_option("settings", *args, "KEY=VALUE pairs")
+                     ->type_name("KEY=VALUE")
+                     ->check(checkedBy([](const std::string& a) { parsePatrolSet({a}); }))
+                     ->required(),
+                 words);
     set->callback([&app, args] {
         auto p = std::make_shared<PatrolSet>();
         Command c;
         c.name = "patrol set";
-        c.validate = [args, p] {
-            auto kv = parseKeyValues(*args,
-                                     {"mode", "delay", "start", "exclude", "max-concurrent", "ssd"},
-                                     "patrol set");
-            for (auto& [k, v] : kv) {
-                if (parseScheduleSetting(k, v, kPrModes, *p))
-                    continue;
-                if (k == "max-concurrent") {
-                    p->hasMax = true;
-                    p->max = static_cast<unsigned char>(parseUnsigned(v, 1, 255, "max-concurrent"));
-                } else if (k == "ssd") {
-                    p->hasSsd = true;
-                    p->ssd = parseSwitch(v, "ssd");
-                }
-            }
-        };
+        c.validate = [args, p] { *p = parsePatrolSet(*args); };
         c.run = [&app, p](Target& t) { setPatrol(app, t, *p); };
         app.setCommand(std::move(c));
     });

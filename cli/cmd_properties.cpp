@@ -9,6 +9,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Settings.h"
 
 namespace cli {
@@ -199,6 +200,11 @@ std::vector<const Setting*> settingsNamed(const std::vector<std::string>& names)
     return out;
 }
 
+std::vector<SettingChange> parseProperties(const std::vector<std::string>& assignments) {
+    return parseAssignments(controllerProperties(), assignments, "property",
+                            "'kvictl properties' lists them");
+}
+
 const char kFooterProps[] =
     "Examples:\n  kvictl --sim properties\n  kvictl --sim get rebuild-rate cc-rate\n"
     "  kvictl --sim set rebuild-rate=50 ncq=on\n"
@@ -268,7 +274,11 @@ void registerProperties(CLI::App& root, App& app) {
     // ---- get ----
     auto* get = root.add_subcommand("get", "Show controller properties by name");
     auto getNames = std::make_shared<std::vector<std::string>>();
-    get->add_option("names", *getNames, "Property names (see kvictl properties)")->required();
+    app.complete(get->add_option("names", *getNames, "Property names (see kvictl properties)")
+                     ->type_name("NAME")
+                     ->check(checkedBy([](const std::string& n) { settingsNamed({n}); }))
+                     ->required(),
+                 settingNames(controllerProperties()));
     get->footer(kFooterProps);
     get->callback([&app, getNames] {
         auto chosen = std::make_shared<std::vector<const Setting*>>();
@@ -301,16 +311,17 @@ void registerProperties(CLI::App& root, App& app) {
     // ---- set ----
     auto* set = root.add_subcommand("set", "Change controller properties in one transaction");
     auto assignments = std::make_shared<std::vector<std::string>>();
-    set->add_option("assignments", *assignments, "NAME=VALUE pairs")->required();
+    app.complete(set->add_option("assignments", *assignments, "NAME=VALUE pairs")
+                     ->type_name("NAME=VALUE")
+                     ->check(checkedBy([](const std::string& a) { parseProperties({a}); }))
+                     ->required(),
+                 assignmentWords(controllerProperties()));
     set->footer(kFooterProps);
     set->callback([&app, assignments] {
         auto changes = std::make_shared<std::vector<SettingChange>>();
         Command c;
         c.name = "set";
-        c.validate = [assignments, changes] {
-            *changes = parseAssignments(controllerProperties(), *assignments, "property",
-                                        "'kvictl properties' lists them");
-        };
+        c.validate = [assignments, changes] { *changes = parseProperties(*assignments); };
         c.run = [&app, changes](Target& t) {
             applySettings(
                 app, t, *changes, [](AdapterData& a) { return a.beginCtlrPropUpdate(); },

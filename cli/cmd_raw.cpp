@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Util.h"
 #include "firmware/fields.h"
 #include "firmware/kvi.h"
@@ -61,6 +62,20 @@ std::string readableList() {
     return s;
 }
 
+// The read of a record name (any case, KV_ may be left out).
+const RawRead& readOf(const std::string& name) {
+    std::string want = name;
+    std::transform(want.begin(), want.end(), want.begin(),
+                   [](unsigned char ch) { return static_cast<char>(std::toupper(ch)); });
+    if (want.rfind("KV_", 0) != 0)
+        want = "KV_" + want;
+    for (const RawRead& r : kReads)
+        if (want == r.record && kvi::fields::findRecord(r.record) != nullptr)
+            return r;
+    throw UsageError("raw: '" + name +
+                     "' is not a record that can be read (records: " + readableList() + ")");
+}
+
 // Every value of one field (one per element for integer arrays).
 void addField(json::Object& body, const std::uint8_t* image, const kvi::fields::FieldInfo& f) {
     using kvi::fields::FieldKind;
@@ -94,7 +109,14 @@ void registerRaw(CLI::App& root, App& app) {
     auto* sub = root.add_subcommand(
         "raw", "Print every field of a firmware record by its dotted name (debugging)");
     auto name = std::make_shared<std::string>();
-    sub->add_option("record", *name, "Record name, e.g. KV_CTRL_PROP")->required();
+    std::vector<std::string> records;
+    for (const RawRead& r : kReads)
+        records.push_back(r.record);
+    app.complete(sub->add_option("record", *name, "Record name, e.g. KV_CTRL_PROP")
+                     ->type_name("RECORD")
+                     ->check(checkedBy([](const std::string& n) { readOf(n); }))
+                     ->required(),
+                 records);
     sub->footer(
         "Records: " + readableList() +
         "\n\nExamples:\n  kvictl --sim raw KV_CTRL_PROP\n  kvictl --sim -o json raw KV_BBU_STATUS");
@@ -102,20 +124,7 @@ void registerRaw(CLI::App& root, App& app) {
         auto read = std::make_shared<const RawRead*>(nullptr);
         Command c;
         c.name = "raw";
-        c.validate = [name, read] {
-            std::string want = *name;
-            std::transform(want.begin(), want.end(), want.begin(),
-                           [](unsigned char ch) { return static_cast<char>(std::toupper(ch)); });
-            if (want.rfind("KV_", 0) != 0)
-                want = "KV_" + want;
-            for (const RawRead& r : kReads)
-                if (want == r.record)
-                    *read = &r;
-            if (*read == nullptr || kvi::fields::findRecord((*read)->record) == nullptr)
-                throw UsageError("raw: '" + *name +
-                                 "' is not a record that can be read (records: " + readableList() +
-                                 ")");
-        };
+        c.validate = [name, read] { *read = &readOf(*name); };
         c.run = [&app, read](Target& t) {
             const RawRead& r = **read;
             const kvi::fields::RecordInfo* rec = kvi::fields::findRecord(r.record);

@@ -16,6 +16,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Util.h"
 #include "util/Cleanup.h"
@@ -167,14 +168,22 @@ Command showSecurity(App& app) {
     return c;
 }
 
+void checkKeyId(const std::string& id) {
+    if (id.empty() || id.size() > 255)
+        throw UsageError("--key-id must have 1 to 255 characters");
+}
+
 CLI::App* secVerb(CLI::App& g, const char* name, const char* help, SecurityArgs& args,
                   bool withKeyId = false) {
     auto* sub = verb(g, name, help);
     sub->add_option("--passphrase-file", args.passphraseFile,
-                    "Read the passphrase from PATH (- = stdin)");
+                    "Read the passphrase from PATH (- = stdin)")
+        ->type_name("PATH");
     if (withKeyId)
         sub->add_option("--key-id", args.keyId,
-                        "Key identifier stored with the key (default kvictl)");
+                        "Key identifier stored with the key, 1-255 characters (default kvictl)")
+            ->type_name("ID")
+            ->check(checkedBy(checkKeyId));
     return sub;
 }
 
@@ -210,11 +219,7 @@ void registerSecurity(CLI::App& root, App& app) {
         sub->callback([&app, args, &op] {
             Command c;
             c.name = std::string("security ") + op.name;
-            c.validate = [args, &op] {
-                if (op.keyId && (args->keyId.empty() || args->keyId.size() > 255))
-                    throw UsageError("--key-id must have 1 to 255 characters");
-                obtainPassphrase(*args, op.newKey);
-            };
+            c.validate = [args, &op] { obtainPassphrase(*args, op.newKey); };
             c.run = [&app, args, &op](Target& t) {
                 AdapterData& a = *t.adapter;
                 std::string& pass = args->passphrase.value;

@@ -5,10 +5,26 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/ReportSections.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 
 namespace cli {
 
 namespace {
+
+// The sections a token names: one, or every section but summary for "all".
+std::vector<const ReportSection*> sectionsOf(const std::string& token) {
+    std::vector<const ReportSection*> out;
+    for (const ReportSection& s : kReportSections)
+        if (token == s.token || (token == "all" && std::string(s.token) != "summary"))
+            out.push_back(&s);
+    if (out.empty()) {
+        std::string names;
+        for (const ReportSection& s : kReportSections)
+            names += std::string(names.empty() ? "" : ", ") + s.token;
+        throw UsageError("show: unknown section '" + token + "' (sections: " + names + ", all)");
+    }
+    return out;
+}
 
 // Builds one section and emits it; a failed section keeps the members written
 // before the failure, and the controller's messages name the status.
@@ -30,7 +46,15 @@ void registerShow(CLI::App& root, App& app) {
     for (const ReportSection& s : kReportSections)
         list += std::string("  ") + s.token + std::string(14 - std::string(s.token).size(), ' ') +
                 s.title + "\n";
-    sub->add_option("sections", *tokens, "Section tokens, or all (every section but summary)");
+    std::vector<std::string> words;
+    for (const ReportSection& s : kReportSections)
+        words.push_back(s.token);
+    words.push_back("all");
+    app.complete(
+        sub->add_option("sections", *tokens, "Section tokens, or all (every section but summary)")
+            ->type_name("SECTION|all")
+            ->check(checkedBy([](const std::string& w) { sectionsOf(w); })),
+        words);
     sub->footer("Sections:\n" + list +
                 "\nExamples:\n  kvictl --sim show\n  kvictl --sim show all\n"
                 "  kvictl --sim -o json show status bus");
@@ -39,28 +63,10 @@ void registerShow(CLI::App& root, App& app) {
         Command c;
         c.name = "show";
         c.validate = [tokens, chosen] {
-            std::vector<std::string> want = *tokens;
-            if (want.empty())
-                want.push_back("summary");
-            for (const std::string& w : want) {
-                if (w == "all") {
-                    for (const ReportSection& s : kReportSections)
-                        if (std::string(s.token) != "summary")
-                            chosen->push_back(&s);
-                    continue;
-                }
-                const ReportSection* found = nullptr;
-                for (const ReportSection& s : kReportSections)
-                    if (w == s.token)
-                        found = &s;
-                if (found == nullptr) {
-                    std::string names;
-                    for (const ReportSection& s : kReportSections)
-                        names += std::string(names.empty() ? "" : ", ") + s.token;
-                    throw UsageError("show: unknown section '" + w + "' (sections: " + names +
-                                     ", all)");
-                }
-                chosen->push_back(found);
+            for (const std::string& w :
+                 tokens->empty() ? std::vector<std::string>{"summary"} : *tokens) {
+                std::vector<const ReportSection*> sections = sectionsOf(w);
+                chosen->insert(chosen->end(), sections.begin(), sections.end());
             }
         };
         c.run = [&app, chosen](Target& t) {

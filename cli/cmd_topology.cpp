@@ -8,6 +8,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Doc.h"
 #include "cli/Util.h"
 
@@ -211,6 +212,20 @@ Command showTopology(App& app, int which) { // 0 all, 1 phys, 2 connectors, 3 mu
     return c;
 }
 
+// A multiplexer mode by name or number (1-3).
+unsigned char parseMuxMode(const std::string& mode) {
+    return mode.find_first_not_of("0123456789") == std::string::npos
+               ? static_cast<unsigned char>(parseUnsigned(mode, 1, 3, "mux mode"))
+               : static_cast<unsigned char>(parseNamed(mode, kMuxModes, "mux mode"));
+}
+
+// 0x and 16 hex digits, not zero.
+unsigned long long sasAddress(const std::string& text) {
+    if (text.size() != 18 || text.rfind("0x", 0) != 0)
+        throw UsageError("set-sas-address: '" + text + "' is not 0x followed by 16 hex digits");
+    return parseUnsigned(text, 1, ~0ull, "SAS address");
+}
+
 } // namespace
 
 void registerTopology(CLI::App& root, App& app) {
@@ -232,8 +247,15 @@ void registerTopology(CLI::App& root, App& app) {
     auto phy = std::make_shared<std::string>();
     auto speed = std::make_shared<std::string>();
     auto* sls = verb(*g, "set-link-speed", "Limit a phy's link speed: PHY auto|1.5|3|6|12");
-    sls->add_option("phy", *phy, "Phy index")->required();
-    sls->add_option("speed", *speed, "auto, 1.5, 3, 6 or 12 (Gb/s)")->required();
+    sls->add_option("phy", *phy, "Phy index")
+        ->type_name("PHY")
+        ->check(unsignedIn(0, kMaxPhys - 1, "phy"))
+        ->required();
+    app.complete(sls->add_option("speed", *speed, "auto, 1.5, 3, 6 or 12 (Gb/s)")
+                     ->type_name("SPEED")
+                     ->check(namedIn(kSpeeds, "speed"))
+                     ->required(),
+                 namesOf(kSpeeds));
     sls->callback([&app, phy, speed] {
         auto p = std::make_shared<unsigned>(0);
         auto s = std::make_shared<unsigned>(0);
@@ -261,8 +283,15 @@ void registerTopology(CLI::App& root, App& app) {
     auto muxMode = std::make_shared<std::string>();
     auto* smx =
         verb(*g, "set-mux", "Set a multiplexer's mode: INDEX internal|external|auto (or 1-3)");
-    smx->add_option("index", *muxIndex, "Multiplexer index")->required();
-    smx->add_option("mode", *muxMode, "Mode")->required();
+    smx->add_option("index", *muxIndex, "Multiplexer index")
+        ->type_name("INDEX")
+        ->check(unsignedIn(0, 255, "mux index"))
+        ->required();
+    app.complete(smx->add_option("mode", *muxMode, "Mode: internal, external, auto or 1-3")
+                     ->type_name("MODE")
+                     ->check(checkedBy([](const std::string& m) { parseMuxMode(m); }))
+                     ->required(),
+                 namesOf(kMuxModes));
     smx->callback([&app, muxIndex, muxMode] {
         auto i = std::make_shared<unsigned char>(0);
         auto m = std::make_shared<unsigned char>(0);
@@ -272,10 +301,7 @@ void registerTopology(CLI::App& root, App& app) {
             // The controller says how many multiplexers it has; here only
             // what fits the request's index byte.
             *i = static_cast<unsigned char>(parseUnsigned(*muxIndex, 0, 255, "mux index"));
-            const std::string& mode = *muxMode;
-            *m = mode.find_first_not_of("0123456789") == std::string::npos
-                     ? static_cast<unsigned char>(parseUnsigned(mode, 1, 3, "mux mode"))
-                     : static_cast<unsigned char>(parseNamed(mode, kMuxModes, "mux mode"));
+            *m = parseMuxMode(*muxMode);
         };
         c.run = [&app, i, m](Target& t) {
             unsigned char count = 0;
@@ -299,7 +325,10 @@ void registerTopology(CLI::App& root, App& app) {
     auto addr = std::make_shared<std::string>();
     auto* ssa =
         verb(*g, "set-sas-address", "Set the controller's SAS address (0x + 16 hex digits)");
-    ssa->add_option("address", *addr, "SAS address")->required();
+    ssa->add_option("address", *addr, "SAS address")
+        ->type_name("0xADDRESS")
+        ->check(checkedBy([](const std::string& a) { sasAddress(a); }))
+        ->required();
     ssa->callback([&app, addr] {
         auto v = std::make_shared<unsigned long long>(0);
         Command c;
@@ -307,12 +336,7 @@ void registerTopology(CLI::App& root, App& app) {
         c.confirmation = [] {
             return std::string("Change the SAS address of the selected controllers?");
         };
-        c.validate = [addr, v] {
-            if (addr->size() != 18 || addr->rfind("0x", 0) != 0)
-                throw UsageError("set-sas-address: '" + *addr +
-                                 "' is not 0x followed by 16 hex digits");
-            *v = parseUnsigned(*addr, 1, ~0ull, "SAS address");
-        };
+        c.validate = [addr, v] { *v = sasAddress(*addr); };
         c.run = [&app, v](Target& t) {
             bool gen2 = false;
             int rc = t.adapter->isGen2Card(&gen2);

@@ -16,6 +16,12 @@ extern char** environ;
 namespace clitest {
 
 Result runKvictl(const std::vector<std::string>& args, const RunOptions& options) {
+    std::vector<std::string> argv = {KVICTL_BINARY};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return runProgram(argv, options);
+}
+
+Result runProgram(const std::vector<std::string>& args, const RunOptions& options) {
     std::map<std::string, std::string> env;
     for (char** e = environ; *e != nullptr; ++e) {
         std::string kv = *e;
@@ -47,8 +53,6 @@ Result runKvictl(const std::vector<std::string>& args, const RunOptions& options
         for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]})
             close(fd);
         std::vector<char*> argv;
-        std::string bin = KVICTL_BINARY;
-        argv.push_back(const_cast<char*>(bin.c_str()));
         for (const std::string& a : args)
             argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
@@ -56,7 +60,7 @@ Result runKvictl(const std::vector<std::string>& args, const RunOptions& options
         for (std::string& e : envText)
             envp.push_back(const_cast<char*>(e.c_str()));
         envp.push_back(nullptr);
-        execve(bin.c_str(), argv.data(), envp.data());
+        execvpe(argv[0], argv.data(), envp.data());
         _exit(127);
     }
     close(in[0]);

@@ -21,6 +21,8 @@ struct RunOptions {
 
 // Defaults: TZ=UTC0, KVICTL_SIM_TIME=1700000000, KVICTL_DEVICE unset.
 Result runKvictl(const std::vector<std::string>& args, const RunOptions& options = RunOptions());
+// Another program (argv[0], looked up in PATH without a '/') in the same environment.
+Result runProgram(const std::vector<std::string>& argv, const RunOptions& options = RunOptions());
 
 // A fresh file name under the test's temporary folder.
 std::string tempPath(const std::string& name);
