@@ -1,6 +1,6 @@
 // What kvictl ships beside the binary, all generated from its option table:
 // help texts that name values in words, the man page, the bash and zsh
-// completion scripts.
+// completion scripts, and the files `cmake --install` puts in place.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -283,6 +283,31 @@ TEST(Docs, ManPageRendersWithoutWarnings) {
     for (const char* s : {"KVICTL_DEVICE", "KVICTL_SIM_TIME", ".B TZ", ".B 5\n", "UNKNOWN"})
         EXPECT_NE(man.out.find(s), std::string::npos) << s;
     std::remove(page.c_str());
+}
+
+// cmake --install puts the binary, the man page, both completions and the
+// docs where a Debian system looks for them, and they work from there.
+TEST(Docs, InstallPutsEveryFileInPlace) {
+    const std::string prefix = tempPath("install");
+    Result install = runProgram({"cmake", "--install", KVI_BINARY_DIR, "--prefix", prefix});
+    ASSERT_EQ(install.exitCode, 0) << install.err;
+    Result list = runProgram({prefix + "/bin/kvictl", "--sim", "list"});
+    EXPECT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_NE(list.out.find("\n0  "), std::string::npos) << list.out;
+    RunOptions width;
+    width.env["MANWIDTH"] = "80";
+    Result man = runProgram({"man", "-l", prefix + "/share/man/man1/kvictl.1"}, width);
+    EXPECT_EQ(man.exitCode, 0);
+    EXPECT_EQ(man.err, "");
+    EXPECT_NE(man.out.find("EXIT STATUS"), std::string::npos);
+    Result bash = runShell("bash", "source '" + prefix +
+                                       "/share/bash-completion/completions/kvictl' && complete -p "
+                                       "kvictl\n");
+    EXPECT_EQ(bash.out, "complete -F _kvictl kvictl\n") << bash.err;
+    const std::string zsh = readFile(prefix + "/share/zsh/vendor-completions/_kvictl");
+    EXPECT_EQ(zsh.rfind("#compdef kvictl\n", 0), 0u);
+    EXPECT_NE(readFile(prefix + "/share/doc/kvictl/README.md").find("# kvictl"), std::string::npos);
+    runProgram({"rm", "-rf", prefix});
 }
 
 } // namespace
