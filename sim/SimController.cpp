@@ -353,9 +353,12 @@ std::uint32_t Firmware::advanceSchedule(std::uint32_t nextExec, std::uint32_t fr
 int Firmware::ctrlInfo() {
     if (!zeroFrom(m_, 0))
         return kBad;
-    st_.info.currentFwTime = clock_.firmwareTime();
     mirrorProperties(st_);
-    return answer(st_.info);
+    // The clock is stamped on the answer only: a read leaves the state as it
+    // was, so a run that changes nothing has nothing to store.
+    KV_CTRL_INFO info = st_.info;
+    info.currentFwTime = clock_.firmwareTime();
+    return answer(info);
 }
 
 int Firmware::properties(bool set) {
