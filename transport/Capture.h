@@ -1,7 +1,8 @@
 #pragma once
 // Capture: a decorator over any backend that writes every request it passes on
-// to a JSON Lines file, one line per request, flushed per line, so a run that
-// crashes keeps every request that completed.
+// to a JSON Lines file, one line per request, each with one write call. The
+// lines go to a temporary file that is renamed into place when the run ends,
+// so the capture is whole or absent (an earlier capture stays as it was).
 //
 // File format (one JSON object per line; "type" says which):
 //   {"type":"capture","format":"kvictl-capture","version":1}

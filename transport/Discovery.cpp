@@ -5,11 +5,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
 #include "firmware/kvistat.h"
+#include "util/Files.h"
 
 namespace fs = std::filesystem;
 
@@ -19,10 +19,13 @@ namespace {
 
 // The first line of a sysfs attribute, without trailing blanks; "" when unreadable.
 std::string readAttribute(const fs::path& path) {
-    std::ifstream in(path);
     std::string line;
-    if (!in || !std::getline(in, line))
+    try {
+        line = files::readFile(path.string(), files::Input::Attribute);
+    } catch (const files::FileError&) {
         return {};
+    }
+    line = line.substr(0, line.find('\n'));
     while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())))
         line.pop_back();
     return line;

@@ -37,9 +37,12 @@ void install() {
     struct sigaction sa {};
     sa.sa_handler = onSignal;
     sigemptyset(&sa.sa_mask);
-    sigaddset(&sa.sa_mask, SIGINT);
-    sigaddset(&sa.sa_mask, SIGTERM);
-    for (int sig : {SIGINT, SIGTERM}) {
+    // A reader that goes away (`| head`) ends kvictl by SIGPIPE, and a closed
+    // terminal by SIGHUP: they clean up like an interruption.
+    const int signals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+    for (int sig : signals)
+        sigaddset(&sa.sa_mask, sig);
+    for (int sig : signals) {
         struct sigaction old {};
         // A signal ignored by the caller (nohup, some job runners) stays ignored.
         if (sigaction(sig, nullptr, &old) == 0 && old.sa_handler == SIG_IGN)

@@ -1,5 +1,5 @@
 #pragma once
-// What kvictl undoes when SIGINT or SIGTERM ends it: temporary files are
+// What kvictl undoes when SIGINT, SIGTERM, SIGHUP or SIGPIPE ends it: temporary files are
 // removed (a replaced file is then still the old one) and a terminal whose echo
 // was turned off for a passphrase gets it back. The handlers do only
 // async-signal-safe work, then end the process by the same signal.

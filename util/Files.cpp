@@ -1,6 +1,8 @@
 #include "util/Files.h"
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <random>
@@ -20,10 +22,6 @@ std::string reason(int err) {
 
 [[noreturn]] void fail(const std::string& path, const std::string& what) {
     throw FileError(path, what);
-}
-
-std::string mebibytes(std::size_t n) {
-    return std::to_string(n / (1024 * 1024)) + " MiB";
 }
 
 std::string folderOf(const std::string& path) {
@@ -55,8 +53,18 @@ std::size_t limitOf(Input kind) {
         return 256u << 20;
     case Input::Passphrase:
         return 4096;
+    case Input::Attribute:
+        return 64u << 10;
     }
     return 0;
+}
+
+std::string sizeText(std::size_t bytes) {
+    if (bytes >= (1u << 20) && bytes % (1u << 20) == 0)
+        return std::to_string(bytes >> 20) + " MiB";
+    if (bytes >= 1024 && bytes % 1024 == 0)
+        return std::to_string(bytes >> 10) + " KiB";
+    return std::to_string(bytes) + " bytes";
 }
 
 const char* nameOf(Input kind) {
@@ -69,6 +77,8 @@ const char* nameOf(Input kind) {
         return "capture";
     case Input::Passphrase:
         return "passphrase file";
+    case Input::Attribute:
+        return "system attribute";
     }
     return "file";
 }
@@ -91,12 +101,26 @@ std::string readFile(const std::string& path, Input kind) {
     const int fd = stdinput ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
         fail(path, "cannot open: " + reason(errno));
-    struct stat st {};
-    if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
-        ::close(fd);
-        fail(path, std::string("is a folder; give the path of a ") + nameOf(kind));
-    }
     const std::size_t limit = limitOf(kind);
+    const std::string tooLarge = std::string("larger than the ") + sizeText(limit) + " a " +
+                                 nameOf(kind) + " may hold (is it the right file?)";
+    auto refuse = [&](const std::string& why) {
+        if (!stdinput)
+            ::close(fd);
+        fail(path, why);
+    };
+    struct stat st {};
+    if (::fstat(fd, &st) == 0) {
+        if (S_ISDIR(st.st_mode))
+            refuse(std::string("is a folder; give the path of a ") + nameOf(kind));
+        // A device never ends (/dev/zero) or is no file at all; a terminal is
+        // read through "-".
+        if (!stdinput && (S_ISCHR(st.st_mode) || S_ISBLK(st.st_mode)))
+            refuse(std::string("is a device; give the path of a ") + nameOf(kind) +
+                   (kind == Input::Passphrase ? " (- reads standard input)" : ""));
+        if (S_ISREG(st.st_mode) && static_cast<std::size_t>(st.st_size) > limit)
+            refuse(tooLarge);
+    }
     std::string out;
     char buf[65536];
     for (;;) {
@@ -104,19 +128,12 @@ std::string readFile(const std::string& path, Input kind) {
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            const int err = errno;
-            if (!stdinput)
-                ::close(fd);
-            fail(path, "cannot read: " + reason(err));
+            refuse("cannot read: " + reason(errno));
         }
         if (n == 0)
             break;
-        if (out.size() + static_cast<std::size_t>(n) > limit) {
-            if (!stdinput)
-                ::close(fd);
-            fail(path, std::string("larger than the ") + mebibytes(limit) + " a " + nameOf(kind) +
-                           " may hold (is it the right file?)");
-        }
+        if (out.size() + static_cast<std::size_t>(n) > limit)
+            refuse(tooLarge);
         out.append(buf, static_cast<std::size_t>(n));
     }
     if (!stdinput)
@@ -127,9 +144,13 @@ std::string readFile(const std::string& path, Input kind) {
 void checkWritableTarget(const std::string& path) {
     struct stat st {};
     if (::lstat(path.c_str(), &st) != 0) {
-        if (errno == ENOENT)
-            return;
-        fail(path, "cannot inspect: " + reason(errno));
+        if (errno != ENOENT)
+            fail(path, "cannot inspect: " + reason(errno));
+        // A new file: its folder must be there to hold it.
+        const std::string folder = folderOf(path);
+        if (::stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+            fail(path, "the folder " + folder + " does not exist; create it first");
+        return;
     }
     if (S_ISLNK(st.st_mode))
         fail(path, "is a symbolic link; kvictl does not write through links (give the real path)");
@@ -283,7 +304,73 @@ bool sameFile(const std::string& a, const std::string& b) {
     const bool ea = ::stat(a.c_str(), &sa) == 0, eb = ::stat(b.c_str(), &sb) == 0;
     if (ea && eb)
         return sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
-    return a == b;
+    if (ea != eb)
+        return false;
+    // Neither exists yet: the same name in the same folder.
+    auto name = [](const std::string& p) { return p.substr(p.rfind('/') + 1); };
+    if (name(a) != name(b))
+        return false;
+    const std::string fa = folderOf(a), fb = folderOf(b);
+    return fa == fb || (::stat(fa.c_str(), &sa) == 0 && ::stat(fb.c_str(), &sb) == 0 &&
+                        sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino);
+}
+
+// ---- OutputBuffer ----
+
+OutputBuffer::~OutputBuffer() {
+    drain();
+}
+
+void OutputBuffer::drain() {
+    if (error_ == 0 && !pending_.empty() && !writeAll(fd_, pending_))
+        error_ = errno;
+    pending_.clear();
+}
+
+OutputBuffer::int_type OutputBuffer::overflow(int_type ch) {
+    if (!traits_type::eq_int_type(ch, traits_type::eof())) {
+        const char c = traits_type::to_char_type(ch);
+        xsputn(&c, 1);
+    }
+    return traits_type::not_eof(ch);
+}
+
+std::streamsize OutputBuffer::xsputn(const char* s, std::streamsize n) {
+    // After a failure nothing more is written: the reader has a cut-off output
+    // and the run ends with the error instead.
+    if (error_ == 0)
+        pending_.append(s, static_cast<std::size_t>(n));
+    if (pending_.size() >= 65536)
+        drain();
+    return n;
+}
+
+int OutputBuffer::sync() {
+    drain();
+    return 0;
+}
+
+std::FILE* scratchFile() {
+    const char* dir = std::getenv("TMPDIR");
+    std::string name =
+        std::string(dir != nullptr && *dir != '\0' ? dir : "/tmp") + "/.kvictl-XXXXXX";
+    // No signal between creating and unlinking: nothing can stay behind.
+    sigset_t block, old;
+    sigfillset(&block);
+    ::sigprocmask(SIG_BLOCK, &block, &old);
+    const int fd = ::mkostemp(name.data(), O_CLOEXEC);
+    const int err = errno;
+    if (fd >= 0)
+        ::unlink(name.c_str());
+    ::sigprocmask(SIG_SETMASK, &old, nullptr);
+    if (fd < 0) {
+        errno = err;
+        return nullptr;
+    }
+    std::FILE* f = ::fdopen(fd, "w+");
+    if (f == nullptr)
+        ::close(fd);
+    return f;
 }
 
 } // namespace kvi::files

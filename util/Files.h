@@ -10,9 +10,12 @@
 //     either the old or the new file; the target must be a regular file;
 //   - every failed write, flush, sync, close and rename is reported with the
 //     path and the system's reason (FileError);
-//   - temporary files are removed when kvictl is interrupted (SIGINT/SIGTERM).
+//   - temporary files are removed when a signal ends kvictl (SIGINT, SIGTERM,
+//     SIGHUP, or SIGPIPE when the reader of its output goes away).
 #include <cstddef>
+#include <cstdio>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,13 +34,14 @@ private:
 };
 
 // The kinds of input, each with its size limit.
-enum class Input { Profile, State, Capture, Passphrase };
+enum class Input { Profile, State, Capture, Passphrase, Attribute };
 std::size_t limitOf(Input kind);
-const char* nameOf(Input kind); // "profile", "state file", ...
+const char* nameOf(Input kind);          // "profile", "state file", ...
+std::string sizeText(std::size_t bytes); // "16 MiB", "4 KiB"
 
 // The whole content of `path` ("-" is standard input), at most the kind's
-// limit. Refuses directories and anything larger, with a message that says
-// what to do.
+// limit. Refuses folders, devices (an endless /dev/zero) and anything larger,
+// with a message that says what to do.
 std::string readFile(const std::string& path, Input kind);
 
 // Refuses to replace or append to `path` when it exists and is not a regular
@@ -100,9 +104,35 @@ private:
     int fd_ = -1;
 };
 
-// Whether two paths name the same file (both existing, same device and inode),
-// or the same path text when neither exists yet.
+// Whether two paths name the same file: the same device and inode when both
+// exist, else the same name in the same folder ("x" and "./x").
 bool sameFile(const std::string& a, const std::string& b);
+
+// Standard output with every write checked: the first failure is kept with
+// the system's reason (error()) and the output after it is dropped.
+class OutputBuffer : public std::streambuf {
+public:
+    explicit OutputBuffer(int fd) : fd_(fd) {}
+    ~OutputBuffer() override;
+    OutputBuffer(const OutputBuffer&) = delete;
+    OutputBuffer& operator=(const OutputBuffer&) = delete;
+    int error() const { return error_; } // errno of the first failed write; 0 = none
+
+protected:
+    int_type overflow(int_type ch) override;
+    std::streamsize xsputn(const char* s, std::streamsize n) override;
+    int sync() override;
+
+private:
+    void drain();
+    int fd_;
+    int error_ = 0;
+    std::string pending_;
+};
+
+// A private scratch file, already unlinked (nothing stays behind whatever ends
+// kvictl); null with errno set when none can be made.
+std::FILE* scratchFile();
 
 // Writes all of `data` to `fd` (retrying short writes and EINTR); false with
 // errno set on failure.
