@@ -188,6 +188,7 @@ private:
     bool firstBlock_ = true;
     bool controllersRead_ = false; // the first controller has been worked on
     std::vector<std::pair<std::string, std::FILE*>> streams_;
+    int streamError_ = 0;  // errno of the first failed write to a stream's scratch file
     bool holding_ = false; // text output is held until a change is stored
     std::ostringstream held_;
     std::string stateBefore_; // the simulator state as loaded (changing commands)

@@ -1,6 +1,8 @@
 // The end of a run's output: the dry-run list of held requests, the JSON
 // envelope and the arrays streamed beside it.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 
 #include "cli/App.h"
@@ -41,7 +43,7 @@ void App::reportDryRun(Target& t, Gate& gate) {
 }
 
 std::FILE* App::deferArray(Target& t, const std::string& key) {
-    std::FILE* f = std::tmpfile();
+    std::FILE* f = kvi::files::scratchFile();
     if (f == nullptr)
         return nullptr;
     std::string marker = "@@kvictl-stream-" + std::to_string(streams_.size()) + "@@";
@@ -53,8 +55,9 @@ std::FILE* App::deferArray(Target& t, const std::string& key) {
 void App::appendDeferred(std::FILE* f, const json::Object& element, bool first) {
     std::string text = json::JsonWriter::ToString(element, json::JsonWriter::Compact);
     if (!first)
-        std::fputs(format_ == OutputFormat::JsonCompact ? "," : ",\n", f);
-    std::fputs(text.c_str(), f);
+        text.insert(0, format_ == OutputFormat::JsonCompact ? "," : ",\n");
+    if (std::fputs(text.c_str(), f) == EOF && streamError_ == 0)
+        streamError_ = errno;
 }
 
 void App::writeWithStreams(const std::string& doc, std::ostream& os) {
@@ -69,6 +72,11 @@ void App::writeWithStreams(const std::string& doc, std::ostream& os) {
         std::size_t n;
         while ((n = std::fread(buf, 1, sizeof buf, s.second)) > 0)
             os.write(buf, static_cast<std::streamsize>(n));
+        if (std::ferror(s.second))
+            error("scratch",
+                  std::string("cannot read back the scratch file of a long list: ") +
+                      std::strerror(errno) + "; the list is incomplete",
+                  kExitOutput);
         os << ']';
         pos = at + s.first.size();
     }
@@ -78,6 +86,17 @@ void App::writeWithStreams(const std::string& doc, std::ostream& os) {
 void App::writeEnvelope() {
     if (!envelope_)
         return;
+    // A long list that did not reach its scratch file would come out short.
+    for (auto& s : streams_)
+        if (std::fflush(s.second) != 0 && streamError_ == 0)
+            streamError_ = errno;
+    if (streamError_ != 0) {
+        error("scratch",
+              std::string("cannot write the scratch file of a long list (in $TMPDIR or /tmp): ") +
+                  std::strerror(streamError_) + "; the list is incomplete",
+              kExitOutput);
+        streamError_ = 0;
+    }
     envelope_->SetExitStatus(exit_);
     json::JsonWriter::Style style =
         format_ == OutputFormat::JsonCompact ? json::JsonWriter::Compact : json::JsonWriter::Pretty;
