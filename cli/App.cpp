@@ -136,6 +136,26 @@ std::string encodeArgv(const std::vector<std::string>& argv) {
     return nlohmann::json(argv).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+// A change that was not stored is not reported as made: every "changed" and
+// "done" a command put in a controller's entry turns false.
+void markNotKept(json::Object& object);
+void markNotKept(json::UnknownElement& element) {
+    if (auto* object = element.As<json::Object>()) {
+        markNotKept(*object);
+    } else if (auto* array = element.As<json::Array>()) {
+        for (json::UnknownElement& e : *array)
+            markNotKept(e);
+    }
+}
+void markNotKept(json::Object& object) {
+    for (json::Object::Member& m : object) {
+        if ((m.name == "changed" || m.name == "done") && m.element.Is<json::Boolean>())
+            m.element = json::Boolean(false);
+        else
+            markNotKept(m.element);
+    }
+}
+
 std::optional<std::vector<std::string>> decodeArgv(const std::string& text) {
     nlohmann::json j = nlohmann::json::parse(text, nullptr, false);
     if (!j.is_array())
@@ -707,6 +727,7 @@ int App::openAndRun() {
     multi_ = selected.size() > 1;
 
     // 5. One BackendController and one AdapterDataKvi per controller, in turn.
+    std::vector<json::Object*> entries; // the controllers' JSON entries
     if (!selected.empty())
         controllersRead_ = true;
     for (unsigned index : selected) {
@@ -732,6 +753,7 @@ int App::openAndRun() {
                 index, t.statusKnown ? t.status : -1, t.statusName(),
                 t.statusKnown ? RaidManager::controllerStatusDescription(t.status)
                               : "The controller's status could not be read");
+            entries.push_back(t.entry);
         } else {
             t.entry = &scratch;
             if (multi_ && command_->headers) {
@@ -769,6 +791,8 @@ int App::openAndRun() {
                 kvi::files::replaceFile(opt_.simState, now);
         } catch (const std::exception& e) {
             stored = false;
+            for (json::Object* entry : entries)
+                markNotKept(*entry);
             error("simulator",
                   std::string("the change was not kept: cannot write the simulator state: ") +
                       e.what(),
