@@ -523,8 +523,11 @@ std::string stateMismatch(const kvi::sim::Simulator& sim, const GlobalOptions& o
 int App::openAndRun() {
     // 1. Validate everything the arguments say, before anything is opened.
     try {
+        if (argv_.size() > 1)
+            checkPrintable(std::vector<std::string>(argv_.begin() + 1, argv_.end()));
         checkBackendChoice(opt_);
-        checkFileOptions(opt_, [this](const char* name) { return root_->count(name) > 0; });
+        checkFileOptions(
+            opt_, [this](const char* name) { return root_->count(name) > 0; }, command_->files);
         if (command_->validate)
             command_->validate();
     } catch (const UsageError& e) {
@@ -564,10 +567,15 @@ int App::openAndRun() {
     bool fixedNow = false;
     if (opt_.sim) {
         std::string mismatch;
+        bool fromProfile = false;
         try {
             o.sim = std::make_unique<kvi::sim::Simulator>();
             bool fromState = false;
             if (!opt_.simState.empty()) {
+                // A state that could not be stored at the end (a link, FIFO or
+                // folder in its place) is refused before anything changes.
+                if (changes)
+                    kvi::files::checkWritableTarget(opt_.simState);
                 // Held to the end of the run: a changing command reads, changes
                 // and writes the state while no other kvictl can, and readers
                 // see the state before or after it, never between.
@@ -578,22 +586,19 @@ int App::openAndRun() {
                 fromState = true;
                 mismatch = stateMismatch(*o.sim, opt_, root_->count("--sim-profile") > 0);
             }
+            fromProfile = !fromState;
             if (!fromState)
                 o.sim->load(opt_.simProfile, opt_.simControllers == 0 ? 1 : opt_.simControllers);
             if (fromState && changes)
                 stateBefore_ = o.sim->stateText();
         } catch (const std::exception& e) {
-            error(
-                "simulator",
-                std::string(e.what()) + "; nothing was sent (bundled profiles: " +
-                    [] {
-                        std::string s;
-                        for (const std::string& n : kvi::sim::Simulator::bundledProfiles())
-                            s += (s.empty() ? "" : ", ") + n;
-                        return s;
-                    }() +
-                    ")",
-                kExitUsage);
+            std::string bundled;
+            for (const std::string& n : kvi::sim::Simulator::bundledProfiles())
+                bundled += (bundled.empty() ? "" : ", ") + n;
+            error("simulator",
+                  std::string(e.what()) + "; nothing was sent" +
+                      (fromProfile ? " (bundled profiles: " + bundled + ")" : ""),
+                  kExitUsage);
             writeEnvelope();
             return exit_;
         }

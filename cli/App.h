@@ -101,6 +101,9 @@ struct Command {
     // Without -c a command works on controller 0; the monitoring commands
     // (metrics, check) read every controller instead.
     bool allControllersByDefault = false;
+    // Files the command's own options name (option, path), checked with the
+    // global ones: no two options may name one file.
+    std::vector<std::pair<std::string, std::string>> files;
     // The command reports a controller status it cannot read in its own way
     // (metrics: a missing series; check: UNKNOWN), not as a failure of the run.
     bool ownStatusReport = false;

@@ -7,6 +7,7 @@
 
 #include "cli/App.h"
 #include "cli/Util.h"
+#include "sim/Simulator.h"
 
 namespace cli {
 
@@ -53,44 +54,75 @@ bool readOnlyCommand(const std::string& name) {
     return kReadOnly.count(name) != 0;
 }
 
+namespace {
+
+// The length of the control character at text[i] (C0, DEL, or C1 in UTF-8);
+// 0 when there is none.
+std::size_t controlAt(const std::string& text, std::size_t i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c < 0x20 || c == 0x7f)
+        return 1;
+    if (c == 0xc2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+        static_cast<unsigned char>(text[i + 1]) <= 0x9f)
+        return 2;
+    return 0;
+}
+
+} // namespace
+
 std::string printable(const std::string& text) {
     std::string out;
-    for (unsigned char c : text) {
-        if (c == '\n') {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::size_t n = controlAt(text, i);
+        if (n == 0) {
+            out += text[i];
+        } else if (text[i] == '\n') {
             out += "\\n";
-        } else if (c == '\t') {
+        } else if (text[i] == '\t') {
             out += "\\t";
-        } else if (c < 0x20 || c == 0x7f) {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02x", c);
-            out += hex;
         } else {
-            out += static_cast<char>(c);
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02x", static_cast<unsigned char>(text[i + n - 1]));
+            out += hex;
+            i += n - 1;
         }
     }
     return out;
 }
 
-void checkFileOptions(const GlobalOptions& o, const std::function<bool(const char*)>& given) {
-    const std::vector<std::pair<const char*, const std::string*>> paths = {
-        {"--sim-state", &o.simState}, {"--device", &o.device}, {"--replay", &o.replay},
-        {"--record", &o.record},      {"--log", &o.logFile},
+void checkPrintable(const std::vector<std::string>& args) {
+    for (const std::string& a : args)
+        for (std::size_t i = 0; i < a.size(); ++i)
+            if (controlAt(a, i) != 0)
+                throw UsageError("the argument '" + printable(a) +
+                                 "' holds a control character; kvictl takes none");
+}
+
+void checkFileOptions(const GlobalOptions& o, const std::function<bool(const char*)>& given,
+                      const std::vector<std::pair<std::string, std::string>>& commandFiles) {
+    std::vector<std::pair<std::string, std::string>> paths = {
+        {"--sim-state", o.simState}, {"--device", o.device}, {"--replay", o.replay},
+        {"--record", o.record},      {"--log", o.logFile},
     };
-    for (const auto& [name, value] : paths) {
-        if (given(name) && value->empty())
-            throw UsageError(std::string(name) + ": an empty path; give a file name");
-        for (unsigned char c : *value)
-            if (c < 0x20 || c == 0x7f)
-                throw UsageError(std::string(name) + ": '" + printable(*value) +
-                                 "' holds a control character; give a plain file name");
-    }
+    for (const auto& [name, value] : paths)
+        if (given(name.c_str()) && value.empty())
+            throw UsageError(name + ": an empty path; give a file name");
+    if (given("--sim-profile") && o.simProfile.empty())
+        throw UsageError("--sim=: an empty profile; give a bundled name or a file");
+    if (given("-c") && o.controller.empty())
+        throw UsageError("-c: an empty value; give a controller number or all");
+    // A profile file is read only, but a capture or state written over it
+    // would be lost as surely.
+    if (kvi::sim::Simulator::isProfilePath(o.simProfile))
+        paths.push_back({"--sim", o.simProfile});
+    paths.insert(paths.end(), commandFiles.begin(), commandFiles.end());
     // One file for two purposes would have one overwrite the other.
     for (std::size_t i = 0; i < paths.size(); ++i)
         for (std::size_t k = i + 1; k < paths.size(); ++k)
-            if (!paths[i].second->empty() && !paths[k].second->empty() &&
-                kvi::files::sameFile(*paths[i].second, *paths[k].second))
-                throw UsageError(std::string(paths[i].first) + " and " + paths[k].first +
-                                 " name the same file '" + printable(*paths[i].second) +
+            if (!paths[i].second.empty() && !paths[k].second.empty() &&
+                kvi::files::sameFile(paths[i].second, paths[k].second))
+                throw UsageError(paths[i].first + " and " + paths[k].first +
+                                 " name the same file '" + printable(paths[i].second) +
                                  "'; give each its own");
 }
 

@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "provider/DebugLog.h"
 #include "util/Files.h"
@@ -37,10 +39,16 @@ private:
 bool readOnlyCommand(const std::string& name);
 
 // Refuses option values that name files badly, before anything is opened:
-// empty paths, one path given for two different files, control characters.
-// `given(name)` tells whether an option was on the command line. Throws
-// UsageError.
-void checkFileOptions(const GlobalOptions& o, const std::function<bool(const char*)>& given);
+// empty paths and one path given for two different files (the global options
+// and `commandFiles`, the command's own). `given(name)` tells whether an option
+// was on the command line. Throws UsageError.
+void checkFileOptions(const GlobalOptions& o, const std::function<bool(const char*)>& given,
+                      const std::vector<std::pair<std::string, std::string>>& commandFiles);
+
+// Refuses arguments that hold control characters: they would reach the
+// controller (a key identifier) or a file name, and scramble a terminal that
+// shows them. Throws UsageError.
+void checkPrintable(const std::vector<std::string>& args);
 
 // `text` with control characters escaped (\n, \t, \x1b ...), for messages
 // that quote what the user typed.

@@ -223,7 +223,7 @@ void registerMetrics(CLI::App& root, App& app) {
         "  kvictl --sim metrics\n"
         "  kvictl -c 1 metrics\n"
         "  kvictl metrics --textfile /var/lib/node_exporter/textfile/kvictl.prom");
-    sub->callback([&app, textfile] {
+    sub->callback([&app, textfile, sub] {
         struct State {
             std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
             std::vector<Health> readings;
@@ -234,12 +234,24 @@ void registerMetrics(CLI::App& root, App& app) {
         c.headers = false;
         c.allControllersByDefault = true; // a scrape covers the host
         c.ownStatusReport = true;
-        c.validate = [&app, textfile] {
+        c.files = {{"--textfile", *textfile}};
+        const bool emptyPath = sub->count("--textfile") > 0 && textfile->empty();
+        c.validate = [&app, textfile, emptyPath] {
             if (app.json())
                 throw UsageError("metrics: the output is the Prometheus text format; leave out -o");
+            if (emptyPath)
+                throw UsageError("--textfile: an empty path; give a file name");
             if (!textfile->empty() && textfile->back() == '/')
                 throw UsageError("metrics --textfile " + *textfile +
                                  ": give a file name, not a folder");
+            // A folder, FIFO, device or link is refused before the scrape.
+            if (!textfile->empty()) {
+                try {
+                    kvi::files::checkWritableTarget(*textfile);
+                } catch (const kvi::files::FileError& e) {
+                    throw UsageError(std::string("metrics --textfile: ") + e.what());
+                }
+            }
         };
         c.run = [&app, state](Target& t) {
             Health h = readHealth(t);
@@ -283,7 +295,7 @@ void registerMetrics(CLI::App& root, App& app) {
             if (!why.empty())
                 app.error("textfile",
                           "metrics --textfile: " + why + "; the previous file is unchanged",
-                          kExitFailed);
+                          kExitOutput);
         };
         app.setCommand(std::move(c));
     });

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -216,10 +215,18 @@ void registerSecurity(CLI::App& root, App& app) {
     for (const Op& op : ops) {
         auto args = std::make_shared<SecurityArgs>();
         auto* sub = secVerb(*g, op.name, op.help, *args, op.keyId);
-        sub->callback([&app, args, &op] {
+        sub->callback([&app, args, &op, sub] {
             Command c;
             c.name = std::string("security ") + op.name;
-            c.validate = [args, &op] { obtainPassphrase(*args, op.newKey); };
+            if (args->passphraseFile != "-")
+                c.files = {{"--passphrase-file", args->passphraseFile}};
+            const bool emptyPath =
+                sub->count("--passphrase-file") > 0 && args->passphraseFile.empty();
+            c.validate = [args, &op, emptyPath] {
+                if (emptyPath)
+                    throw UsageError("--passphrase-file: an empty path; give a file name or -");
+                obtainPassphrase(*args, op.newKey);
+            };
             c.run = [&app, args, &op](Target& t) {
                 AdapterData& a = *t.adapter;
                 std::string& pass = args->passphrase.value;

@@ -35,7 +35,6 @@
 // always mirror KV_CTRL_PROP_EXT; set them there.
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
@@ -574,18 +573,15 @@ struct Source {
     std::string baseDir; // for a relative base path
 };
 
-bool isPathLike(const std::string& s) {
-    return s.find('/') != std::string::npos ||
-           (s.size() > 5 && s.compare(s.size() - 5, 5, ".json") == 0);
-}
-
 Source resolve(const std::string& profile, const std::string& baseDir, const std::string& from,
                const std::string& fromField) {
-    if (!isPathLike(profile)) {
+    if (!Simulator::isProfilePath(profile)) {
         if (const char* text = Simulator::bundledProfileText(profile))
             return {text, profile + ".json (bundled)", ""};
         if (from.empty())
-            fail(profile, "", "no bundled profile of that name and no such file");
+            fail(profile, "",
+                 "no bundled profile of that name (a profile file is named by its path: ./" +
+                     profile + ")");
         fail(from, fromField, "unknown base profile \"" + profile + "\"");
     }
     std::string path = profile;

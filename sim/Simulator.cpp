@@ -8,7 +8,6 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <fstream>
 #include <sstream>
 #include <unistd.h>
 
@@ -74,6 +73,11 @@ std::uint32_t Clock::firmwareTime() const {
 }
 
 // ---- bundled profiles ----
+
+bool Simulator::isProfilePath(const std::string& name) {
+    return name.find('/') != std::string::npos ||
+           (name.size() > 5 && name.compare(name.size() - 5, 5, ".json") == 0);
+}
 
 std::vector<std::string> Simulator::bundledProfiles() {
     std::vector<std::string> names;

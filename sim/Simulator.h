@@ -155,6 +155,9 @@ public:
     static std::vector<std::string> bundledProfiles();
     // The JSON text of a bundled profile, or nullptr.
     static const char* bundledProfileText(std::string_view name);
+    // Whether a profile name is a file's path (holds a '/' or ends in
+    // ".json"); any other name is a bundled profile.
+    static bool isProfilePath(const std::string& name);
 
 private:
     Clock clock_;

@@ -474,9 +474,9 @@ TEST(MetricsE2E, TextfileIsWrittenWhole) {
         entries.push_back(e.path().filename().string());
     EXPECT_EQ(entries, std::vector<std::string>{"kvictl.prom"});
 
-    // A folder that does not exist: exit 1, a message, no file.
+    // A folder that does not exist: refused before the scrape, no file.
     r = kvictl({"--sim", "metrics", "--textfile", tmp.file("missing/kvictl.prom")}, tmp);
-    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.code, 2);
     EXPECT_NE(r.err.find("--textfile"), std::string::npos) << r.err;
     EXPECT_FALSE(std::filesystem::exists(tmp.file("missing")));
 

@@ -243,8 +243,8 @@ TEST(SimProfiles, ErrorsNameTheFileThatHoldsThem) {
         kvi::sim::buildFromProfile("nonesuch", Clock(kNow));
         ADD_FAILURE() << "no error";
     } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()),
-                  "nonesuch: no bundled profile of that name and no such file");
+        EXPECT_EQ(std::string(e.what()), "nonesuch: no bundled profile of that name (a profile "
+                                         "file is named by its path: ./nonesuch)");
     }
 }
 
