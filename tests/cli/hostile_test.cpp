@@ -3,8 +3,12 @@
 // interruptions. Each row runs the real binary and says what must hold.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -28,11 +32,52 @@ using clitest::writeFile;
 namespace {
 
 // Runs `kvictl ARGS` through the shell (for redirections); the exit status.
-int shell(const std::string& args) {
-    const std::string cmd = "TZ=UTC0 KVICTL_SIM_TIME=1700000000 " + std::string(KVICTL_BINARY) +
-                            " " + args + " 2>/dev/null";
+// `fullDisk` lets no file grow past 2 KiB, as a full disk would.
+int shell(const std::string& args, bool fullDisk = false) {
+    const std::string cmd = std::string(fullDisk ? "trap '' XFSZ; ulimit -f 4; " : "") +
+                            "TZ=UTC0 KVICTL_SIM_TIME=1700000000 " + KVICTL_BINARY + " " + args;
     const int rc = std::system(cmd.c_str());
     return WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+}
+
+// Runs kvictl on a new terminal, types `keys` once the passphrase prompt is
+// shown, and returns what the terminal showed; `echo` tells whether the
+// terminal echoes again once kvictl has ended.
+std::string onTerminal(const std::vector<std::string>& args, const std::string& keys, bool& echo) {
+    int master = -1, slave = -1;
+    if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0)
+        return "no terminal";
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::setsid();
+        ::ioctl(slave, TIOCSCTTY, 0);
+        for (int fd = 0; fd < 3; ++fd)
+            ::dup2(slave, fd);
+        std::vector<char*> argv = {const_cast<char*>(KVICTL_BINARY)};
+        for (const std::string& a : args)
+            argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execv(KVICTL_BINARY, argv.data());
+        ::_exit(127);
+    }
+    ::close(slave);
+    std::string shown;
+    bool typed = false;
+    char buf[4096];
+    for (;;) {
+        const ssize_t n = ::read(master, buf, sizeof buf);
+        if (n <= 0)
+            break; // EIO: kvictl has ended
+        shown.append(buf, static_cast<std::size_t>(n));
+        if (!typed && shown.find("Passphrase: ") != std::string::npos) {
+            typed = ::write(master, keys.data(), keys.size()) > 0;
+        }
+    }
+    termios t{};
+    echo = ::tcgetattr(master, &t) == 0 && (t.c_lflag & ECHO) != 0;
+    ::waitpid(pid, nullptr, 0);
+    ::close(master);
+    return shown;
 }
 
 bool exists(const std::string& path) {
@@ -64,6 +109,8 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
     const std::string victim = tempPath("hostile-victim");
     const std::string link = tempPath("hostile-link");
     const std::string fifo = tempPath("hostile-fifo.prom");
+    const std::string big = tempPath("hostile-big.json"); // long enough to be interrupted
+    writeFile(big, R"({"base": "default", "eventLog": {"generate": 60000}})");
     const Hostile rows[] = {
         {"two writers and a reader on one state keep both changes",
          [&] {
@@ -89,21 +136,69 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                  EXPECT_NE(r.out.find("cc-rate      = 40 percent"), std::string::npos) << r.out;
              }
          }},
-        {"a read-only command never writes the state",
+        {"read-only and unchanged runs never write the state",
          [&] {
              std::remove(state.c_str());
              EXPECT_EQ(runKvictl({"--sim", "--sim-state", state, "show", "all"}).exitCode, 0);
              EXPECT_FALSE(exists(state));
+             ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "set", "cc-rate=40"}).exitCode, 0);
+             struct stat before {
+             }, after{};
+             ::stat(state.c_str(), &before);
+             for (const std::vector<std::string>& cmd : {std::vector<std::string>{"metrics"},
+                                                         {"get", "cc-rate"},
+                                                         {"set", "cc-rate=40"}}) {
+                 std::vector<std::string> args = {"--sim", "--sim-state", state};
+                 args.insert(args.end(), cmd.begin(), cmd.end());
+                 EXPECT_EQ(runKvictl(args).exitCode, 0) << cmd[0];
+             }
+             ::stat(state.c_str(), &after);
+             EXPECT_EQ(before.st_ino, after.st_ino) << "the state was rewritten";
          }},
-        {"stdout on a full disk is exit 5 with a message",
-         [&] { EXPECT_EQ(shell("--sim show all > /dev/full"), 5); }},
-        {"a reader that stops early ends kvictl quietly",
+        {"stdout on a full disk is exit 5 with the reason",
+         [&] {
+             const std::string err = tempPath("hostile-full-err");
+             EXPECT_EQ(shell("--sim show all > /dev/full 2>" + err), 5);
+             EXPECT_NE(readFile(err).find("No space left on device"), std::string::npos);
+         }},
+        {"a full disk under the capture, log, state or textfile is exit 5 and keeps nothing new",
+         [&] {
+             const std::string out = tempPath("hostile-full-out");
+             const std::string prom = tempPath("hostile-full.prom");
+             const std::string rec = tempPath("hostile-full.jsonl");
+             const std::string log = tempPath("hostile-full.log");
+             writeFile(prom, "old\n");
+             for (const std::string& args : {"--sim --record " + rec + " show all",
+                                             "--sim --log " + log + " --log-level 4 show all",
+                                             "--sim=" + big + " metrics --textfile " + prom})
+                 EXPECT_EQ(shell(args + " >/dev/null 2>&1", true), 5) << args;
+             EXPECT_FALSE(exists(rec)); // a capture is whole or absent
+             EXPECT_EQ(readFile(prom), "old\n");
+             EXPECT_EQ(leftovers(prom) + leftovers(rec), 0);
+             std::remove(state.c_str());
+             ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "set", "cc-rate=40"}).exitCode, 0);
+             const std::string set = "--sim --sim-state " + state + " set cc-rate=41 >" + out;
+             EXPECT_EQ(shell(set + " 2>&1", true), 5);
+             EXPECT_EQ(readFile(out).find("Changed"), std::string::npos) << readFile(out);
+             EXPECT_EQ(shell("-o json " + set + " 2>/dev/null", true), 5);
+             EXPECT_EQ(readFile(out).find("true"), std::string::npos) << readFile(out);
+             EXPECT_NE(runKvictl({"--sim", "--sim-state", state, "get", "cc-rate"}).out.find("40"),
+                       std::string::npos);
+             for (const std::string& p : {out, prom, rec, log})
+                 std::remove(p.c_str());
+         }},
+        {"a reader that stops early ends kvictl quietly and leaves no temporary",
          [&] {
              const std::string err = tempPath("hostile-pipe-err");
-             std::system(("{ " + std::string(KVICTL_BINARY) + " --sim events list 2>" + err +
-                          "; } | head -c 1 >/dev/null")
+             const std::string cap = tempPath("hostile-pipe.jsonl");
+             std::system(("{ " + std::string(KVICTL_BINARY) + " --sim=" + big + " --record " + cap +
+                          " events list 2>" + err + "; } | head -c 1 >/dev/null")
                              .c_str());
              EXPECT_EQ(readFile(err), "");
+             EXPECT_EQ(leftovers(cap), 0);
+             if (exists(cap)) { // SIGPIPE ignored by the runner: the run went on to the end
+                 EXPECT_NE(readFile(cap).find("\"type\":\"dcmd\""), std::string::npos);
+             }
          }},
         {"a device as capture, log or state is refused before anything is sent",
          [&] {
@@ -125,25 +220,30 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                  EXPECT_EQ(readFile(victim), "keep");
              }
          }},
-        {"captures and logs are private",
+        {"captures, logs and states are private",
          [&] {
              const std::string cap = tempPath("hostile-cap.jsonl");
              const std::string log = tempPath("hostile-log.txt");
-             std::remove(cap.c_str());
-             std::remove(log.c_str());
-             ASSERT_EQ(runKvictl({"--sim", "--record", cap, "--log", log, "list"}).exitCode, 0);
-             struct stat st {};
-             ASSERT_EQ(::stat(cap.c_str(), &st), 0);
-             EXPECT_EQ(st.st_mode & 0777, 0600u);
-             ASSERT_EQ(::stat(log.c_str(), &st), 0);
-             EXPECT_EQ(st.st_mode & 0777, 0600u);
+             for (const std::string& p : {cap, log, state})
+                 std::remove(p.c_str());
+             ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "--record", cap, "--log", log,
+                                  "set", "cc-rate=41"})
+                           .exitCode,
+                       0);
+             for (const std::string& p : {cap, log, state}) {
+                 struct stat st {};
+                 ASSERT_EQ(::stat(p.c_str(), &st), 0) << p;
+                 EXPECT_EQ(st.st_mode & 0777, 0600u) << p;
+             }
          }},
-        {"a FIFO as the metrics textfile stays a FIFO",
+        {"a FIFO or folder as the metrics textfile is refused before the scrape",
          [&] {
              std::remove(fifo.c_str());
              ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-             Result r = runKvictl({"--sim", "metrics", "--textfile", fifo});
-             EXPECT_NE(r.exitCode, 0);
+             for (const std::string& target : {fifo, std::string("/tmp")}) {
+                 Result r = runKvictl({"--sim", "metrics", "--textfile", target});
+                 EXPECT_EQ(r.exitCode, 2) << r.err;
+             }
              struct stat st {};
              ASSERT_EQ(::lstat(fifo.c_str(), &st), 0);
              EXPECT_TRUE(S_ISFIFO(st.st_mode));
@@ -162,46 +262,111 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                  EXPECT_NE(r.err.find("/dev/zero: is a device"), std::string::npos) << r.err;
              }
          }},
-        {"a capture whose last line was cut short replays the rest",
+        {"a passphrase typed at a terminal is not echoed, also after Ctrl-C",
+         [&] {
+             const std::vector<std::string> args = {
+                 "--sim", "-y", "security", "verify", "--passphrase-file", "-"};
+             bool echo = false;
+             const std::string shown = onTerminal(args, "Secret-pass1\n", echo);
+             EXPECT_NE(shown.find("Passphrase: "), std::string::npos) << shown;
+             EXPECT_EQ(shown.find("Secret-pass1"), std::string::npos) << shown;
+             EXPECT_TRUE(echo);
+             onTerminal(args, "\x03", echo);
+             EXPECT_TRUE(echo) << "the terminal was left without echo";
+         }},
+        {"an unreadable status is unknown, exit 1, in text and JSON alike",
+         [&] {
+             const std::string profile = tempPath("hostile-noinfo.json");
+             writeFile(profile, R"({"base": "default", "fail": {"KV_DCMD_CTRL_GET_INFO": 4}})");
+             Result text = runKvictl({"--sim=" + profile, "list"});
+             Result json = runKvictl({"--sim=" + profile, "-o", "json", "list"});
+             EXPECT_EQ(text.exitCode, 1);
+             EXPECT_EQ(json.exitCode, 1);
+             EXPECT_NE(text.out.find("unknown"), std::string::npos) << text.out;
+             EXPECT_NE(json.out.find(R"("name": "unknown")"), std::string::npos) << json.out;
+             EXPECT_NE(text.err.find("reading the controller status failed"), std::string::npos);
+             std::remove(profile.c_str());
+         }},
+        {"a capture replays in the other format; a cut-short last line is skipped",
          [&] {
              const std::string cap = tempPath("hostile-torn.jsonl");
-             ASSERT_EQ(runKvictl({"--sim", "--record", cap, "list"}).exitCode, 0);
+             for (const char* format : {"text", "json"}) {
+                 ASSERT_EQ(
+                     runKvictl({"--sim", "-o", format, "--record", cap, "get", "cc-rate"}).exitCode,
+                     0);
+                 const char* other = format[0] == 't' ? "json" : "text";
+                 Result r = runKvictl({"--replay", cap, "-o", other, "get", "cc-rate"});
+                 EXPECT_EQ(r.exitCode, 0) << format << ": " << r.err;
+             }
              std::string text = readFile(cap);
              writeFile(cap, text + R"({"type":"dcmd","contro)");
-             Result r = runKvictl({"--replay", cap, "list"});
+             Result r = runKvictl({"--replay", cap, "get", "cc-rate"});
              EXPECT_EQ(r.exitCode, 0) << r.err;
              EXPECT_NE(r.err.find("is cut short and is ignored"), std::string::npos) << r.err;
          }},
-        {"a kill during a capture leaves no partial file and no temporary",
+        {"a kill during a write leaves the old or the new file and no temporary",
          [&] {
-             const std::string big = tempPath("hostile-big.json");
              const std::string cap = tempPath("hostile-killed.jsonl");
-             writeFile(big, R"({"base": "default", "eventLog": {"generate": 60000}})");
-             for (int round = 0; round < 5; ++round) {
+             const std::string prom = tempPath("hostile-killed.prom");
+             std::remove(state.c_str());
+             ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "set", "cc-rate=40"}).exitCode, 0);
+             const std::vector<std::vector<std::string>> runs = {
+                 {"--sim=" + big, "--record", cap, "events", "list"},
+                 {"--sim=" + big, "metrics", "--textfile", prom},
+                 {"--sim", "--sim-state", state, "set", "cc-rate=41"},
+             };
+             for (int round = 0; round < 6; ++round) {
                  std::remove(cap.c_str());
-                 const pid_t pid = ::fork();
-                 if (pid == 0) {
-                     ::execl(KVICTL_BINARY, "kvictl", ("--sim=" + big).c_str(), "--record",
-                             cap.c_str(), "events", "list", static_cast<char*>(nullptr));
-                     ::_exit(127);
+                 writeFile(prom, "old\n");
+                 std::vector<pid_t> pids;
+                 for (const auto& args : runs) {
+                     const pid_t pid = ::fork();
+                     if (pid == 0) {
+                         const int null = ::open("/dev/null", O_WRONLY);
+                         ::dup2(null, 1);
+                         ::dup2(null, 2);
+                         std::vector<char*> argv = {const_cast<char*>(KVICTL_BINARY)};
+                         for (const std::string& a : args)
+                             argv.push_back(const_cast<char*>(a.c_str()));
+                         argv.push_back(nullptr);
+                         ::execv(KVICTL_BINARY, argv.data());
+                         ::_exit(127);
+                     }
+                     pids.push_back(pid);
                  }
-                 ::usleep(150000 + 50000 * round);
-                 ::kill(pid, SIGTERM);
-                 int status = 0;
-                 ::waitpid(pid, &status, 0);
-                 EXPECT_EQ(leftovers(cap), 0);
+                 ::usleep(100000 + 100000 * round); // only where the signal lands varies
+                 for (pid_t pid : pids) {
+                     ::kill(pid, SIGTERM);
+                     ::waitpid(pid, nullptr, 0);
+                 }
+                 for (const std::string& p : {cap, prom, state})
+                     EXPECT_EQ(leftovers(p), 0) << p;
                  if (exists(cap)) { // finished before the signal: then it is whole
                      EXPECT_NE(readFile(cap).find("\"type\":\"dcmd\""), std::string::npos);
                  }
+                 const std::string metrics = readFile(prom);
+                 EXPECT_TRUE(metrics == "old\n" ||
+                             metrics.find("kvictl_scrape_duration_seconds") != std::string::npos);
+                 EXPECT_EQ(runKvictl({"--sim", "--sim-state", state, "get", "cc-rate"}).exitCode,
+                           0);
              }
+             for (const std::string& p : {cap, prom})
+                 std::remove(p.c_str());
          }},
         {"empty, shared and unprintable option values are refused",
          [&] {
+             const std::string fresh = tempPath("hostile-fresh");
              const std::vector<std::pair<std::vector<std::string>, std::string>> runs = {
                  {{"--sim", "-c", "", "list"}, "-c: an empty value"},
                  {{"--sim", "--record", "", "list"}, "--record: an empty path"},
+                 {{"--sim=", "list"}, "an empty profile"},
+                 {{"--sim", "metrics", "--textfile", ""}, "--textfile: an empty path"},
                  {{"--sim", "--sim-state", state, "--record", state, "list"}, "the same file"},
+                 {{"--sim", "--sim-state", fresh, "--record", "/tmp/../" + fresh, "list"},
+                  "the same file"},
+                 {{"--sim", "--sim-state", state, "metrics", "--textfile", state}, "the same file"},
                  {{"--sim", "--log", "a\x1b[2Jb", "list"}, "a\\x1b[2Jb"},
+                 {{"--sim", "security", "create", "--key-id", "k\x1b[2J"}, "k\\x1b[2J"},
              };
              for (const auto& [args, message] : runs) {
                  Result r = runKvictl(args);
@@ -209,13 +374,14 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                  EXPECT_NE(r.err.find(message), std::string::npos) << r.err;
                  EXPECT_EQ(r.err.find('\x1b'), std::string::npos) << "raw escape on the terminal";
              }
+             EXPECT_FALSE(exists(fresh));
          }},
     };
     for (const Hostile& row : rows) {
         SCOPED_TRACE(row.what);
         row.check();
     }
-    for (const std::string& p : {state, state + ".lock", victim, link, fifo})
+    for (const std::string& p : {state, state + ".lock", victim, link, fifo, big})
         std::remove(p.c_str());
 }
 
