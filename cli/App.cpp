@@ -310,23 +310,7 @@ int App::main(int argc, char** argv) {
     if (!argv_.empty())
         argv_[0] = "kvictl";
     kvi::cleanup::install();
-    // Standard output through checked writes: output that did not reach its
-    // reader (a full disk, a closed file) is an error, so that a script never
-    // takes a short report for a whole one.
-    kvi::files::OutputBuffer stdoutBuffer(STDOUT_FILENO);
-    std::streambuf* previous = std::cout.rdbuf(&stdoutBuffer);
-    int rc = run(args);
-    std::cout.flush();
-    std::cout.rdbuf(previous);
-    if (const int err = stdoutBuffer.error()) {
-        // A reader that stopped early (`| head` with SIGPIPE ignored) wanted
-        // no more: that needs no message.
-        if (err != EPIPE)
-            std::cerr << "kvictl: cannot write to standard output: " << std::strerror(err)
-                      << "; the output is incomplete\n";
-        rc = kExitOutput;
-    }
-    return rc;
+    return run(args);
 }
 
 int App::run(const std::vector<std::string>& rawArgs) {
