@@ -27,10 +27,13 @@ std::vector<const ReportSection*> sectionsOf(const std::string& token) {
 }
 
 // Builds one section and emits it; a failed section keeps the members written
-// before the failure, and the controller's messages name the status.
+// before the failure, and the controller's messages name the status. JSON adds
+// the typed values of the members as the section's last member.
 void showSection(App& app, Target& t, const ReportSection& s) {
     json::Object body;
     int rc = (t.adapter->*s.build)(body);
+    if (app.json())
+        body["values"] = kvi::reports::typedValues(*s.values, body);
     app.emit(t, "", s.title, body);
     if (rc != 0)
         app.fail(t, "section " + std::string(s.title), rc);

@@ -330,9 +330,11 @@ void buildReports(AdapterData& adapter) {
     for (const ReportSection& report : kReportSections) {
         json::Object section;
         (void)(adapter.*report.build)(section);
-        // A failed section keeps what it wrote; both renderings must cope.
+        // A failed section keeps what it wrote; both renderings and the typed
+        // values (which read the texts the firmware's bytes became) must cope.
         (void)json::TextWriter::ToString(section, report.title);
         (void)json::JsonWriter::ToString(section, json::JsonWriter::Compact);
+        (void)kvi::reports::typedValues(*report.values, section);
     }
 }
 
