@@ -1,7 +1,7 @@
 // The JSON output envelope of kvictl: the one document a command writes to
 // stdout in the JSON output styles, also when it fails.
 //
-//   {"format_version": [1, 1],
+//   {"format_version": [2, 0],
 //    "kvictl": {"version": "...", "argv": ["..."], "exit_status": 0},
 //    "messages": [{"severity": "error", "code": "...", "text": "..."}],
 //    "controllers": [{"index": 0,
@@ -24,9 +24,11 @@ namespace json {
 
 class Envelope {
 public:
-    // Raise the major version on a rename or removal, the minor on an addition.
-    static constexpr long kFormatMajor = 1;
-    static constexpr long kFormatMinor = 1;
+    // A minor version may add keys, values and commands; a major version may
+    // rename or remove a key or change its type or form (README "JSON output";
+    // docs/schema/ describes each major).
+    static constexpr long kFormatMajor = 2;
+    static constexpr long kFormatMinor = 0;
 
     enum Severity { Error, Warning, Info };
 

@@ -35,7 +35,7 @@ TEST(Envelope, FreshEnvelopeHasEveryTopLevelMember) {
     const Ordered doc = Ordered::parse(out);
     EXPECT_EQ((std::vector<std::string>{"format_version", "kvictl", "messages", "controllers"}),
               Keys(doc));
-    EXPECT_EQ(Ordered::parse("[1, 1]"), doc["format_version"]);
+    EXPECT_EQ(Ordered::parse("[2, 0]"), doc["format_version"]);
     EXPECT_EQ((std::vector<std::string>{"version", "argv", "exit_status"}), Keys(doc["kvictl"]));
     EXPECT_EQ("0.1.0", doc["kvictl"]["version"]);
     EXPECT_EQ(Ordered::parse(R"(["kvictl", "-o", "json", "show"])"), doc["kvictl"]["argv"]);
