@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/App.h"
+#include "cli/Util.h"
+#include "util/Iso8601.h"
 
 namespace cli {
 
@@ -24,6 +26,30 @@ void Doc::snum(const std::string& label, const std::string& key, long long value
         obj_[key] = json::Number(static_cast<long>(value));
     else
         obj_[label] = json::String(std::to_string(value) + (unit.empty() ? "" : " " + unit));
+}
+
+void Doc::measure(const std::string& label, const std::string& key, unsigned long long value,
+                  const std::string& text) {
+    if (json_)
+        obj_[key] = json::UNumber(value);
+    else
+        obj_[label] = json::String(text);
+}
+
+void Doc::time(const std::string& label, const std::string& key, const std::tm& local) {
+    if (!json_) {
+        obj_[label] = json::String(formatLocalTime(local));
+        return;
+    }
+    const std::time_t t = localInstant(local);
+    obj_[key] = json::String(kvi::isoLocalTime(t));
+    obj_[key + "_epoch_seconds"] = json::Number(static_cast<long>(t));
+}
+
+void Doc::nullTime(const std::string& label, const std::string& key) {
+    null(label, key);
+    if (json_)
+        obj_[key + "_epoch_seconds"] = json::Null();
 }
 
 void Doc::flag(const std::string& label, const std::string& key, bool value) {
@@ -96,6 +122,12 @@ void ChangeReport::emit(App& app, Target& t, const std::string& titleWord) const
         row["name"] = json::String(r.key);
         row["old"] = r.known ? r.oldJson : json::UnknownElement(json::Null());
         row["new"] = r.newJson;
+        if (r.instant) {
+            row["old_epoch_seconds"] =
+                r.known ? json::UnknownElement(json::Number(static_cast<long>(r.oldEpoch)))
+                        : json::UnknownElement(json::Null());
+            row["new_epoch_seconds"] = json::Number(static_cast<long>(r.newEpoch));
+        }
         row["changed"] = json::Boolean(r.differs() && r.written && !dryRun);
         rows.Insert(row);
         const std::string old = r.known ? r.oldText : "unknown";

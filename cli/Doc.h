@@ -2,6 +2,7 @@
 // A small builder for the tool's own output blocks: every member has a text
 // label ("Auto Learn Mode") and a JSON key ("auto_learn_mode"), so the text and
 // the JSON rendering carry the same members in the same order.
+#include <ctime>
 #include <deque>
 #include <string>
 
@@ -26,9 +27,18 @@ public:
              const std::string& unit = "");
     void snum(const std::string& label, const std::string& key, long long value,
               const std::string& unit = "");
+    // A number whose text says it another way ("168 hours", "0x00000000"):
+    // JSON gets `value` (in the key's unit), text gets `text`.
+    void measure(const std::string& label, const std::string& key, unsigned long long value,
+                 const std::string& text);
+    // A local time: text "YYYY-MM-DD HH:MM"; JSON the ISO 8601 time with its
+    // offset under key and the instant under key_epoch_seconds.
+    void time(const std::string& label, const std::string& key, const std::tm& local);
     // Text: yes/no; JSON: true/false.
     void flag(const std::string& label, const std::string& key, bool value);
     void null(const std::string& label, const std::string& key);
+    // Both members of a time that is not known: "-" in text, null in JSON.
+    void nullTime(const std::string& label, const std::string& key);
     void sub(const std::string& label, const std::string& key, const Doc& inner);
     // An array of objects (rows built as Docs) or of scalars.
     void rows(const std::string& label, const std::string& key, const json::Array& items);
@@ -59,6 +69,9 @@ public:
         bool known = true;     // the old value was read
         std::string oldText, newText;
         json::UnknownElement oldJson, newJson;
+        // A local time: JSON adds old_epoch_seconds and new_epoch_seconds.
+        bool instant = false;
+        std::time_t oldEpoch = 0, newEpoch = 0;
         bool written = false; // set by the caller once the firmware accepted it
         bool differs() const { return !known || oldText != newText; }
     };

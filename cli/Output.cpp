@@ -21,9 +21,7 @@ void App::reportDryRun(Target& t, Gate& gate) {
         for (const HeldRequest& r : held) {
             json::Object e;
             const char* name = kvDcmdName(r.opcode);
-            char op[16];
-            std::snprintf(op, sizeof op, "0x%08x", r.opcode);
-            e["opcode"] = json::String(op);
+            e["opcode"] = json::UNumber(r.opcode);
             e["name"] = json::String(name ? name : "");
             e["mailbox"] = json::String(hexBytes(r.mbox, 12));
             e["length_bytes"] = json::UNumber(r.length);

@@ -7,6 +7,7 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "cli/Doc.h"
+#include "util/Iso8601.h"
 
 namespace cli {
 
@@ -92,13 +93,6 @@ long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds) {
     return t;
 }
 
-std::string scheduleLocalText(AdapterDataKvi& a, std::uint32_t seconds) {
-    std::time_t t = static_cast<std::time_t>(scheduleInstant(a, seconds));
-    std::tm tm{};
-    localtime_r(&t, &tm);
-    return formatLocalTime(tm);
-}
-
 void excludedMember(Doc& d, const ArrayList<unsigned short>& list) {
     if (d.json())
         d.rows("Excluded", "excluded", idArray(list));
@@ -114,7 +108,7 @@ std::string delayText(unsigned int seconds) {
 json::UnknownElement delayJson(unsigned int seconds) {
     if (seconds == 0xFFFFFFFFu)
         return json::Null();
-    return json::UNumber(seconds / 3600);
+    return json::UNumber(seconds / 3600 * 3600); // whole hours, as the text shows them
 }
 json::Array idArrayOf(const std::vector<unsigned short>& ids) {
     return cli::idArray(idList(ids));
@@ -141,13 +135,18 @@ ScheduleRows addScheduleRows(ChangeReport& report, const ScheduleSettings& want,
         rows.mode = &report.add(row("mode", "mode", o, n, json::String(o), json::String(n)));
     }
     if (want.hasDelay)
-        rows.delay = &report.add(row("delay", "delay_hours", delayText(now.delaySeconds),
+        rows.delay = &report.add(row("delay", "delay_seconds", delayText(now.delaySeconds),
                                      delayText(want.delaySeconds), delayJson(now.delaySeconds),
                                      delayJson(want.delaySeconds)));
     if (want.hasStart) {
-        const std::string o = formatLocalTime(now.start), n = formatLocalTime(want.start);
-        rows.start =
-            &report.add(row("start", "next_start", o, n, json::String(o), json::String(n)));
+        const std::time_t o = localInstant(now.start), n = localInstant(want.start);
+        ChangeReport::Row r =
+            row("start", "next_start", formatLocalTime(now.start), formatLocalTime(want.start),
+                json::String(kvi::isoLocalTime(o)), json::String(kvi::isoLocalTime(n)));
+        r.instant = true;
+        r.oldEpoch = o;
+        r.newEpoch = n;
+        rows.start = &report.add(std::move(r));
     }
     if (want.hasExclude) {
         // The controller keeps a set: compare and show both sides in ascending order.

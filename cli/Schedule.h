@@ -74,9 +74,6 @@ std::string idText(const ArrayList<unsigned short>& list);
 // summer-time shift earlier than a plain conversion gives.
 long long scheduleInstant(AdapterDataKvi& a, std::uint32_t seconds);
 
-// The same instant as local "YYYY-MM-DD HH:MM".
-std::string scheduleLocalText(AdapterDataKvi& a, std::uint32_t seconds);
-
 // The "Excluded" member: an array in JSON, a comma list (or "none") in text.
 void excludedMember(Doc& d, const ArrayList<unsigned short>& list);
 

@@ -10,11 +10,22 @@
 
 namespace cli {
 
+std::string Setting::jsonUnit() const {
+    if (unit == "minutes" || unit == "hours")
+        return "seconds";
+    return unit;
+}
+
+unsigned long long Setting::jsonScale() const {
+    return unit == "minutes" ? 60 : unit == "hours" ? 3600 : 1;
+}
+
 std::string Setting::jsonKey() const {
-    std::string key = snakeCase(name);
-    if (unit == "seconds" || unit == "minutes" || unit == "hours" || unit == "microseconds")
-        key += "_" + unit;
-    return key;
+    const std::string u = jsonUnit();
+    // A count's unit ("drives") is in its name already.
+    if (u == "seconds" || u == "microseconds" || u == "percent")
+        return snakeCase(name) + "_" + u;
+    return snakeCase(name);
 }
 
 std::string Setting::rangeText() const {
@@ -68,11 +79,11 @@ json::UnknownElement settingJson(const Setting& s, unsigned long long value) {
     case SettingKind::Switch:
         return json::Boolean(value != 0);
     case SettingKind::Named:
-        return json::String(nameOf(static_cast<unsigned>(value), s.names));
+        return json::String(snakeCase(nameOf(static_cast<unsigned>(value), s.names)));
     case SettingKind::Number:
         break;
     }
-    return json::UNumber(value);
+    return json::UNumber(value * s.jsonScale());
 }
 
 const Setting* findSetting(const std::vector<Setting>& table, const std::string& name) {

@@ -65,8 +65,14 @@ struct Setting {
     bool extension = false; // written by the property-extension transaction
 
     bool settable() const { return static_cast<bool>(set); }
-    // JSON key: snake_case with the unit for time units ("spin_down_time_minutes").
+    // JSON key: snake_case with the JSON unit last ("spin_down_time_seconds",
+    // "rebuild_rate_percent").
     std::string jsonKey() const;
+    // The unit of the JSON value: the base unit of `unit` (minutes and hours
+    // become seconds; microseconds stay, being whole numbers), "" for none.
+    std::string jsonUnit() const;
+    // What one of `unit` counts in jsonUnit() (60 for minutes).
+    unsigned long long jsonScale() const;
     // "0-100", "on|off", "none|128mb|1gb".
     std::string rangeText() const;
 };
@@ -75,7 +81,8 @@ struct Setting {
 unsigned long long parseSettingValue(const Setting& s, const std::string& text);
 // The user-facing value of a raw field value.
 unsigned long long shown(const Setting& s, unsigned long long raw);
-// Text and JSON forms of a shown value.
+// Text and JSON forms of a shown value (JSON: in jsonUnit(); named values as
+// lowercase tokens).
 std::string settingText(const Setting& s, unsigned long long value);
 json::UnknownElement settingJson(const Setting& s, unsigned long long value);
 

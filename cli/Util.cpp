@@ -91,6 +91,11 @@ std::string formatLocalTime(const std::tm& tm) {
     return buf;
 }
 
+std::time_t localInstant(std::tm tm) {
+    tm.tm_isdst = -1;
+    return std::mktime(&tm);
+}
+
 std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,
                                         const std::string& what) {
     std::vector<unsigned short> ids;

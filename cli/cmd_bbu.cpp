@@ -92,7 +92,7 @@ Command showBbu(App& app) {
             if (ok) {
                 char hex[16];
                 std::snprintf(hex, sizeof hex, "0x%08x", fw);
-                d.str("Firmware Status", "firmware_status", hex);
+                d.measure("Firmware Status", "firmware_status", fw, hex);
             }
             ok = ok && step(a.getBattRelativeStateOfCharge(&charge), "charge");
             if (ok)
@@ -106,9 +106,10 @@ Command showBbu(App& app) {
             ok = ok && step(a.getBattAvgTimeToEmpty(&toEmpty), "time to empty");
             // 65535 is the gauge's "no estimate" (the unit is charging or idle).
             if (ok && toEmpty == 0xFFFF)
-                d.null("Average Time to Empty", "average_time_to_empty_minutes");
+                d.null("Average Time to Empty", "average_time_to_empty_seconds");
             else if (ok)
-                d.num("Average Time to Empty", "average_time_to_empty_minutes", toEmpty, "min");
+                d.measure("Average Time to Empty", "average_time_to_empty_seconds", toEmpty * 60ULL,
+                          std::to_string(toEmpty) + " min");
             ok = ok && step(a.getBatteryAutoLearnMode(&mode), "auto-learn mode");
             if (ok)
                 d.str("Auto Learn Mode", "auto_learn_mode", nameOf(mode, kLearnModes));
@@ -116,8 +117,14 @@ Command showBbu(App& app) {
             if (ok)
                 d.num("Auto Learn Period", "auto_learn_period_seconds", period, "s");
             ok = ok && step(a.getBatteryNextLearnTime(&next), "next learn time");
-            if (ok)
-                d.str("Next Learn Time", "next_learn_time", scheduleLocalText(*t.adapter, next));
+            if (ok) {
+                const std::time_t at = static_cast<std::time_t>(scheduleInstant(*t.adapter, next));
+                std::tm local{};
+                if (localtime_r(&at, &local) != nullptr)
+                    d.time("Next Learn Time", "next_learn_time", local);
+                else
+                    d.nullTime("Next Learn Time", "next_learn_time");
+            }
             ok = ok && step(a.getWritePolicyChngReason(&reason), "write-policy reason");
             if (ok && state != 1)
                 d.str("Write Policy Change Reason", "write_policy_change_reason",

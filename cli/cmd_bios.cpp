@@ -45,7 +45,7 @@ Command showBios(App& app) {
                 app.fail(t, "reading the BIOS setting " + s.name, rc);
                 break;
             }
-            d.raw(s.name, snakeCase(s.name),
+            d.raw(s.name, s.jsonKey(),
                   app.json() ? settingJson(s, v)
                              : json::UnknownElement(json::String(settingText(s, v))));
         }

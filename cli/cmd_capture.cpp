@@ -42,8 +42,10 @@ Command showCapture(App& app) {
         d.num("Events", "events", s.numEvents);
         d.num("Captured Events", "captured_events", s.numCapturedEvents);
         d.num("Captured Segments", "captured_segments", s.numCapturedSegments);
-        d.str("Host Filter Mask", "host_filter_mask", hex32(s.filterMaskHost));
-        d.str("Firmware Filter Mask", "firmware_filter_mask", hex32(s.filterMaskFw));
+        d.measure("Host Filter Mask", "host_filter_mask", s.filterMaskHost,
+                  hex32(s.filterMaskHost));
+        d.measure("Firmware Filter Mask", "firmware_filter_mask", s.filterMaskFw,
+                  hex32(s.filterMaskFw));
         app.emit(t, "capture", "Event Capture", d.object());
     };
     return c;

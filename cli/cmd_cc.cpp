@@ -51,13 +51,14 @@ Command showCc(App& app) {
         ok = ok && step(a.getCcSchedExecDelay(&delay), "delay");
         if (ok) {
             if (delay == 0xFFFFFFFFu)
-                d.null("Delay", "delay_hours");
+                d.null("Delay", "delay_seconds");
             else
-                d.num("Delay", "delay_hours", delay / 3600, "hours");
+                d.measure("Delay", "delay_seconds", delay / 3600 * 3600ULL,
+                          std::to_string(delay / 3600) + " hours");
         }
         ok = ok && step(a.getCcSchedStartTime(&start), "start time");
         if (ok)
-            d.str("Next Start", "next_start", formatLocalTime(start));
+            d.time("Next Start", "next_start", start);
         ok = ok && step(a.getCcSchedExcludedLdList(&excluded), "excluded virtual drives");
         if (ok)
             excludedMember(d, excluded);

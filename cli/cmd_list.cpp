@@ -27,6 +27,13 @@ std::string memberText(const json::Object& o, const char* key) {
     return "";
 }
 
+// JSON: null for what is not known (empty, or the report's "NA").
+json::UnknownElement knownText(const std::string& text) {
+    if (text.empty() || text == "NA")
+        return json::Null();
+    return json::String(text);
+}
+
 } // namespace
 
 void registerList(CLI::App& root, App& app) {
@@ -66,12 +73,12 @@ void registerList(CLI::App& root, App& app) {
             std::string driverVersion = t.backend->driverVersion();
             if (app.json()) {
                 json::Object& e = *t.entry;
-                e["model"] = json::String(memberText(basic, "Model"));
-                e["serial"] = json::String(memberText(basic, "Serial Number"));
-                e["firmware_version"] = json::String(fw);
-                e["driver"] = json::String(driver);
-                e["driver_version"] = json::String(driverVersion);
-                e["pci_address"] = json::String(pciText);
+                e["model"] = knownText(memberText(basic, "Model"));
+                e["serial_number"] = knownText(memberText(basic, "Serial Number"));
+                e["firmware_version"] = knownText(fw);
+                e["driver_name"] = knownText(driver);
+                e["driver_version"] = knownText(driverVersion);
+                e["pci_address"] = knownText(pciText);
                 return;
             }
             Row r;

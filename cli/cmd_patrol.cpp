@@ -38,15 +38,15 @@ Command showPatrol(App& app) {
         d.str("State", "state", nameOf(state, kPrStates));
         d.num("Iterations", "iterations", a.getPrNumIteration());
         d.num("Drives Done", "drives_done", a.getPrNumPdComplete());
-        unsigned int delay = a.getPrExecDelay();
-        d.num("Delay", "delay_hours", delay / 3600, "hours");
+        unsigned int delay = a.getPrExecDelay() / 3600; // whole hours
+        d.measure("Delay", "delay_seconds", delay * 3600ULL, std::to_string(delay) + " hours");
         d.num("Max Concurrent Drives", "max_concurrent", maxPd);
         std::tm start{};
         rc = a.getPatrolReadSchedStartTime(&start);
         if (rc != 0) {
             app.fail(t, "reading the patrol read start time", rc);
         } else {
-            d.str("Next Start", "next_start", formatLocalTime(start));
+            d.time("Next Start", "next_start", start);
         }
         ArrayList<unsigned short> excluded;
         rc = a.getPRSchedExcludedLdList(&excluded);

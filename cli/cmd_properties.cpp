@@ -205,6 +205,38 @@ std::vector<SettingChange> parseProperties(const std::vector<std::string>& assig
                             "'kvictl properties' lists them");
 }
 
+// One row of `properties`. Text: name, value, unit, settable, range as the
+// command line takes them. JSON: the value in its JSON unit and key, with the
+// command-line name, the bounds in the same unit and the named choices.
+json::Object propertyText(const Setting& s, bool known, unsigned long long v) {
+    json::Object row;
+    row["Name"] = json::String(s.name);
+    row["Value"] = json::String(known ? settingText(s, v) : "-");
+    row["Unit"] = json::String(s.unit);
+    row["Settable"] = json::String(s.settable() ? "yes" : "no");
+    row["Range"] = json::String(s.rangeText());
+    return row;
+}
+
+json::Object propertyJson(const Setting& s, bool known, unsigned long long v) {
+    const bool number = s.kind == SettingKind::Number;
+    json::Object row;
+    row["name"] = json::String(s.jsonKey());
+    row["option"] = json::String(s.name);
+    row["value"] = known ? settingJson(s, v) : json::UnknownElement(json::Null());
+    row["unit"] = s.jsonUnit().empty() ? json::UnknownElement(json::Null())
+                                       : json::UnknownElement(json::String(s.jsonUnit()));
+    row["settable"] = json::Boolean(s.settable());
+    row["minimum"] = number ? settingJson(s, s.min) : json::UnknownElement(json::Null());
+    row["maximum"] = number ? settingJson(s, s.max) : json::UnknownElement(json::Null());
+    json::Array choices;
+    for (const NamedValue& n : s.names)
+        choices.Insert(json::String(snakeCase(n.name)));
+    row["choices"] = s.kind == SettingKind::Named ? json::UnknownElement(choices)
+                                                  : json::UnknownElement(json::Null());
+    return row;
+}
+
 const char kFooterProps[] =
     "Examples:\n  kvictl --sim properties\n  kvictl --sim get rebuild-rate cc-rate\n"
     "  kvictl --sim set rebuild-rate=50 ncq=on\n"
@@ -232,33 +264,20 @@ void registerProperties(CLI::App& root, App& app) {
             for (const Setting& s : controllerProperties()) {
                 unsigned long long v = 0;
                 int rc = readSetting(*t.adapter, s, v);
-                json::Object row;
-                row[app.json() ? "name" : "Name"] = json::String(app.json() ? s.jsonKey() : s.name);
-                if (rc == 0)
-                    row[app.json() ? "value" : "Value"] =
-                        app.json() ? settingJson(s, v)
-                                   : json::UnknownElement(json::String(settingText(s, v)));
-                else {
-                    row[app.json() ? "value" : "Value"] =
-                        app.json() ? json::UnknownElement(json::Null())
-                                   : json::UnknownElement(json::String("-"));
+                if (rc != 0) {
                     unavailable.push_back(s.name);
                     if (firstRc == 0)
                         firstRc = rc;
                 }
-                row[app.json() ? "unit" : "Unit"] = json::String(s.unit);
-                row[app.json() ? "settable" : "Settable"] =
-                    app.json() ? json::UnknownElement(json::Boolean(s.settable()))
-                               : json::UnknownElement(json::String(s.settable() ? "yes" : "no"));
-                row[app.json() ? "range" : "Range"] = json::String(s.rangeText());
-                rows.Insert(row);
+                rows.Insert(app.json() ? propertyJson(s, rc == 0, v) : propertyText(s, rc == 0, v));
             }
-            json::Object body;
-            body[app.json() ? "properties" : "Properties"] = rows;
-            if (app.json())
+            if (app.json()) {
                 (*t.entry)["properties"] = rows;
-            else
+            } else {
+                json::Object body;
+                body["Properties"] = rows;
                 app.emit(t, "properties", "Controller Properties", body);
+            }
             if (unavailable.size() == controllerProperties().size()) {
                 app.fail(t, "reading the controller properties", firstRc);
             } else if (!unavailable.empty()) {

@@ -6,6 +6,7 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
+#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "cli/App.h"
 #include "cli/Doc.h"
 
@@ -95,7 +96,10 @@ void registerRules(CLI::App& root, App& app) {
                     if (!ok)
                         break;
                     Doc r(app.json());
-                    r.str("Level", "level", levelName(level));
+                    // A lowercase token in JSON ("raid10"), the level's name in text.
+                    r.str("Level", "level",
+                          app.json() ? kvi::reports::snakeToken(levelName(level))
+                                     : levelName(level));
                     r.num("Min Drives/Span", "min_drives_per_span", minPd);
                     r.num("Max Drives/Span", "max_drives_per_span", maxPd);
                     r.num("Min Spans", "min_spans", minSpan);
@@ -146,13 +150,14 @@ void registerRules(CLI::App& root, App& app) {
                  step(a.getDefaultCachePolicy(&defCache), "the default policies") &&
                  step(a.getDefaultDiskCachePolicy(&defDisk), "the default policies");
             if (ok) {
-                d.rows("Write Policies", "write_policies", byteList(wrOwned.get()));
-                d.rows("Read Policies", "read_policies", byteList(rdOwned.get()));
-                d.rows("Cache Policies", "cache_policies", byteList(cpOwned.get()));
-                d.num("Default Write Policy", "default_write_policy", defWr);
-                d.num("Default Read Policy", "default_read_policy", defRd);
-                d.num("Default Cache Policy", "default_cache_policy", defCache);
-                d.num("Default Disk Cache Policy", "default_disk_cache_policy", defDisk);
+                // Policy codes, as the Defaults section shows them.
+                d.rows("Write Policies", "write_policy_codes", byteList(wrOwned.get()));
+                d.rows("Read Policies", "read_policy_codes", byteList(rdOwned.get()));
+                d.rows("Cache Policies", "cache_policy_codes", byteList(cpOwned.get()));
+                d.num("Default Write Policy", "default_write_policy_code", defWr);
+                d.num("Default Read Policy", "default_read_policy_code", defRd);
+                d.num("Default Cache Policy", "default_cache_policy_code", defCache);
+                d.num("Default Disk Cache Policy", "default_disk_cache_policy_code", defDisk);
             }
             unsigned char maxVd = 0;
             bool add = false, clear = false;

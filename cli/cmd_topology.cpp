@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "cli/App.h"
 #include "cli/Args.h"
 #include "cli/Doc.h"
@@ -32,6 +33,20 @@ std::string sasText(unsigned long long a) {
     char b[24];
     std::snprintf(b, sizeof b, "0x%016llx", a);
     return b;
+}
+
+// A SAS address member: "0x..." in text; in JSON 16 lowercase hex digits
+// (a SAS address does not fit a JSON number exactly), null for none (0).
+void sasMember(Doc& d, const std::string& label, const std::string& key, unsigned long long a) {
+    if (!d.json()) {
+        d.str(label, key, sasText(a));
+    } else if (a == 0) {
+        d.null(label, key);
+    } else {
+        char b[24];
+        std::snprintf(b, sizeof b, "%016llx", a);
+        d.str(label, key, b);
+    }
 }
 
 // Phys, connectors and multiplexers share one shape: a count, then one row
@@ -79,11 +94,17 @@ bool phys(App& app, Target& t, Doc& d) {
             return rc;
         r.num("Phy", "phy", i);
         r.flag("Disabled", "disabled", disabled);
-        r.str("SAS Address", "sas_address", sasText(sas));
+        sasMember(r, "SAS Address", "sas_address", sas);
         r.num("Port", "port", port);
         r.num("Connector", "connector", connector);
-        // The controller-data layer's words, in text and JSON alike: one table.
-        r.str("Link Speed Limit", "link_speed_limit", t.adapter->GetSASPhyLinkSpeed(speed));
+        // The controller-data layer's words, in text and JSON alike (one table);
+        // JSON reads the rate out of them ("No limit" is null).
+        const char* limit = t.adapter->GetSASPhyLinkSpeed(speed);
+        if (app.json())
+            r.raw("Link Speed Limit", "link_speed_limit_bits_per_second",
+                  kvi::reports::typedValue(kvi::reports::Kind::Rate, limit));
+        else
+            r.str("Link Speed Limit", "link_speed_limit_bits_per_second", limit);
         return 0;
     };
     unsigned int count = 0;
@@ -131,7 +152,14 @@ bool muxes(App& app, Target& t, Doc& d) {
         if (rc != 0)
             return rc;
         r.num("Mux", "mux", i);
-        r.num("Mode", "mode", mode);
+        if (!app.json())
+            r.num("Mode", "mode", mode);
+        else if (mode == 0)
+            r.str("Mode", "mode", "none");
+        else if (mode <= 3)
+            r.str("Mode", "mode", nameOf(mode, kMuxModes));
+        else
+            r.null("Mode", "mode");
         return 0;
     };
     unsigned char count = 0;
@@ -160,9 +188,9 @@ bool lanes(App& app, Target& t, Doc& d) {
         Doc r(app.json());
         r.num("Lane", "lane", static_cast<unsigned>(buf[e + 8] | buf[e + 9] << 8));
         r.num("Connector", "connector", buf[e + 11]);
-        r.num("Supported Speed", "supported_speed", speeds & 0xFF);
-        r.num("Speed Limit", "speed_limit", (speeds >> 16) & 0xFF);
-        r.num("Current Speed", "current_speed", speeds >> 24);
+        r.num("Supported Speed", "supported_speed_code", speeds & 0xFF);
+        r.num("Speed Limit", "speed_limit_code", (speeds >> 16) & 0xFF);
+        r.num("Current Speed", "current_speed_code", speeds >> 24);
         r.flag("Disabled", "disabled", (speeds >> 8) & 1);
         rows.Insert(r.object());
     }
@@ -205,7 +233,7 @@ Command showTopology(App& app, int which) { // 0 all, 1 phys, 2 connectors, 3 mu
             if (rc != 0)
                 app.fail(t, "reading the controller's SAS address", rc);
             else
-                d.str("Controller SAS Address", "sas_address", sasText(sas));
+                sasMember(d, "Controller SAS Address", "sas_address", sas);
         }
         app.emit(t, "topology", "Topology", d.object());
     };

@@ -140,7 +140,7 @@ TEST(Changes, JsonCountsAChangeOnlyOnceWritten) {
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(
         r.out.find(
-            R"("changes":[{"name":"rebuild_rate","old":30,"new":50,"changed":false}],"changed":false)"),
+            R"("changes":[{"name":"rebuild_rate_percent","old":30,"new":50,"changed":false}],"changed":false)"),
         std::string::npos)
         << r.out;
     std::remove(profile.c_str());

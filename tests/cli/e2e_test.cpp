@@ -257,7 +257,7 @@ TEST(Cli, SetThenGetAcrossInvocationsWithSimState) {
         runKvictl({"--sim", "--sim-state", state, "-o", "json", "get", "rebuild-rate", "ncq"});
     ASSERT_EQ(get.exitCode, 0) << get.err;
     ojson g = ojson::parse(get.out);
-    EXPECT_EQ(g["controllers"][0]["properties"]["rebuild_rate"], 55);
+    EXPECT_EQ(g["controllers"][0]["properties"]["rebuild_rate_percent"], 55);
     EXPECT_EQ(g["controllers"][0]["properties"]["ncq"], false);
 
     // The same values again: nothing is written.
@@ -280,7 +280,7 @@ TEST(Cli, AllControllersOfThree) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(doc["controllers"][i]["index"], i);
         EXPECT_EQ(doc["controllers"][i]["status"]["name"], "optimal");
-        serials.insert(doc["controllers"][i]["serial"].get<std::string>());
+        serials.insert(doc["controllers"][i]["serial_number"].get<std::string>());
         pci.insert(doc["controllers"][i]["pci_address"].get<std::string>());
     }
     EXPECT_EQ(serials.size(), 3u);
@@ -531,11 +531,12 @@ TEST(Cli, NextLearnTimeAgreesWithTheScheduledTasksInSummerTime) {
     struct Row {
         const char* when;
         unsigned long long seconds;
-        long long unixTime; // for the metric
+        long long unixTime; // for the metric and the JSON
+        const char* iso;
     };
     const Row rows[] = {
-        {"2026-07-01 12:00", 836222400ull, 1782900000ll},
-        {"2026-01-15 12:00", 821793600ull, 1768474800ll},
+        {"2026-07-01 12:00", 836222400ull, 1782900000ll, "2026-07-01T12:00:00+02:00"},
+        {"2026-01-15 12:00", 821793600ull, 1768474800ll, "2026-01-15T12:00:00+01:00"},
     };
     RunOptions berlin;
     berlin.env["TZ"] = "Europe/Berlin";
@@ -547,7 +548,9 @@ TEST(Cli, NextLearnTimeAgreesWithTheScheduledTasksInSummerTime) {
                                std::to_string(row.seconds) + "}}}");
         Result bbu = runKvictl({"--sim=" + profile, "-o", "json", "bbu"}, berlin);
         ASSERT_EQ(bbu.exitCode, 0) << bbu.err;
-        EXPECT_EQ(ojson::parse(bbu.out)["controllers"][0]["battery"]["next_learn_time"], row.when);
+        const ojson battery = ojson::parse(bbu.out)["controllers"][0]["battery"];
+        EXPECT_EQ(battery["next_learn_time"], row.iso);
+        EXPECT_EQ(battery["next_learn_time_epoch_seconds"], row.unixTime);
 
         Result tasks = runKvictl({"--sim=" + profile, "show", "tasks"}, berlin);
         std::string hhmm = std::string(row.when).substr(11);
@@ -736,7 +739,8 @@ TEST(Cli, ListAndMetricsNameTheSerialNumberTheReportShows) {
         ASSERT_EQ(basic.exitCode, 0) << basic.err;
         EXPECT_EQ(ojson::parse(basic.out)["controllers"][0]["sections"]["Basics"]["Serial Number"],
                   c.serial);
-        EXPECT_EQ(ojson::parse(list.out)["controllers"][0]["serial"], c.serial);
+        const ojson serial = ojson::parse(list.out)["controllers"][0]["serial_number"];
+        EXPECT_EQ(std::string(c.serial) == "NA" ? ojson() : ojson(c.serial), serial);
         EXPECT_NE(metrics.out.find(std::string("serial=\"") + c.serial + "\""), std::string::npos)
             << metrics.out;
         std::remove(profile.c_str());
@@ -775,13 +779,16 @@ TEST(Cli, PatrolStartTimeRoundTripsInSummerTime) {
     std::remove(state.c_str());
     RunOptions berlin;
     berlin.env["TZ"] = "Europe/Berlin";
-    for (const char* when : {"2024-07-15 02:30", "2024-12-15 02:30"}) {
-        SCOPED_TRACE(when);
+    for (const auto& when : {std::make_pair("2024-07-15 02:30", "2024-07-15T02:30:00+02:00"),
+                             std::make_pair("2024-12-15 02:30", "2024-12-15T02:30:00+01:00")}) {
+        SCOPED_TRACE(when.first);
         Result set = runKvictl(
-            {"--sim", "--sim-state", state, "patrol", "set", std::string("start=") + when}, berlin);
+            {"--sim", "--sim-state", state, "patrol", "set", std::string("start=") + when.first},
+            berlin);
         ASSERT_EQ(set.exitCode, 0) << set.err;
         Result show = runKvictl({"--sim", "--sim-state", state, "-o", "json", "patrol"}, berlin);
-        EXPECT_EQ(ojson::parse(show.out)["controllers"][0]["patrol_read"]["next_start"], when);
+        EXPECT_EQ(ojson::parse(show.out)["controllers"][0]["patrol_read"]["next_start"],
+                  when.second);
     }
     std::remove(state.c_str());
 }

@@ -123,7 +123,7 @@ const Unit kSizeUnits[] = {{"KB", kKiB}, {"MB", kMiB}, {"GB", kGiB}, {"TB", kTiB
                            {"PB", kPiB}, {"EB", kEiB}, {"B", 1}};
 const Unit kDurationUnits[] = {{"sec", 1},     {"s", 1},         {"min", kMinute},
                                {"hrs", kHour}, {"hours", kHour}, {"hour", kHour}};
-const Unit kRateUnits[] = {{"GT/s", 1000000000ULL}};
+const Unit kRateUnits[] = {{"GT/s", 1000000000ULL}, {"Gbps", 1000000000ULL}};
 
 // The first number at a word boundary that one of `count` units follows
 // (blanks between allowed), in base units; without one, the first number
@@ -503,6 +503,13 @@ json::Object typedValues(const ValueTable& table, const json::Object& section,
     json::Object out;
     Typer(untyped).section(table, section, out, "");
     return out;
+}
+
+json::UnknownElement typedValue(Kind kind, const std::string& text) {
+    const ValueRow row{"v", "v", kind};
+    json::Object member;
+    member["v"] = json::String(text);
+    return *typedValues(ValueTable{&row, 1, Kind::Skip, nullptr}, member).Find("v");
 }
 
 } // namespace reports

@@ -39,7 +39,7 @@ enum class Kind : unsigned char {
     Size,       // bytes: a size text with its unit ("128KB", "16.00 GB") times
                 // `textUnit`, or a number times `unit`
     Duration,   // seconds: "300 sec", "4s", "672 hrs", or a number times `unit`
-    Rate,       // transfers per second: the "8GT/s" of a text
+    Rate,       // per second: the "8GT/s" (transfers) or "12.0 Gbps" (bits) of a text
     LocalTime,  // "MM/DD/YYYY[,] HH:MM:SS" in the local zone: ISO 8601 and epoch seconds
     Date,       // "MM/DD/YY" (years from 2000): "YYYY-MM-DD"; month or day 0 is null
     Pci,        // "dd:bb:dd:ff" (hex domain, bus, device, function): "dddd:bb:dd.f"
@@ -91,6 +91,10 @@ constexpr ValueTable valueTable(const ValueRow (&rows)[N], Kind fallback = Kind:
 // in `untyped` when it is given.
 json::Object typedValues(const ValueTable& table, const json::Object& section,
                          std::vector<std::string>* untyped = nullptr);
+
+// One text of the controller-data layer typed by `kind` (a scalar kind), for
+// the tool's own JSON: null where the text shows no value.
+json::UnknownElement typedValue(Kind kind, const std::string& text);
 
 // "Needs Attention" -> "needs_attention": lowercase ASCII, every run of other
 // characters one "_", none at either end. The default rule's key and the
