@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "cli/App.h"
+#include "util/Iso8601.h"
 
 namespace cli {
 
@@ -221,11 +222,16 @@ long long scheduleEpoch() {
     return static_cast<long long>(std::mktime(&tm));
 }
 
-std::string eventTime(std::uint32_t ts) {
-    if ((ts >> 24) == 0xFF)
-        return "boot+" + std::to_string(ts & 0xFFFFFF) + " s";
-    // The firmware counts local wall-clock seconds: a time that falls in summer
-    // time is one summer-time shift ahead of the instant.
+namespace {
+// Time stamps with this top byte count seconds since the controller booted.
+bool sinceBoot(std::uint32_t ts) {
+    return (ts >> 24) == 0xFF;
+}
+
+// The instant of a wall-clock time stamp. The firmware counts local
+// wall-clock seconds: a time that falls in summer time is one summer-time
+// shift ahead of the instant.
+std::time_t eventInstant(std::uint32_t ts) {
     std::time_t t = static_cast<std::time_t>(scheduleEpoch() + ts);
     std::tm tm{};
     if (localtime_r(&t, &tm) != nullptr && tm.tm_isdst > 0) {
@@ -235,8 +241,17 @@ std::string eventTime(std::uint32_t ts) {
         summer.tm_isdst = 1;
         const long long shift = scheduleEpoch() - static_cast<long long>(std::mktime(&summer));
         t -= static_cast<std::time_t>(shift < 0 ? -shift : shift);
-        localtime_r(&t, &tm);
     }
+    return t;
+}
+} // namespace
+
+std::string eventTime(std::uint32_t ts) {
+    if (sinceBoot(ts))
+        return "boot+" + std::to_string(ts & 0xFFFFFF) + " s";
+    const std::time_t t = eventInstant(ts);
+    std::tm tm{};
+    localtime_r(&t, &tm);
     char buf[40];
     std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", tm.tm_year + 1900,
                   tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
@@ -246,7 +261,15 @@ std::string eventTime(std::uint32_t ts) {
 json::Object eventJson(const EventRecord& e) {
     json::Object o;
     o["sequence"] = json::UNumber(e.seqNum);
-    o["time"] = json::String(eventTime(e.timeStamp));
+    if (sinceBoot(e.timeStamp)) {
+        o["time"] = json::Null();
+        o["time_epoch_seconds"] = json::Null();
+        o["seconds_since_boot"] = json::UNumber(e.timeStamp & 0xFFFFFF);
+    } else {
+        const std::time_t t = eventInstant(e.timeStamp);
+        o["time"] = json::String(kvi::isoLocalTime(t));
+        o["time_epoch_seconds"] = json::Number(static_cast<long>(t));
+    }
     o["class"] = json::String(eventClassName(e.eventClass));
     o["locale"] = json::Number(e.locale);
     o["code"] = json::UNumber(e.code);

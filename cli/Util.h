@@ -64,7 +64,9 @@ int parseEventClass(const std::string& text);
 // The event time in local time ("YYYY-MM-DD HH:MM:SS"), or "boot+N s" for a
 // time stamp counted from controller boot (top byte 0xFF).
 std::string eventTime(std::uint32_t timeStamp);
-// The event as JSON (snake_case keys).
+// The event as JSON: sequence, time (ISO 8601 with the offset) and
+// time_epoch_seconds, or both null and seconds_since_boot for a time stamp
+// counted from boot; class, locale, code, description.
 json::Object eventJson(const EventRecord& e);
 
 // Local midnight of 1 January 2000 in standard time, seconds since 1970.

@@ -162,7 +162,7 @@ void registerCapture(CLI::App& root, App& app) {
                 if (!app.json()) {
                     json::Object r;
                     r["Sequence"] = row["sequence"];
-                    r["Time"] = row["time"];
+                    r["Time"] = json::String(eventTime(e.timeStamp));
                     r["Class"] = row["class"];
                     r["Code"] = row["code"];
                     r["Description"] = row["description"];
