@@ -5,6 +5,8 @@ pkgs=(cmake g++ make googletest libgtest-dev libgmock-dev nlohmann-json3-dev lib
 # Packaging and its tests: the .deb's dependencies (dpkg-shlibdeps), the man
 # page check (man, groff) and the zsh completion test.
 pkgs+=(dpkg-dev man-db groff-base zsh)
+# The JSON schema test (tests/cli/schema_check.py).
+pkgs+=(python3-jsonschema)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
