@@ -41,7 +41,7 @@ void Doc::time(const std::string& label, const std::string& key, const std::tm& 
         obj_[label] = json::String(formatLocalTime(local));
         return;
     }
-    const std::time_t t = localInstant(local);
+    const std::time_t t = kvi::localInstant(local);
     obj_[key] = json::String(kvi::isoLocalTime(t));
     obj_[key + "_epoch_seconds"] = json::Number(static_cast<long>(t));
 }

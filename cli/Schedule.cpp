@@ -139,7 +139,7 @@ ScheduleRows addScheduleRows(ChangeReport& report, const ScheduleSettings& want,
                                      delayText(want.delaySeconds), delayJson(now.delaySeconds),
                                      delayJson(want.delaySeconds)));
     if (want.hasStart) {
-        const std::time_t o = localInstant(now.start), n = localInstant(want.start);
+        const std::time_t o = kvi::localInstant(now.start), n = kvi::localInstant(want.start);
         ChangeReport::Row r =
             row("start", "next_start", formatLocalTime(now.start), formatLocalTime(want.start),
                 json::String(kvi::isoLocalTime(o)), json::String(kvi::isoLocalTime(n)));

@@ -75,14 +75,7 @@ std::tm parseLocalTime(const std::string& text, const std::string& what) {
     if (!ok)
         throw UsageError(what + ": '" + text +
                          "' is not a local time YYYY-MM-DD HH:MM between 2000 and 2105");
-    std::tm tm{};
-    tm.tm_year = y - 1900;
-    tm.tm_mon = mo - 1;
-    tm.tm_mday = d;
-    tm.tm_hour = h;
-    tm.tm_min = mi;
-    tm.tm_isdst = -1;
-    return tm;
+    return kvi::wallClock(y, mo, d, h, mi, 0);
 }
 
 std::string formatLocalTime(const std::tm& tm) {
@@ -90,11 +83,6 @@ std::string formatLocalTime(const std::tm& tm) {
     std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d", tm.tm_year + 1900, tm.tm_mon + 1,
                   tm.tm_mday, tm.tm_hour, tm.tm_min);
     return buf;
-}
-
-std::time_t localInstant(std::tm tm) {
-    tm.tm_isdst = -1;
-    return std::mktime(&tm);
 }
 
 std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,

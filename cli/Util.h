@@ -20,9 +20,7 @@ bool parseSwitch(const std::string& text, const std::string& what);
 std::tm parseLocalTime(const std::string& text, const std::string& what);
 // "YYYY-MM-DD HH:MM".
 std::string formatLocalTime(const std::tm& tm);
-// The instant a local wall-clock time denotes (the zone's rule for that date
-// decides summer time).
-std::time_t localInstant(std::tm tm);
+
 // A comma-separated list of ids in [0, max] ("" or "none" = empty).
 std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,
                                         const std::string& what);

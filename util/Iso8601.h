@@ -24,4 +24,24 @@ inline std::string isoLocalTime(std::time_t t) {
     return buf;
 }
 
+// A local wall-clock reading (month 1-12) as a broken-down time whose summer
+// time the zone's rule for that date decides.
+inline std::tm wallClock(int year, int month, int day, int hour, int minute, int second) {
+    std::tm tm{};
+    tm.tm_year = year - 1900;
+    tm.tm_mon = month - 1;
+    tm.tm_mday = day;
+    tm.tm_hour = hour;
+    tm.tm_min = minute;
+    tm.tm_sec = second;
+    tm.tm_isdst = -1;
+    return tm;
+}
+
+// The instant a local wall-clock time denotes; -1 when there is none.
+inline std::time_t localInstant(std::tm tm) {
+    tm.tm_isdst = -1;
+    return std::mktime(&tm);
+}
+
 } // namespace kvi

@@ -190,15 +190,7 @@ Read localTime(const std::string& t, std::time_t& out) {
     if (got != 6 || static_cast<std::size_t>(n) != t.size() || mo < 1 || mo > 12 || d < 1 ||
         d > 31 || h > 23 || mi > 59 || s > 60)
         return Read::Unreadable;
-    std::tm tm{};
-    tm.tm_year = y - 1900;
-    tm.tm_mon = mo - 1;
-    tm.tm_mday = d;
-    tm.tm_hour = h;
-    tm.tm_min = mi;
-    tm.tm_sec = s;
-    tm.tm_isdst = -1; // the zone's rule for that date decides
-    out = std::mktime(&tm);
+    out = localInstant(wallClock(y, mo, d, h, mi, s));
     return out == static_cast<std::time_t>(-1) ? Read::Unreadable : Read::Value;
 }
 
