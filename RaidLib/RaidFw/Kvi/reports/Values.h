@@ -53,7 +53,7 @@ enum class Kind : unsigned char {
     Pivot,      // an array of rows whose first column names the row: an object
                 // with one member per row, keyed by the `sub` row of that name,
                 // holding the other columns typed by that row's kind
-    Skip,       // a member with no value of its own; the row says why
+    Skip,       // as a table's fallback: no default rule (every member needs a row)
 };
 
 constexpr unsigned long long kKiB = 1024ULL;
