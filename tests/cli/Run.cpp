@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -15,13 +17,12 @@ extern char** environ;
 
 namespace clitest {
 
-Result runKvictl(const std::vector<std::string>& args, const RunOptions& options) {
-    std::vector<std::string> argv = {KVICTL_BINARY};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return runProgram(argv, options);
-}
+namespace {
 
-Result runProgram(const std::vector<std::string>& args, const RunOptions& options) {
+// Starts `argv` (argv[0] looked up in PATH without a '/') with stdin fed from
+// `input` and stdout/stderr on pipes.
+pid_t spawn(const std::vector<std::string>& args, const RunOptions& options, int& outFd,
+            int& errFd) {
     std::map<std::string, std::string> env;
     for (char** e = environ; *e != nullptr; ++e) {
         std::string kv = *e;
@@ -44,7 +45,7 @@ Result runProgram(const std::vector<std::string>& args, const RunOptions& option
 
     int in[2], out[2], err[2];
     if (pipe(in) != 0 || pipe(out) != 0 || pipe(err) != 0)
-        return Result();
+        return -1;
     pid_t pid = fork();
     if (pid == 0) {
         dup2(in[0], 0);
@@ -71,31 +72,145 @@ Result runProgram(const std::vector<std::string>& args, const RunOptions& option
         (void)w;
     }
     close(in[1]);
-    Result r;
-    pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
-    int open = 2;
+    outFd = out[0];
+    errFd = err[0];
+    return pid;
+}
+
+using Clock = std::chrono::steady_clock;
+
+// Milliseconds left until `until` (-1: no limit).
+int msLeft(bool limited, Clock::time_point until) {
+    if (!limited)
+        return -1;
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now());
+    return left.count() < 0 ? 0 : static_cast<int>(left.count());
+}
+
+// Reads what is ready on the open descriptors of `fds` into `out`/`err`
+// within `ms`; closes and clears a descriptor at its end. False when none is open.
+bool drain(int (&fds)[2], std::string& out, std::string& err, int ms) {
+    pollfd p[2] = {{fds[0], POLLIN, 0}, {fds[1], POLLIN, 0}};
+    if (fds[0] < 0 && fds[1] < 0)
+        return false;
+    if (poll(p, 2, ms) <= 0)
+        return true;
     char buf[65536];
-    while (open > 0) {
-        if (poll(fds, 2, -1) < 0)
-            break;
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
-                continue;
-            ssize_t n = read(fds[i].fd, buf, sizeof buf);
-            if (n <= 0) {
-                close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            } else {
-                (i == 0 ? r.out : r.err).append(buf, static_cast<std::size_t>(n));
-            }
+    for (int i = 0; i < 2; ++i) {
+        if (fds[i] < 0 || !(p[i].revents & (POLLIN | POLLHUP | POLLERR)))
+            continue;
+        ssize_t n = read(fds[i], buf, sizeof buf);
+        if (n <= 0) {
+            close(fds[i]);
+            fds[i] = -1;
+        } else {
+            (i == 0 ? out : err).append(buf, static_cast<std::size_t>(n));
         }
+    }
+    return true;
+}
+
+// Reaps `pid` into `r` (killing it first when `kill` is set).
+void reap(pid_t pid, Result& r, bool kill) {
+    if (kill) {
+        ::kill(pid, SIGKILL);
+        r.killed = true;
     }
     int status = 0;
     rusage usage{};
     wait4(pid, &status, 0, &usage);
     r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     r.maxRssKb = usage.ru_maxrss;
+}
+
+// kvictl's arguments after the binary.
+std::vector<std::string> kvictlArgv(const std::vector<std::string>& args) {
+    std::vector<std::string> argv = {KVICTL_BINARY};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return argv;
+}
+
+} // namespace
+
+Result runKvictl(const std::vector<std::string>& args, const RunOptions& options) {
+    return runProgram(kvictlArgv(args), options);
+}
+
+Result runProgram(const std::vector<std::string>& args, const RunOptions& options) {
+    int fds[2] = {-1, -1};
+    pid_t pid = spawn(args, options, fds[0], fds[1]);
+    Result r;
+    if (pid < 0)
+        return r;
+    const bool limited = options.limitSeconds > 0;
+    const auto until = Clock::now() + std::chrono::seconds(options.limitSeconds);
+    bool late = false;
+    while (drain(fds, r.out, r.err, msLeft(limited, until)))
+        if (limited && Clock::now() >= until) {
+            late = true;
+            break;
+        }
+    for (int fd : fds)
+        if (fd >= 0)
+            close(fd);
+    reap(pid, r, late);
+    return r;
+}
+
+Child::Child(const std::vector<std::string>& args, const RunOptions& options) {
+    pid_ = spawn(kvictlArgv(args), options, out_, err_);
+}
+
+Child::~Child() {
+    if (pid_ > 0) {
+        Result ignored;
+        reap(pid_, ignored, true);
+    }
+    for (int fd : {out_, err_})
+        if (fd >= 0)
+            close(fd);
+}
+
+bool Child::pump(int ms) {
+    int fds[2] = {out_, err_};
+    std::string out;
+    bool open = drain(fds, out, errText_, ms);
+    out_ = fds[0];
+    err_ = fds[1];
+    all_ += out;
+    return open;
+}
+
+bool Child::readLine(std::string& line, int limitSeconds) {
+    const auto until = Clock::now() + std::chrono::seconds(limitSeconds);
+    for (;;) {
+        std::size_t nl = all_.find('\n', lineStart_);
+        if (nl != std::string::npos) {
+            line = all_.substr(lineStart_, nl - lineStart_);
+            lineStart_ = nl + 1;
+            return true;
+        }
+        if (Clock::now() >= until || !pump(msLeft(true, until)))
+            return false;
+    }
+}
+
+Result Child::stop(int sig, int limitSeconds) {
+    Result r;
+    if (pid_ <= 0)
+        return r;
+    ::kill(pid_, sig);
+    const auto until = Clock::now() + std::chrono::seconds(limitSeconds);
+    bool late = false;
+    while (pump(msLeft(true, until)))
+        if (Clock::now() >= until) {
+            late = true;
+            break;
+        }
+    reap(pid_, r, late);
+    pid_ = -1;
+    r.out = all_;
+    r.err = errText_;
     return r;
 }
 
