@@ -39,13 +39,14 @@ struct SimLaneConnections {
 static_assert(sizeof(SimLaneConnection) == 16, "lane entry is 16 bytes");
 static_assert(sizeof(SimLaneConnections) == 392, "lane table is 392 bytes");
 
-// A status to answer instead of processing a request.
+// A status to answer instead of processing a request, or no answer at all.
 struct Fault {
     std::uint32_t opcode = 0;
     int mboxByte = -1; // -1: any mailbox; else b[mboxByte] must equal mboxValue
     std::uint8_t mboxValue = 0;
     int status = 0;
-    std::string key; // as written in the profile ("0x05010000@b0=2")
+    bool hang = false; // the request never returns (status unused)
+    std::string key;   // as written in the profile ("0x05010000@b0=2")
 };
 
 struct LockKeyState {

@@ -17,7 +17,9 @@
 //                  connectorIndex, supportedLaneSpeed, disabled, pcieLinkNumber,
 //                  linkNumberValid, laneSpeedControl, currentSpeed}] (at most 24)
 //   "events":    [{code, class, locale, argType, args, description, age}]
-//                appended in order; "age" = seconds before now (default 0)
+//                appended in order; "age" = seconds before now (default 0), or
+//                "bootSeconds" = stamped that many seconds after controller boot
+//                (the firmware's form before its clock is set)
 //   "eventLog":  {"generate": N, "firstSeq": S}  N synthetic events (lazy)
 //   "pci":       {domain, bus, device, function, linkWidth}
 //   "driver":    {name, version}
@@ -30,6 +32,8 @@
 //   "sscVolumes": [blocks, ...]  SSD-cache volumes of the configuration, each
 //                its size in 512-byte blocks (at most 64; default none)
 //   "fail":      {"OPCODE[@bN=V]": STATUS}  OPCODE as hex, decimal or KV_DCMD_ name
+//   "hang":      ["OPCODE[@bN=V]", ...]  requests that never answer (the request
+//                blocks until the process ends, as a stuck controller would)
 //   "description", "comment": free text
 // The copies of the properties inside KV_CTRL_INFO ("properties." and "prop.")
 // always mirror KV_CTRL_PROP_EXT; set them there.
@@ -441,8 +445,9 @@ void applyEvents(ControllerState& st, const json& list, const Clock& clock,
         const json& e = list[i];
         if (!e.is_object())
             fail(file, where, "expected an object");
-        checkKeys(e, {"code", "class", "locale", "argType", "args", "description", "age"}, file,
-                  where);
+        checkKeys(
+            e, {"code", "class", "locale", "argType", "args", "description", "age", "bootSeconds"},
+            file, where);
         SimEvent ev;
         ev.code = std::uint32_t(
             uintValue(need(e, "code", file, where), 0xFFFFFFFFu, file, where + ".code"));
@@ -471,54 +476,85 @@ void applyEvents(ControllerState& st, const json& list, const Clock& clock,
         if (e.contains("age"))
             age = uintValue(e["age"], 0xFFFFFFFFu, file, where + ".age");
         ev.timeStamp = age <= now ? std::uint32_t(now - age) : 0;
+        if (e.contains("bootSeconds")) {
+            if (e.contains("age"))
+                fail(file, where, "give age or bootSeconds, not both");
+            // Stamped before the controller's clock was set: seconds since
+            // boot in the low 24 bits, 0xFF in the top byte.
+            ev.timeStamp = 0xFF000000u | std::uint32_t(uintValue(e["bootSeconds"], 0xFFFFFF, file,
+                                                                 where + ".bootSeconds"));
+        }
         st.events.append(std::move(ev));
     }
+}
+
+// "OPCODE[@bN=V]": the opcode (hex, decimal or a KV_DCMD_ name) and the
+// optional mailbox byte that must hold V.
+void parseFaultKey(const std::string& key, Fault& f, const std::string& file,
+                   const std::string& where) {
+    f.key = key;
+    std::string op = key;
+    std::size_t at = op.find('@');
+    std::string qualifier;
+    if (at != std::string::npos) {
+        qualifier = op.substr(at + 1);
+        op = op.substr(0, at);
+    }
+    std::uint64_t value = 0;
+    if (op.rfind("KV_", 0) == 0) {
+        bool found = false;
+        for (unsigned i = 0; i < kKvDcmdCount && !found; ++i)
+            if (op == kvDcmdRow(i).name) {
+                value = kvDcmdRow(i).opcode;
+                found = true;
+            }
+        if (!found)
+            fail(file, where, "unknown opcode name");
+    } else if (!parseUnsignedText(op, value) || value > 0xFFFFFFFFu) {
+        fail(file, where, "expected an opcode (\"0x05010000\" or a KV_DCMD_ name)");
+    }
+    f.opcode = std::uint32_t(value);
+    if (!qualifier.empty()) {
+        // "bN=V": mailbox byte N must hold V.
+        std::size_t eq = qualifier.find('=');
+        std::uint64_t index = 0, byte = 0;
+        if (qualifier[0] != 'b' || eq == std::string::npos ||
+            !parseUnsignedText(qualifier.substr(1, eq - 1), index) || index > 11 ||
+            !parseUnsignedText(qualifier.substr(eq + 1), byte) || byte > 0xFF)
+            fail(file, where, "mailbox qualifier must read @bN=V with N 0..11 and V 0..255");
+        f.mboxByte = int(index);
+        f.mboxValue = std::uint8_t(byte);
+    }
+}
+
+// Adds `f`, replacing an earlier entry for the same opcode and qualifier (from
+// a base profile, or "fail" and "hang" naming the same request). `index` says
+// where each entry is, so that large fault maps load in linear time.
+void putFault(ControllerState& st, const Fault& f,
+              std::map<std::tuple<std::uint32_t, int, std::uint8_t>, std::size_t>& index) {
+    auto [slot, fresh] = index.try_emplace({f.opcode, f.mboxByte, f.mboxValue}, st.faults.size());
+    if (fresh)
+        st.faults.push_back(f);
+    else
+        st.faults[slot->second] = f;
+}
+
+std::map<std::tuple<std::uint32_t, int, std::uint8_t>, std::size_t>
+faultIndex(const ControllerState& st) {
+    std::map<std::tuple<std::uint32_t, int, std::uint8_t>, std::size_t> index;
+    for (std::size_t i = 0; i < st.faults.size(); ++i)
+        index[{st.faults[i].opcode, st.faults[i].mboxByte, st.faults[i].mboxValue}] = i;
+    return index;
 }
 
 void applyFaults(ControllerState& st, const json& faults, const std::string& file) {
     if (!faults.is_object())
         fail(file, "fail", "expected an object mapping opcodes to statuses");
-    // Where each opcode and qualifier already has an entry (from a base
-    // profile), so that large fault maps load in linear time.
-    std::map<std::tuple<std::uint32_t, int, std::uint8_t>, std::size_t> index;
-    for (std::size_t i = 0; i < st.faults.size(); ++i)
-        index[{st.faults[i].opcode, st.faults[i].mboxByte, st.faults[i].mboxValue}] = i;
+    auto index = faultIndex(st);
     for (auto it = faults.begin(); it != faults.end(); ++it) {
         std::string where = "fail." + it.key();
         Fault f;
-        f.key = it.key();
-        std::string op = it.key();
-        std::size_t at = op.find('@');
-        std::string qualifier;
-        if (at != std::string::npos) {
-            qualifier = op.substr(at + 1);
-            op = op.substr(0, at);
-        }
-        std::uint64_t value = 0;
-        if (op.rfind("KV_", 0) == 0) {
-            bool found = false;
-            for (unsigned i = 0; i < kKvDcmdCount && !found; ++i)
-                if (op == kvDcmdRow(i).name) {
-                    value = kvDcmdRow(i).opcode;
-                    found = true;
-                }
-            if (!found)
-                fail(file, where, "unknown opcode name");
-        } else if (!parseUnsignedText(op, value) || value > 0xFFFFFFFFu) {
-            fail(file, where, "expected an opcode (\"0x05010000\" or a KV_DCMD_ name)");
-        }
-        f.opcode = std::uint32_t(value);
-        if (!qualifier.empty()) {
-            // "bN=V": mailbox byte N must hold V.
-            std::size_t eq = qualifier.find('=');
-            std::uint64_t index = 0, byte = 0;
-            if (qualifier[0] != 'b' || eq == std::string::npos ||
-                !parseUnsignedText(qualifier.substr(1, eq - 1), index) || index > 11 ||
-                !parseUnsignedText(qualifier.substr(eq + 1), byte) || byte > 0xFF)
-                fail(file, where, "mailbox qualifier must read @bN=V with N 0..11 and V 0..255");
-            f.mboxByte = int(index);
-            f.mboxValue = std::uint8_t(byte);
-        }
+        parseFaultKey(it.key(), f, file, where);
         std::uint64_t u = 0;
         std::int64_t s = 0;
         bool negative = false;
@@ -528,13 +564,24 @@ void applyFaults(ControllerState& st, const json& faults, const std::string& fil
         if (!local && (negative || u < 1 || u > 255))
             fail(file, where, "status must be 1..255 (or a local failure code -10, -11, -12)");
         f.status = int(s);
-        // A later entry for the same opcode and qualifier replaces the earlier one.
-        auto [slot, fresh] =
-            index.try_emplace({f.opcode, f.mboxByte, f.mboxValue}, st.faults.size());
-        if (fresh)
-            st.faults.push_back(f);
-        else
-            st.faults[slot->second] = f;
+        putFault(st, f, index);
+    }
+}
+
+// "hang": ["OPCODE[@bN=V]", ...]: requests that never answer, as a controller
+// stuck inside a command holds its caller (the plugin's timeout is tested so).
+void applyHangs(ControllerState& st, const json& hangs, const std::string& file) {
+    if (!hangs.is_array())
+        fail(file, "hang", "expected a list of opcodes");
+    auto index = faultIndex(st);
+    for (std::size_t i = 0; i < hangs.size(); ++i) {
+        std::string where = "hang[" + std::to_string(i) + "]";
+        if (!hangs[i].is_string())
+            fail(file, where, "expected an opcode (\"0x05010000\" or a KV_DCMD_ name)");
+        Fault f;
+        parseFaultKey(hangs[i].get<std::string>(), f, file, where);
+        f.hang = true;
+        putFault(st, f, index);
     }
 }
 
@@ -611,7 +658,7 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
                     "phys",     "connectors",  "mux",         "lanes",   "events",
                     "eventLog", "pci",         "driver",      "oem",     "controllerType",
                     "isOEMhp",  "haMode",      "personality", "mfg2",    "alarm",
-                    "lockKey",  "sscVolumes",  "nvCache",     "fail"},
+                    "lockKey",  "sscVolumes",  "nvCache",     "fail",    "hang"},
               file, "");
     if (doc.contains("base")) {
         if (!doc["base"].is_string())
@@ -722,6 +769,8 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
     }
     if (doc.contains("fail"))
         applyFaults(st, doc["fail"], file);
+    if (doc.contains("hang"))
+        applyHangs(st, doc["hang"], file);
 }
 
 void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int depth,

@@ -11,6 +11,9 @@
 //     KVI_STAT_INVALID_DCMD too.
 //   - Opcodes that move no data ignore any buffer they are given.
 //   - Every action that changes something appends an event.
+//   - Injected faults (the profile's "fail") answer their status before the
+//     request is looked at; a "hang" entry never answers: the request blocks
+//     until the process ends, as a controller stuck in a command holds its caller.
 //   - Patrol read: opMode 0 automatic, 1 manual, 2 disabled. A status read
 //     while a pass is active answers the progress and then moves it on by one
 //     drive; the pass ends after as many reads as the controller has drives.
@@ -42,6 +45,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <unistd.h>
 
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
@@ -1240,12 +1244,18 @@ int SimController::handle(DirectCommand& cmd, bool& handled) {
     for (const Fault& f : state_->faults) {
         if (f.opcode != cmd.opcode)
             continue;
-        if (f.mboxByte >= 0) {
-            if (cmd.mbox[f.mboxByte] == f.mboxValue)
-                return f.status;
-        } else if (!hit) {
+        if (f.mboxByte >= 0 && cmd.mbox[f.mboxByte] == f.mboxValue) {
             hit = &f;
+            break;
         }
+        if (f.mboxByte < 0 && !hit)
+            hit = &f;
+    }
+    if (hit && hit->hang) {
+        // A controller stuck in the command: the caller waits until it ends
+        // the process (signals still arrive).
+        for (;;)
+            ::pause();
     }
     if (hit)
         return hit->status;

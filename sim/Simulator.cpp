@@ -187,12 +187,15 @@ json controllerJson(SimController& c) {
     for (const SimEvent& e : ev.stored)
         stored.push_back(eventJson(e));
     json faults = json::array();
-    for (const Fault& f : st.faults)
+    for (const Fault& f : st.faults) {
         faults.push_back(json{{"key", f.key},
                               {"opcode", f.opcode},
                               {"mboxByte", f.mboxByte},
                               {"mboxValue", f.mboxValue},
                               {"status", f.status}});
+        if (f.hang)
+            faults.back()["hang"] = true;
+    }
     return json{
         {"blocks", blocks},
         {"flash",
@@ -403,6 +406,11 @@ std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader&
         f.mboxByte = r.number<int>(faults[i], "mboxByte", w, -1, 11);
         f.mboxValue = r.number<std::uint8_t>(faults[i], "mboxValue", w, 0, 0xFF);
         f.status = r.number<int>(faults[i], "status", w, -12, 255);
+        if (faults[i].contains("hang")) {
+            if (!faults[i]["hang"].is_boolean())
+                stateError(r.file(), w + "hang", "expected true or false");
+            f.hang = faults[i]["hang"].get<bool>();
+        }
         st->faults.push_back(f);
     }
     return st;
@@ -466,6 +474,26 @@ void Simulator::loadState(const std::string& path) {
             refusedStatePath_ = path;
         throw;
     }
+}
+
+void Simulator::refreshState(const std::string& path) {
+    std::vector<std::unique_ptr<SimController>> current = std::move(controllers_);
+    const std::string profile = profile_;
+    try {
+        loadState(path);
+    } catch (const SimError&) {
+        controllers_ = std::move(current);
+        profile_ = profile;
+        throw;
+    }
+    std::vector<std::unique_ptr<SimController>> fresh = std::move(controllers_);
+    controllers_ = std::move(current);
+    profile_ = profile;
+    if (fresh.size() != controllers_.size())
+        throw SimError(path + ": now holds " + std::to_string(fresh.size()) + " controllers, not " +
+                       std::to_string(controllers_.size()));
+    for (std::size_t i = 0; i < fresh.size(); ++i)
+        controllers_[i]->swapState(*fresh[i]);
 }
 
 } // namespace kvi::sim

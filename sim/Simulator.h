@@ -107,6 +107,8 @@ public:
     // The state itself (tests and the state file).
     ControllerState& state() { return *state_; }
     const ControllerState& state() const { return *state_; }
+    // Exchanges the states of two controllers (the requests seen stay).
+    void swapState(SimController& other) { state_.swap(other.state_); }
 
 private:
     int handle(DirectCommand& cmd, bool& handled);
@@ -136,6 +138,12 @@ public:
     // saveState refuses to write that path, so a corrupt file is never
     // overwritten silently.
     void loadState(const std::string& path);
+    // Reads the state file again into the controllers already built, which
+    // stay the same objects (backends wrapped around them keep working): a
+    // run that watches sees what other runs stored meanwhile. Throws SimError
+    // (the controllers are left as they were) for an unreadable file or one
+    // that holds another number of controllers.
+    void refreshState(const std::string& path);
     // Writes the state of every controller atomically (temp file in the same
     // folder, fsync, rename). Throws SimError.
     void saveState(const std::string& path) const;

@@ -190,6 +190,7 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
         {R"({"fail": {"0x05010000@b12=1": 3}})", "p.json: fail.0x05010000@b12=1: mailbox qualifier "
                                                  "must read @bN=V with N 0..11 and V 0..255"},
         {R"({"fail": {"KV_DCMD_NOPE": 3}})", "p.json: fail.KV_DCMD_NOPE: unknown opcode name"},
+        {R"({"hang": ["0x05010000", "KV_DCMD_NOPE"]})", "p.json: hang[1]: unknown opcode name"},
         {R"({"alarm": "loud"})",
          "p.json: alarm: expected present, absent, enabled, disabled or silenced"},
         {R"({"mux": [1, 2, 3, 1, 2]})", "p.json: mux: more than 4 muxes"},
