@@ -120,6 +120,13 @@ bool EventLog::get(std::uint32_t seq, SimEvent& out) const {
     return true;
 }
 
+std::uint32_t EventLog::newestWithCode(std::uint32_t code) const {
+    for (auto it = stored_.rbegin(); it != stored_.rend(); ++it)
+        if (it->code == code)
+            return it->seqNum;
+    return 0;
+}
+
 bool EventLog::matches(const SimEvent& event, std::uint32_t filter) {
     std::uint16_t locale = std::uint16_t(filter & 0xFFFFu);
     auto lowest = std::int8_t(std::uint8_t(filter >> 24));

@@ -54,6 +54,7 @@ public:
     std::uint32_t bootSeqNum() const { return bootSeq_; }
     void markShutdown() { shutdownSeq_ = newestSeqNum(); }
     void markBoot() { bootSeq_ = newestSeqNum(); }
+    void markBoot(std::uint32_t seq) { bootSeq_ = seq; }
 
     // Starts a new log of `count` synthetic events numbered from `firstSeq`,
     // the newest stamped `newestTime` and each 30 s after the one before.
@@ -66,6 +67,8 @@ public:
 
     // The event with this sequence number, if the log holds it.
     bool get(std::uint32_t seq, SimEvent& out) const;
+    // Sequence number of the newest stored event with this code; 0 when none.
+    std::uint32_t newestWithCode(std::uint32_t code) const;
     // Whether an event passes a filter word.
     static bool matches(const SimEvent& event, std::uint32_t filter);
     // Fills `buffer` (length bytes, at least the head) with the head and as many

@@ -813,7 +813,11 @@ void finishProfile(ControllerState& st) {
     mirrorProperties(st);
     if (st.alarmState == kAlarmUnset)
         st.alarmState = st.prop.ctrlProp1.alarmEnable ? 1 : 0;
-    if (st.events.newestSeqNum() >= st.events.oldestSeqNum())
+    // The controller last booted at the profile's last "Controller booted"
+    // event; a profile that logs none booted after its newest event.
+    if (std::uint32_t booted = st.events.newestWithCode(kEventControllerBooted))
+        st.events.markBoot(booted);
+    else if (st.events.newestSeqNum() >= st.events.oldestSeqNum())
         st.events.markBoot();
 }
 

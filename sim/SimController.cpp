@@ -461,7 +461,7 @@ int Firmware::shutdown() {
             st_.personality.personalityBitmap = st_.personality.requestedPersonality;
             st_.personality.requestedPersonality = 0;
         }
-        log(0x0001, kLocCtrl, 0, "Controller booted");
+        log(kEventControllerBooted, kLocCtrl, 0, "Controller booted");
         st_.events.markBoot();
     } else {
         log(0x0090, kLocCtrl, 0, "Controller shutdown requested");

@@ -13,6 +13,8 @@ namespace kvi::sim {
 constexpr std::size_t kMaxFlashComponents = 32;
 // Most events event capture keeps (what fits its 32768-byte answer).
 constexpr std::size_t kMaxCaptured = 128;
+// The code of the event a controller logs when it has booted.
+constexpr std::uint32_t kEventControllerBooted = 0x0001;
 // Most SSD-cache volumes a configuration holds.
 constexpr std::size_t kMaxSscVolumes = 64;
 
