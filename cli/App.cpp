@@ -36,7 +36,7 @@ const char kVersion[] = "0.1.0";
 
 const char kExamples[] = R"(kvictl --sim show all
 kvictl --sim -o json show status bus
-kvictl --sim --sim-controllers 3 -c all list
+kvictl --sim --sim-controllers 3 list
 kvictl --sim --sim-state /tmp/kv.json set rebuild-rate=50
 kvictl --device /dev/kvictl0 events list --max 20
 kvictl --device /dev/kvictl0 --record /tmp/kv.jsonl show all
@@ -362,7 +362,8 @@ int App::run(const std::vector<std::string>& rawArgs) {
         ->type_name("FILE")
         ->group("Backend");
     complete(app.add_option("-c,--controller", opt_.controller,
-                            "Controller index, or all (default 0; metrics and check: all)")
+                            "Controller index N, or all. Default: all for list, metrics and "
+                            "check; 0 for every other command")
                  ->type_name("all|N")
                  ->check(checkedBy([](const std::string& v) {
                      if (v.empty())

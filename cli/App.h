@@ -98,8 +98,8 @@ struct Command {
     // Text output heads each controller's block with "Controller N" when
     // several are selected; commands that print one table turn this off.
     bool headers = true;
-    // Without -c a command works on controller 0; the monitoring commands
-    // (metrics, check) read every controller instead.
+    // Without -c a command works on controller 0; list and the monitoring
+    // commands (metrics, check) work on every controller instead.
     bool allControllersByDefault = false;
     // Files the command's own options name (option, path), checked with the
     // global ones: no two options may name one file.

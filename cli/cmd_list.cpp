@@ -39,13 +39,15 @@ json::UnknownElement knownText(const std::string& text) {
 void registerList(CLI::App& root, App& app) {
     auto* sub = root.add_subcommand(
         "list", "List every controller: model, serial, firmware, driver, PCI address, status");
-    sub->footer("Examples:\n  kvictl --sim list\n  kvictl --sim --sim-controllers 3 -c all list\n"
-                "  kvictl --device /dev/kvictl0 -c all -o json list");
+    sub->footer("Every controller unless -c N selects one.\n\n"
+                "Examples:\n  kvictl --sim --sim-controllers 3 list\n  kvictl --sim -c 1 list\n"
+                "  kvictl --device /dev/kvictl0 -o json list");
     sub->callback([&app] {
         auto rows = std::make_shared<std::vector<Row>>();
         Command c;
         c.name = "list";
         c.headers = false;
+        c.allControllersByDefault = true;
         c.run = [&app, rows](Target& t) {
             AdapterDataKvi& a = *t.adapter;
             // Model, serial number and PCI address as the basic section words them.

@@ -271,28 +271,6 @@ TEST(Cli, SetThenGetAcrossInvocationsWithSimState) {
     std::remove(capture.c_str());
 }
 
-TEST(Cli, AllControllersOfThree) {
-    Result r = runKvictl({"--sim", "--sim-controllers", "3", "-c", "all", "-o", "json", "list"});
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    ojson doc = ojson::parse(r.out);
-    ASSERT_EQ(doc["controllers"].size(), 3u);
-    std::set<std::string> serials, pci;
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(doc["controllers"][i]["index"], i);
-        EXPECT_EQ(doc["controllers"][i]["status"]["name"], "optimal");
-        serials.insert(doc["controllers"][i]["serial_number"].get<std::string>());
-        pci.insert(doc["controllers"][i]["pci_address"].get<std::string>());
-    }
-    EXPECT_EQ(serials.size(), 3u);
-    EXPECT_EQ(pci.size(), 3u);
-    Result one = runKvictl(
-        {"--sim", "--sim-controllers", "3", "-c", "2", "-o", "json", "get", "rebuild-rate"});
-    EXPECT_EQ(ojson::parse(one.out)["controllers"][0]["index"], 2);
-    Result none = runKvictl({"--sim", "--sim-controllers", "3", "-c", "3", "list"});
-    EXPECT_EQ(none.exitCode, 2);
-    EXPECT_NE(none.err.find("no such controller"), std::string::npos);
-}
-
 TEST(Cli, InjectedFailureGivesExitOneAPartialSectionAndTheStatusName) {
     std::string profile = tempPath("busy-clock.json");
     // The host-information read answers a status the interface gives no name:

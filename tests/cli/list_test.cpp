@@ -1,11 +1,14 @@
-// kvictl list takes the serial number as the basic section words it: the
-// controller information's serial on OEM hosts, "NA" for the controller type
-// that withholds it, else the manufacturing record's. (The manufacturing-serial
-// operation of the controller-data layer answers the last one in every case,
-// so list does not use it.)
+// kvictl list: every controller unless -c narrows it, and the serial number as
+// the basic section words it: the controller information's serial on OEM
+// hosts, "NA" for the controller type that withholds it, else the
+// manufacturing record's. (The manufacturing-serial operation of the
+// controller-data layer answers the last one in every case, so list does not
+// use it.)
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
 
 #include "Run.h"
 
@@ -13,6 +16,51 @@ namespace {
 
 using clitest::Result;
 using clitest::runKvictl;
+
+TEST(List, EveryControllerUnlessNarrowed) {
+    struct Case {
+        std::vector<std::string> args;
+        std::vector<int> rows; // controller indices listed
+    };
+    const Case cases[] = {
+        {{"--sim-controllers", "3", "--sim", "list"}, {0, 1, 2}},
+        {{"--sim", "--sim-controllers", "3", "-c", "all", "list"}, {0, 1, 2}},
+        {{"--sim", "--sim-controllers", "3", "-c", "1", "list"}, {1}},
+        {{"--sim", "list"}, {0}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args[c.args.size() - 2]);
+        Result text = runKvictl(c.args);
+        ASSERT_EQ(text.exitCode, 0) << text.err;
+        // Header and rule, then one row per controller starting with its index.
+        std::istringstream lines(text.out);
+        std::string line;
+        std::vector<int> rows;
+        for (int n = 0; std::getline(lines, line); ++n)
+            if (n >= 2)
+                rows.push_back(std::stoi(line));
+        EXPECT_EQ(rows, c.rows) << text.out;
+
+        std::vector<std::string> args = c.args;
+        args.insert(args.begin(), {"-o", "json"});
+        Result json = runKvictl(args);
+        nlohmann::json doc = nlohmann::json::parse(json.out);
+        std::vector<int> indices;
+        std::set<std::string> serials, pci;
+        for (const auto& e : doc["controllers"]) {
+            indices.push_back(e["index"].get<int>());
+            EXPECT_EQ(e["status"]["name"], "optimal");
+            serials.insert(e["serial_number"].get<std::string>());
+            pci.insert(e["pci_address"].get<std::string>());
+        }
+        EXPECT_EQ(indices, c.rows);
+        EXPECT_EQ(serials.size(), c.rows.size()); // each controller told apart
+        EXPECT_EQ(pci.size(), c.rows.size());
+    }
+    Result none = runKvictl({"--sim", "--sim-controllers", "3", "-c", "3", "list"});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_NE(none.err.find("no such controller"), std::string::npos);
+}
 
 TEST(List, SerialNumberFollowsTheBasicSection) {
     struct SerialCase {
