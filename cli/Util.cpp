@@ -85,6 +85,91 @@ std::string formatLocalTime(const std::tm& tm) {
     return buf;
 }
 
+namespace {
+
+bool validDate(int y, int mo, int d) {
+    static const int days[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (mo < 1 || mo > 12 || d < 1 || d > days[mo - 1])
+        return false;
+    bool leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+    return !(mo == 2 && d == 29 && !leap);
+}
+
+// Two digits at s[at], as a number; -1 when they are not digits.
+int twoDigits(const std::string& s, std::size_t at) {
+    if (at + 2 > s.size() || !std::isdigit(static_cast<unsigned char>(s[at])) ||
+        !std::isdigit(static_cast<unsigned char>(s[at + 1])))
+        return -1;
+    return (s[at] - '0') * 10 + (s[at + 1] - '0');
+}
+
+} // namespace
+
+std::time_t parseInstant(const std::string& text, const std::string& what) {
+    const std::string t = trim(text);
+    auto refuse = [&]() -> std::time_t {
+        throw UsageError(what + ": '" + text +
+                         "' is not a time: give local time YYYY-MM-DD[ HH:MM[:SS]] or ISO 8601 "
+                         "with a zone, e.g. 2026-07-01T12:00:00+02:00 or 2026-07-01T10:00:00Z");
+    };
+    // YYYY-MM-DD
+    if (t.size() < 10 || t[4] != '-' || t[7] != '-')
+        return refuse();
+    const int hi = twoDigits(t, 0), lo = twoDigits(t, 2);
+    const int mo = twoDigits(t, 5), d = twoDigits(t, 8);
+    if (hi < 0 || lo < 0 || mo < 0 || d < 0)
+        return refuse();
+    const int y = hi * 100 + lo;
+    if (y < 1970 || y > 2105 || !validDate(y, mo, d))
+        return refuse();
+    int h = 0, mi = 0, sec = 0;
+    std::size_t at = 10;
+    if (at < t.size()) {
+        // [ T]HH:MM[:SS]
+        if ((t[at] != ' ' && t[at] != 'T') || t.size() < at + 6 || t[at + 3] != ':')
+            return refuse();
+        h = twoDigits(t, at + 1);
+        mi = twoDigits(t, at + 4);
+        at += 6;
+        if (at < t.size() && t[at] == ':') {
+            sec = twoDigits(t, at + 1);
+            at += 3;
+        }
+        if (h < 0 || h > 23 || mi < 0 || mi > 59 || sec < 0 || sec > 59 || at > t.size())
+            return refuse();
+    }
+    std::tm tm = kvi::wallClock(y, mo, d, h, mi, sec);
+    if (at == t.size()) {
+        // Local time; in the hour a summer-time change repeats, the zone decides.
+        const std::time_t local = kvi::localInstant(tm);
+        return local == static_cast<std::time_t>(-1) ? refuse() : local;
+    }
+    // A zone needs a time of day: Z, or +HH[:MM] / -HH[:MM] / +HHMM.
+    if (at == 10)
+        return refuse();
+    long offset = 0;
+    const std::string zone = t.substr(at);
+    if (zone == "Z" || zone == "z") {
+        offset = 0;
+    } else if (zone[0] == '+' || zone[0] == '-') {
+        const int oh = twoDigits(zone, 1);
+        int om = 0;
+        if (zone.size() == 6 && zone[3] == ':')
+            om = twoDigits(zone, 4);
+        else if (zone.size() == 5)
+            om = twoDigits(zone, 3);
+        else if (zone.size() != 3)
+            return refuse();
+        if (oh < 0 || oh > 23 || om < 0 || om > 59)
+            return refuse();
+        offset = (zone[0] == '-' ? -1 : 1) * (oh * 3600L + om * 60L);
+    } else {
+        return refuse();
+    }
+    tm.tm_isdst = 0;
+    return timegm(&tm) - offset;
+}
+
 std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,
                                         const std::string& what) {
     std::vector<unsigned short> ids;
@@ -210,15 +295,8 @@ long long scheduleEpoch() {
     return static_cast<long long>(std::mktime(&tm));
 }
 
-namespace {
-// Time stamps with this top byte count seconds since the controller booted.
-bool sinceBoot(std::uint32_t ts) {
-    return (ts >> 24) == 0xFF;
-}
-
-// The instant of a wall-clock time stamp. The firmware counts local
-// wall-clock seconds: a time that falls in summer time is one summer-time
-// shift ahead of the instant.
+// The firmware counts local wall-clock seconds: a time that falls in summer
+// time is one summer-time shift ahead of the instant.
 std::time_t eventInstant(std::uint32_t ts) {
     std::time_t t = static_cast<std::time_t>(scheduleEpoch() + ts);
     std::tm tm{};
@@ -232,10 +310,9 @@ std::time_t eventInstant(std::uint32_t ts) {
     }
     return t;
 }
-} // namespace
 
 std::string eventTime(std::uint32_t ts) {
-    if (sinceBoot(ts))
+    if (bootRelative(ts))
         return "boot+" + std::to_string(ts & 0xFFFFFF) + " s";
     const std::time_t t = eventInstant(ts);
     std::tm tm{};
@@ -246,10 +323,9 @@ std::string eventTime(std::uint32_t ts) {
     return buf;
 }
 
-json::Object eventJson(const EventRecord& e) {
-    json::Object o;
+void addEventJson(json::Object& o, const EventRecord& e) {
     o["sequence"] = json::UNumber(e.seqNum);
-    if (sinceBoot(e.timeStamp)) {
+    if (bootRelative(e.timeStamp)) {
         o["time"] = json::Null();
         o["time_epoch_seconds"] = json::Null();
         o["seconds_since_boot"] = json::UNumber(e.timeStamp & 0xFFFFFF);
@@ -262,6 +338,11 @@ json::Object eventJson(const EventRecord& e) {
     o["locale"] = json::Number(e.locale);
     o["code"] = json::UNumber(e.code);
     o["description"] = json::String(e.description);
+}
+
+json::Object eventJson(const EventRecord& e) {
+    json::Object o;
+    addEventJson(o, e);
     return o;
 }
 

@@ -20,6 +20,10 @@ bool parseSwitch(const std::string& text, const std::string& what);
 std::tm parseLocalTime(const std::string& text, const std::string& what);
 // "YYYY-MM-DD HH:MM".
 std::string formatLocalTime(const std::tm& tm);
+// An instant: local time "YYYY-MM-DD[ HH:MM[:SS]]" (or 'T' for the space), or
+// ISO 8601 with a zone: "...THH:MM[:SS]Z" or "+HH:MM"/"-HH:MM" (also "+HHMM",
+// "+HH"). Seconds since 1970.
+std::time_t parseInstant(const std::string& text, const std::string& what);
 
 // A comma-separated list of ids in [0, max] ("" or "none" = empty).
 std::vector<unsigned short> parseIdList(const std::string& text, unsigned max,
@@ -59,12 +63,22 @@ EventRecord decodeEvent(const std::uint8_t* record);
 const char* eventClassName(int eventClass);
 // Parses a class name or number (-2..4).
 int parseEventClass(const std::string& text);
+// Whether a time stamp counts seconds from controller boot (top byte 0xFF;
+// the low 24 bits are the seconds) rather than from the schedule epoch.
+inline bool bootRelative(std::uint32_t timeStamp) {
+    return (timeStamp >> 24) == 0xFF;
+}
+// The instant of a time stamp counted from the schedule epoch (seconds since
+// 1970); meaningless for a boot-relative stamp.
+std::time_t eventInstant(std::uint32_t timeStamp);
 // The event time in local time ("YYYY-MM-DD HH:MM:SS"), or "boot+N s" for a
-// time stamp counted from controller boot (top byte 0xFF).
+// time stamp counted from controller boot.
 std::string eventTime(std::uint32_t timeStamp);
 // The event as JSON: sequence, time (ISO 8601 with the offset) and
 // time_epoch_seconds, or both null and seconds_since_boot for a time stamp
-// counted from boot; class, locale, code, description.
+// counted from boot; class, locale, code, description. addEventJson appends
+// them to `o`, so a caller can put its own members first.
+void addEventJson(json::Object& o, const EventRecord& e);
 json::Object eventJson(const EventRecord& e);
 
 // Local midnight of 1 January 2000 in standard time, seconds since 1970.

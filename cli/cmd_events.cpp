@@ -1,9 +1,15 @@
 // kvictl events [info|count|list|clear]: the controller's event log. `list`
 // reads the log in chunks and writes each event as it is decoded, so memory
-// stays flat whatever the size of the log.
+// stays flat whatever the size of the log: where to start is worked out from
+// the log's sequence numbers (and, for the newest N, from the firmware's
+// event counts), never by holding events.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -29,13 +35,211 @@ std::uint32_t filterWord(int lowestClass) {
            0xFFFFu;
 }
 
+// What `events list` was asked for. A start (--from,
+// --since or --since-boot, at most one) and a count (--max, the oldest N from
+// the start, or --last, the newest N; at most one) and the lowest class.
 struct ListArgs {
-    std::string from, max, cls;
-    std::uint32_t fromSeq = 0;
-    bool hasFrom = false;
-    unsigned long long maxCount = 0; // 0 = all
+    std::string from, max, cls, since, last;
+    bool sinceBoot = false;
+    CLI::Option *fromOpt = nullptr, *maxOpt = nullptr, *lastOpt = nullptr, *sinceOpt = nullptr;
+
+    std::optional<std::uint32_t> fromSeq;
+    std::optional<std::time_t> sinceTime;
+    unsigned long long maxCount = 0;  // 0 = all
+    unsigned long long lastCount = 0; // 0 = not given
     int lowestClass = -2;
 };
+
+bool given(const CLI::Option* o) {
+    return o != nullptr && o->count() > 0;
+}
+
+void validateList(ListArgs& a) {
+    const int starts =
+        (given(a.fromOpt) ? 1 : 0) + (given(a.sinceOpt) ? 1 : 0) + (a.sinceBoot ? 1 : 0);
+    if (starts > 1)
+        throw UsageError("--from, --since and --since-boot each say where the events start; give "
+                         "one of them");
+    if (given(a.maxOpt) && given(a.lastOpt))
+        throw UsageError("--max N (the oldest N from the start) and --last N (the newest N) "
+                         "contradict each other; give one of them");
+    if (given(a.fromOpt))
+        a.fromSeq = static_cast<std::uint32_t>(parseUnsigned(a.from, 0, 0xFFFFFFFFu, "--from"));
+    if (given(a.maxOpt))
+        a.maxCount = parseUnsigned(a.max, 1, 0xFFFFFFFFu, "--max");
+    if (given(a.lastOpt))
+        a.lastCount = parseUnsigned(a.last, 1, 0xFFFFFFFFu, "--last");
+    if (given(a.sinceOpt))
+        a.sinceTime = parseInstant(a.since, "--since");
+    if (!a.cls.empty())
+        a.lowestClass = parseEventClass(a.cls);
+}
+
+// Reads the events from `start` through `newest` (the newest when the log
+// information was read: events logged since wait for the next read) in
+// chunks and hands each to `each`, which returns false to stop. Returns 0, or
+// the status of the read that failed; `at` is where that read started.
+int readEvents(AdapterDataKvi& a, std::uint32_t start, std::uint32_t newest, std::uint32_t filter,
+               const std::function<bool(const EventRecord&)>& each, std::uint32_t& at) {
+    std::vector<std::uint8_t> buf(kEventHeadSize + kChunkEvents * kEventRecordSize);
+    std::uint32_t seq = start;
+    while (seq <= newest) {
+        std::memset(buf.data(), 0, buf.size());
+        at = seq;
+        int rc = a.getEventList(seq, reinterpret_cast<char*>(buf.data()),
+                                static_cast<unsigned int>(buf.size()), filter);
+        if (rc != 0)
+            return rc;
+        std::uint32_t n = std::uint32_t(buf[0]) | std::uint32_t(buf[1]) << 8 |
+                          std::uint32_t(buf[2]) << 16 | std::uint32_t(buf[3]) << 24;
+        // The firmware's count is capped at what the buffer holds.
+        if (n > kChunkEvents)
+            n = kChunkEvents;
+        if (n == 0)
+            return 0;
+        std::uint32_t last = seq;
+        for (std::uint32_t i = 0; i < n; ++i) {
+            EventRecord e = decodeEvent(buf.data() + kEventHeadSize + i * kEventRecordSize);
+            // Past the newest, or a firmware that went back: stop there.
+            if (e.seqNum > newest || e.seqNum < seq)
+                return 0;
+            last = e.seqNum;
+            if (!each(e))
+                return 0;
+        }
+        if (last >= newest)
+            return 0;
+        seq = last + 1;
+    }
+    return 0;
+}
+
+// Where a listing starts: the first sequence number to read, or nothing when
+// no event is asked for.
+struct Window {
+    bool empty = true;
+    std::uint32_t start = 0;
+};
+
+// The latest start from which at least `n` events pass the filter: then
+// exactly `n` do, the newest `n`. Works from the firmware's counts of events
+// from a sequence number on, so gaps in the numbers and the class filter are
+// taken into account without reading the events: the count falls by at most
+// one per sequence number, so stepping back in growing steps and then
+// halving the last step finds it in a few requests.
+int newestStart(AdapterDataKvi& a, std::uint32_t lower, std::uint32_t newest, unsigned long long n,
+                std::uint32_t filter, std::uint32_t& start) {
+    auto count = [&](std::uint32_t from, unsigned long long& out) {
+        unsigned int c = 0;
+        int rc = a.getEventCnt(&c, from, filter);
+        out = c;
+        return rc;
+    };
+    // Most logs number their events without gaps: n back from the newest.
+    std::uint32_t hi =
+        newest - lower + 1ull > n ? static_cast<std::uint32_t>(newest - n + 1) : lower;
+    unsigned long long c = 0;
+    if (int rc = count(hi, c))
+        return rc;
+    start = hi;
+    if (c >= n || hi == lower)
+        return 0;
+    // count(hi) < n: step back until a start has n.
+    std::uint32_t lo = hi;
+    for (unsigned long long step = n;; step *= 2) {
+        lo = hi - lower > step ? static_cast<std::uint32_t>(hi - step) : lower;
+        if (int rc = count(lo, c))
+            return rc;
+        if (c >= n)
+            break;
+        start = lo;
+        if (lo == lower)
+            return 0; // the whole range holds fewer than n
+        hi = lo;
+    }
+    // count(lo) >= n > count(hi)
+    while (hi - lo > 1) {
+        std::uint32_t mid = lo + (hi - lo) / 2;
+        if (int rc = count(mid, c))
+            return rc;
+        if (c >= n)
+            lo = mid;
+        else
+            hi = mid;
+    }
+    start = lo;
+    return 0;
+}
+
+// The window the arguments ask for in a log of `info`; without a start
+// option it starts at the oldest event. Fails the target and returns false
+// on a failed read.
+bool findWindow(App& app, Target& t, const ListArgs& args, const KV_EVT_LOG_INFO& info, Window& w) {
+    const std::uint32_t newest = info.newestSeqNum, oldest = info.oldestSeqNum;
+    const std::uint32_t filter = filterWord(args.lowestClass);
+    w = Window();
+    if (newest < oldest)
+        return true; // nothing held
+    std::uint32_t lower = oldest;
+    if (args.fromSeq)
+        lower = std::max(*args.fromSeq, oldest);
+    else if (args.sinceBoot)
+        // A boot older than the oldest event held: every event held is since then.
+        lower = std::max(info.bootSeqNum, oldest);
+    if (lower > newest)
+        return true;
+    if (args.sinceTime) {
+        // The log is in time order: it starts at the first event stamped at or
+        // after the time, and what follows it belongs too, also events stamped
+        // from boot (they cannot be placed on their own).
+        bool found = false;
+        std::uint32_t at = lower;
+        int rc = readEvents(
+            *t.adapter, lower, newest, filter,
+            [&](const EventRecord& e) {
+                if (bootRelative(e.timeStamp) || eventInstant(e.timeStamp) < *args.sinceTime)
+                    return true;
+                lower = e.seqNum;
+                found = true;
+                return false;
+            },
+            at);
+        if (rc != 0) {
+            app.fail(t, "reading events from sequence number " + std::to_string(at), rc);
+            return false;
+        }
+        if (!found)
+            return true;
+    }
+    if (args.lastCount != 0) {
+        int rc = newestStart(*t.adapter, lower, newest, args.lastCount, filter, lower);
+        if (rc != 0) {
+            app.fail(t, "counting the events", rc);
+            return false;
+        }
+    }
+    w.empty = false;
+    w.start = lower;
+    return true;
+}
+
+// One event as a text row.
+std::string textRow(const EventRecord& e) {
+    char line[96];
+    std::snprintf(line, sizeof line, "%-10u  %-19s  %-8s  0x%04x  %-6u  ", e.seqNum,
+                  eventTime(e.timeStamp).c_str(), eventClassName(e.eventClass), e.locale, e.code);
+    return line + json::TextWriter::Printable(e.description) + "\n";
+}
+
+std::string textHeader() {
+    char line[160];
+    std::snprintf(line, sizeof line, "%-10s  %-19s  %-8s  %-6s  %-6s  %s\n", "Sequence", "Time",
+                  "Class", "Locale", "Code", "Description");
+    // Dashes under the header, as the other tables have them.
+    return line + std::string(10, '-') + "  " + std::string(19, '-') + "  " + std::string(8, '-') +
+           "  " + std::string(6, '-') + "  " + std::string(6, '-') + "  " + std::string(11, '-') +
+           "\n";
+}
 
 Command eventsInfo(App& app) {
     Command c;
@@ -65,15 +269,83 @@ void addClassOption(CLI::App* sub, std::string& cls) {
         ->check(checkedBy([](const std::string& c) { parseEventClass(c); }));
 }
 
+// Where to start and how many.
+void addWindowOptions(CLI::App* sub, ListArgs& a) {
+    a.fromOpt = sub->add_option("--from", a.from, "Start at sequence number SEQ")
+                    ->type_name("SEQ")
+                    ->check(unsignedIn(0, 0xFFFFFFFFu, "--from"));
+    a.sinceOpt =
+        sub->add_option("--since", a.since,
+                        "Start at the first event at or after TIME: local time YYYY-MM-DD[ "
+                        "HH:MM[:SS]] or ISO 8601 with a zone (2026-07-01T12:00:00+02:00, ...Z)")
+            ->type_name("TIME")
+            ->check(checkedBy([](const std::string& text) { parseInstant(text, "--since"); }));
+    sub->add_flag("--since-boot", a.sinceBoot,
+                  "Start at the controller's last boot (the boot sequence number of the log)");
+    a.lastOpt = sub->add_option("--last", a.last, "The newest N events (printed oldest first)")
+                    ->type_name("N")
+                    ->check(unsignedIn(1, 0xFFFFFFFFu, "--last"));
+    addClassOption(sub, a.cls);
+}
+
+Command eventsList(App& app, std::shared_ptr<ListArgs> args) {
+    Command c;
+    c.name = "events list";
+    c.validate = [args] { validateList(*args); };
+    c.run = [&app, args](Target& t) {
+        KV_EVT_LOG_INFO* info = nullptr;
+        int rc = t.adapter->getEventLogInfo(&info);
+        if (rc != 0 || info == nullptr) {
+            app.fail(t, "reading the event log information", rc);
+            return;
+        }
+        const KV_EVT_LOG_INFO landmarks = *info;
+        Window w;
+        if (!findWindow(app, t, *args, landmarks, w))
+            return;
+        std::FILE* stream = nullptr;
+        if (app.json()) {
+            stream = app.deferArray(t, "events");
+            if (stream == nullptr) {
+                app.error("tmpfile", "cannot create a temporary file for the event list",
+                          kExitFailed);
+                return;
+            }
+        } else {
+            app.out() << "Events\n======\n" << textHeader();
+        }
+        unsigned long long shown = 0;
+        std::uint32_t at = 0;
+        if (!w.empty)
+            rc = readEvents(
+                *t.adapter, w.start, landmarks.newestSeqNum, filterWord(args->lowestClass),
+                [&](const EventRecord& e) {
+                    if (stream != nullptr)
+                        app.appendDeferred(stream, eventJson(e), shown == 0);
+                    else
+                        app.out() << textRow(e);
+                    ++shown;
+                    return args->maxCount == 0 || shown < args->maxCount;
+                },
+                at);
+        if (rc != 0)
+            app.fail(t, "reading events from sequence number " + std::to_string(at), rc);
+        if (app.json())
+            (*t.entry)["count"] = json::UNumber(shown);
+    };
+    return c;
+}
+
 } // namespace
 
 void registerEvents(CLI::App& root, App& app) {
     auto* g = root.add_subcommand(
         "events", "The controller's event log: info, count, list, clear (default: info)");
     g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim events\n  kvictl --sim events list --max 20\n"
-              "  kvictl --sim events list --from 1000 --class warning\n  kvictl --sim events count "
-              "--class critical\n"
+    g->footer("Examples:\n  kvictl --sim events\n  kvictl --sim events list --last 20\n"
+              "  kvictl --sim events list --since '2023-11-14 08:00' --class warning\n"
+              "  kvictl --sim events list --since-boot\n"
+              "  kvictl --sim events count --class critical\n"
               "  kvictl --sim -y events clear");
     verb(*g, "info", "Show the sequence numbers of the log")->callback([&app] {
         app.setCommand(eventsInfo(app));
@@ -111,104 +383,16 @@ void registerEvents(CLI::App& root, App& app) {
     });
 
     auto listArgs = std::make_shared<ListArgs>();
-    auto* list = verb(*g, "list", "List events in sequence order, streamed");
-    list->add_option("--from", listArgs->from, "First sequence number (default: the oldest)")
-        ->type_name("SEQ")
-        ->check(unsignedIn(0, 0xFFFFFFFFu, "--from"));
-    list->add_option("--max", listArgs->max, "At most N events")
-        ->type_name("N")
-        ->check(unsignedIn(1, 0xFFFFFFFFu, "--max"));
-    addClassOption(list, listArgs->cls);
-    list->callback([&app, listArgs] {
-        Command c;
-        c.name = "events list";
-        c.validate = [listArgs] {
-            if (!listArgs->from.empty()) {
-                listArgs->fromSeq = static_cast<std::uint32_t>(
-                    parseUnsigned(listArgs->from, 0, 0xFFFFFFFFu, "--from"));
-                listArgs->hasFrom = true;
-            }
-            if (!listArgs->max.empty())
-                listArgs->maxCount = parseUnsigned(listArgs->max, 1, 0xFFFFFFFFu, "--max");
-            if (!listArgs->cls.empty())
-                listArgs->lowestClass = parseEventClass(listArgs->cls);
-        };
-        c.run = [&app, listArgs](Target& t) {
-            KV_EVT_LOG_INFO* info = nullptr;
-            int rc = t.adapter->getEventLogInfo(&info);
-            if (rc != 0 || info == nullptr) {
-                app.fail(t, "reading the event log information", rc);
-                return;
-            }
-            const std::uint32_t newest = info->newestSeqNum;
-            std::uint32_t seq = listArgs->hasFrom ? listArgs->fromSeq : info->oldestSeqNum;
-            std::vector<std::uint8_t> buf(kEventHeadSize + kChunkEvents * kEventRecordSize);
-            std::FILE* stream = nullptr;
-            if (app.json()) {
-                stream = app.deferArray(t, "events");
-                if (stream == nullptr) {
-                    app.error("tmpfile", "cannot create a temporary file for the event list",
-                              kExitFailed);
-                    return;
-                }
-            } else {
-                app.out() << "Events\n======\n";
-                char line[160];
-                std::snprintf(line, sizeof line, "%-10s  %-19s  %-8s  %-6s  %-6s  %s\n", "Sequence",
-                              "Time", "Class", "Locale", "Code", "Description");
-                app.out() << line;
-                // Dashes under the header, as the other tables have them.
-                app.out() << std::string(10, '-') << "  " << std::string(19, '-') << "  "
-                          << std::string(8, '-') << "  " << std::string(6, '-') << "  "
-                          << std::string(6, '-') << "  " << std::string(11, '-') << "\n";
-            }
-            unsigned long long shown = 0;
-            bool done = seq > newest;
-            while (!done) {
-                std::memset(buf.data(), 0, buf.size());
-                rc = t.adapter->getEventList(seq, reinterpret_cast<char*>(buf.data()),
-                                             static_cast<unsigned int>(buf.size()),
-                                             filterWord(listArgs->lowestClass));
-                if (rc != 0) {
-                    app.fail(t, "reading events from sequence number " + std::to_string(seq), rc);
-                    break;
-                }
-                std::uint32_t n = std::uint32_t(buf[0]) | std::uint32_t(buf[1]) << 8 |
-                                  std::uint32_t(buf[2]) << 16 | std::uint32_t(buf[3]) << 24;
-                // The firmware's count is capped at what the buffer holds.
-                if (n > kChunkEvents)
-                    n = kChunkEvents;
-                if (n == 0)
-                    break;
-                std::uint32_t last = seq;
-                for (std::uint32_t i = 0; i < n; ++i) {
-                    EventRecord e = decodeEvent(buf.data() + kEventHeadSize + i * kEventRecordSize);
-                    last = e.seqNum;
-                    if (stream != nullptr) {
-                        app.appendDeferred(stream, eventJson(e), shown == 0);
-                    } else {
-                        char line[96];
-                        std::snprintf(line, sizeof line, "%-10u  %-19s  %-8s  0x%04x  %-6u  ",
-                                      e.seqNum, eventTime(e.timeStamp).c_str(),
-                                      eventClassName(e.eventClass), e.locale, e.code);
-                        app.out() << line << json::TextWriter::Printable(e.description) << "\n";
-                    }
-                    ++shown;
-                    if (listArgs->maxCount != 0 && shown >= listArgs->maxCount) {
-                        done = true;
-                        break;
-                    }
-                }
-                // Stop at the newest event, or when the firmware does not move on.
-                if (last >= newest || last < seq)
-                    break;
-                seq = last + 1;
-            }
-            if (app.json())
-                (*t.entry)["count"] = json::UNumber(shown);
-        };
-        app.setCommand(std::move(c));
-    });
+    auto* list =
+        verb(*g, "list", "List events in sequence order, streamed (default: the whole log)");
+    addWindowOptions(list, *listArgs);
+    listArgs->maxOpt =
+        list->add_option("--max", listArgs->max, "The oldest N events from the start")
+            ->type_name("N")
+            ->check(unsignedIn(1, 0xFFFFFFFFu, "--max"));
+    list->footer("One start (--from, --since, --since-boot) and one count (--max or --last)\n"
+                 "combine: --since-boot --last 5 lists the newest five since the last boot.");
+    list->callback([&app, listArgs] { app.setCommand(eventsList(app, listArgs)); });
 
     verb(*g, "clear", "Clear the event log (asks first; -y off a terminal)")->callback([&app] {
         Command c;

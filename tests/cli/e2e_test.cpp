@@ -789,11 +789,6 @@ TEST(Cli, EventsListStreamsAHundredThousandEventsInFlatMemory) {
     EXPECT_LT(b.maxRssKb - s.maxRssKb, 8 * 1024) << b.maxRssKb << " KB vs " << s.maxRssKb << " KB";
 #endif
 
-    Result j =
-        runKvictl({"--sim=" + big, "-o", "json-compact", "events", "list", "--from", "99990"});
-    ojson doc = ojson::parse(j.out);
-    EXPECT_EQ(doc["controllers"][0]["events"].size(), 11u);
-    EXPECT_EQ(doc["controllers"][0]["events"][0]["sequence"], 99990);
     std::remove(big.c_str());
     std::remove(small.c_str());
 }

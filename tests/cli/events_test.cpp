@@ -1,0 +1,213 @@
+// kvictl events list end to end: which events a start (--from, --since,
+// --since-boot) and a count (--max, --last) select, in a summer-time zone and
+// in UTC; contradictory options refused before anything is sent.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "Run.h"
+#include "tests/support/ScratchDir.h"
+
+using clitest::readFile;
+using clitest::Result;
+using clitest::runKvictl;
+using clitest::RunOptions;
+using clitest::writeFile;
+using ojson = nlohmann::ordered_json;
+
+namespace {
+
+const std::map<std::string, std::string> kUtc = {{"TZ", "UTC0"}, {"KVICTL_SIM_TIME", "1700000000"}};
+// 1 July 2026, 12:00 in Berlin (summer time, UTC+2).
+const std::map<std::string, std::string> kBerlinSummer = {{"TZ", "Europe/Berlin"},
+                                                          {"KVICTL_SIM_TIME", "1782900000"}};
+
+RunOptions in(const std::map<std::string, std::string>& env) {
+    RunOptions o;
+    o.env = env;
+    o.limitSeconds = 300;
+    return o;
+}
+
+// The sequence numbers of `events list -o json`.
+std::vector<unsigned> sequences(const Result& r) {
+    std::vector<unsigned> out;
+    ojson doc = ojson::parse(r.out, nullptr, false);
+    if (doc.is_discarded())
+        return out;
+    for (const ojson& e : doc["controllers"][0]["events"])
+        out.push_back(e["sequence"].get<unsigned>());
+    return out;
+}
+
+// The sequence numbers of the text rows (after the title, header and rule).
+std::vector<unsigned> textSequences(const std::string& text) {
+    std::vector<unsigned> out;
+    std::istringstream lines(text);
+    std::string line;
+    int n = 0;
+    while (std::getline(lines, line))
+        if (++n > 4)
+            out.push_back(static_cast<unsigned>(std::stoul(line)));
+    return out;
+}
+
+int requestsIn(const std::string& capture) {
+    std::istringstream in(readFile(capture));
+    std::string line;
+    int n = 0;
+    while (std::getline(in, line))
+        n += line.find(R"("type":"dcmd")") != std::string::npos;
+    return n;
+}
+
+} // namespace
+
+// The default profile logs events 1-5, 86400, 86390, 82000, 40000 and 3600 s
+// before now; "boot" adds a controller boot, an event stamped 5 s after boot
+// and one 50 s ago.
+TEST(Events, ListSelectsTheWindowAsked) {
+    kvitest::ScratchDir dir("kvictl-events");
+    const std::string boot = dir.file("boot.json");
+    writeFile(boot, R"({"base": "default", "events": [
+        {"code": 1, "description": "Controller booted", "age": 100},
+        {"code": 264, "description": "Time established", "bootSeconds": 5},
+        {"code": 50, "description": "Alarm silenced", "age": 50}]})");
+    // A restart, then an alarm silenced: the boot is event 7.
+    const std::string state = dir.file("state.json");
+    ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "-y", "restart"}).exitCode, 0);
+    ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "alarm", "silence"}).exitCode, 0);
+
+    // Each case runs `kvictl --sim BACKEND... events list OPTIONS...`.
+    struct Case {
+        const char* name;
+        bool summer; // Berlin summer time, else UTC
+        std::vector<std::string> options;
+        std::vector<unsigned> want;
+        std::vector<std::string> backend = {};
+    };
+    const std::vector<std::string> bootProfile = {"--sim-profile", boot};
+    const std::vector<std::string> restarted = {"--sim-state", state};
+    const Case cases[] = {
+        {"whole log", false, {}, {1, 2, 3, 4, 5}},
+        {"newest two", false, {"--last", "2"}, {4, 5}},
+        {"more than the log holds", false, {"--last", "9"}, {1, 2, 3, 4, 5}},
+        {"oldest two from 2", false, {"--from", "2", "--max", "2"}, {2, 3}},
+        {"newest two from 2", false, {"--from", "2", "--last", "2"}, {4, 5}},
+        {"newest warnings", false, {"--last", "2", "--class", "warning"}, {4}},
+        // UTC: event 4 at 2023-11-14 11:06:40, event 5 at 21:13:20.
+        {"local time, at the event", false, {"--since", "2023-11-14 11:06:40"}, {4, 5}},
+        {"local time, a second later", false, {"--since", "2023-11-14 11:06:41"}, {5}},
+        {"local date", false, {"--since", "2023-11-14"}, {4, 5}},
+        {"ISO with offset", false, {"--since", "2023-11-14T12:06:40+01:00"}, {4, 5}},
+        {"ISO Z, a second later", false, {"--since", "2023-11-14T11:06:41Z"}, {5}},
+        {"after the newest", false, {"--since", "2023-11-15"}, {}},
+        // Berlin summer time: event 3 at 2026-06-30 13:13:20, event 4 at
+        // 2026-07-01 00:53:20 (22:53:20 UTC), event 5 at 11:00:00.
+        {"summer local time", true, {"--since", "2026-07-01 00:53:20"}, {4, 5}},
+        {"summer local, a second later", true, {"--since", "2026-07-01 00:53:21"}, {5}},
+        {"summer HH:MM", true, {"--since", "2026-06-30 13:13"}, {3, 4, 5}},
+        {"summer ISO Z", true, {"--since", "2026-06-30T22:53:20Z"}, {4, 5}},
+        {"summer ISO offset", true, {"--since", "2026-07-01T00:53:21+02:00"}, {5}},
+        {"newest since a time", true, {"--since", "2026-06-30", "--last", "1"}, {5}},
+        // A boot-relative stamp follows the events before it.
+        {"boot stamp kept", false, {"--since", "2023-11-14 22:11:40"}, {6, 7, 8}, bootProfile},
+        {"boot stamp left", false, {"--since", "2023-11-14 22:12:00"}, {8}, bootProfile},
+        {"since the profile's boot", false, {"--since-boot"}, {6, 7, 8}, bootProfile},
+        {"since a restart", false, {"--since-boot"}, {7, 8}, restarted},
+        {"newest since a restart", false, {"--since-boot", "--last", "1"}, {8}, restarted},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<std::string> args = {"--sim"};
+        args.insert(args.end(), c.backend.begin(), c.backend.end());
+        args.insert(args.end(), {"events", "list"});
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const RunOptions env = in(c.summer ? kBerlinSummer : kUtc);
+        Result text = runKvictl(args, env);
+        ASSERT_EQ(text.exitCode, 0) << text.err;
+        EXPECT_EQ(textSequences(text.out), c.want) << text.out;
+        args.insert(args.begin() + 1, {"-o", "json"});
+        Result json = runKvictl(args, env);
+        ASSERT_EQ(json.exitCode, 0) << json.err;
+        EXPECT_EQ(sequences(json), c.want);
+    }
+
+    // JSON times: ISO 8601 with the summer offset and epoch seconds; a
+    // boot-relative stamp gives seconds since boot and null times.
+    ojson summer = ojson::parse(
+        runKvictl({"--sim", "-o", "json", "events", "list", "--last", "1"}, in(kBerlinSummer)).out);
+    EXPECT_EQ(
+        summer["controllers"][0]["events"][0].dump(),
+        R"({"sequence":5,"time":"2026-07-01T11:00:00+02:00","time_epoch_seconds":1782896400,)"
+        R"("class":"info","locale":2,"code":259,"description":"Patrol Read complete on drive 7"})");
+    ojson early = ojson::parse(
+        runKvictl({"--sim=" + boot, "-o", "json", "events", "list", "--from", "7", "--max", "1"})
+            .out);
+    EXPECT_EQ(early["controllers"][0]["events"][0].dump(),
+              R"({"sequence":7,"time":null,"time_epoch_seconds":null,"seconds_since_boot":5,)"
+              R"("class":"info","locale":0,"code":264,"description":"Time established"})");
+}
+
+// The newest N of a large log, also filtered by class (sequence numbers with
+// gaps), from the firmware's counts: a few requests, not the whole log.
+TEST(Events, LastOfALargeLogReadsOnlyItsEnd) {
+    kvitest::ScratchDir dir("kvictl-events");
+    const std::string big = dir.file("big.json"), cap = dir.file("cap.jsonl");
+    writeFile(big, R"({"base": "default", "eventLog": {"generate": 100000}})");
+    Result all = runKvictl(
+        {"--sim=" + big, "-o", "json", "events", "list", "--from", "99000", "--class", "critical"},
+        in(kUtc));
+    std::vector<unsigned> critical = sequences(all);
+    ASSERT_GT(critical.size(), 3u);
+    const std::vector<unsigned> newest3(critical.end() - 3, critical.end());
+    struct Case {
+        std::vector<std::string> args;
+        std::vector<unsigned> want;
+    };
+    const Case cases[] = {
+        {{"--last", "5"}, {99996, 99997, 99998, 99999, 100000}},
+        {{"--last", "3", "--class", "critical"}, newest3},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = {"--sim=" + big, "--record", cap,   "-o",
+                                         "json",         "events",   "list"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        Result r = runKvictl(args, in(kUtc));
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        EXPECT_EQ(sequences(r), c.want);
+        EXPECT_LT(requestsIn(cap), 40) << "the log was read, not counted";
+    }
+}
+
+// A start given twice, or the oldest and the newest N at once, is refused
+// before anything is sent; so are values out of range.
+TEST(Events, ContradictoryOptionsAreRefused) {
+    kvitest::ScratchDir dir("kvictl-events");
+    const std::string cap = dir.file("cap.jsonl");
+    struct Case {
+        std::vector<std::string> args; // after "events"
+        const char* message;
+    };
+    const Case cases[] = {
+        {{"list", "--from", "2", "--since-boot"}, "give one of them"},
+        {{"list", "--since", "2023-11-14", "--from", "3"}, "give one of them"},
+        {{"list", "--max", "2", "--last", "2"}, "contradict each other"},
+        {{"list", "--since", "yesterday"}, "is not a time"},
+        {{"list", "--since", "2023-02-30"}, "is not a time"},
+        {{"list", "--since", "2023-11-14T10:00+25:00"}, "is not a time"},
+        {{"list", "--last", "0"}, "--last"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> args = {"--sim", "--record", cap, "events"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        SCOPED_TRACE(args[4] + " " + args[5]);
+        std::remove(cap.c_str());
+        Result r = runKvictl(args, in(kUtc));
+        EXPECT_EQ(r.exitCode, 2);
+        EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+        EXPECT_EQ(requestsIn(cap), 0);
+    }
+}
