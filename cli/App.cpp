@@ -1,14 +1,19 @@
 #include "cli/App.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -503,7 +508,133 @@ std::string stateMismatch(const kvi::sim::Simulator& sim, const GlobalOptions& o
            "; remove the file to start afresh, or drop " + drop + " to go on with it";
 }
 
+// SIGINT and SIGTERM wait, blocked, until the command asks for them; a
+// reader that goes away (SIGPIPE) shows as a failed write instead, so the run
+// still ends through its own end (the capture kept, exit status 5).
+void blockStopSignals() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+// Waits `seconds` for SIGINT or SIGTERM (blocked by blockStopSignals); true
+// when one came.
+bool waitForStop(unsigned seconds) {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGTERM);
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    for (;;) {
+        const auto left = until - std::chrono::steady_clock::now();
+        if (left <= std::chrono::steady_clock::duration::zero())
+            return false;
+        const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(left).count();
+        timespec ts{};
+        ts.tv_sec = static_cast<time_t>(ns / 1000000000);
+        ts.tv_nsec = static_cast<long>(ns % 1000000000);
+        const int sig = sigtimedwait(&set, nullptr, &ts);
+        if (sig > 0)
+            return true;
+        if (errno != EINTR) // EAGAIN: the time is up
+            return false;
+    }
+}
+
 } // namespace
+
+void App::runController(unsigned index, Gate& gate, bool changes, bool readStatus) {
+    BackendController controller(gate, ControllerId(index));
+    AdapterDataKvi adapter(&controller, controller.getControllerId());
+    json::Object scratch;
+    Target t;
+    t.index = index;
+    t.backend = &gate;
+    t.gate = &gate;
+    t.controller = &controller;
+    t.adapter = &adapter;
+    // The status comes from the controller information every command
+    // loads anyway; one that cannot be read is "unknown", never a guess.
+    int statusRc = 0;
+    const KV_CTRL_INFO* info = readStatus ? adapter.ctrlInfoOrStatus(&statusRc) : nullptr;
+    if (info != nullptr) {
+        t.statusKnown = true;
+        t.status = RaidManager::deriveControllerStatus(*info);
+    }
+    if (json() && !command_->jsonLines) {
+        t.entry = &envelope_->AddController(index, t.statusKnown ? t.status : -1, t.statusName(),
+                                            t.statusKnown
+                                                ? RaidManager::controllerStatusDescription(t.status)
+                                                : "The controller's status could not be read");
+        entries_.push_back(t.entry);
+    } else {
+        t.entry = &scratch;
+        if (!json() && multi_ && command_->headers) {
+            if (!firstBlock_)
+                out() << "\n";
+            out() << "Controller " << index << "\n\n";
+            firstBlock_ = true;
+        }
+    }
+    if (readStatus && !t.statusKnown && !command_->ownStatusReport) {
+        // A controller that cannot report its own status is not sent
+        // changes; what only reads still runs and shows what it can.
+        fail(t,
+             changes ? "reading the controller status (nothing was changed)"
+                     : "reading the controller status",
+             statusRc);
+        if (changes)
+            return;
+    }
+    command_->run(t);
+    // A command that watches only reads; a note per round would break its lines.
+    if (opt_.dryRun && command_->followSeconds == 0)
+        reportDryRun(t, gate);
+}
+
+void App::follow(Opened& o, const std::vector<unsigned>& selected,
+                 const std::function<void()>& round) {
+    // The first round ran under the lock taken for loading; from now on the
+    // lock is held only while a round reads.
+    stateLock_.reset();
+    const bool replaying = !opt_.replay.empty();
+    for (;;) {
+        // Whole lines reach the reader as each round ends.
+        std::cout.flush();
+        if (exit_ != kExitOk || !std::cout)
+            return; // a failed round (the controller stopped answering) or a closed output
+        if (replaying) {
+            // A capture of a watching run holds whole rounds; it ends after the last.
+            bool left = false;
+            for (unsigned index : selected)
+                if (auto* r =
+                        dynamic_cast<kvi::ReplayBackend*>(o.transport.controllers[index].get()))
+                    left = left || r->remaining() > 0;
+            if (!left)
+                return;
+        } else if (waitForStop(command_->followSeconds)) {
+            return;
+        }
+        if (o.sim && !opt_.simState.empty()) {
+            stateLock_ = std::make_unique<kvi::files::StateLock>(opt_.simState, false);
+            try {
+                if (::access(opt_.simState.c_str(), F_OK) == 0)
+                    o.sim->refreshState(opt_.simState);
+            } catch (const std::exception& e) {
+                stateLock_.reset();
+                error("simulator",
+                      std::string("cannot read the simulator state again: ") + e.what(),
+                      kExitFailed);
+                return;
+            }
+        }
+        round();
+        stateLock_.reset();
+    }
+}
 
 int App::openAndRun() {
     // 1. Validate everything the arguments say, before anything is opened.
@@ -527,6 +658,11 @@ int App::openAndRun() {
             return exit_;
         }
     }
+
+    // A watching command ends on SIGINT or SIGTERM between rounds, never in
+    // the middle of a request or a line: the signals wait until then.
+    if (command_->followSeconds > 0)
+        blockStopSignals();
 
     // A command that changes the controller holds its text output until the
     // change is stored, so nothing claims a change that was not kept.
@@ -716,56 +852,19 @@ int App::openAndRun() {
     }
     multi_ = selected.size() > 1;
 
-    // 5. One BackendController and one AdapterDataKvi per controller, in turn.
-    std::vector<json::Object*> entries; // the controllers' JSON entries
+    // 5. One BackendController and one AdapterDataKvi per controller, in turn
+    // (per round, for a command that watches).
     if (!selected.empty())
         controllersRead_ = true;
-    for (unsigned index : selected) {
-        Gate& gate = *o.gates[index];
-        BackendController controller(gate, ControllerId(index));
-        AdapterDataKvi adapter(&controller, controller.getControllerId());
-        json::Object scratch;
-        Target t;
-        t.index = index;
-        t.backend = &gate;
-        t.gate = &gate;
-        t.controller = &controller;
-        t.adapter = &adapter;
-        // The status comes from the controller information every command
-        // loads anyway; one that cannot be read is "unknown", never a guess.
-        int statusRc = 0;
-        if (const KV_CTRL_INFO* info = adapter.ctrlInfoOrStatus(&statusRc)) {
-            t.statusKnown = true;
-            t.status = RaidManager::deriveControllerStatus(*info);
-        }
-        if (json()) {
-            t.entry = &envelope_->AddController(
-                index, t.statusKnown ? t.status : -1, t.statusName(),
-                t.statusKnown ? RaidManager::controllerStatusDescription(t.status)
-                              : "The controller's status could not be read");
-            entries.push_back(t.entry);
-        } else {
-            t.entry = &scratch;
-            if (multi_ && command_->headers) {
-                if (!firstBlock_)
-                    out() << "\n";
-                out() << "Controller " << index << "\n\n";
-                firstBlock_ = true;
-            }
-        }
-        if (!t.statusKnown && !command_->ownStatusReport) {
-            // A controller that cannot report its own status is not sent
-            // changes; what only reads still runs and shows what it can.
-            fail(t,
-                 changes ? "reading the controller status (nothing was changed)"
-                         : "reading the controller status",
-                 statusRc);
-            if (changes)
-                continue;
-        }
-        command_->run(t);
-        if (opt_.dryRun)
-            reportDryRun(t, gate);
+    for (unsigned index : selected)
+        runController(index, *o.gates[index], changes, true);
+    if (command_->followSeconds > 0 && !selected.empty()) {
+        // Later rounds read only what the command reads: the status was
+        // checked in the first.
+        follow(o, selected, [&] {
+            for (unsigned index : selected)
+                runController(index, *o.gates[index], changes, false);
+        });
     }
     // Nothing selected (no such controller): nothing was read, so there is
     // nothing to sum up either.
@@ -781,7 +880,7 @@ int App::openAndRun() {
                 kvi::files::replaceFile(opt_.simState, now);
         } catch (const std::exception& e) {
             stored = false;
-            for (json::Object* entry : entries)
+            for (json::Object* entry : entries_)
                 markNotKept(*entry);
             error("simulator",
                   std::string("the change was not kept: cannot write the simulator state: ") +

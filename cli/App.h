@@ -66,6 +66,7 @@ struct GlobalOptions {
 };
 
 class Gate;
+struct Opened;
 
 // One selected controller for the duration of a command.
 struct Target {
@@ -104,6 +105,16 @@ struct Command {
     // Files the command's own options name (option, path), checked with the
     // global ones: no two options may name one file.
     std::vector<std::pair<std::string, std::string>> files;
+    // A command that watches (events follow) runs further rounds over the
+    // selected controllers, `followSeconds` apart, until SIGINT or SIGTERM
+    // ends it (exit 0) or a round fails. Nothing is held between rounds: each
+    // round takes the simulator state's lock and reads the state afresh, so
+    // commands on the same state file run in between. A replayed capture is
+    // followed to its end without waiting. 0: one round.
+    unsigned followSeconds = 0;
+    // In JSON the command writes JSON Lines itself: no envelope is written and
+    // no controller entry is kept (t.entry is a scratch object).
+    bool jsonLines = false;
     // The command reports a controller status it cannot read in its own way
     // (metrics: a missing series; check: UNKNOWN), not as a failure of the run.
     bool ownStatusReport = false;
@@ -131,6 +142,8 @@ public:
     bool json() const { return format_ != OutputFormat::Text; }
     // Text output goes here (stdout).
     std::ostream& out();
+    // More than one controller is selected.
+    bool several() const { return multi_; }
     // Selects the command to run (called from a subcommand callback).
     void setCommand(Command command);
 
@@ -172,6 +185,12 @@ public:
 private:
     int run(const std::vector<std::string>& args);
     int openAndRun();
+    // Runs the command on one controller: a fresh BackendController and
+    // AdapterDataKvi, its status (when `readStatus`), then the command.
+    void runController(unsigned index, Gate& gate, bool changes, bool readStatus);
+    // The further rounds of a command that watches (Command::followSeconds).
+    void follow(Opened& o, const std::vector<unsigned>& selected,
+                const std::function<void()>& round);
     void writeEnvelope();
     void writeWithStreams(const std::string& doc, std::ostream& os);
     bool confirm(const std::string& question);
@@ -189,7 +208,8 @@ private:
     int exit_ = kExitOk;
     bool multi_ = false; // more than one controller selected (text headers)
     bool firstBlock_ = true;
-    bool controllersRead_ = false; // the first controller has been worked on
+    bool controllersRead_ = false;       // the first controller has been worked on
+    std::vector<json::Object*> entries_; // the controllers' JSON entries
     std::vector<std::pair<std::string, std::FILE*>> streams_;
     int streamError_ = 0;  // errno of the first failed write to a stream's scratch file
     bool holding_ = false; // text output is held until a change is stored

@@ -82,7 +82,8 @@ void App::writeWithStreams(const std::string& doc, std::ostream& os) {
 }
 
 void App::writeEnvelope() {
-    if (!envelope_)
+    // A command writing JSON Lines has no envelope around them.
+    if (!envelope_ || (command_ && command_->jsonLines))
         return;
     // A long list that did not reach its scratch file would come out short.
     for (auto& s : streams_)

@@ -47,10 +47,11 @@ std::string LogSession::finish() {
 
 bool readOnlyCommand(const std::string& name) {
     static const std::set<std::string> kReadOnly = {
-        "list",         "show",         "properties", "get",         "raw",
-        "rules",        "metrics",      "check",      "topology",    "events info",
-        "events count", "events list",  "alarm show", "bbu show",    "bios show",
-        "boot show",    "capture show", "cc show",    "patrol show", "security show"};
+        "list",         "show",        "properties",    "get",        "raw",
+        "rules",        "metrics",     "check",         "topology",   "events info",
+        "events count", "events list", "events follow", "alarm show", "bbu show",
+        "bios show",    "boot show",   "capture show",  "cc show",    "patrol show",
+        "security show"};
     return kReadOnly.count(name) != 0;
 }
 

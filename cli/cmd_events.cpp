@@ -1,14 +1,15 @@
-// kvictl events [info|count|list|clear]: the controller's event log. `list`
-// reads the log in chunks and writes each event as it is decoded, so memory
-// stays flat whatever the size of the log: where to start is worked out from
-// the log's sequence numbers (and, for the newest N, from the firmware's
-// event counts), never by holding events.
+// kvictl events [info|count|list|follow|clear]: the controller's event log.
+// `list` and `follow` read the log in chunks and write each event as it is
+// decoded, so memory stays flat whatever the size of the log: where to start
+// is worked out from the log's sequence numbers (and, for the newest N, from
+// the firmware's event counts), never by holding events.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "cli/Doc.h"
 #include "cli/Util.h"
 #include "firmware/kv.h"
+#include "json/JsonWriter.h"
 #include "json/TextWriter.h"
 
 namespace cli {
@@ -35,12 +37,13 @@ std::uint32_t filterWord(int lowestClass) {
            0xFFFFu;
 }
 
-// What `events list` was asked for. A start (--from,
+// What `events list` and `events follow` were asked for. A start (--from,
 // --since or --since-boot, at most one) and a count (--max, the oldest N from
 // the start, or --last, the newest N; at most one) and the lowest class.
 struct ListArgs {
     std::string from, max, cls, since, last;
     bool sinceBoot = false;
+    std::string interval = "5"; // follow: seconds between polls
     CLI::Option *fromOpt = nullptr, *maxOpt = nullptr, *lastOpt = nullptr, *sinceOpt = nullptr;
 
     std::optional<std::uint32_t> fromSeq;
@@ -171,10 +174,12 @@ int newestStart(AdapterDataKvi& a, std::uint32_t lower, std::uint32_t newest, un
     return 0;
 }
 
-// The window the arguments ask for in a log of `info`; without a start
-// option it starts at the oldest event. Fails the target and returns false
-// on a failed read.
-bool findWindow(App& app, Target& t, const ListArgs& args, const KV_EVT_LOG_INFO& info, Window& w) {
+// The window the arguments ask for in a log of `info`. Without a start
+// option it starts at the oldest event, or with `followNew` past the newest
+// (follow: only what comes). Fails the target and returns false on a failed
+// read.
+bool findWindow(App& app, Target& t, const ListArgs& args, const KV_EVT_LOG_INFO& info,
+                bool followNew, Window& w) {
     const std::uint32_t newest = info.newestSeqNum, oldest = info.oldestSeqNum;
     const std::uint32_t filter = filterWord(args.lowestClass);
     w = Window();
@@ -186,6 +191,8 @@ bool findWindow(App& app, Target& t, const ListArgs& args, const KV_EVT_LOG_INFO
     else if (args.sinceBoot)
         // A boot older than the oldest event held: every event held is since then.
         lower = std::max(info.bootSeqNum, oldest);
+    else if (!args.sinceTime && args.lastCount == 0 && followNew)
+        return true; // follow: only what comes
     if (lower > newest)
         return true;
     if (args.sinceTime) {
@@ -223,22 +230,27 @@ bool findWindow(App& app, Target& t, const ListArgs& args, const KV_EVT_LOG_INFO
     return true;
 }
 
-// One event as a text row.
-std::string textRow(const EventRecord& e) {
+// One event as a text row; `controller` in front when several are followed.
+std::string textRow(const EventRecord& e, const std::string& controller) {
     char line[96];
     std::snprintf(line, sizeof line, "%-10u  %-19s  %-8s  0x%04x  %-6u  ", e.seqNum,
                   eventTime(e.timeStamp).c_str(), eventClassName(e.eventClass), e.locale, e.code);
-    return line + json::TextWriter::Printable(e.description) + "\n";
+    std::string row =
+        controller.empty() ? "" : controller + std::string(12 - controller.size(), ' ');
+    return row + line + json::TextWriter::Printable(e.description) + "\n";
 }
 
-std::string textHeader() {
+std::string textHeader(bool controllerColumn) {
     char line[160];
     std::snprintf(line, sizeof line, "%-10s  %-19s  %-8s  %-6s  %-6s  %s\n", "Sequence", "Time",
                   "Class", "Locale", "Code", "Description");
     // Dashes under the header, as the other tables have them.
-    return line + std::string(10, '-') + "  " + std::string(19, '-') + "  " + std::string(8, '-') +
-           "  " + std::string(6, '-') + "  " + std::string(6, '-') + "  " + std::string(11, '-') +
-           "\n";
+    std::string rule = std::string(10, '-') + "  " + std::string(19, '-') + "  " +
+                       std::string(8, '-') + "  " + std::string(6, '-') + "  " +
+                       std::string(6, '-') + "  " + std::string(11, '-') + "\n";
+    if (!controllerColumn)
+        return line + rule;
+    return "Controller  " + std::string(line) + std::string(10, '-') + "  " + rule;
 }
 
 Command eventsInfo(App& app) {
@@ -269,7 +281,7 @@ void addClassOption(CLI::App* sub, std::string& cls) {
         ->check(checkedBy([](const std::string& c) { parseEventClass(c); }));
 }
 
-// Where to start and how many.
+// The start and count options list and follow share.
 void addWindowOptions(CLI::App* sub, ListArgs& a) {
     a.fromOpt = sub->add_option("--from", a.from, "Start at sequence number SEQ")
                     ->type_name("SEQ")
@@ -301,7 +313,7 @@ Command eventsList(App& app, std::shared_ptr<ListArgs> args) {
         }
         const KV_EVT_LOG_INFO landmarks = *info;
         Window w;
-        if (!findWindow(app, t, *args, landmarks, w))
+        if (!findWindow(app, t, *args, landmarks, false, w))
             return;
         std::FILE* stream = nullptr;
         if (app.json()) {
@@ -312,7 +324,7 @@ Command eventsList(App& app, std::shared_ptr<ListArgs> args) {
                 return;
             }
         } else {
-            app.out() << "Events\n======\n" << textHeader();
+            app.out() << "Events\n======\n" << textHeader(false);
         }
         unsigned long long shown = 0;
         std::uint32_t at = 0;
@@ -323,7 +335,7 @@ Command eventsList(App& app, std::shared_ptr<ListArgs> args) {
                     if (stream != nullptr)
                         app.appendDeferred(stream, eventJson(e), shown == 0);
                     else
-                        app.out() << textRow(e);
+                        app.out() << textRow(e, "");
                     ++shown;
                     return args->maxCount == 0 || shown < args->maxCount;
                 },
@@ -336,16 +348,90 @@ Command eventsList(App& app, std::shared_ptr<ListArgs> args) {
     return c;
 }
 
+// events follow: each round reads the log information and the events after
+// those already printed. Text rows, or JSON Lines with the controller first.
+Command eventsFollow(App& app, std::shared_ptr<ListArgs> args) {
+    Command c;
+    c.name = "events follow";
+    c.headers = false;
+    c.jsonLines = true;
+    c.followSeconds = static_cast<unsigned>(parseUnsigned(args->interval, 1, 3600, "--interval"));
+    auto next = std::make_shared<std::map<unsigned, std::uint32_t>>(); // per controller
+    auto headed = std::make_shared<bool>(false);
+    c.validate = [args] { validateList(*args); };
+    c.run = [&app, args, next, headed](Target& t) {
+        if (!app.json() && !*headed) {
+            app.out() << textHeader(app.several());
+            *headed = true;
+        }
+        KV_EVT_LOG_INFO* info = nullptr;
+        int rc = t.adapter->getEventLogInfo(&info);
+        if (rc != 0 || info == nullptr) {
+            app.fail(t, "reading the event log information (stopped following)", rc);
+            return;
+        }
+        const KV_EVT_LOG_INFO landmarks = *info;
+        const std::uint32_t newest = landmarks.newestSeqNum, oldest = landmarks.oldestSeqNum;
+        Window w;
+        auto it = next->find(t.index);
+        if (it == next->end()) {
+            if (!findWindow(app, t, *args, landmarks, true, w))
+                return;
+        } else if (newest >= oldest && newest + 1 >= it->second) {
+            std::uint32_t start = it->second;
+            if (start < oldest) {
+                // The log dropped events before they could be read.
+                app.warn(t, "events_lost",
+                         "events " + std::to_string(start) + "-" + std::to_string(oldest - 1) +
+                             " left the log before they were read");
+                start = oldest;
+            }
+            w.empty = start > newest;
+            w.start = start;
+        } else if (newest >= oldest) {
+            // The numbers went back (the state was replaced): all it holds is new.
+            w.empty = false;
+            w.start = oldest;
+        }
+        (*next)[t.index] = newest + 1;
+        if (w.empty)
+            return;
+        const std::string controller = app.several() ? std::to_string(t.index) : "";
+        std::uint32_t at = 0;
+        rc = readEvents(
+            *t.adapter, w.start, newest, filterWord(args->lowestClass),
+            [&](const EventRecord& e) {
+                if (app.json()) {
+                    json::Object o;
+                    o["controller"] = json::UNumber(t.index);
+                    addEventJson(o, e);
+                    app.out() << json::JsonWriter::ToString(o, json::JsonWriter::Compact) << "\n";
+                } else {
+                    app.out() << textRow(e, controller);
+                }
+                return true;
+            },
+            at);
+        if (rc != 0)
+            app.fail(t,
+                     "reading events from sequence number " + std::to_string(at) +
+                         " (stopped following)",
+                     rc);
+    };
+    return c;
+}
+
 } // namespace
 
 void registerEvents(CLI::App& root, App& app) {
     auto* g = root.add_subcommand(
-        "events", "The controller's event log: info, count, list, clear (default: info)");
+        "events", "The controller's event log: info, count, list, follow, clear (default: info)");
     g->require_subcommand(0, 1);
     g->footer("Examples:\n  kvictl --sim events\n  kvictl --sim events list --last 20\n"
               "  kvictl --sim events list --since '2023-11-14 08:00' --class warning\n"
               "  kvictl --sim events list --since-boot\n"
               "  kvictl --sim events count --class critical\n"
+              "  kvictl --device /dev/kvictl0 -o json events follow --interval 10\n"
               "  kvictl --sim -y events clear");
     verb(*g, "info", "Show the sequence numbers of the log")->callback([&app] {
         app.setCommand(eventsInfo(app));
@@ -393,6 +479,24 @@ void registerEvents(CLI::App& root, App& app) {
     list->footer("One start (--from, --since, --since-boot) and one count (--max or --last)\n"
                  "combine: --since-boot --last 5 lists the newest five since the last boot.");
     list->callback([&app, listArgs] { app.setCommand(eventsList(app, listArgs)); });
+
+    auto followArgs = std::make_shared<ListArgs>();
+    auto* follow =
+        verb(*g, "follow",
+             "Print new events as they are logged, until interrupted (JSON Lines with -o json)");
+    addWindowOptions(follow, *followArgs);
+    follow->add_option("--interval", followArgs->interval, "Seconds between reads (default 5)")
+        ->type_name("SECONDS")
+        ->check(unsignedIn(1, 3600, "--interval"));
+    follow->footer("Starts after the newest event, or where --from, --since, --since-boot or\n"
+                   "--last say. Ends with exit status 0 on SIGINT or SIGTERM, with 1 when the\n"
+                   "controller stops answering. With -o json each event is one line:\n"
+                   "{\"controller\": N, \"sequence\": ..., \"time\": ..., ...}.");
+    // Set before the options are parsed, so that an error in them is not
+    // answered with a JSON envelope either.
+    follow->preparse_callback(
+        [&app, followArgs](std::size_t) { app.setCommand(eventsFollow(app, followArgs)); });
+    follow->callback([&app, followArgs] { app.setCommand(eventsFollow(app, followArgs)); });
 
     verb(*g, "clear", "Clear the event log (asks first; -y off a terminal)")->callback([&app] {
         Command c;

@@ -1,15 +1,22 @@
-// kvictl events list end to end: which events a start (--from, --since,
-// --since-boot) and a count (--max, --last) select, in a summer-time zone and
-// in UTC; contradictory options refused before anything is sent.
+// kvictl events list and events follow end to end: which events a start
+// (--from, --since, --since-boot) and a count (--max, --last) select, in a
+// summer-time zone and in UTC; contradictory options refused before anything
+// is sent; follow picking up what a concurrent command on the same state file
+// logs, ending cleanly on a signal, and a capture of it replaying.
 #include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "Run.h"
 #include "tests/support/ScratchDir.h"
 
+using clitest::Child;
 using clitest::readFile;
 using clitest::Result;
 using clitest::runKvictl;
@@ -61,6 +68,18 @@ int requestsIn(const std::string& capture) {
     while (std::getline(in, line))
         n += line.find(R"("type":"dcmd")") != std::string::npos;
     return n;
+}
+
+std::vector<std::string> filesIn(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d))
+            if (std::string(e->d_name) != "." && std::string(e->d_name) != "..")
+                names.push_back(e->d_name);
+        closedir(d);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 } // namespace
@@ -194,11 +213,14 @@ TEST(Events, ContradictoryOptionsAreRefused) {
     const Case cases[] = {
         {{"list", "--from", "2", "--since-boot"}, "give one of them"},
         {{"list", "--since", "2023-11-14", "--from", "3"}, "give one of them"},
+        {{"follow", "--since-boot", "--since", "2023-11-14"}, "give one of them"},
         {{"list", "--max", "2", "--last", "2"}, "contradict each other"},
         {{"list", "--since", "yesterday"}, "is not a time"},
         {{"list", "--since", "2023-02-30"}, "is not a time"},
         {{"list", "--since", "2023-11-14T10:00+25:00"}, "is not a time"},
         {{"list", "--last", "0"}, "--last"},
+        {{"follow", "--interval", "0"}, "--interval"},
+        {{"follow", "--max", "3"}, "--max"},
     };
     for (const Case& c : cases) {
         std::vector<std::string> args = {"--sim", "--record", cap, "events"};
@@ -210,4 +232,98 @@ TEST(Events, ContradictoryOptionsAreRefused) {
         EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
         EXPECT_EQ(requestsIn(cap), 0);
     }
+}
+
+// events follow on a state file prints what another kvictl run on the same
+// file logs meanwhile (each poll takes the lock only while it reads), ends
+// with exit 0 on SIGTERM or SIGINT after whole lines, and leaves a capture
+// that replays to the same output. A controller that stops answering ends it
+// with exit 1.
+TEST(Events, FollowPrintsWhatAConcurrentCommandLogs) {
+    struct Case {
+        const char* name;
+        std::vector<std::string> options; // before "events"
+        std::vector<std::string> concurrent;
+        const char* logged; // its event's description
+        int signal;
+    };
+    const Case cases[] = {
+        {"text, SIGTERM", {}, {"set", "rebuild-rate=44"}, "Controller properties changed", SIGTERM},
+        {"JSON Lines, SIGINT", {"-o", "json"}, {"alarm", "silence"}, "Alarm silenced", SIGINT},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        kvitest::ScratchDir dir("kvictl-follow");
+        const std::string state = dir.file("state.json"), cap = dir.file("follow.jsonl");
+        ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "alarm", "on"}).exitCode, 0);
+        ojson info =
+            ojson::parse(runKvictl({"--sim", "--sim-state", state, "-o", "json", "events"}).out);
+        const unsigned next =
+            info["controllers"][0]["event_log"]["newest_sequence"].get<unsigned>() + 1;
+
+        std::vector<std::string> args = {"--sim", "--sim-state", state, "--record", cap};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        for (const char* a : {"events", "follow", "--interval", "1", "--from"})
+            args.push_back(a);
+        args.push_back(std::to_string(next));
+        Child follow(args);
+        std::vector<std::string> concurrent = {"--sim", "--sim-state", state};
+        concurrent.insert(concurrent.end(), c.concurrent.begin(), c.concurrent.end());
+        ASSERT_EQ(runKvictl(concurrent, in(kUtc)).exitCode, 0);
+        std::string line;
+        bool seen = false;
+        while (!seen && follow.readLine(line))
+            seen = line.find(c.logged) != std::string::npos;
+        EXPECT_TRUE(seen) << "follow did not print the concurrent event";
+        Result r = follow.stop(c.signal);
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+        EXPECT_FALSE(r.killed);
+        EXPECT_EQ(r.err, "");
+        ASSERT_FALSE(r.out.empty());
+        EXPECT_EQ(r.out.back(), '\n') << "a partial line";
+        if (!c.options.empty()) {
+            std::istringstream lines(r.out);
+            std::string l;
+            while (std::getline(lines, l)) {
+                ojson e = ojson::parse(l); // every line one JSON object
+                EXPECT_EQ(e.begin().key(), "controller");
+                EXPECT_EQ(e["controller"], 0);
+                EXPECT_EQ(e["sequence"], next);
+                EXPECT_EQ(e["time"], "2023-11-14T22:13:20+00:00");
+            }
+        } else {
+            EXPECT_EQ(r.out.rfind("Sequence    Time", 0), 0u) << r.out;
+            EXPECT_NE(r.out.find("\n" + std::to_string(next) + "  "), std::string::npos) << r.out;
+        }
+        // Nothing but the state, its lock and the capture: no temporary files.
+        EXPECT_EQ(filesIn(dir.path()),
+                  (std::vector<std::string>{"follow.jsonl", "state.json", "state.json.lock"}));
+        // The capture replays the rounds it holds, without waiting, to the same output.
+        std::vector<std::string> replay = {"--replay", cap};
+        replay.insert(replay.end(), args.begin() + 5, args.end());
+        Result again = runKvictl(replay, in(kUtc));
+        EXPECT_EQ(again.exitCode, 0) << again.err;
+        EXPECT_EQ(again.out, r.out);
+    }
+
+    // The controller stops answering: the state file is replaced by one whose
+    // controller fails the event-log read.
+    kvitest::ScratchDir dir("kvictl-follow");
+    const std::string state = dir.file("state.json"), broken = dir.file("broken.json");
+    const std::string profile = dir.file("p.json");
+    writeFile(profile, R"({"base": "default", "fail": {"KV_DCMD_CTRL_EVENT_GET_INFO": -10}})");
+    ASSERT_EQ(runKvictl({"--sim", "--sim-state", state, "alarm", "on"}).exitCode, 0);
+    ASSERT_EQ(runKvictl({"--sim=" + profile, "--sim-state", broken, "alarm", "on"}).exitCode, 0);
+    Child follow({"--sim", "--sim-state", state, "events", "follow", "--interval", "1"});
+    std::string header, rule; // written when the first round is done
+    ASSERT_TRUE(follow.readLine(header));
+    ASSERT_TRUE(follow.readLine(rule));
+    ASSERT_EQ(std::rename(broken.c_str(), state.c_str()), 0);
+    std::string rest;
+    EXPECT_FALSE(follow.readLine(rest, 60)) << "still following: " << rest;
+    Result r = follow.stop(SIGTERM);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find("reading the event log information (stopped following) failed"),
+              std::string::npos)
+        << r.err;
 }
