@@ -210,6 +210,19 @@ App::~App() {
         std::fclose(s.second);
 }
 
+std::string App::failureDocument(const std::string& code, const std::string& text,
+                                 int exitStatus) const {
+    if (!json())
+        return "";
+    json::Envelope doc(kVersion, argv_);
+    doc.AddMessage(json::Envelope::Error, code, text);
+    doc.SetExitStatus(exitStatus);
+    std::ostringstream os;
+    doc.Write(os, format_ == OutputFormat::JsonCompact ? json::JsonWriter::Compact
+                                                       : json::JsonWriter::Pretty);
+    return os.str();
+}
+
 std::ostream& App::out() {
     if (holding_)
         return held_;

@@ -144,6 +144,10 @@ public:
     std::ostream& out();
     // More than one controller is selected.
     bool several() const { return multi_; }
+    // The JSON envelope of a run that ends with this one error message and
+    // exit status, prepared in advance (check's timeout); empty in text output.
+    std::string failureDocument(const std::string& code, const std::string& text,
+                                int exitStatus) const;
     // Selects the command to run (called from a subcommand callback).
     void setCommand(Command command);
 

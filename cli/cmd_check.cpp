@@ -1,14 +1,17 @@
-// kvictl check [--warn T] [--crit T]: one summary line for a monitoring
-// system, with performance data after '|', and the plugin exit codes
-// 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN. Which condition gives which state is
-// the table in docs/MONITORING.md; evaluate() below is that table.
+// kvictl check [--warning T] [--critical T] [--timeout SECONDS]: one summary
+// line for a monitoring system, with performance data after '|', and the
+// plugin exit codes 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN. Which condition
+// gives which state is the table in docs/MONITORING.md; evaluate() below is
+// that table.
 #include <CLI/CLI.hpp>
 #include <cctype>
 #include <iostream>
 
 #include "cli/App.h"
+#include "cli/Args.h"
 #include "cli/Health.h"
 #include "cli/Util.h"
+#include "cli/Watchdog.h"
 #include "provider/Provider.h"
 #include "json/Envelope.h"
 
@@ -58,14 +61,18 @@ struct Thresholds {
     unsigned crit[kSensors] = {105, 90, 60};
 };
 
-// "N" (every sensor) or "roc=N,controller=N,battery=N" (any subset).
-void parseThreshold(const std::string& text, const char* option, unsigned (&out)[kSensors]) {
+// "N" (every sensor) or "roc=N,controller=N,battery=N" (any subset); `set`
+// marks the sensors the text names.
+void parseThreshold(const std::string& text, const char* option, unsigned (&out)[kSensors],
+                    bool (&set)[kSensors]) {
     if (text.empty())
         return;
     if (text.find('=') == std::string::npos) {
         unsigned v = static_cast<unsigned>(parseUnsigned(text, 0, 255, option));
-        for (unsigned& o : out)
-            o = v;
+        for (int s = 0; s < kSensors; ++s) {
+            out[s] = v;
+            set[s] = true;
+        }
         return;
     }
     std::size_t pos = 0;
@@ -83,10 +90,35 @@ void parseThreshold(const std::string& text, const char* option, unsigned (&out)
                              "' (sensors: roc, controller, battery)");
         out[which] = static_cast<unsigned>(
             parseUnsigned(nv.second, 0, 255, std::string(option) + " " + nv.first));
+        set[which] = true;
         if (comma == std::string::npos)
             break;
         pos = comma + 1;
     }
+}
+
+// The thresholds the options ask for. A critical threshold given without a
+// warning one takes the default warning threshold down with it when that
+// would sit at or above it: --critical 85 alone means critical from 85 and
+// no warning band above it, not a usage error. A warning threshold given
+// must be below its critical one.
+Thresholds thresholds(const std::string& warning, const std::string& critical) {
+    Thresholds th;
+    bool warnSet[kSensors] = {}, critSet[kSensors] = {};
+    parseThreshold(warning, "--warning", th.warn, warnSet);
+    parseThreshold(critical, "--critical", th.crit, critSet);
+    for (int s = 0; s < kSensors; ++s) {
+        if (th.warn[s] < th.crit[s])
+            continue;
+        if (!warnSet[s]) {
+            th.warn[s] = th.crit[s];
+            continue;
+        }
+        throw UsageError("check: the " + std::string(kSensorNames[s]) + " warning threshold (" +
+                         std::to_string(th.warn[s]) + ") must be below its critical one (" +
+                         std::to_string(th.crit[s]) + ")");
+    }
+    return th;
 }
 
 struct Problem {
@@ -256,6 +288,7 @@ std::string controllerText(const Health& h, const Verdict& v) {
 // The monitoring-plugin side of a failure before any controller is read
 // (usage, backend, capture): one UNKNOWN line, exit 3.
 int unknownBeforeReading(App& app, const std::string& message) {
+    watchdog::disarm();
     if (!app.json())
         app.out() << "KVICTL UNKNOWN - " << oneLine(message) << "\n" << std::flush;
     return kUnknown;
@@ -282,46 +315,59 @@ void registerCheck(CLI::App& root, App& app) {
                                              "(exit 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN)");
     auto warn = std::make_shared<std::string>();
     auto crit = std::make_shared<std::string>();
+    auto timeout = std::make_shared<std::string>("30");
     sub->add_option(
-           "--warn", *warn,
+           "--warning,--warn", *warn,
            "Temperature warning thresholds in degrees C: N, or roc=N,controller=N,battery=N")
         ->type_name("T");
-    sub->add_option("--crit", *crit, "Temperature critical thresholds, same form as --warn")
+    sub->add_option("--critical,--crit", *crit,
+                    "Temperature critical thresholds, same form as --warning")
         ->type_name("T");
+    sub->add_option("-t,--timeout", *timeout,
+                    "End with UNKNOWN (exit 3) after SECONDS, also when a controller hangs "
+                    "(default 30)")
+        ->type_name("SECONDS")
+        ->check(unsignedIn(1, 86400, "--timeout"));
     sub->footer(
         "Prints one line: KVICTL STATE - findings | performance data.\n"
         "WARNING: degraded virtual drive, failed or failing disk, battery needing replacement or\n"
-        "degraded, pinned cache, uncorrectable memory errors, temperature at --warn.\n"
+        "degraded, pinned cache, uncorrectable memory errors, temperature at --warning.\n"
         "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
-        "temperature at --crit. UNKNOWN: a controller that answers nothing or stops answering\n"
-        "part-way, or an unreadable battery or lock key. Defaults: --warn\n"
-        "roc=95,controller=75,battery=50 --crit roc=105,controller=90,battery=60. The full\n"
-        "table is in docs/MONITORING.md.\n"
+        "temperature at --critical. UNKNOWN: a controller that answers nothing, stops answering\n"
+        "part-way or does not answer within --timeout, or an unreadable battery or lock key.\n"
+        "Defaults: --warning roc=95,controller=75,battery=50 --critical\n"
+        "roc=105,controller=90,battery=60; a --critical below a default warning threshold\n"
+        "takes that one down with it. The full table is in docs/MONITORING.md.\n"
         "Every controller is checked unless -c selects one. A usage error, or a backend or\n"
         "capture that cannot be opened, gives UNKNOWN (exit 3) with the reason.\n\n"
         "Examples:\n"
         "  kvictl --sim check\n"
-        "  kvictl check --warn 70 --crit 85\n"
-        "  kvictl -c 1 check --warn roc=90,battery=45");
+        "  kvictl check --critical 85\n"
+        "  kvictl check --warning 70 --critical 85 --timeout 20\n"
+        "  kvictl -c 1 check --warning roc=90,battery=45");
     // Set before check's own arguments are parsed, so that an error in them
     // is reported the plugin way too.
     sub->preparse_callback([&app](std::size_t) { app.setCommand(baseCommand(app)); });
-    sub->callback([&app, warn, crit] {
+    sub->callback([&app, warn, crit, timeout] {
         struct Run {
             Thresholds th;
             std::vector<std::pair<Health, Verdict>> results;
         };
         auto state = std::make_shared<Run>();
         Command c = baseCommand(app);
-        c.validate = [state, warn, crit] {
-            parseThreshold(*warn, "--warn", state->th.warn);
-            parseThreshold(*crit, "--crit", state->th.crit);
-            for (int s = 0; s < kSensors; ++s)
-                if (state->th.warn[s] >= state->th.crit[s])
-                    throw UsageError("check: the " + std::string(kSensorNames[s]) +
-                                     " warning threshold (" + std::to_string(state->th.warn[s]) +
-                                     ") must be below its critical one (" +
-                                     std::to_string(state->th.crit[s]) + ")");
+        c.validate = [&app, state, warn, crit, timeout] {
+            state->th = thresholds(*warn, *crit);
+            const unsigned seconds =
+                static_cast<unsigned>(parseUnsigned(*timeout, 1, 86400, "--timeout"));
+            // From here on the run ends within the timeout, whatever a
+            // controller does; the result below disarms it.
+            const std::string why = "timed out after " + std::to_string(seconds) +
+                                    " s: a controller did not answer (--timeout SECONDS sets "
+                                    "the limit)";
+            watchdog::arm(seconds,
+                          app.json() ? app.failureDocument("timeout", why, kUnknown)
+                                     : "KVICTL UNKNOWN - " + why + "\n",
+                          "kvictl: " + why + "\n", kUnknown);
         };
         c.run = [&app, state](Target& t) {
             Health h = readHealth(t);
@@ -348,6 +394,7 @@ void registerCheck(CLI::App& root, App& app) {
             state->results.emplace_back(std::move(h), std::move(v));
         };
         c.finish = [&app, state] {
+            watchdog::disarm();
             State overall = kOk;
             std::string text, perf;
             for (const auto& r : state->results) {

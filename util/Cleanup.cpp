@@ -18,16 +18,20 @@ termios gTerminal;
 volatile std::sig_atomic_t gTerminalFd = -1;
 
 void onSignal(int sig) {
-    for (int i = 0; i < kSlots; ++i)
-        if (gUsed[i])
-            ::unlink(gPaths[i]);
-    if (gTerminalFd >= 0)
-        ::tcsetattr(gTerminalFd, TCSANOW, &gTerminal);
+    undo();
     std::signal(sig, SIG_DFL);
     std::raise(sig);
 }
 
 } // namespace
+
+void undo() {
+    for (int i = 0; i < kSlots; ++i)
+        if (gUsed[i])
+            ::unlink(gPaths[i]);
+    if (gTerminalFd >= 0)
+        ::tcsetattr(gTerminalFd, TCSANOW, &gTerminal);
+}
 
 void install() {
     static bool installed = false;

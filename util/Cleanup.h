@@ -10,6 +10,10 @@ namespace kvi::cleanup {
 // Installs the handlers (once; later calls do nothing).
 void install();
 
+// Does what a signal would undo, now (async-signal-safe): for a process about
+// to end with _exit.
+void undo();
+
 // Registers a temporary file to remove on a signal; returns its slot, or -1
 // when the table is full (the file is then only removed by its owner).
 int addTemporary(const char* path);

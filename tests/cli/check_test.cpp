@@ -197,10 +197,25 @@ TEST(CheckE2E, StatesFollowTheTable) {
          {"--warn", "40", "--crit", "55"},
          2,
          "ROC temperature 58 C (critical at 55)"},
+        {"long forms",
+         "",
+         "",
+         {"--warning", "roc=58", "--critical", "roc=70"},
+         1,
+         "ROC temperature 58 C (warning at 58)"},
+        // --critical alone takes the default warning thresholds (95, 75, 50)
+        // down with it where they would sit at or above it.
+        {"--critical alone, above the temperatures", "", "", {"--critical", "85"}, 0, ": ok"},
+        {"--critical alone, at the battery's default warning",
+         "",
+         "",
+         {"--critical", "battery=31"},
+         2,
+         "battery temperature 31 C (critical at 31)"},
         {"per-sensor thresholds",
          "",
          "",
-         {"--warn", "roc=60,controller=50", "--crit", "roc=70"},
+         {"--warning", "roc=60,controller=50", "--critical", "roc=70"},
          0,
          ": ok"},
         {"battery threshold",
@@ -234,14 +249,73 @@ TEST(CheckE2E, StatesFollowTheTable) {
 
 // Perfdata carries the thresholds in force.
 TEST(CheckE2E, PerformanceData) {
-    TempDir tmp;
-    RunResult r = kvictl({"--sim", "check", "--warn", "roc=80,battery=45", "--crit", "81"}, tmp);
-    ASSERT_EQ(r.code, 0) << r.err;
-    std::string perf = r.out.substr(r.out.find(" | ") + 3);
-    for (const char* item : {"c0_roc_temperature=58;80;81", "c0_controller_temperature=44;75;81",
-                             "c0_battery_temperature=31;45;81", "c0_virtual_drives=3", "c0_disks=8",
-                             "c0_virtual_drives_degraded=0", "c0_battery_charge=100%;;;0;100"})
-        EXPECT_NE(perf.find(item), std::string::npos) << item << " not in " << perf;
+    struct Case {
+        std::vector<std::string> args; // after "check"
+        std::vector<const char*> items;
+    };
+    const Case cases[] = {
+        {{"--warn", "roc=80,battery=45", "--crit", "81"},
+         {"c0_roc_temperature=58;80;81", "c0_controller_temperature=44;75;81",
+          "c0_battery_temperature=31;45;81", "c0_virtual_drives=3", "c0_disks=8",
+          "c0_virtual_drives_degraded=0", "c0_battery_charge=100%;;;0;100"}},
+        // The warning thresholds followed --critical down: no warning band.
+        {{"--critical", "70"},
+         {"c0_roc_temperature=58;70;70", "c0_controller_temperature=44;70;70",
+          "c0_battery_temperature=31;50;70"}},
+    };
+    for (const Case& c : cases) {
+        TempDir tmp;
+        std::vector<std::string> args = {"--sim", "check"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        RunResult r = kvictl(args, tmp);
+        ASSERT_EQ(r.code, 0) << r.err;
+        std::string perf = r.out.substr(r.out.find(" | ") + 3);
+        for (const char* item : c.items)
+            EXPECT_NE(perf.find(item), std::string::npos) << item << " not in " << perf;
+    }
+}
+
+// A controller that hangs inside a request: after --timeout the plugin says
+// UNKNOWN and ends with 3, in text and JSON, and leaves no temporary file
+// (here the capture being recorded).
+TEST(CheckE2E, TimeoutEndsAHangingControllerWithUnknown) {
+    struct Case {
+        const char* hang; // the request that never answers
+        std::vector<std::string> options;
+        bool json;
+    };
+    const Case cases[] = {
+        {"0x05010000", {"check", "--timeout", "2"}, false},
+        {"KV_DCMD_CTRL_GET_INFO", {"-o", "json", "check", "-t", "1"}, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.hang);
+        TempDir tmp;
+        writeFile(tmp.file("p.json"),
+                  std::string(R"({"base": "default", "hang": [")") + c.hang + R"("]})");
+        std::vector<std::string> args = {"--sim=" + tmp.file("p.json"), "--sim-controllers", "2",
+                                         "--record", tmp.file("cap.jsonl")};
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        clitest::RunOptions o;
+        o.limitSeconds = 120; // only so that a broken timeout cannot hang the suite
+        clitest::Result r = clitest::runKvictl(args, o);
+        ASSERT_FALSE(r.killed) << "check did not end at its timeout";
+        EXPECT_EQ(r.exitCode, 3) << r.out << r.err;
+        const std::string why = std::string("timed out after ") + (c.json ? "1" : "2") + " s";
+        if (c.json) {
+            nlohmann::json doc = nlohmann::json::parse(r.out, nullptr, false);
+            ASSERT_FALSE(doc.is_discarded()) << r.out;
+            EXPECT_EQ(doc["kvictl"]["exit_status"], 3);
+            EXPECT_EQ(doc["messages"][0]["code"], "timeout");
+        } else {
+            expectSummary({r.exitCode, r.out, r.err}, 3, why.c_str());
+        }
+        EXPECT_NE(r.err.find(why), std::string::npos) << r.err;
+        std::vector<std::string> left;
+        for (const auto& e : std::filesystem::directory_iterator(tmp.path()))
+            left.push_back(e.path().filename().string());
+        EXPECT_EQ(left, std::vector<std::string>{"p.json"});
+    }
 }
 
 // A capture holding no answer: every read fails, so UNKNOWN.
@@ -316,6 +390,10 @@ TEST(CheckE2E, FailuresBeforeReadingAreUnknown) {
         {"warn above crit",
          {"--sim", "check", "--warn", "90", "--crit", "80"},
          "must be below its critical one"},
+        {"warning above a default critical",
+         {"--sim", "check", "--warning", "controller=95"},
+         "controller warning threshold (95) must be below its critical one (90)"},
+        {"no timeout", {"--sim", "check", "--timeout", "0"}, "--timeout"},
         {"unknown sensor", {"--sim", "check", "--warn", "gpu=50"}, "gpu"},
         {"not a number", {"--sim", "check", "--crit", "hot"}, "'hot' is not a number"},
         {"out of range", {"--sim", "check", "--warn", "roc=300"}, "300 is out of range"},
