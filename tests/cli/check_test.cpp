@@ -436,19 +436,3 @@ TEST(CheckE2E, FailuresBeforeReadingAreUnknown) {
     EXPECT_EQ(show.code, 3);
     EXPECT_EQ(show.out, "");
 }
-
-// Without -c, check covers every controller; -c narrows it to one.
-TEST(CheckE2E, EveryControllerByDefault) {
-    TempDir tmp;
-    RunResult all = kvictl({"--sim", "--sim-controllers", "3", "check"}, tmp);
-    EXPECT_EQ(all.code, 0) << all.err;
-    expectSummary(all, 0, "c0 KV 9480-16i: ok");
-    EXPECT_NE(all.out.find("; c2 KV 9480-16i: ok"), std::string::npos) << all.out;
-    EXPECT_NE(all.out.find(" c2_virtual_drives=3"), std::string::npos) << all.out;
-
-    RunResult one = kvictl({"--sim", "--sim-controllers", "3", "-c", "1", "check"}, tmp);
-    EXPECT_EQ(one.code, 0) << one.err;
-    expectSummary(one, 0, "c1 KV 9480-16i: ok");
-    EXPECT_EQ(one.out.find("c0 "), std::string::npos) << one.out;
-    EXPECT_EQ(one.out.find("c2"), std::string::npos) << one.out;
-}

@@ -1,14 +1,15 @@
-// kvictl list: every controller unless -c narrows it, and the serial number as
-// the basic section words it: the controller information's serial on OEM
-// hosts, "NA" for the controller type that withholds it, else the
-// manufacturing record's. (The manufacturing-serial operation of the
-// controller-data layer answers the last one in every case, so list does not
-// use it.)
+// kvictl list: every controller unless -c narrows it (as metrics and check),
+// and the serial number as the basic section words it: the controller
+// information's serial on OEM hosts, "NA" for the controller type that
+// withholds it, else the manufacturing record's. (The manufacturing-serial
+// operation of the controller-data layer answers the last one in every case,
+// so list does not use it.)
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <sstream>
 
 #include "Run.h"
 
@@ -17,46 +18,47 @@ namespace {
 using clitest::Result;
 using clitest::runKvictl;
 
-TEST(List, EveryControllerUnlessNarrowed) {
-    struct Case {
-        std::vector<std::string> args;
-        std::vector<int> rows; // controller indices listed
+// list, metrics and check work on every controller unless -c narrows them
+// (other commands on controller 0): which controllers each names.
+TEST(List, ListMetricsAndCheckCoverEveryControllerUnlessNarrowed) {
+    // What each command prints for controller i that it read.
+    const std::map<std::string, std::function<std::string(int)>> mark = {
+        {"list", [](int i) { return "\n" + std::to_string(i) + "      KV 9480-16i"; }},
+        {"metrics", [](int i) { return "kvictl_up{controller=\"" + std::to_string(i) + "\"} 1"; }},
+        {"check", [](int i) { return "c" + std::to_string(i) + " KV 9480-16i: ok"; }},
     };
-    const Case cases[] = {
-        {{"--sim-controllers", "3", "--sim", "list"}, {0, 1, 2}},
-        {{"--sim", "--sim-controllers", "3", "-c", "all", "list"}, {0, 1, 2}},
-        {{"--sim", "--sim-controllers", "3", "-c", "1", "list"}, {1}},
-        {{"--sim", "list"}, {0}},
+    struct Selection {
+        std::vector<std::string> select;
+        std::set<int> read;
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.args[c.args.size() - 2]);
-        Result text = runKvictl(c.args);
-        ASSERT_EQ(text.exitCode, 0) << text.err;
-        // Header and rule, then one row per controller starting with its index.
-        std::istringstream lines(text.out);
-        std::string line;
-        std::vector<int> rows;
-        for (int n = 0; std::getline(lines, line); ++n)
-            if (n >= 2)
-                rows.push_back(std::stoi(line));
-        EXPECT_EQ(rows, c.rows) << text.out;
-
-        std::vector<std::string> args = c.args;
-        args.insert(args.begin(), {"-o", "json"});
-        Result json = runKvictl(args);
-        nlohmann::json doc = nlohmann::json::parse(json.out);
-        std::vector<int> indices;
-        std::set<std::string> serials, pci;
-        for (const auto& e : doc["controllers"]) {
-            indices.push_back(e["index"].get<int>());
-            EXPECT_EQ(e["status"]["name"], "optimal");
-            serials.insert(e["serial_number"].get<std::string>());
-            pci.insert(e["pci_address"].get<std::string>());
+    const Selection selections[] = {
+        {{}, {0, 1, 2}},
+        {{"-c", "all"}, {0, 1, 2}},
+        {{"-c", "1"}, {1}},
+    };
+    for (const auto& [command, marker] : mark)
+        for (const Selection& s : selections) {
+            SCOPED_TRACE(command + (s.select.empty() ? "" : " -c " + s.select[1]));
+            std::vector<std::string> args = {"--sim-controllers", "3", "--sim"};
+            args.insert(args.end(), s.select.begin(), s.select.end());
+            args.push_back(command);
+            Result r = runKvictl(args);
+            ASSERT_EQ(r.exitCode, 0) << r.err;
+            for (int i = 0; i < 3; ++i)
+                EXPECT_EQ(r.out.find(marker(i)) != std::string::npos, s.read.count(i) == 1)
+                    << i << "\n"
+                    << r.out;
         }
-        EXPECT_EQ(indices, c.rows);
-        EXPECT_EQ(serials.size(), c.rows.size()); // each controller told apart
-        EXPECT_EQ(pci.size(), c.rows.size());
+    // Each controller told apart; an index beyond them refused.
+    nlohmann::json doc = nlohmann::json::parse(
+        runKvictl({"--sim", "--sim-controllers", "3", "-o", "json", "list"}).out);
+    std::set<std::string> serials, pci;
+    for (const auto& e : doc["controllers"]) {
+        serials.insert(e["serial_number"].get<std::string>());
+        pci.insert(e["pci_address"].get<std::string>());
     }
+    EXPECT_EQ(serials.size(), 3u);
+    EXPECT_EQ(pci.size(), 3u);
     Result none = runKvictl({"--sim", "--sim-controllers", "3", "-c", "3", "list"});
     EXPECT_EQ(none.exitCode, 2);
     EXPECT_NE(none.err.find("no such controller"), std::string::npos);

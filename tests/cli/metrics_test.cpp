@@ -112,39 +112,6 @@ TEST(MetricsE2E, EveryBundledProfileParses) {
     }
 }
 
-// Without -c every controller is scraped; -c N and -c all select as elsewhere.
-TEST(MetricsE2E, EveryControllerByDefault) {
-    struct Selection {
-        std::vector<std::string> select;
-        std::vector<bool> up; // a kvictl_up series for controllers 0..2
-    };
-    const Selection cases[] = {
-        {{}, {true, true, true}},
-        {{"-c", "all"}, {true, true, true}},
-        {{"-c", "2"}, {false, false, true}},
-        {{"-c", "0"}, {true, false, false}},
-    };
-    for (const Selection& c : cases) {
-        SCOPED_TRACE(c.select.empty() ? "no -c" : c.select[1]);
-        TempDir tmp;
-        std::vector<std::string> args = {"--sim", "--sim-controllers", "3"};
-        args.insert(args.end(), c.select.begin(), c.select.end());
-        args.push_back("metrics");
-        RunResult r = kvictl(args, tmp);
-        ASSERT_EQ(r.code, 0) << r.err;
-        for (int i = 0; i < 3; ++i) {
-            std::string line = "\nkvictl_up{controller=\"" + std::to_string(i) + "\"} 1\n";
-            EXPECT_EQ(r.out.find(line) != std::string::npos, c.up[static_cast<std::size_t>(i)])
-                << i << "\n"
-                << r.out;
-        }
-        // One exposition: HELP of a family once, whatever the controller count.
-        std::size_t first = r.out.find("# HELP kvictl_up ");
-        ASSERT_NE(first, std::string::npos);
-        EXPECT_EQ(r.out.find("# HELP kvictl_up ", first + 1), std::string::npos);
-    }
-}
-
 // Values per profile, as the profiles set them.
 TEST(MetricsE2E, ValuesFollowTheProfile) {
     for (const ProfileFacts& f : kFacts) {
