@@ -197,7 +197,7 @@ Read localTime(const std::string& t, std::time_t& out) {
 Read dateValue(const std::string& t, json::UnknownElement& out) {
     int mo = 0, d = 0, y = 0, n = 0;
     if (std::sscanf(t.c_str(), "%2d/%2d/%3d%n", &mo, &d, &y, &n) != 3 ||
-        static_cast<std::size_t>(n) != t.size() || mo > 12 || d > 31 || y < 0)
+        static_cast<std::size_t>(n) != t.size() || mo < 0 || mo > 12 || d < 0 || d > 31 || y < 0)
         return Read::Unreadable;
     if (mo == 0 || d == 0)
         return Read::Absent; // a date never set
