@@ -30,18 +30,10 @@ std::string Render(const Envelope& envelope, JsonWriter::Style style) {
 }
 
 TEST(Envelope, FreshEnvelopeHasEveryTopLevelMember) {
-    Envelope envelope("0.1.0", {"kvictl", "-o", "json", "show"});
-    const std::string out = Render(envelope, JsonWriter::Pretty);
-    const Ordered doc = Ordered::parse(out);
-    EXPECT_EQ((std::vector<std::string>{"format_version", "kvictl", "messages", "controllers"}),
-              Keys(doc));
-    EXPECT_EQ(Ordered::parse("[2, 0]"), doc["format_version"]);
-    EXPECT_EQ((std::vector<std::string>{"version", "argv", "exit_status"}), Keys(doc["kvictl"]));
-    EXPECT_EQ("0.1.0", doc["kvictl"]["version"]);
-    EXPECT_EQ(Ordered::parse(R"(["kvictl", "-o", "json", "show"])"), doc["kvictl"]["argv"]);
-    EXPECT_EQ(0, doc["kvictl"]["exit_status"]);
-    EXPECT_TRUE(doc["messages"].is_array() && doc["messages"].empty());
-    EXPECT_TRUE(doc["controllers"].is_array() && doc["controllers"].empty());
+    const std::string out = Render(Envelope("0.1.0", {"kvictl", "show"}), JsonWriter::Pretty);
+    EXPECT_EQ(Ordered::parse(R"({"format_version": [2, 0], "kvictl": {"version": "0.1.0",
+        "argv": ["kvictl", "show"], "exit_status": 0}, "messages": [], "controllers": []})"),
+              Ordered::parse(out));
     EXPECT_EQ('\n', out.back());
     EXPECT_EQ(std::string::npos, out.find("\n\n"));
 }
