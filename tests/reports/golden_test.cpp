@@ -1,147 +1,165 @@
-// Golden documents: every report section under a table of controller variants,
-// rendered with the JSON writer and compared whole (member order, key texts,
-// value texts and value kinds) against tests/golden/reports/<variant>.json.
+// Golden reports: every report section of every simulated profile (the bundled
+// ones and the variants in tests/reports/profiles/) in both output formats,
+// compared whole with tests/golden/reports/<run>.txt and <run>.json: member
+// order, texts, value kinds, typed values, return codes and the requests each
+// section sends (opcode, mailbox, length, direction, status). Controller 0
+// answers every section on one object, as `show all`; controller 1 answers
+// each on a fresh object, as `show NAME`. Times in a zone with summer time.
 // Regenerate with KVI_UPDATE_GOLDEN=1 and review the diff.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
 
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "RaidLib/RaidFw/ReportSections.h"
-#include "tests/reports/ReportRig.h"
+#include "provider/Controller.h"
+#include "provider/ProcessInputs.h"
+#include "provider/System.h"
+#include "sim/Simulator.h"
+#include "tests/support/TzGuard.h"
 #include "json/JsonWriter.h"
+#include "json/TextWriter.h"
 
 namespace {
 
-// Every section, in the order the golden documents hold them.
-const char* const kSectionOrder[] = {
-    "getShowBasic",
-    "getShowVersion",
-    "getBasicCtrlInfo",
-    "getShowBus",
-    "getShowStatus",
-    "getShowPendingImages",
-    "getShowDualImages",
-    "getShowSupportedAdpOperations",
-    "getShowSupportedPDOperations",
-    "getShowSupportedVDOperations",
-    "getSecureEKMSDetails",
-    "getShowHwConfig",
-    "getShowPolicies",
-    "getShowBoot",
-    "getShowClusterInfo",
-    "getShowNextSchdTask",
-    "getSecureBootDetails",
-    "getShowDefaults",
-    "getShowCapabilities",
-};
-static_assert(sizeof kSectionOrder / sizeof kSectionOrder[0] == kReportSectionCount,
-              "the golden documents hold every section");
+constexpr std::int64_t kSummer = 1782900000; // 2026-07-01 12:00 CEST
+constexpr std::int64_t kWinter = 1767268800; // 2026-01-01 13:00 CET
 
-struct Variant {
-    const char* name;
-    std::function<void(rt::ControllerSetup&)> change;
+struct GoldenRun {
+    const char* name;    // golden file name
+    const char* profile; // bundled name, or a variant under tests/reports/profiles
+    std::int64_t now;
+    bool bundled;
+};
+const GoldenRun kRuns[] = {
+    {"default", "default", kSummer, true},
+    {"default-winter", "default", kWinter, true},
+    {"previous-gen", "previous-gen", kSummer, true},
+    {"previous-gen-winter", "previous-gen", kWinter, true},
+    {"entry", "entry", kSummer, true},
+    {"ha-member", "ha-member", kSummer, true},
+    {"oem2-quirks", "oem2-quirks", kSummer, false},
+    {"oem3-hp", "oem3-hp", kSummer, false},
+    {"type1-oem10", "type1-oem10", kSummer, false},
+    {"legacy-oem11", "legacy-oem11", kSummer, false},
+    {"fail-info", "fail-info", kSummer, false},
+    {"fail-records", "fail-records", kSummer, false},
+    {"fail-defaults", "fail-defaults", kSummer, false},
 };
 
-const Variant kVariants[] = {
-    // OEM 0, legacy schedules, battery present, PCIe link lines, version components.
-    {"base", [](rt::ControllerSetup&) {}},
-    // OEM 2, extended schedule forms, high-availability peer present and
-    // incompatible, personality RAID + HBA + bit 8.
-    {"oem2_extended_ha",
-     [](rt::ControllerSetup& s) {
-         s.oem = 2;
-         s.personality = 0x0B;
-         s.info.adapterOperations3.supportMaxExtLDs = 1;
-         s.info.maxHANodes = 2;
-         s.info.cluster.peerIsPresent = 1;
-         s.info.cluster.peerIsIncompatible = 1;
-         s.info.cluster.hwIncompatible = 1;
-         s.info.cluster.passive = 1;
-         s.info.cluster.exclusiveLDNotSupported = 1;
-         s.info.adapterOperations2.supportConfigAutoBalance = 1;
-         s.info.properties.OnOffProperties.enableConfigAutoBalance = 1;
-         const unsigned char id[16] = {0x0a, 0xff, 0x1b, 0x00, 0x20, 0xc3, 0x5e, 0x01,
-                                       0x9f, 0x44, 0x07, 0xd2, 0xff, 0x10, 0x0f, 0xab};
-         std::memcpy(s.info.clusterId, id, 16);
-         s.info.adapterStatus.cacheIsPinned = 1;
-     }},
-    // OEM 3 on an OEM host: energy pack failing (pack missing), flash component
-    // information, two images with pending components, alarm state unknown.
-    {"oem3_hp_dual_images",
-     [](rt::ControllerSetup& s) {
-         s.oem = 3;
-         s.oemHp = true;
-         s.bbu.fwStatus = 0x00000001; // pack missing
-         s.alarm = 7;
-         s.info.adapterOperations4.supportFlashCompInfo = 1;
-         s.info.adapterOperations4.supportDualFWUpdate = 1;
-         s.info.pendingImageComponentCount = 3;
-         rt::setText(s.info.pendingImageComponent[0].name, "APP ");
-         rt::setText(s.info.pendingImageComponent[0].version, "5.270.01-3912");
-         rt::setText(s.info.pendingImageComponent[1].name, "QQQQ");
-         rt::setText(s.info.pendingImageComponent[1].version, "1.0");
-         rt::setText(s.info.pendingImageComponent[2].name, "PBLP");
-         rt::setText(s.info.pendingImageComponent[2].version, "0x0012");
-         s.backup = {{"APP ", "5.250.01-3700"}, {"BIOS", "7.25.00.0"}, {"PACKAGE", "52.25.0-4900"}};
-         s.pending = {{"PACKAGE", "52.27.0-5300"}, {"APP ", "5.270.01-3912"}, {"CBB ", "1.2"}};
-         s.info.adapterOperationExt.adapterOperations5.FWTriggeredSnapDumpNotSupported = 1;
-         s.info.adapterOperationExt.adapterOperations5.disableLeastLatencyMode = 1;
-         s.sscBlocks = 2 * 1024 * 1024 * 2; // 2 GiB in 512-byte blocks
-     }},
-    // Controller type 1 with no battery, no alarm hardware, no sensors, no host
-    // information, no SAS address and no personality support.
-    {"type1_no_battery",
-     [](rt::ControllerSetup& s) {
-         s.controllerType = 1;
-         s.info.hwPresent.bbu = 0;
-         s.info.adapterOperations.bbu = 0;
-         s.info.hwPresent.tempSensorROC = 0;
-         s.info.hwPresent.tempSensorCtrl = 0;
-         s.info.adapterOperations4.supportHostInfo = 0;
-         s.info.adapterOperations3.supportPersonalityChange = 0;
-         s.info.adapterOperations.supportEKM = 0;
-         s.info.ldOperations.supportFastPathWB = 0;
-         s.bbuStatus = 0x22;
-         s.bbuPropStatus = 0x22;
-         s.alarmStatus = 0x22;
-         s.mfc.sasAddr = 0;
-         s.info.maxHANodes = 1;
-         s.info.clusterActive = 1;
-         s.ccMode = 0;
-         rt::setText(s.driverRecord.driverName, "kvi_sas_drv");
-         rt::setText(s.driverRecord.driverVersion, "07.728.01.00");
-     }},
-};
-
-class GoldenSections : public ::testing::TestWithParam<Variant> {};
-
-TEST_P(GoldenSections, EverySectionMatchesItsGoldenDocument) {
-    rt::TzGuard tz("UTC0");
-    rt::ControllerSetup setup = rt::baseSetup();
-    GetParam().change(setup);
-
-    json::Object document;
-    for (const char* name : kSectionOrder) {
-        const ReportSection* section = findReportSection(name);
-        ASSERT_NE(section, nullptr) << name;
-        rt::Rig rig(setup);
-        json::Object members;
-        AdapterData& adapter = rig.adapter;
-        const int rc = (adapter.*section->build)(members);
-        json::Object entry;
-        entry["rc"] = json::Number(rc);
-        entry["members"] = members;
-        document[section->operation] = entry;
-    }
-    const std::string diff = rt::checkGolden(GetParam().name, json::JsonWriter::ToString(document));
-    EXPECT_TRUE(diff.empty()) << diff;
+void PrintTo(const GoldenRun& r, std::ostream* os) {
+    *os << r.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, GoldenSections, ::testing::ValuesIn(kVariants),
-                         [](const ::testing::TestParamInfo<Variant>& info) {
-                             return std::string(info.param.name);
+json::Array requests(kvi::sim::SimController& c) {
+    json::Array out;
+    for (const kvi::sim::TraceEntry& t : c.trace()) {
+        const char* name = kvDcmdName(t.opcode);
+        char line[200];
+        int n = std::snprintf(line, sizeof line, "%s mbox", name ? name : "?");
+        for (std::uint8_t b : t.mbox)
+            n += std::snprintf(line + n, sizeof line - n, " %02x", b);
+        std::snprintf(line + n, sizeof line - n, " length %u direction %d status %d",
+                      unsigned(t.length), int(t.direction), t.status);
+        out.Insert(json::String(line));
+    }
+    c.resetIntrospection();
+    return out;
+}
+
+std::string compare(const std::string& file, const std::string& rendered) {
+    const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/reports/" + file;
+    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
+    if (update != nullptr && std::string(update) == "1") {
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << rendered;
+        return "";
+    }
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream expected;
+    expected << in.rdbuf();
+    return expected.str() == rendered ? "" : "differs from " + path + "\n" + rendered;
+}
+
+class GoldenReports : public ::testing::TestWithParam<GoldenRun> {
+protected:
+    void TearDown() override {
+        System::getInstance()->setBackend(nullptr);
+        kvi::resetProcessInputs();
+    }
+    kvitest::TzGuard tz_{"CET-1CEST,M3.5.0,M10.5.0/3"};
+};
+
+TEST_P(GoldenReports, EverySectionInBothFormatsMatchesItsGolden) {
+    const GoldenRun& run = GetParam();
+    kvi::sim::Simulator sim{kvi::sim::Clock(run.now)};
+    sim.load(run.bundled
+                 ? std::string(run.profile)
+                 : std::string(KVI_SOURCE_DIR) + "/tests/reports/profiles/" + run.profile + ".json",
+             2);
+    kvi::setProcessInputs(sim.processInputs());
+    kvi::reports::ScopedHostTime host(static_cast<std::time_t>(run.now));
+    json::Array controllers;
+    std::string text;
+    for (unsigned c = 0; c < 2; ++c) {
+        System::getInstance()->setBackend(&sim.controller(c));
+        BackendController ctrl(sim.controller(c), ControllerId(c));
+        ControllerId id(c);
+        AdapterDataKvi shared(&ctrl, &id);
+        sim.controller(c).resetIntrospection();
+        json::Object sections;
+        for (const ReportSection& s : kReportSections) {
+            AdapterDataKvi fresh(&ctrl, &id);
+            json::Object members, entry;
+            const int rc = ((c == 0 ? shared : fresh).*s.build)(members);
+            entry["rc"] = json::Number(rc);
+            entry["members"] = members;
+            if (c == 0) {
+                std::vector<std::string> untyped;
+                entry["values"] = kvi::reports::typedValues(*s.values, members, &untyped);
+                json::Array names;
+                for (const std::string& u : untyped)
+                    names.Insert(json::String(u));
+                entry["untyped"] = names;
+                text += "[rc " + std::to_string(rc) + "] " +
+                        json::TextWriter::ToString(members, s.title) + "\n";
+                if (run.bundled) {
+                    EXPECT_TRUE(rc == 0 && untyped.empty()) << s.token << " rc " << rc;
+                }
+            } else {
+                entry["requests"] = requests(sim.controller(c));
+            }
+            sections[s.token] = entry;
+        }
+        json::Object controller;
+        controller["sections"] = sections;
+        if (c == 0)
+            controller["requests"] = requests(sim.controller(c));
+        controllers.Insert(controller);
+    }
+    EXPECT_EQ(compare(std::string(run.name) + ".txt", text), "");
+    EXPECT_EQ(compare(std::string(run.name) + ".json",
+                      json::JsonWriter::ToString(controllers, json::JsonWriter::Pretty) + "\n"),
+              "");
+}
+
+TEST(GoldenRuns, CoverEveryBundledProfile) {
+    for (const std::string& name : kvi::sim::Simulator::bundledProfiles())
+        EXPECT_TRUE(std::any_of(std::begin(kRuns), std::end(kRuns), [&](const GoldenRun& r) {
+            return r.bundled && name == r.profile;
+        })) << name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, GoldenReports, ::testing::ValuesIn(kRuns),
+                         [](const ::testing::TestParamInfo<GoldenRun>& info) {
+                             std::string n = info.param.name;
+                             for (char& ch : n)
+                                 ch = ch == '-' ? '_' : ch;
+                             return n;
                          });
 
 } // namespace
