@@ -5,6 +5,7 @@
 // section sends (opcode, mailbox, length, direction, status). Controller 0
 // answers every section on one object, as `show all`; controller 1 answers
 // each on a fresh object, as `show NAME`. Times in a zone with summer time.
+// Beside the sections, the drives per span each controller allows.
 // Regenerate with KVI_UPDATE_GOLDEN=1 and review the diff.
 #include <gtest/gtest.h>
 
@@ -137,6 +138,17 @@ TEST_P(GoldenReports, EverySectionInBothFormatsMatchesItsGolden) {
         }
         json::Object controller;
         controller["sections"] = sections;
+        // Drives per span of the plain levels: all 0 would make `rules` refuse
+        // every array.
+        json::Object spans;
+        for (unsigned char level : {0, 1, 5, 6}) {
+            unsigned char lo = 0xEE, hi = 0xEE;
+            json::Array pair;
+            pair.Insert(json::Number(shared.getMinPdPerSpan(&lo, level) == 0 ? lo : -1));
+            pair.Insert(json::Number(shared.getMaxPdPerSpan(&hi, level) == 0 ? hi : -1));
+            spans["raid" + std::to_string(level)] = pair;
+        }
+        controller["drives_per_span"] = spans;
         if (c == 0)
             controller["requests"] = requests(sim.controller(c));
         controllers.Insert(controller);

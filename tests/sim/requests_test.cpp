@@ -1,9 +1,11 @@
 // Request-level behaviour of the simulator: every opcode answered, malformed
-// and refused requests per profile, reply bytes, the controller clock in a
-// zone with summer time, fault injection, trace and counters.
+// and refused requests per profile (the table in data/refusals.txt), reply bytes, the controller
+// clock in a zone with summer time, fault injection, trace and counters.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
+#include <sstream>
 
 #include "SimTestUtil.h"
 #include "tests/support/TzGuard.h"
@@ -48,133 +50,56 @@ TEST_F(SimRequests, EveryOpcodeOfTheTableIsAnswered) {
     EXPECT_EQ(ctrl().totalRequests(), kKvDcmdCount);
 }
 
-struct Refused {
-    const char* profile;
-    const char* what;
-    std::uint32_t opcode;
-    DCMD_MBOX mbox;
-    std::uint32_t length; // 0: the standard size
-    int direction;        // -1: the table's
-    int status;
-};
+// The opcode of a name of the opcode table, or a number.
+std::uint32_t opcodeOf(const std::string& text) {
+    for (unsigned i = 0; i < kKvDcmdCount; ++i)
+        if (text == kvDcmdRow(i).name)
+            return kvDcmdRow(i).opcode;
+    return std::uint32_t(std::stoul(text, nullptr, 0));
+}
 
-constexpr int kParam = KVI_STAT_INVALID_PARAMETER;
-constexpr int kNoHw = KVI_STAT_NO_HW_PRESENT;
-constexpr int kWrite = int(kvi::Direction::Write);
-
-TEST(SimRefusals, EachRequestGetsItsStatus) {
-    const Refused cases[] = {
-        {"default", "opcode outside the table", 0x01FF0000, {}, 16, -1, KVI_STAT_INVALID_DCMD},
-        {"default", "info one byte short", KV_DCMD_CTRL_GET_INFO, {}, 2463, -1, kParam},
-        {"default", "info one byte long", KV_DCMD_CTRL_GET_INFO, {}, 2465, -1, kParam},
-        {"default", "info with a mailbox", KV_DCMD_CTRL_GET_INFO, mboxBytes({{5, 1}}), 0, -1,
-         kParam},
-        {"default", "info written", KV_DCMD_CTRL_GET_INFO, {}, 0, kWrite, kParam},
-        {"default", "properties selector 2", KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 2}}), 64,
-         -1, kParam},
-        {"default", "extension with 64 bytes", KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}), 64,
-         -1, kParam},
-        {"default",
-         "properties set read",
-         KV_DCMD_CTRL_PROPERTIES_SET,
-         {},
-         64,
-         int(kvi::Direction::Read),
-         kParam},
-        {"default",
-         "extended PR read in short form",
-         KV_DCMD_CTRL_PR_GET_PROPERTIES,
-         {},
-         208,
-         -1,
-         kParam},
-        {"default", "extended PR read, length 208", KV_DCMD_CTRL_PR_GET_PROPERTIES,
-         mboxBytes({{0, 1}}), 208, -1, kParam},
-        {"default",
-         "CC read in short form",
-         KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES,
-         {},
-         168,
-         -1,
-         kParam},
-        {"default", "suspend selector 2", KV_DCMD_CTRL_PR_SUSPEND_RESUME, mboxBytes({{0, 2}}), 0,
-         -1, kParam},
-        {"default", "suspend while idle", KV_DCMD_CTRL_PR_SUSPEND_RESUME, {}, 0, -1, kParam},
-        {"default", "stop while idle", KV_DCMD_CTRL_PR_STOP, {}, 0, -1, kParam},
-        {"default", "flash list selector 3", KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 3}}),
-         80, -1, kParam},
-        {"default",
-         "flash list shorter than its head",
-         KV_DCMD_CTRL_FLASH_COMP_INFO_GET,
-         {},
-         4,
-         -1,
-         kParam},
-        {"default", "event list shorter than its head", KV_DCMD_CTRL_EVENT_GET, {}, 7, -1, kParam},
-        {"default", "event list with word 2", KV_DCMD_CTRL_EVENT_GET, mboxWords(0, 0, 1), 264, -1,
-         kParam},
-        {"default", "key id without 0xFFFF", KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, {}, 256, -1, kParam},
-        {"default", "key id without a key", KV_DCMD_CTRL_LOCK_KEY_KEYID_GET,
-         mboxBytes({{0, 0xFF}, {1, 0xFF}}), 0, -1, kvi::sim::kStatusNoLockKey},
-        {"default",
-         "destroy without a key",
-         KV_DCMD_CTRL_LOCK_KEY_DESTROY,
-         {},
-         0,
-         -1,
-         kvi::sim::kStatusNoLockKey},
-        {"default", "link speed 5", KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 1}, {1, 5}}),
-         0, -1, kParam},
-        {"default", "link speed of phy 16", KV_DCMD_SAS_CONFIG_SET_LINK_SPEED,
-         mboxBytes({{0, 16}, {1, 8}}), 0, -1, kParam},
-        {"default", "capture sub-function 6", KV_DCMD_CTRL_AEC_CONTROL, mboxWords(6), 0, -1,
-         kParam},
-        {"default", "capture mask beyond 16 bits", KV_DCMD_CTRL_AEC_CONTROL, mboxWords(3, 0x100), 0,
-         -1, kParam},
-        {"default", "capture read 100 bytes", KV_DCMD_CTRL_AEC_GET, {}, 100, -1, kParam},
-        {"default", "DPM without b[8]", KV_DCMD_DPM_GET_CFG, {}, 16, -1, kParam},
-        {"default", "shutdown flag 2", KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{0, 2}}), 0, -1, kParam},
-        {"default", "flush of nothing", KV_DCMD_CTRL_CACHE_FLUSH, {}, 0, -1, kParam},
-        {"default", "sas address zero", KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, {}, 0, -1, kParam},
-        {"default", "battery status 63 bytes", KV_DCMD_BBU_GET_STATUS, {}, 63, -1, kParam},
-        {"default", "mux list 4 bytes", KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, {}, 4, -1, kParam},
-        {"default", "NV cache selector 2", KV_DCMD_CTRL_NVCACHE_ERASE, mboxBytes({{0, 2}}), 16, -1,
-         kParam},
-        {"default", "configuration selector 1", KV_DCMD_CFG_READ, mboxBytes({{0, 1}}), 8, -1,
-         kParam},
-        {"entry", "alarm without hardware", KV_DCMD_CTRL_ALARM_GET, {}, 0, -1, kNoHw},
-        {"entry", "alarm enable without hardware", KV_DCMD_CTRL_ALARM_ENABLE, {}, 0, -1, kNoHw},
-        {"entry", "battery status without a battery", KV_DCMD_BBU_GET_STATUS, {}, 0, -1, kNoHw},
-        {"entry", "battery capacity", KV_DCMD_BBU_GET_CAPACITY_INFO, {}, 0, -1, kNoHw},
-        {"entry", "battery design", KV_DCMD_BBU_GET_DESIGN_INFO, {}, 0, -1, kNoHw},
-        {"entry", "battery learn", KV_DCMD_BBU_LEARN, {}, 0, -1, kNoHw},
-        {"entry", "battery properties", KV_DCMD_BBU_PROPERTIES_GET, {}, 0, -1, kNoHw},
-        {"entry", "retention test", KV_DCMD_CTRL_DIAG_BATTERY_RETENTION_TEST, {}, 0, -1, kNoHw},
-        {"entry", "no security", KV_DCMD_CTRL_LOCK_KEY_DESTROY, {}, 0, -1, KVI_STAT_INVALID_DCMD},
-        {"entry", "no backup image list", KV_DCMD_CTRL_FLASH_COMP_INFO_GET, mboxBytes({{0, 2}}), 0,
-         -1, kParam},
-        {"previous-gen", "no backup image list", KV_DCMD_CTRL_FLASH_COMP_INFO_GET,
-         mboxBytes({{0, 2}}), 0, -1, kParam},
-        {"previous-gen", "no extended PR form", KV_DCMD_CTRL_PR_GET_PROPERTIES, mboxBytes({{0, 1}}),
-         120, -1, kParam},
-        {"previous-gen", "no property extension", KV_DCMD_CTRL_PROPERTIES_GET, mboxBytes({{0, 1}}),
-         128, -1, kParam},
-    };
-    for (const Refused& c : cases) {
-        SCOPED_TRACE(std::string(c.profile) + ": " + c.what);
+TEST(SimRefusals, EachRequestOfTheTableGetsItsStatus) {
+    std::ifstream in(std::string(KVI_SOURCE_DIR) + "/tests/sim/data/refusals.txt");
+    std::string line;
+    unsigned rows = 0;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#')
+            continue;
+        std::istringstream fields(line);
+        std::string profile, opcode, mbox, direction, status, what;
+        std::uint32_t length = 0;
+        fields >> profile >> opcode >> mbox >> length >> direction >> status;
+        std::getline(fields >> std::ws, what);
+        SCOPED_TRACE(profile + ": " + what);
+        DCMD_MBOX m{};
+        std::istringstream items(mbox == "-" ? "" : mbox);
+        for (std::string item; std::getline(items, item, ',');) {
+            const bool word = item[0] == 'w';
+            const int at = std::stoi(item.substr(word ? 1 : 0));
+            const unsigned long v = std::stoul(item.substr(item.find('=') + 1), nullptr, 0);
+            if (word)
+                m.w[at] = std::uint32_t(v);
+            else
+                m.b[at] = std::uint8_t(v);
+        }
+        const int dir = direction == "read"    ? int(kvi::Direction::Read)
+                        : direction == "write" ? int(kvi::Direction::Write)
+                                               : -1;
         Simulator sim{Clock(kNow)};
-        sim.load(c.profile);
-        EXPECT_EQ(
-            send(sim.controller(0), c.opcode, c.mbox, c.length, nullptr, 0, c.direction).status,
-            c.status);
+        sim.load(profile);
+        const int got =
+            send(sim.controller(0), opcodeOf(opcode), m, length, nullptr, 0, dir).status;
+        EXPECT_EQ(kviStatusName(got), status);
+        ++rows;
     }
+    EXPECT_GT(rows, 40u);
     Simulator sim{Clock(kNow)};
     sim.load("default");
     kvi::DirectCommand cmd; // a length without a buffer is refused, not dereferenced
     cmd.opcode = KV_DCMD_CTRL_GET_INFO;
     cmd.length = 2464;
     cmd.direction = kvi::Direction::Read;
-    EXPECT_EQ(sim.controller(0).submit(cmd), kParam);
+    EXPECT_EQ(sim.controller(0).submit(cmd), KVI_STAT_INVALID_PARAMETER);
 }
 
 // Reply bytes of short answers: the head words and the zeros after them.
