@@ -77,19 +77,6 @@ TEST(Envelope, MessagesAndControllersAccumulateInOrder) {
     }
 }
 
-TEST(Envelope, CompactIsOneLineAndHostileInputStaysValid) {
-    Envelope envelope("0.1.0", {"kvictl", "set", "name=\"x\"\n", "bad\xFF"});
-    envelope.AddMessage(Envelope::Error, "usage", "unknown \"name\"\tvalue");
-    envelope.SetExitStatus(2);
-    const std::string out = Render(envelope, JsonWriter::Compact);
-    EXPECT_EQ(out.size() - 1, out.find('\n'));
-    Ordered doc;
-    ASSERT_NO_THROW(doc = Ordered::parse(out));
-    EXPECT_EQ("name=\"x\"\n", doc["kvictl"]["argv"][2]);
-    EXPECT_EQ("bad\xEF\xBF\xBD", doc["kvictl"]["argv"][3]);
-    EXPECT_EQ(2, doc["kvictl"]["exit_status"]);
-}
-
 TEST(Envelope, MessagesMemberThatIsNotAnArrayIsReplaced) {
     json::Object holder;
     holder["messages"] = json::String("stale");

@@ -22,75 +22,39 @@ constexpr std::time_t kUnconvertibleTime = static_cast<std::time_t>(100000000000
 // Firmware times as local text: each conversion that fails gives "NA", the
 // first one (epoch plus seconds) and, in summer time, the second one (less the
 // summer shift). The epoch answers of successive calls come from the row.
-struct FirmwareTimeCase {
-    const char* what;
-    const char* zone;
-    std::vector<std::int64_t> epochs; // answer of the n-th epoch call (the last repeats)
-    std::uint32_t seconds;
-    kvi::reports::DateForm form;
-    const char* expected;
-    int shiftCalls;
-};
-
-void PrintTo(const FirmwareTimeCase& c, std::ostream* os) {
-    *os << c.what;
-}
-
 constexpr std::int64_t kEpochUtc = 946684800;  // 2000-01-01 00:00 UTC
 constexpr std::int64_t kEpochCet = 946681200;  // 2000-01-01 00:00 CET
 constexpr std::uint32_t kJuly2025 = 804682800; // 2025-07-01 11:00 standard time
 constexpr const char* kCet = "CET-1CEST,M3.5.0,M10.5.0/3";
+using kvi::reports::DateForm;
 
-class FirmwareTime : public ::testing::TestWithParam<FirmwareTimeCase> {};
-
-TEST_P(FirmwareTime, ConvertsOrSaysNA) {
-    const FirmwareTimeCase& c = GetParam();
-    kvitest::TzGuard tz(c.zone);
-    std::size_t epochCalls = 0;
-    int shiftCalls = 0;
-    const std::string text = kvi::reports::firmwareTimeText(
-        [&] { return c.epochs[std::min(epochCalls++, c.epochs.size() - 1)]; },
-        [&] {
-            ++shiftCalls;
-            return 3600;
-        },
-        c.seconds, c.form);
-    EXPECT_EQ(text, c.expected);
-    EXPECT_EQ(shiftCalls, c.shiftCalls);
+TEST(FirmwareTime, ConvertsOrSaysNA) {
+    const struct {
+        const char* zone;
+        std::vector<std::int64_t> epochs; // answer of the n-th epoch call (the last repeats)
+        std::uint32_t seconds;
+        DateForm form;
+        const char* expected;
+        int shiftCalls;
+    } cases[] = {
+        // Winter time converts once; a failing first conversion says NA.
+        {"UTC0", {kEpochUtc}, 3661, DateForm::Comma, "01/01/2000, 01:01:01", 0},
+        {"UTC0", {kUnconvertibleTime}, 5, DateForm::Comma, "NA", 0},
+        // Summer time converts again less the shift, which may fail too.
+        {kCet, {kEpochCet}, kJuly2025 + 37 * 60, DateForm::HourOnly, "07/01/2025, 11:00:00", 1},
+        {kCet, {kEpochCet, kUnconvertibleTime}, kJuly2025, DateForm::Comma, "NA", 1},
+    };
+    for (const auto& c : cases) {
+        kvitest::TzGuard tz(c.zone);
+        std::size_t epochCalls = 0;
+        int shiftCalls = 0;
+        const std::string text = kvi::reports::firmwareTimeText(
+            [&] { return c.epochs[std::min(epochCalls++, c.epochs.size() - 1)]; },
+            [&] { return ++shiftCalls, 3600; }, c.seconds, c.form);
+        EXPECT_EQ(text, c.expected) << c.seconds;
+        EXPECT_EQ(shiftCalls, c.shiftCalls) << c.seconds;
+    }
 }
-
-const FirmwareTimeCase kFirmwareTimes[] = {
-    {"winter time converts once",
-     "UTC0",
-     {kEpochUtc},
-     3661,
-     kvi::reports::DateForm::Comma,
-     "01/01/2000, 01:01:01",
-     0},
-    {"first conversion failing",
-     "UTC0",
-     {kUnconvertibleTime},
-     5,
-     kvi::reports::DateForm::Comma,
-     "NA",
-     0},
-    {"summer time converts again less the shift",
-     kCet,
-     {kEpochCet},
-     kJuly2025 + 37 * 60,
-     kvi::reports::DateForm::HourOnly,
-     "07/01/2025, 11:00:00",
-     1},
-    {"summer time, second conversion failing",
-     kCet,
-     {kEpochCet, kUnconvertibleTime},
-     kJuly2025,
-     kvi::reports::DateForm::Comma,
-     "NA",
-     1},
-};
-
-INSTANTIATE_TEST_SUITE_P(Table, FirmwareTime, ::testing::ValuesIn(kFirmwareTimes));
 
 // The converters of the typed section values over texts the bundled profiles
 // do not show (their own are checked in test_sim, SectionValues): one member

@@ -163,26 +163,11 @@ const Setting kSettings[] = {
     // controller properties (first half, then the extension)
     {"RebuildRate", setPtr(&AdapterData::setRebuildRate), getter(&AdapterData::getRebuildRate), 55,
      kProp, &AdapterData::endCtlrPropUpdate},
-    {"PatrolReadRate", setPtr(&AdapterData::setpatrolReadRate),
-     getter(&AdapterData::getpatrolReadRate), 17, kProp, &AdapterData::endCtlrPropUpdate},
-    {"CcRate", setPtr(&AdapterData::setccRate), getter(&AdapterData::getccRate), 44, kProp,
-     &AdapterData::endCtlrPropUpdate},
-    {"CacheFlushInterval", setPtr(&AdapterData::setcacheFlushInterval),
-     getter(&AdapterData::getcacheFlushInterval), 9, kProp, &AdapterData::endCtlrPropUpdate},
-    {"JBOD", setPtr(&AdapterData::setJBODState), getter(&AdapterData::getJBODState), 1, kProp,
-     &AdapterData::endCtlrPropUpdate},
-    {"SpinDownTime", setVal(&AdapterData::setSpinDownTime), getter(&AdapterData::getSpinDownTime),
-     90, kProp, &AdapterData::endCtlrPropUpdate},
     {"PredFailDAInterval", setVal(&AdapterData::setPredFailDAInterval),
      getter(&AdapterData::getPredFailDAInterval), 90, kProp, &AdapterData::endCtlrPropExtUpdate},
     // BIOS data
     {"BiosStopOnError", setVal(&AdapterData::setbiosSOEStatus),
      getter(&AdapterData::getbiosSOEStatus), 1, kBios, &AdapterData::endBIOSDataUpdate, 0},
-    {"BiosAutoSelectBoot", setVal(&AdapterData::setbiosABS), getter(&AdapterData::getbiosABS), 1,
-     kBios, &AdapterData::endBIOSDataUpdate, 0},
-    {"BiosDeviceExposure", setVal(&AdapterData::setbiosDeviceExposure),
-     getter(&AdapterData::getbiosDeviceExposure), 1, kBios, &AdapterData::endBIOSDataUpdate},
-    // mux modes
     {"MuxMode",
      [](AdapterData& a, Value v) { return a.setMuxMode(static_cast<unsigned char>(v), 1); },
      getter(&AdapterData::getMuxMode, static_cast<unsigned char>(1)), 2,
@@ -200,34 +185,12 @@ const Setting kSettings[] = {
      getter(&AdapterData::getAdpSASAddress), 0x500605B0000A1230ULL},
     {"SasAddressInTheRecord", [](AdapterData& a, Value v) { return a.adpSetSASAdd(v, false); },
      getter(&AdapterData::getAdpSASAddress), 0x500605B0000B4560ULL},
-    {"AlarmDisabled", setVal(&AdapterData::setalarmState), getter(&AdapterData::getalarmState), 0},
-    {"AlarmSilenced", setVal(&AdapterData::setalarmState), getter(&AdapterData::getalarmState), 2},
-    {"BatteryAutoLearnMode", setPtr(&AdapterData::setBatteryAutoLearnMode),
-     getter(&AdapterData::getBatteryAutoLearnMode), 2},
-    {"MaintenanceMode", setVal(&AdapterData::setMaintenanceMode),
-     getter(&AdapterData::getMaintenanceMode), 1},
 };
 
 INSTANTIATE_TEST_SUITE_P(Default, SettingRoundtrip, ::testing::ValuesIn(kSettings),
                          [](const ::testing::TestParamInfo<Setting>& i) {
                              return std::string(i.param.name);
                          });
-
-TEST_F(Roundtrip, AlarmEnableAfterDisableShowsInTheProperties) {
-    ASSERT_EQ(fresh()->setalarmState(0), 0);
-    ASSERT_EQ(fresh()->setalarmState(1), 0);
-    unsigned char state = 9;
-    ASSERT_EQ(fresh()->getalarmState(&state), 0);
-    EXPECT_EQ(state, 1);
-}
-
-TEST_F(Roundtrip, AlarmAbsentReadsAsStateThree) {
-    load("entry");
-    unsigned char state = 0;
-    EXPECT_EQ(fresh()->getalarmState(&state), 0);
-    EXPECT_EQ(state, 3);
-    EXPECT_EQ(fresh()->setalarmState(1), KVI_STAT_NO_HW_PRESENT);
-}
 
 // ---- boot device ----
 TEST_F(Roundtrip, BootDeviceVirtualThenPhysicalThenNone) {
@@ -360,50 +323,6 @@ TEST_F(Roundtrip, LockKeyLifecycleChecksThePassphrase) {
     EXPECT_FALSE(flag);
     EXPECT_EQ(fresh()->verifyLockKey(next, 0), kvi::sim::kStatusNoLockKey);
     EXPECT_EQ(fresh()->destroyLockKey(), kvi::sim::kStatusNoLockKey);
-}
-
-// ---- battery learn cycle ----
-TEST_F(Roundtrip, BatteryLearnRunsForThreeStatusReadsThenSchedulesTheNext) {
-    constexpr unsigned kLearnActive = 1u << 6;
-    unsigned status = 0;
-    ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0);
-    ASSERT_EQ(status & kLearnActive, 0u);
-    unsigned nextBefore = 0;
-    ASSERT_EQ(fresh()->getBatteryNextLearnTime(&nextBefore), 0);
-
-    ASSERT_EQ(fresh()->startManualLearnCycle(), 0);
-    EXPECT_EQ(fresh()->startManualLearnCycle(), kvi::sim::kStatusBusy);
-    ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0);
-    EXPECT_NE(status & kLearnActive, 0u);
-    ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0);
-    EXPECT_NE(status & kLearnActive, 0u);
-    ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0); // the third read ends the cycle
-    ASSERT_EQ(fresh()->getBbuFwStatus(&status), 0);
-    EXPECT_EQ(status & kLearnActive, 0u);
-
-    unsigned period = 0, next = 0;
-    ASSERT_EQ(fresh()->getBatteryAutoLearnPeriod(&period), 0);
-    ASSERT_EQ(fresh()->getBatteryNextLearnTime(&next), 0);
-    if (period != 0) {
-        EXPECT_EQ(next, kvi::sim::Clock(kNow).firmwareTime() + period);
-    }
-}
-
-// ---- SSD-cache size ----
-TEST_F(Roundtrip, SscSizeWithoutVolumesIsZeroFromAnEightByteHead) {
-    unsigned long long blocks = 1;
-    backend().resetIntrospection();
-    ASSERT_EQ(fresh()->getCurrentConfigSSCSize(&blocks), 0);
-    EXPECT_EQ(blocks, 0u);
-    ASSERT_EQ(backend().trace().size(), 2u);
-    const auto& head = backend().trace()[0];
-    const auto& body = backend().trace()[1];
-    EXPECT_EQ(head.opcode, std::uint32_t(KV_DCMD_CFG_READ));
-    EXPECT_EQ(head.mbox[0], 2);
-    EXPECT_EQ(head.length, 8u);
-    EXPECT_EQ(body.mbox[0], 0);
-    EXPECT_EQ(body.length, 8u);
-    EXPECT_EQ(body.status, 0);
 }
 
 TEST_F(Roundtrip, SscSizeSumsTheVolumesOfTheProfileAndSurvivesTheStateFile) {

@@ -44,11 +44,13 @@ template <class T, class = void> struct Arg;
 
 template <class T> struct Arg<T, std::enable_if_t<std::is_arithmetic<T>::value>> {
     T get() { return T(); }
+    std::string show() const { return ""; }
 };
 
 template <class T> struct Arg<T*, std::enable_if_t<std::is_arithmetic<T>::value && !isByte<T>()>> {
     T v = T();
     T* get() { return &v; }
+    std::string show() const { return " " + std::to_string(v); }
 };
 
 // A plain byte pointer is an out-value or a caller buffer: room for the
@@ -56,12 +58,14 @@ template <class T> struct Arg<T*, std::enable_if_t<std::is_arithmetic<T>::value 
 template <class T> struct Arg<T*, std::enable_if_t<isByte<T>()>> {
     std::vector<T> buf = std::vector<T>(32768);
     T* get() { return buf.data(); }
+    std::string show() const { return " " + std::to_string(int(buf[0])); }
 };
 
 template <class T>
 struct Arg<T*, std::enable_if_t<std::is_class<T>::value && std::is_trivially_copyable<T>::value>> {
     T v{};
     T* get() { return &v; }
+    std::string show() const { return ""; }
 };
 
 // 1 July 2025 02:30 local time: a start time inside the firmware epoch.
@@ -79,6 +83,16 @@ std::tm startTime() {
 template <> struct Arg<const std::tm*> {
     std::tm t = startTime();
     const std::tm* get() { return &t; }
+    std::string show() const { return ""; }
+};
+template <> struct Arg<std::tm*> {
+    std::tm t{};
+    std::tm* get() { return &t; }
+    std::string show() const {
+        char text[32];
+        std::strftime(text, sizeof text, " %Y-%m-%d %H:%M", &t);
+        return text;
+    }
 };
 
 // Results handed back through T** belong to the caller, except the two
@@ -98,39 +112,54 @@ template <class T> struct Arg<T**> {
             delete p;
     }
     T** get() { return &p; }
+    std::string show() const { return ""; }
 };
 
 template <class E> struct Arg<ArrayList<E>*> {
     ArrayList<E> list;
     ArrayList<E>* get() { return &list; }
+    std::string show() const {
+        std::string out = " [";
+        for (std::size_t i = 0; i < list.size(); ++i)
+            out += (i ? " " : "") + std::to_string(list.get(i));
+        return out + "]";
+    }
 };
 template <class E> struct Arg<const ArrayList<E>*> {
     ArrayList<E> list;
     const ArrayList<E>* get() { return &list; }
+    std::string show() const { return ""; }
 };
 template <> struct Arg<std::string&> {
     std::string s;
     std::string& get() { return s; }
+    std::string show() const { return " \"" + s + "\""; }
 };
 template <> struct Arg<bool&> {
     bool b = false;
     bool& get() { return b; }
+    std::string show() const { return b ? " true" : " false"; }
 };
 template <> struct Arg<json::Object&> {
     json::Object o;
     json::Object& get() { return o; }
+    std::string show() const { return ""; }
 };
 template <> struct Arg<json::Array&> {
     json::Array a;
     json::Array& get() { return a; }
+    std::string show() const { return ""; }
 };
 template <> struct Arg<json::Array*> {
     json::Array a;
     json::Array* get() { return &a; }
+    std::string show() const { return ""; }
 };
 
-// The status of the last call (0 for operations that answer a value itself).
+// The status of the last call (0 for operations that answer a value itself),
+// and what it answered: its return value and the values it handed back.
 int gStatus = 0;
+std::string gAnswer;
 
 template <class R, class... A> void invoke(AdapterData& a, R (AdapterData::*fn)(A...)) {
     std::tuple<Arg<A>...> args;
@@ -138,6 +167,7 @@ template <class R, class... A> void invoke(AdapterData& a, R (AdapterData::*fn)(
         [&](auto&... arg) {
             R r = (a.*fn)(arg.get()...);
             gStatus = std::is_same<R, int>::value ? static_cast<int>(r) : 0;
+            gAnswer = "answers " + std::to_string(r) + (arg.show() + ... + std::string());
         },
         args);
 }
@@ -331,6 +361,33 @@ std::string describe(const kvi::sim::TraceEntry& t) {
     return text;
 }
 
+// The simulated controller, keeping the bytes each request writes (beside the
+// simulator's own trace, entry for entry).
+class WriteRecorder : public kvi::Backend {
+public:
+    explicit WriteRecorder(kvi::sim::SimController& sim) : sim_(sim) {}
+    int submit(kvi::DirectCommand& cmd) override {
+        std::string hex;
+        if (cmd.data &&
+            (cmd.direction == kvi::Direction::Write || cmd.direction == kvi::Direction::Both))
+            for (std::uint32_t i = 0; i < cmd.length; ++i) {
+                char byte[3];
+                std::snprintf(byte, sizeof byte, "%02x", cmd.data[i]);
+                hex += byte;
+            }
+        written.push_back(hex.empty() ? "" : " writes " + hex);
+        return sim_.submit(cmd);
+    }
+    int submitSmp(kvi::SmpCommand& cmd) override { return sim_.submitSmp(cmd); }
+    int pciLocation(kvi::PciLocation& out) override { return sim_.pciLocation(out); }
+    std::string driverName() override { return sim_.driverName(); }
+    std::string driverVersion() override { return sim_.driverVersion(); }
+    std::vector<std::string> written;
+
+private:
+    kvi::sim::SimController& sim_;
+};
+
 class AdapterWalk : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
@@ -360,12 +417,15 @@ TEST_P(AdapterWalk, SimulatorUnderstandsEveryRequest) {
     kvi::sim::SimController& backend = sim.controller(0);
     kvi::setProcessInputs(sim.processInputs());
     System::getInstance()->setBackend(&backend);
-    BackendController ctrl(backend, ControllerId(0));
+    WriteRecorder recorder(backend);
+    BackendController ctrl(recorder, ControllerId(0));
 
     std::vector<std::string> unexpected;
     std::string requests;
     for (const Operation& op : allCalls()) {
         backend.resetIntrospection();
+        recorder.written.clear();
+        gAnswer.clear();
         {
             ControllerId id(0);
             AdapterDataKvi adapter(&ctrl, &id);
@@ -389,8 +449,10 @@ TEST_P(AdapterWalk, SimulatorUnderstandsEveryRequest) {
             (void)adapter.endBIOSDataUpdate();
             (void)adapter.endMuxModeUpdate();
         }
-        for (const kvi::sim::TraceEntry& t : backend.trace()) {
-            requests += std::string(op.name) + ": " + describe(t) + "\n";
+        requests += std::string(op.name) + " " + gAnswer + "\n";
+        for (std::size_t i = 0; i < backend.trace().size(); ++i) {
+            const kvi::sim::TraceEntry& t = backend.trace()[i];
+            requests += "  " + describe(t) + recorder.written.at(i) + "\n";
             if (t.status == KVI_STAT_INVALID_PARAMETER || !t.handled)
                 unexpected.push_back(std::string(op.name) + ": " + describe(t));
         }
@@ -398,8 +460,10 @@ TEST_P(AdapterWalk, SimulatorUnderstandsEveryRequest) {
     EXPECT_TRUE(unexpected.empty()) << unexpected.size() << " requests refused or unknown, first: "
                                     << (unexpected.empty() ? "" : unexpected.front());
     // Every request of the walk over the default profile, as a golden file
+    // with what each operation answered and the bytes each request wrote
     // (regenerate with KVI_UPDATE_GOLDEN=1 and review the diff): an operation
-    // whose body stops asking the controller, or asks it otherwise, shows.
+    // whose body stops asking the controller, asks or writes otherwise, or
+    // decodes the answer otherwise, shows.
     if (GetParam() != "default")
         return;
     const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/sim/walk-default.txt";
