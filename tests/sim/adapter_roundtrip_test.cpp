@@ -31,7 +31,7 @@ namespace {
 
 constexpr std::int64_t kNow = 1748779200; // 2025-06-01 12:00:00 UTC
 
-// A time zone with summer time: schedules in July are read back in summer time.
+// A time zone with summer time, as the schedules and clocks meet it.
 constexpr const char* kZone = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 class Roundtrip : public ::testing::Test {
@@ -72,27 +72,6 @@ protected:
     kvitest::ScratchDir scratch_{"roundtrip"};
     int profiles_ = 0;
 };
-
-std::tm localTime(int year, int month, int day, int hour, int min) {
-    std::tm t{};
-    t.tm_year = year - 1900;
-    t.tm_mon = month - 1;
-    t.tm_mday = day;
-    t.tm_hour = hour;
-    t.tm_min = min;
-    t.tm_isdst = -1;
-    std::time_t s = std::mktime(&t); // normalises, sets tm_isdst and tm_wday
-    std::tm out{};
-    localtime_r(&s, &out);
-    return out;
-}
-
-std::vector<unsigned short> items(ArrayList<unsigned short>& list) {
-    std::vector<unsigned short> v;
-    for (std::size_t i = 0; i < list.size(); ++i)
-        v.push_back(list.get(i));
-    return v;
-}
 
 // ---- settings: written inside their transaction (when they have one) or at
 // once, read back by a new object ----
@@ -219,80 +198,6 @@ TEST_F(Roundtrip, BootDeviceVirtualThenPhysicalThenNone) {
         EXPECT_EQ(pd, step.pd);
     }
 }
-
-// ---- schedules, in both record forms ----
-class ScheduleRoundtrip : public Roundtrip, public ::testing::WithParamInterface<const char*> {
-protected:
-    void SetUp() override {
-        Roundtrip::SetUp();
-        load(GetParam());
-    }
-};
-
-TEST_P(ScheduleRoundtrip, PatrolReadModeDelayStartAndExclusions) {
-    const std::tm start = localTime(2025, 7, 14, 2, 30); // summer time
-    ASSERT_EQ(fresh()->setPrMode(1), 0);
-    ASSERT_EQ(fresh()->setPrExecDelay(336), 0);
-    ASSERT_EQ(fresh()->setPrStartTime(&start), 0);
-    ArrayList<unsigned short> excluded;
-    excluded.add(1);
-    excluded.add(4);
-    ASSERT_EQ(fresh()->setPRSchedExcludedLdList(&excluded), 0);
-
-    EXPECT_EQ(fresh()->getPrMode(), 1);
-    EXPECT_EQ(fresh()->getPrExecDelay(), 336u);
-    std::tm back{};
-    ASSERT_EQ(fresh()->getPatrolReadSchedStartTime(&back), 0);
-    EXPECT_EQ(back.tm_year, start.tm_year);
-    EXPECT_EQ(back.tm_mon, start.tm_mon);
-    EXPECT_EQ(back.tm_mday, start.tm_mday);
-    EXPECT_EQ(back.tm_hour, start.tm_hour);
-    EXPECT_EQ(back.tm_min, start.tm_min);
-    ArrayList<unsigned short> list;
-    ASSERT_EQ(fresh()->getPRSchedExcludedLdList(&list), 0);
-    EXPECT_EQ(items(list), (std::vector<unsigned short>{1, 4}));
-}
-
-TEST_P(ScheduleRoundtrip, ConsistencyCheckModeDelayStartAndExclusions) {
-    const std::tm start = localTime(2025, 8, 3, 23, 15);
-    ArrayList<unsigned short> excluded;
-    excluded.add(2);
-    excluded.add(7);
-    ASSERT_EQ(fresh()->setCcSchedMode(2, &excluded, &start, 168), 0);
-
-    unsigned char mode = 0;
-    ASSERT_EQ(fresh()->getCcSchedMode(&mode), 0);
-    EXPECT_EQ(mode, 2);
-    unsigned delay = 0;
-    ASSERT_EQ(fresh()->getCcSchedExecDelay(&delay), 0);
-    EXPECT_EQ(delay, 168u);
-    std::tm back{};
-    ASSERT_EQ(fresh()->getCcSchedStartTime(&back), 0);
-    EXPECT_EQ(back.tm_mon, start.tm_mon);
-    EXPECT_EQ(back.tm_mday, start.tm_mday);
-    EXPECT_EQ(back.tm_hour, start.tm_hour);
-    EXPECT_EQ(back.tm_min, start.tm_min);
-    ArrayList<unsigned short> list;
-    ASSERT_EQ(fresh()->getCcSchedExcludedLdList(&list), 0);
-    EXPECT_EQ(items(list), (std::vector<unsigned short>{2, 7}));
-
-    // The single-field writers keep the rest.
-    ASSERT_EQ(fresh()->setCcScExecDelay(24), 0);
-    const std::tm later = localTime(2025, 12, 1, 4, 0); // standard time
-    ASSERT_EQ(fresh()->setCcScStartTime(&later), 0);
-    ASSERT_EQ(fresh()->getCcSchedExecDelay(&delay), 0);
-    EXPECT_EQ(delay, 24u);
-    ASSERT_EQ(fresh()->getCcSchedStartTime(&back), 0);
-    EXPECT_EQ(back.tm_mon, 11);
-    EXPECT_EQ(back.tm_hour, 4);
-    ASSERT_EQ(fresh()->getCcSchedMode(&mode), 0);
-    EXPECT_EQ(mode, 2);
-}
-
-INSTANTIATE_TEST_SUITE_P(BothForms, ScheduleRoundtrip, ::testing::Values("default", "previous-gen"),
-                         [](const ::testing::TestParamInfo<const char*>& i) {
-                             return std::string(i.param[0] == 'd' ? "Extended" : "Legacy");
-                         });
 
 // ---- lock key ----
 TEST_F(Roundtrip, LockKeyLifecycleChecksThePassphrase) {

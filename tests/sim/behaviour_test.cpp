@@ -113,21 +113,6 @@ TEST_F(SimBehaviour, MuxModesFollowTheRules) {
               KVI_STAT_INVALID_PARAMETER);
 }
 
-TEST_F(SimBehaviour, LinkSpeedLandsInThePhyTable) {
-    ASSERT_EQ(send(c(), KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 5}, {1, 2}})).status, 0);
-    KV_SAS_PHY_CONNECTIONS t =
-        as<KV_SAS_PHY_CONNECTIONS>(send(c(), KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS));
-    EXPECT_EQ(t.count, 16u);
-    EXPECT_EQ(t.phy[5].linkSpeedControl, 2u);
-    EXPECT_EQ(t.phy[4].linkSpeedControl, 0u);
-    EXPECT_EQ(t.phy[0].linkSpeedControl, 8u);
-    // Bits 18-23 of the word at byte 12 of entry 5.
-    std::uint32_t w;
-    std::memcpy(&w, reinterpret_cast<std::uint8_t*>(&t) + 8 + 5 * 16 + 12, 4);
-    EXPECT_EQ((w >> 18) & 0x3F, 2u);
-    EXPECT_EQ(lastEvent(), "Link speed of phy 5 set to 3.0 Gbps");
-}
-
 TEST_F(SimBehaviour, NvCacheEraseClearsTheUsedPart) {
     const std::uint32_t before = newest();
     Reply r = send(c(), KV_DCMD_CTRL_NVCACHE_ERASE, mboxBytes({{0, 0}}), 16);
