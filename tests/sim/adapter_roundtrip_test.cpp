@@ -152,14 +152,6 @@ const Setting kSettings[] = {
      getter(&AdapterData::getMuxMode, static_cast<unsigned char>(1)), 2,
      &AdapterData::beginMuxModeUpdate, &AdapterData::endMuxModeUpdate},
     // written at once
-    {"LinkSpeed", [](AdapterData& a, Value v) { return a.setLinkSpeed(1, unsigned(v)); },
-     [](AdapterData& a, Value* out) {
-         unsigned s = 0;
-         int rc = a.getLinkSpeed(1, &s);
-         *out = s;
-         return rc;
-     },
-     4},
     {"SasAddressInTheMailbox", [](AdapterData& a, Value v) { return a.adpSetSASAdd(v, true); },
      getter(&AdapterData::getAdpSASAddress), 0x500605B0000A1230ULL},
     {"SasAddressInTheRecord", [](AdapterData& a, Value v) { return a.adpSetSASAdd(v, false); },

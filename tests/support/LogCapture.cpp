@@ -30,21 +30,13 @@ std::vector<std::string> LogCapture::texts(int level) const {
 }
 
 bool LogCapture::contains(const std::string& text) const {
-    return indexOf(text) >= 0;
+    return count(text) > 0;
 }
 
 std::size_t LogCapture::count(const std::string& text) const {
     return static_cast<std::size_t>(
         std::count_if(sink_.lines().begin(), sink_.lines().end(),
                       [&](const kvi::LogLine& line) { return line.text == text; }));
-}
-
-long LogCapture::indexOf(const std::string& text, std::size_t from) const {
-    const auto& lines = sink_.lines();
-    for (std::size_t i = from; i < lines.size(); ++i)
-        if (lines[i].text == text)
-            return static_cast<long>(i);
-    return -1;
 }
 
 ProcessInputsGuard::ProcessInputsGuard(const kvi::ProcessInputs& inputs) {

@@ -24,8 +24,6 @@ public:
     std::vector<std::string> texts(int level) const;  // lines of one level
     bool contains(const std::string& text) const;     // a line equal to text
     std::size_t count(const std::string& text) const; // lines equal to text
-    // Index of the first line equal to text at or after `from`, or -1.
-    long indexOf(const std::string& text, std::size_t from = 0) const;
     void clear() { sink_.clear(); }
 
 private:
