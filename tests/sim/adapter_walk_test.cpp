@@ -215,6 +215,12 @@ const std::vector<Operation>& generatedCalls() {
 
 const char kPass[] = "Sim-Pass#2025";
 const char kNewPass[] = "Sim-Pass#2026";
+const unsigned char kBytes[16] = {1, 2, 3};
+// A text argument the operation may change: the temporary lives until the end
+// of the call's full expression.
+std::string& lv(std::string&& text) {
+    return text;
+}
 
 // Values a user would give where the type's zero is not one.
 std::vector<Operation> sensibleCalls() {
@@ -223,26 +229,12 @@ std::vector<Operation> sensibleCalls() {
         ops.push_back({n, std::move(f)});
     };
     add("adpSetSASAdd", [](AdapterData& a) { (void)a.adpSetSASAdd(0x500605B000001234ULL, false); });
-    add("createLockKey", [](AdapterData& a) {
-        std::string pass = kPass, secret, id = "walk-key";
-        (void)a.createLockKey(pass, secret, id, 0);
-    });
-    add("rekeyLock", [](AdapterData& a) {
-        std::string pass = kNewPass;
-        (void)a.rekeyLock(pass);
-    });
-    add("lockKeyFromEscrow", [](AdapterData& a) {
-        std::string pass = kNewPass;
-        (void)a.lockKeyFromEscrow(pass);
-    });
-    add("verifyLockKey", [](AdapterData& a) {
-        std::string pass = kNewPass;
-        (void)a.verifyLockKey(pass, 0);
-    });
-    add("setKeyID", [](AdapterData& a) {
-        std::string id = "walk-key-2";
-        (void)a.setKeyID(id);
-    });
+    add("createLockKey",
+        [](AdapterData& a) { (void)a.createLockKey(lv(kPass), lv(""), lv("walk-key"), 0); });
+    add("rekeyLock", [](AdapterData& a) { (void)a.rekeyLock(lv(kNewPass)); });
+    add("lockKeyFromEscrow", [](AdapterData& a) { (void)a.lockKeyFromEscrow(lv(kNewPass)); });
+    add("verifyLockKey", [](AdapterData& a) { (void)a.verifyLockKey(lv(kNewPass), 0); });
+    add("setKeyID", [](AdapterData& a) { (void)a.setKeyID(lv("walk-key-2")); });
     add("getEventList", [](AdapterData& a) {
         std::vector<char> buf(8 + 4 * 256);
         (void)a.getEventList(0, buf.data(), static_cast<unsigned int>(buf.size()), 0xFE00FFFFu);
@@ -255,27 +247,17 @@ std::vector<Operation> sensibleCalls() {
         std::vector<unsigned char> buf(1024);
         (void)a.getProfileData(buf.data(), static_cast<unsigned short>(buf.size()));
     });
-    add("setSnapDumpInfo", [](AdapterData& a) {
-        const unsigned char data[16] = {1};
-        (void)a.setSnapDumpInfo(data, sizeof data);
-    });
-    add("setOOBInfo", [](AdapterData& a) {
-        const unsigned char data[16] = {1};
-        (void)a.setOOBInfo(data, sizeof data);
-    });
-    add("setFirmwareDebug", [](AdapterData& a) {
-        const unsigned char data[16] = {1};
-        (void)a.setFirmwareDebug(data, sizeof data);
-    });
+    add("setSnapDumpInfo", [](AdapterData& a) { (void)a.setSnapDumpInfo(kBytes, sizeof kBytes); });
+    add("setOOBInfo", [](AdapterData& a) { (void)a.setOOBInfo(kBytes, sizeof kBytes); });
+    add("setFirmwareDebug",
+        [](AdapterData& a) { (void)a.setFirmwareDebug(kBytes, sizeof kBytes); });
     add("importCSR", [](AdapterData& a) {
         const unsigned char data[] =
             "-----BEGIN CERTIFICATE-----\nU2lt\n-----END CERTIFICATE-----\n";
         (void)a.importCSR(data, sizeof data);
     });
-    add("writeManufacturingPage", [](AdapterData& a) {
-        const unsigned char data[16] = {1, 2, 3};
-        (void)a.writeManufacturingPage(1, data, sizeof data);
-    });
+    add("writeManufacturingPage",
+        [](AdapterData& a) { (void)a.writeManufacturingPage(1, kBytes, sizeof kBytes); });
     add("setMuxMode", [](AdapterData& a) { (void)a.setMuxMode(1, 0); });
     add("setCcSchedMode", [](AdapterData& a) {
         ArrayList<unsigned short> excluded;
