@@ -646,7 +646,7 @@ public:
     // ==== BEGIN rules, topology and security helpers ====
     // The cached controller information / manufacturing defaults, loaded
     // first when absent; nullptr with the loader's status in *rc when the load
-    // fails (rules.cpp, topology.cpp, security.cpp answer their capability
+    // fails (rules.cpp, cachepolicy.cpp, topology.cpp, security.cpp answer their capability
     // queries through these).
     const KV_CTRL_INFO* ctrlInfoOrStatus(int* rc);
     const KV_MFC_DEFAULTS* mfcDefaultsOrStatus(int* rc);
@@ -667,9 +667,9 @@ public:
     int setCcSchedExcludedLdList(const ArrayList<unsigned short>* list);
 
     // ==== BEGIN features helpers ====
-    // Shared by the feature operations (features.cpp). Byte buffers handed to a
-    // caller through unsigned char** are allocated with new[] and belong to the
-    // caller, who releases them with delete[].
+    // Shared by the feature operations (features.cpp, pages.cpp, diagnostics.cpp). Byte buffers
+    // handed to a caller through unsigned char** are allocated with new[] and belong to the caller,
+    // who releases them with delete[].
     //
     // Largest list, page or dump chunk accepted from the firmware or a caller;
     // a list head announcing more is refused with -1 before the second read.

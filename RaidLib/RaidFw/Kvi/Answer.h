@@ -6,12 +6,42 @@
 
 #include <cstdint>
 #include <ctime>
+#include <new>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
 namespace kvi::adapter {
+
+// An empty list for the caller, who releases it with delete; null when out
+// of memory.
+inline ArrayList<unsigned char>* newList() {
+    return new (std::nothrow) ArrayList<unsigned char>(ArrayList<unsigned char>::kDefaultCapacity);
+}
+
+// The opening of the queries that read the cached controller information or
+// manufacturing defaults themselves: the entry line, -1 for a null
+// out-pointer, then the load. Null when either fails, with the status in *rc.
+template <typename T>
+const KV_CTRL_INFO* enterInfo(AdapterDataKvi& a, const char* name, const T* out, int* rc) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        *rc = -1;
+        return nullptr;
+    }
+    return a.ctrlInfoOrStatus(rc);
+}
+
+template <typename T>
+const KV_MFC_DEFAULTS* enterMfc(AdapterDataKvi& a, const char* name, const T* out, int* rc) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        *rc = -1;
+        return nullptr;
+    }
+    return a.mfcDefaultsOrStatus(rc);
+}
 
 // `load` returns the load's status; `pick` the answer, called only after a
 // successful load. `argsValid` false answers -1 like a null `out`.
@@ -44,6 +74,20 @@ int infoAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
         [&] { return pick(*info); });
 }
 
+// Like infoAnswer, for the argument-less queries that return the answer: 1
+// or 0, and 0 when the controller information cannot be read.
+template <typename Pick> int infoFlag(AdapterDataKvi& a, const char* name, Pick pick) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    int rc = 0;
+    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
+    if (info == nullptr) {
+        return 0;
+    }
+    const int answer = pick(*info) ? 1 : 0;
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, answer);
+    return answer;
+}
+
 // An answer taken from the cached manufacturing defaults.
 template <typename T, typename Pick>
 int mfcAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
@@ -56,6 +100,40 @@ int mfcAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
             return rc;
         },
         [&] { return pick(*mfc); });
+}
+
+// The start of a schedule change that takes an excluded-drive list: a list
+// the short form cannot hold is refused with -1 before anything changes, then
+// the schedule record is loaded. 0 to go on, else the status to return.
+template <typename Load>
+int schedChangeStart(AdapterDataKvi& a, const ArrayList<unsigned short>* list, Load load) {
+    int rc = 0;
+    if (a.schedListTooLong(list, &rc)) {
+        return -1;
+    }
+    if (rc != 0) {
+        return rc;
+    }
+    return load();
+}
+
+// A schedule's excluded-drive list replaced: -1 for a null list, the change
+// started as above, `apply` stores the list into the held record, `store`
+// writes the record back and its status is returned.
+template <typename Load, typename Apply, typename Store>
+int schedExcludedChange(AdapterDataKvi& a, const char* name, const ArrayList<unsigned short>* list,
+                        Load load, Apply apply, Store store) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (list == nullptr) {
+        return -1;
+    }
+    const int rc = schedChangeStart(a, list, load);
+    if (rc != 0) {
+        return rc;
+    }
+    apply(*list);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+    return store();
 }
 
 // A schedule's start time as local wall-clock time: like loadedAnswer, with

@@ -19,6 +19,7 @@
 
 namespace {
 
+using kvi::adapter::enterInfo;
 using kvi::adapter::loadedAnswer;
 
 // Bits of KV_BBU_STATUS.fwStatus.
@@ -77,12 +78,8 @@ static_assert(kHealthTmmc == 0x24C03, "type 6 health bits 0, 1, 10, 11, 14, 17")
 // 0 returned.
 template <typename T, typename Pick>
 int fittedBatteryAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        return -1;
-    }
     int rc = 0;
-    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
+    const KV_CTRL_INFO* info = enterInfo(a, name, out, &rc);
     if (info == nullptr) {
         return rc;
     }

@@ -20,6 +20,8 @@
 namespace {
 
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::schedChangeStart;
+using kvi::adapter::schedExcludedChange;
 using kvi::adapter::schedStartAnswer;
 
 // A value of the consistency-check status, read afresh.
@@ -60,14 +62,7 @@ int AdapterDataKvi::setCcSchedMode(unsigned char mode, const ArrayList<unsigned 
                                    const tm* start, unsigned int delay) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcSchedMode");
     // A list the short form cannot hold is refused before anything changes.
-    int rc = 0;
-    if (schedListTooLong(excluded, &rc)) {
-        return -1;
-    }
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getCcScProperties();
+    int rc = schedChangeStart(*this, excluded, [this] { return getCcScProperties(); });
     if (rc != 0) {
         return rc;
     }
@@ -131,28 +126,16 @@ int AdapterDataKvi::setCcSchedMode(unsigned char mode, const ArrayList<unsigned 
 }
 
 int AdapterDataKvi::setCcSchedExcludedLdList(const ArrayList<unsigned short>* list) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setCcSchedExcludedLdList");
-    if (list == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    if (schedListTooLong(list, &rc)) {
-        return -1;
-    }
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getCcScProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    if (kvCcScProp_ != nullptr) {
-        schedListToLegacyExcluded(*list, *kvCcScProp_);
-    } else {
-        schedListToMapExcluded(*list, *kvCcScPropExt_);
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setCcSchedExcludedLdList");
-    return setCcScProperties();
+    return schedExcludedChange(
+        *this, "setCcSchedExcludedLdList", list, [this] { return getCcScProperties(); },
+        [this](const ArrayList<unsigned short>& l) {
+            if (kvCcScProp_ != nullptr) {
+                schedListToLegacyExcluded(l, *kvCcScProp_);
+            } else {
+                schedListToMapExcluded(l, *kvCcScPropExt_);
+            }
+        },
+        [this] { return setCcScProperties(); });
 }
 
 int AdapterDataKvi::getCcSchedMode(unsigned char* out) {

@@ -23,6 +23,7 @@
 
 namespace {
 
+using kvi::adapter::schedExcludedChange;
 using kvi::adapter::schedStartAnswer;
 
 constexpr std::uint8_t kPrStateActive = 2; // KV_PR_STATE_ACTIVE
@@ -280,28 +281,16 @@ int AdapterDataKvi::getPatrolReadSchedStartTime(tm* out) {
 // A list longer than the short form's 64 ids is refused before anything is
 // sent (it would not fit the record's id array).
 int AdapterDataKvi::setPRSchedExcludedLdList(const ArrayList<unsigned short>* list) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPRSchedExcludedLdList");
-    if (list == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    if (schedListTooLong(list, &rc)) {
-        return -1;
-    }
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getPrProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    if (kvPrPropExt_ != nullptr) {
-        schedListToMapExcluded(*list, *kvPrPropExt_);
-    } else {
-        schedListToLegacyExcluded(*list, *kvPrProp_);
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPRSchedExcludedLdList");
-    return setPrProperties();
+    return schedExcludedChange(
+        *this, "setPRSchedExcludedLdList", list, [this] { return getPrProperties(); },
+        [this](const ArrayList<unsigned short>& l) {
+            if (kvPrPropExt_ != nullptr) {
+                schedListToMapExcluded(l, *kvPrPropExt_);
+            } else {
+                schedListToLegacyExcluded(l, *kvPrProp_);
+            }
+        },
+        [this] { return setPrProperties(); });
 }
 
 // Appends to the caller's list (not cleared first).

@@ -1,5 +1,5 @@
-// Controller property accessors of AdapterDataKvi, with the alarm, factory-defaults, cache-flush,
-// host-information and key-identifier operations.
+// Controller property accessors of AdapterDataKvi (the alarm, factory-defaults, cache-flush,
+// host-information and key-identifier requests are in controller.cpp).
 //
 // The controller's adjustable settings live in the 64-byte KV_CTRL_PROP record (and one in its
 // 128-byte extension). Every setting has a getter and, where it can be changed, a setter, and
@@ -569,28 +569,6 @@ KVI_SETTING_GET(getAbortCCOnError, sAbortCCOnError, unsigned char)
 KVI_SETTING_GET(getcoercionMode, sCoercionMode, unsigned char)
 KVI_SETTING_GET(getautoRbldState, sAutoRbldState, unsigned char)
 
-// The alarm is read directly, not from the properties. A controller without alarm hardware
-// answers KVI_STAT_NO_HW_PRESENT, reported as state 3 with success.
-int AdapterDataKvi::getalarmState(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getalarmState");
-    if (out == nullptr) {
-        return -1;
-    }
-    // The firmware answers one byte; the buffer has room for the whole standard transfer.
-    unsigned char state[8] = {};
-    const int rc = sendDcmd(KV_DCMD_CTRL_ALARM_GET, kviMbox(), state, sizeof state, 0);
-    if (rc == KVI_STAT_NO_HW_PRESENT) {
-        *out = 3;
-        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getalarmState retCode = %d", 0);
-        return 0;
-    }
-    if (rc == 0 && state[0] <= 2) {
-        *out = state[0];
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getalarmState retCode = %d", rc);
-    return rc;
-}
-
 KVI_SETTING_GET(getCopyBackState, sCopyBackState, unsigned int)
 KVI_SETTING_GET(getJBODState, sJBODState, unsigned int)
 KVI_SETTING_GET(isJBODSupported, sJBODSupported, unsigned int)
@@ -609,42 +587,6 @@ KVI_SETTING_GET(getUseFDEOnlyEncrypt, sUseFDEOnlyEncrypt, unsigned int)
 KVI_SETTING_GET(getPrCorrectUncfgdAreas, sPrCorrectUncfgdAreas, unsigned int)
 KVI_SETTING_GET(getSSDPatrolReadState, sSSDPatrolReadState, unsigned char)
 KVI_SETTING_GET(getRevertibleHotSparesState, sRevertibleHotSparesState, unsigned short)
-
-namespace {
-// The key identifier travels as a zero-terminated text in the opcode's standard transfer;
-// reading and writing it use one buffer size, so the two opcodes must agree.
-constexpr std::uint32_t kKeyIdSize = kvDcmdStandardSize(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET);
-static_assert(kKeyIdSize != 0 && kKeyIdSize == kvDcmdStandardSize(KV_DCMD_CTRL_LOCK_KEY_KEYID_SET),
-              "the key identifier is read and written in one standard transfer size");
-} // namespace
-
-int AdapterDataKvi::getKeyID(std::string& out, unsigned char which) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getKeyID");
-    DCMD_MBOX mbox = kviMbox();
-    mbox.s[0] = 0xFFFF;
-    mbox.b[2] = which;
-    // One byte more than the transfer, never written by it, so the text is always terminated.
-    char keyId[kKeyIdSize + 1] = {};
-    const int rc = sendDcmd(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, mbox, keyId, kKeyIdSize, 0);
-    if (rc == 0) {
-        out.assign(keyId, strnlen(keyId, kKeyIdSize));
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getKeyID retCode = %d", rc);
-    return rc;
-}
-
-// Logs nothing.
-int AdapterDataKvi::getHostInfo(unsigned char* out) {
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_HOST_INFO info{};
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_HOST_INFO_GET, kviMbox(), &info);
-    if (rc == 0) {
-        *out = info.pciSlotNumber;
-    }
-    return rc;
-}
 
 KVI_SETTING_GET(getRestoreHotSpareOnInsertState, sRestoreHotSpareOnInsertState, unsigned char)
 KVI_SETTING_GET(getOnlineCtrlResetState, sOnlineCtrlResetState, unsigned char)
@@ -676,33 +618,6 @@ KVI_SETTING_SET_VAL(setAbortCCOnError, sAbortCCOnError, unsigned char)
 KVI_SETTING_SET_PTR(setcoercionMode, sCoercionMode, unsigned char)
 KVI_SETTING_SET_PTR(setautoRbldState, sAutoRbldState, unsigned char)
 
-// 0 disables, 1 enables, 2 silences the alarm; anything else is refused without sending. The
-// firmware keeps the enable state itself, so the cached property is brought in line without
-// raising the change flag.
-int AdapterDataKvi::setalarmState(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setalarmState");
-    std::uint32_t opcode = 0;
-    switch (value) {
-    case 0:
-        opcode = KV_DCMD_CTRL_ALARM_DISABLE;
-        break;
-    case 1:
-        opcode = KV_DCMD_CTRL_ALARM_ENABLE;
-        break;
-    case 2:
-        opcode = KV_DCMD_CTRL_ALARM_SILENCE;
-        break;
-    default:
-        return -1;
-    }
-    const int rc = sendDcmd(opcode);
-    if (rc == 0 && value <= 1 && kvCtrlPropPtr_ != nullptr) {
-        kvCtrlPropPtr_->alarmEnable = value;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setalarmState retCode = %d", rc);
-    return rc;
-}
-
 KVI_SETTING_SET_PTR(setCopyBackState, sCopyBackState, unsigned int)
 KVI_SETTING_SET_PTR(setJBODState, sJBODState, unsigned int)
 KVI_SETTING_SET_PTR(setCacheBypassState, sCacheBypassState, unsigned int)
@@ -719,21 +634,6 @@ KVI_SETTING_SET_PTR(setUseFDEOnlyEncrypt, sUseFDEOnlyEncrypt, unsigned int)
 KVI_SETTING_SET_PTR(setPrCorrectUncfgdAreas, sPrCorrectUncfgdAreas, unsigned int)
 KVI_SETTING_SET_VAL(setSSDPatrolReadState, sSSDPatrolReadState, unsigned char)
 
-// An identifier that does not fit the transfer with its terminator is refused unsent.
-int AdapterDataKvi::setKeyID(std::string& id) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setKeyID");
-    if (id.size() >= kKeyIdSize) {
-        return -1;
-    }
-    char keyId[kKeyIdSize] = {};
-    std::memcpy(keyId, id.data(), id.size());
-    DCMD_MBOX mbox = kviMbox();
-    mbox.s[0] = 0xFFFF;
-    const int rc = sendDcmd(KV_DCMD_CTRL_LOCK_KEY_KEYID_SET, mbox, keyId, kKeyIdSize, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setKeyID retCode = %d", rc);
-    return rc;
-}
-
 KVI_SETTING_SET_VAL(setFlushWriteVerify, sFlushWriteVerify, unsigned char)
 KVI_SETTING_SET_VAL(setRestoreHotSpareOnInsertState, sRestoreHotSpareOnInsertState, unsigned char)
 KVI_SETTING_SET_VAL(setOnlineCtrlResetState, sOnlineCtrlResetState, unsigned char)
@@ -743,23 +643,6 @@ KVI_SETTING_SET_VAL(setImmediateIO, sImmediateIO, unsigned char)
 KVI_SETTING_SET_VAL(setDriveActivityLED, sDriveActivityLED, unsigned char)
 KVI_SETTING_SET_VAL(setLargeIOSupport, sLargeIOSupport, unsigned char)
 KVI_SETTING_SET_PTR(setExposeEnclDevicesState, sExposeEnclDevicesState, unsigned char)
-
-// Caches are kept: the caller re-reads what it needs after the controller has reset itself.
-int AdapterDataKvi::setfactoryDefaults() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setfactoryDefaults");
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setfactoryDefaults");
-    return sendDcmd(KV_DCMD_CTRL_SET_FACTORY_DEFAULTS);
-}
-
-// Flushes the controller's DRAM cache and the drives' caches.
-int AdapterDataKvi::flushCache() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::flushCache");
-    const int rc = sendDcmd(
-        KV_DCMD_CTRL_CACHE_FLUSH,
-        kviMboxWords(KV_CTRL_CACHE_FLUSH_TYPE_DDR | KV_CTRL_CACHE_FLUSH_TYPE_DISK), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::flushCache retCode = %d", rc);
-    return rc;
-}
 
 // The per-drive key and secure-all settings have no field in the properties: these load the
 // properties and report the load, touching neither the argument nor the record.

@@ -1,5 +1,5 @@
-// Configuration rules of AdapterDataKvi: RAID levels, spans, strips, cache
-// policies, configuration permission and the capability queries.
+// Configuration rules of AdapterDataKvi: RAID levels, spans, strips,
+// configuration permission and the capability queries.
 //
 // Nearly every answer comes from the cached controller information or the
 // manufacturing defaults; the per-level drive and span tables keep the
@@ -20,8 +20,7 @@
 
 namespace {
 
-using kvi::adapter::infoAnswer;
-using kvi::adapter::mfcAnswer;
+using namespace kvi::adapter;
 
 // RAID level codes.
 constexpr unsigned char kRaid0 = 0;
@@ -63,28 +62,6 @@ std::uint32_t u32At(const std::vector<std::uint8_t>& b, std::size_t off) {
 std::size_t standardSize(std::uint32_t opcode) {
     const KV_DCMD_INFO* row = kvDcmdInfo(opcode);
     return row != nullptr ? row->standardSize : 0;
-}
-
-ArrayList<unsigned char>* newList() {
-    return new (std::nothrow) ArrayList<unsigned char>(ArrayList<unsigned char>::kDefaultCapacity);
-}
-
-// A fixed list handed to the caller.
-int fixedList(const char* name, ArrayList<unsigned char>** out, unsigned char first,
-              unsigned char second) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        return -1;
-    }
-    ArrayList<unsigned char>* list = newList();
-    if (list == nullptr) {
-        return -1;
-    }
-    list->add(first);
-    list->add(second);
-    *out = list;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
-    return 0;
 }
 
 // The strip-size bounds: unlike infoAnswer, the exit line (with the status)
@@ -145,157 +122,6 @@ const KV_MFC_DEFAULTS* AdapterDataKvi::mfcDefaultsOrStatus(int* rc) {
 }
 
 // ---------------------------------------------------------------------------
-// Drive mix, default policies and policy lists
-
-int AdapterDataKvi::isAllowMixInLd(bool* out) {
-    return infoAnswer(*this, "isAllowMixInLd", out,
-                      [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowMixInLD != 0; });
-}
-
-int AdapterDataKvi::isAllowHDDSSDMix(bool* out) {
-    return infoAnswer(*this, "isAllowHDDSSDMix", out,
-                      [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowMixSSDHDDInLD != 0; });
-}
-
-int AdapterDataKvi::isAllowSSDMixInLd(bool* out) {
-    return infoAnswer(*this, "isAllowSSDMixInLd", out,
-                      [](const KV_CTRL_INFO& i) { return i.pdMixSupport.allowSSDMixInLD != 0; });
-}
-
-// Manufacturing write-back code to the tool's write policy code.
-int AdapterDataKvi::getDefaultWrPolicy(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getDefaultWrPolicy");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_MFC_DEFAULTS* mfc = mfcDefaultsOrStatus(&rc);
-    if (mfc == nullptr) {
-        return rc;
-    }
-    switch (mfc->writeBack) {
-    case 0:
-        *out = 1;
-        break;
-    case 1:
-        *out = 0;
-        break;
-    case 2:
-        *out = 2;
-        break;
-    default:
-        rc = -1;
-        break;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getDefaultWrPolicy retCode = %d", rc);
-    return rc;
-}
-
-// The raw read-ahead code is written first and stays there when it has no
-// mapping.
-int AdapterDataKvi::getDefaultRdPolicy(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getDefaultRdPolicy");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_MFC_DEFAULTS* mfc = mfcDefaultsOrStatus(&rc);
-    if (mfc == nullptr) {
-        return rc;
-    }
-    *out = mfc->readAhead;
-    switch (mfc->readAhead) {
-    case 0:
-        *out = 2;
-        break;
-    case 1:
-    case 2:
-        *out = 0;
-        break;
-    default:
-        return -1;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getDefaultRdPolicy");
-    return 0;
-}
-
-int AdapterDataKvi::getDefaultCachePolicy(unsigned char* out) {
-    return mfcAnswer(*this, "getDefaultCachePolicy", out, [](const KV_MFC_DEFAULTS& m) {
-        return static_cast<unsigned char>(m.cachedIo == 1 ? 0 : 1);
-    });
-}
-
-int AdapterDataKvi::getDefaultDiskCachePolicy(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getDefaultDiskCachePolicy");
-    if (out == nullptr) {
-        return -1;
-    }
-    int oem = 0;
-    const int rc = getOem(&oem);
-    if (rc != 0) {
-        return rc;
-    }
-    *out = (oem == 6 || oem == 7 || oem == 9) ? 2 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getDefaultDiskCachePolicy");
-    return 0;
-}
-
-int AdapterDataKvi::getDefaultWriteCacheBadBBU(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getDefaultWriteCacheBadBBU");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_MFC_DEFAULTS* mfc = mfcDefaultsOrStatus(&rc);
-    if (mfc == nullptr) {
-        return rc;
-    }
-    if (mfc->cacheWhenBBUBad > 1) {
-        return -1;
-    }
-    *out = mfc->cacheWhenBBUBad;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getDefaultWriteCacheBadBBU");
-    return 0;
-}
-
-int AdapterDataKvi::getDiskCertificationPolicy(unsigned char* out) {
-    return mfcAnswer(*this, "getDiskCertificationPolicy", out,
-                     [](const KV_MFC_DEFAULTS& m) { return m.allowUnCertifiedHDDs; });
-}
-
-int AdapterDataKvi::getValidWrPolicyLst(ArrayList<unsigned char>** out) {
-    return fixedList("getValidWrPolicyLst", out, 1, 0);
-}
-
-int AdapterDataKvi::getValidRdPolicyLst(ArrayList<unsigned char>** out) {
-    return fixedList("getValidRdPolicyLst", out, 2, 0);
-}
-
-int AdapterDataKvi::getValidCachePolicy(ArrayList<unsigned char>** out) {
-    return fixedList("getValidCachePolicy", out, 1, 0);
-}
-
-int AdapterDataKvi::isDskCachePlChnglb(bool* out) {
-    return infoAnswer(*this, "isDskCachePlChnglb", out,
-                      [](const KV_CTRL_INFO& i) { return i.ldOperations.diskCachePolicy != 0; });
-}
-
-// Reads the controller information afresh (not the cache) into a local record.
-int AdapterDataKvi::isWritePolicy(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::isWritePolicy");
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_CTRL_INFO info{};
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_GET_INFO, kviMbox(), &info);
-    if (rc == 0) {
-        *out = static_cast<unsigned char>(info.ldOperations.writePolicy);
-        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::isWritePolicy");
-    }
-    return rc;
-}
-
-// ---------------------------------------------------------------------------
 // Strip sizes
 
 int AdapterDataKvi::getMinStrpSz(unsigned char* out) {
@@ -311,12 +137,8 @@ int AdapterDataKvi::getMaxStrpSz(unsigned char* out) {
 // Every code from min to max inclusive; empty when min > max. The counter is
 // an int so that a maximum of 255 ends the loop.
 int AdapterDataKvi::getValidStrpSzLst(ArrayList<unsigned char>** out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getValidStrpSzLst");
-    if (out == nullptr) {
-        return -1;
-    }
     int rc = 0;
-    const KV_CTRL_INFO* info = ctrlInfoOrStatus(&rc);
+    const KV_CTRL_INFO* info = enterInfo(*this, "getValidStrpSzLst", out, &rc);
     if (info == nullptr) {
         return rc;
     }
@@ -377,12 +199,8 @@ int AdapterDataKvi::getMaxSpanCount(unsigned char* out, unsigned char level) {
 // The firmware's minimum of a spanned level counts the whole array, so it is
 // halved; OEM 2 requires at least 4 drives for levels 6 and 60.
 int AdapterDataKvi::getMinPdPerSpan(unsigned char* out, unsigned char level) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMinPdPerSpan");
-    if (out == nullptr) {
-        return -1;
-    }
     int rc = 0;
-    const KV_CTRL_INFO* info = ctrlInfoOrStatus(&rc);
+    const KV_CTRL_INFO* info = enterInfo(*this, "getMinPdPerSpan", out, &rc);
     if (info == nullptr) {
         return rc;
     }
@@ -437,12 +255,8 @@ int AdapterDataKvi::getMinPdPerSpan(unsigned char* out, unsigned char level) {
 
 // Maximum counts are 12-bit values; only their low 8 bits reach the output.
 int AdapterDataKvi::getMaxPdPerSpan(unsigned char* out, unsigned char level) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMaxPdPerSpan");
-    if (out == nullptr) {
-        return -1;
-    }
     int rc = 0;
-    const KV_CTRL_INFO* info = ctrlInfoOrStatus(&rc);
+    const KV_CTRL_INFO* info = enterInfo(*this, "getMaxPdPerSpan", out, &rc);
     if (info == nullptr) {
         return rc;
     }
@@ -507,12 +321,8 @@ int AdapterDataKvi::getMaxPdPerSpan(unsigned char* out, unsigned char level) {
 
 // Levels 17 and 35 are never listed here, even when their bits are set.
 int AdapterDataKvi::getSupportedRaidLevels(ArrayList<unsigned char>** out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSupportedRaidLevels");
-    if (out == nullptr) {
-        return -1;
-    }
     int rc = 0;
-    const KV_CTRL_INFO* info = ctrlInfoOrStatus(&rc);
+    const KV_CTRL_INFO* info = enterInfo(*this, "getSupportedRaidLevels", out, &rc);
     if (info == nullptr) {
         return rc;
     }
@@ -720,78 +530,6 @@ bool AdapterDataKvi::getSupportedRaidLevelsForBV(unsigned char level) {
     default:
         return false;
     }
-}
-
-// Default write policy offered when the policy is changed, from the
-// manufacturing defaults and whether a battery or flash backup is present.
-int AdapterDataKvi::getWrPolicyDefaultChng(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getWrPolicyDefaultChng");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = 0;
-    const KV_MFC_DEFAULTS* mfc = mfcDefaultsOrStatus(&rc);
-    if (mfc == nullptr) {
-        return rc;
-    }
-    bool bbu = false;
-    rc = getCtrlInfoBbu(&bbu);
-    if (rc != 0) {
-        return rc;
-    }
-    const std::uint8_t w = mfc->writeBack;
-    const std::uint8_t c = mfc->cacheWhenBBUBad;
-    unsigned char policy = 3;
-    if (w == 0) {
-        policy = 1;
-    } else if (w == 1) {
-        if (!bbu && c == 0) {
-            policy = 1;
-        } else if (c != 0) {
-            policy = 3;
-        } else {
-            policy = 0;
-        }
-    }
-    *out = policy;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getWrPolicyDefaultChng");
-    return 0;
-}
-
-// [1], or [1, 0, 3] when a backup unit is present and the controller offers
-// the write policy change.
-int AdapterDataKvi::getValidWrPolicyLstChng(ArrayList<unsigned char>** out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getValidWrPolicyLstChng");
-    if (out == nullptr) {
-        return -1;
-    }
-    ArrayList<unsigned char>* list = newList();
-    if (list == nullptr) {
-        return -1;
-    }
-    bool bbu = false;
-    unsigned char policy = 0;
-    int rc = getCtrlInfoBbu(&bbu);
-    if (rc == 0) {
-        rc = getDefaultWrPolicy(&policy);
-    }
-    if (rc == 0) {
-        rc = getDefaultWriteCacheBadBBU(&policy);
-    }
-    if (rc != 0) {
-        delete list;
-        return rc;
-    }
-    unsigned char wp = 0;
-    isWritePolicy(&wp); // its status does not matter: no answer means "no"
-    list->add(1);
-    if (bbu && wp == 1) {
-        list->add(0);
-        list->add(3);
-    }
-    *out = list;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getValidWrPolicyLstChng");
-    return 0;
 }
 
 int AdapterDataKvi::moreThan16Phys(bool* out) {
