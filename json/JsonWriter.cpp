@@ -128,13 +128,8 @@ std::string JsonWriter::Quote(const std::string& text) {
     std::string out;
     out.reserve(text.size() + 2);
     out += '"';
-    for (std::size_t i = 0; i < text.size();) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        bool valid = true;
-        const std::size_t length = detail::Utf8Sequence(text, i, valid);
-        if (!valid) {
-            out += detail::kReplacementCharacter;
-        } else if (length > 1) {
+    detail::EachUtf8(text, out, [&](unsigned char c, std::size_t i, std::size_t length) {
+        if (length > 1) {
             out.append(text, i, length);
         } else if (c == '"') {
             out += "\\\"";
@@ -157,8 +152,7 @@ std::string JsonWriter::Quote(const std::string& text) {
         } else {
             out += static_cast<char>(c);
         }
-        i += length;
-    }
+    });
     out += '"';
     return out;
 }

@@ -34,5 +34,21 @@ std::size_t Utf8Sequence(const std::string& s, std::size_t i, bool& valid);
 
 extern const char kReplacementCharacter[]; // U+FFFD in UTF-8
 
+// Walks the UTF-8 sequences of `text`: an ill-formed one becomes U+FFFD in
+// `out`, a well-formed one goes to visit(c, i, length), c its first byte at i.
+template <typename Visit> void EachUtf8(const std::string& text, std::string& out, Visit visit) {
+    for (std::size_t i = 0; i < text.size();) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        bool valid = true;
+        const std::size_t length = Utf8Sequence(text, i, valid);
+        if (!valid) {
+            out += kReplacementCharacter;
+        } else {
+            visit(c, i, length);
+        }
+        i += length;
+    }
+}
+
 } // namespace detail
 } // namespace json

@@ -221,13 +221,8 @@ std::string TextWriter::ToString(const Object& section, const std::string& title
 std::string TextWriter::Printable(const std::string& text) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size();) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        bool valid = true;
-        const std::size_t length = detail::Utf8Sequence(text, i, valid);
-        if (!valid) {
-            out += detail::kReplacementCharacter;
-        } else if (length == 1 && (c < 0x20 || c == 0x7F)) {
+    detail::EachUtf8(text, out, [&](unsigned char c, std::size_t i, std::size_t length) {
+        if (length == 1 && (c < 0x20 || c == 0x7F)) {
             AppendEscape(out, c);
         } else if (length == 2 && c == 0xC2 && static_cast<unsigned char>(text[i + 1]) < 0xA0) {
             // C1 control characters U+0080..U+009F (terminals act on some).
@@ -235,8 +230,7 @@ std::string TextWriter::Printable(const std::string& text) {
         } else {
             out.append(text, i, length);
         }
-        i += length;
-    }
+    });
     return out;
 }
 
