@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "cli/App.h"
 #include "cli/Util.h"
 #include "util/Iso8601.h"
@@ -97,6 +98,19 @@ void actionDone(App& app, Target& t, const std::string& title, const std::string
     o["Action"] = json::String(action);
     o["Result"] = json::String(app.options().dryRun ? "not sent (dry run)" : "done");
     app.emit(t, "action", title, o);
+}
+
+Command actionCommand(App& app, const std::string& name, const std::string& title,
+                      std::function<int(AdapterData&)> op) {
+    Command c;
+    c.name = name;
+    c.run = [&app, name, title, op](Target& t) {
+        int rc = op(*t.adapter);
+        if (rc != 0)
+            app.fail(t, name, rc);
+        actionDone(app, t, title, name);
+    };
+    return c;
 }
 
 ChangeReport::Row& ChangeReport::add(Row row) {

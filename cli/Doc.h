@@ -4,6 +4,7 @@
 // the JSON rendering carry the same members in the same order.
 #include <ctime>
 #include <deque>
+#include <functional>
 #include <string>
 
 #include "json/elements.h"
@@ -12,9 +13,12 @@ namespace CLI {
 class App;
 }
 
+class AdapterData;
+
 namespace cli {
 
 class App;
+struct Command;
 struct Target;
 
 class Doc {
@@ -58,6 +62,11 @@ CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help
 
 // The "done" block of an action that changes something.
 void actionDone(App& app, Target& t, const std::string& title, const std::string& action);
+
+// A command that sends one request a controller: a failure is reported as
+// `name` failing, then the "done" block of `name` follows under `title`.
+Command actionCommand(App& app, const std::string& name, const std::string& title,
+                      std::function<int(AdapterData&)> op);
 
 // The old -> new report of a command that changes settings (set, bios set, the
 // schedule commands): one row per setting asked for. A row counts as changed only

@@ -17,16 +17,9 @@ void action(CLI::App& root, App& app, const char* name, const char* help, const 
     sub->footer(std::string("Examples:\n  kvictl --sim ") + name + "\n  kvictl --sim --dry-run " +
                 name + (question ? std::string("\n  kvictl --sim -y ") + name : std::string()));
     sub->callback([&app, name, question, op] {
-        Command c;
-        c.name = name;
+        Command c = actionCommand(app, name, "Controller", op);
         if (question != nullptr)
             c.confirmation = [question] { return std::string(question); };
-        c.run = [&app, name, op](Target& t) {
-            int rc = op(*t.adapter);
-            if (rc != 0)
-                app.fail(t, name, rc);
-            actionDone(app, t, "Controller", name);
-        };
         app.setCommand(std::move(c));
     });
 }

@@ -43,15 +43,8 @@ Command showAlarm(App& app) {
 }
 
 Command setAlarm(App& app, unsigned char value, const char* action) {
-    Command c;
-    c.name = std::string("alarm ") + action;
-    c.run = [&app, value, action](Target& t) {
-        int rc = t.adapter->setalarmState(value);
-        if (rc != 0)
-            app.fail(t, std::string("alarm ") + action, rc);
-        actionDone(app, t, "Alarm", std::string("alarm ") + action);
-    };
-    return c;
+    return actionCommand(app, std::string("alarm ") + action, "Alarm",
+                         [value](AdapterData& a) { return a.setalarmState(value); });
 }
 
 } // namespace

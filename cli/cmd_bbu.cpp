@@ -136,15 +136,8 @@ Command showBbu(App& app) {
 }
 
 Command bbuAction(App& app, const char* action, int (AdapterData::*op)()) {
-    Command c;
-    c.name = std::string("bbu ") + action;
-    c.run = [&app, action, op](Target& t) {
-        int rc = (t.adapter->*op)();
-        if (rc != 0)
-            app.fail(t, std::string("bbu ") + action, rc);
-        actionDone(app, t, "Battery", std::string("bbu ") + action);
-    };
-    return c;
+    return actionCommand(app, std::string("bbu ") + action, "Battery",
+                         [op](AdapterData& a) { return (a.*op)(); });
 }
 
 } // namespace

@@ -52,15 +52,7 @@ Command showCapture(App& app) {
 }
 
 Command captureAction(App& app, const std::string& action, std::function<int(AdapterData&)> op) {
-    Command c;
-    c.name = "capture " + action;
-    c.run = [&app, action, op](Target& t) {
-        int rc = op(*t.adapter);
-        if (rc != 0)
-            app.fail(t, "capture " + action, rc);
-        actionDone(app, t, "Event Capture", "capture " + action);
-    };
-    return c;
+    return actionCommand(app, "capture " + action, "Event Capture", std::move(op));
 }
 
 struct MaskArgs {

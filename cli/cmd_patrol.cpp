@@ -66,15 +66,8 @@ Command showPatrol(App& app) {
 }
 
 Command patrolAction(App& app, const char* action, int (AdapterData::*op)()) {
-    Command c;
-    c.name = std::string("patrol ") + action;
-    c.run = [&app, action, op](Target& t) {
-        int rc = (t.adapter->*op)();
-        if (rc != 0)
-            app.fail(t, std::string("patrol ") + action, rc);
-        actionDone(app, t, "Patrol Read", std::string("patrol ") + action);
-    };
-    return c;
+    return actionCommand(app, std::string("patrol ") + action, "Patrol Read",
+                         [op](AdapterData& a) { return (a.*op)(); });
 }
 
 // The shared schedule settings plus patrol read's own.
