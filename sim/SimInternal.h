@@ -29,6 +29,16 @@ void assignLockKey(ControllerState& st, const std::string& passphrase, const std
 // Whether a passphrase matches the assigned key.
 bool lockKeyMatches(const ControllerState& st, const std::string& passphrase);
 
+// 64-bit FNV-1a of `s`, continuing from `h` (the lock key's salt and the
+// suggested passphrase derive from it).
+inline std::uint64_t fnv1a(std::uint64_t h, const std::string& s) {
+    for (unsigned char c : s) {
+        h ^= c;
+        h *= 0x100000001b3ULL;
+    }
+    return h;
+}
+
 std::string toHex(const std::uint8_t* data, std::size_t size);
 bool fromHex(const std::string& text, std::vector<std::uint8_t>& out);
 
