@@ -43,6 +43,15 @@ const KV_MFC_DEFAULTS* enterMfc(AdapterDataKvi& a, const char* name, const T* ou
     return a.mfcDefaultsOrStatus(rc);
 }
 
+// A request between its entry and exit lines; the exit line carries the
+// request's status, which is returned.
+template <typename Op> int logged(const char* name, Op op) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    const int rc = op();
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+    return rc;
+}
+
 // `load` returns the load's status; `pick` the answer, called only after a
 // successful load. `argsValid` false answers -1 like a null `out`.
 template <typename T, typename Load, typename Pick>

@@ -21,6 +21,7 @@ namespace {
 
 using kvi::adapter::enterInfo;
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::logged;
 
 // Bits of KV_BBU_STATUS.fwStatus.
 enum : std::uint32_t {
@@ -362,10 +363,7 @@ int AdapterDataKvi::getWritePolicyChngReason(unsigned char* out) {
 }
 
 int AdapterDataKvi::startManualLearnCycle() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::startManualLearnCycle");
-    const int rc = sendDcmd(KV_DCMD_BBU_LEARN);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::startManualLearnCycle retCode = %d", rc);
-    return rc;
+    return logged("startManualLearnCycle", [&] { return sendDcmd(KV_DCMD_BBU_LEARN); });
 }
 
 // Answers the flag itself: 1 when a battery unit is fitted, 0 otherwise or when the controller

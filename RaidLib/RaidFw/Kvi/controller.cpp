@@ -6,12 +6,15 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
 #include "provider/DebugLog.h"
 
 namespace {
+
+using kvi::adapter::logged;
 // The key identifier travels as a zero-terminated text in the opcode's standard transfer;
 // reading and writing it use one buffer size, so the two opcodes must agree.
 constexpr std::uint32_t kKeyIdSize = kvDcmdStandardSize(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET);
@@ -120,10 +123,9 @@ int AdapterDataKvi::setfactoryDefaults() {
 
 // Flushes the controller's DRAM cache and the drives' caches.
 int AdapterDataKvi::flushCache() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::flushCache");
-    const int rc = sendDcmd(
-        KV_DCMD_CTRL_CACHE_FLUSH,
-        kviMboxWords(KV_CTRL_CACHE_FLUSH_TYPE_DDR | KV_CTRL_CACHE_FLUSH_TYPE_DISK), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::flushCache retCode = %d", rc);
-    return rc;
+    return logged("flushCache", [&] {
+        return sendDcmd(KV_DCMD_CTRL_CACHE_FLUSH,
+                        kviMboxWords(KV_CTRL_CACHE_FLUSH_TYPE_DDR | KV_CTRL_CACHE_FLUSH_TYPE_DISK),
+                        nullptr, 0, 0);
+    });
 }

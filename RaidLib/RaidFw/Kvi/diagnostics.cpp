@@ -111,12 +111,10 @@ int AdapterDataKvi::startDiag(unsigned int tests, json::Array* results) {
 }
 
 int AdapterDataKvi::getSnapDumpInfo(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSnapDumpInfo");
-    const int rc =
-        featureReadBytes(KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES, kviMbox(),
-                         standardSize(KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES), 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSnapDumpInfo retCode = %d", rc);
-    return rc;
+    return logged("getSnapDumpInfo", [&] {
+        return featureReadBytes(KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES, kviMbox(),
+                                standardSize(KV_DCMD_CTRL_SNAPDUMP_GET_PROPERTIES), 0, out, length);
+    });
 }
 
 // Read, change, write: the current snap dump properties are read, the caller's
@@ -141,11 +139,10 @@ int AdapterDataKvi::setSnapDumpInfo(const unsigned char* data, unsigned int leng
 }
 
 int AdapterDataKvi::getSnapDumpHDR(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSnapDumpHDR");
-    const int rc = featureReadBytes(KV_DCMD_CTRL_SNAPDUMP_GET, kviMbox(kSnapDumpHeader),
-                                    standardSize(KV_DCMD_CTRL_SNAPDUMP_GET), 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSnapDumpHDR retCode = %d", rc);
-    return rc;
+    return logged("getSnapDumpHDR", [&] {
+        return featureReadBytes(KV_DCMD_CTRL_SNAPDUMP_GET, kviMbox(kSnapDumpHeader),
+                                standardSize(KV_DCMD_CTRL_SNAPDUMP_GET), 0, out, length);
+    });
 }
 
 // One chunk of dump data: b[0] = 2, b[1] the chunk, w[1] the offset. *length
@@ -167,12 +164,11 @@ int AdapterDataKvi::getSnapDumpData(unsigned char chunk, unsigned int offset, un
 
 // Two passes: a 32-byte first read whose size word announces the whole list.
 int AdapterDataKvi::getNVMEErrorList(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getNVMEErrorList");
-    constexpr std::uint32_t kFirstPass = 32;
-    const int rc = featureReadList(KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST, kviMbox(), kFirstPass,
-                                   kFirstPass, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getNVMEErrorList retCode = %d", rc);
-    return rc;
+    return logged("getNVMEErrorList", [&] {
+        constexpr std::uint32_t kFirstPass = 32;
+        return featureReadList(KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST, kviMbox(), kFirstPass,
+                               kFirstPass, out, length);
+    });
 }
 
 int AdapterDataKvi::sendNVMeRepairRequest(unsigned char device) {
@@ -189,25 +185,22 @@ int AdapterDataKvi::sendNVMeRepairRequest(unsigned char device) {
 }
 
 int AdapterDataKvi::getOOBInfo(unsigned char which, unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getOOBInfo");
-    const int rc = featureReadBytes(KV_DCMD_OOB_METHOD_GET, kviMbox(which),
-                                    standardSize(KV_DCMD_OOB_METHOD_GET), 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getOOBInfo retCode = %d", rc);
-    return rc;
+    return logged("getOOBInfo", [&] {
+        return featureReadBytes(KV_DCMD_OOB_METHOD_GET, kviMbox(which),
+                                standardSize(KV_DCMD_OOB_METHOD_GET), 0, out, length);
+    });
 }
 
 int AdapterDataKvi::setOOBInfo(const unsigned char* data, unsigned int length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setOOBInfo");
-    const int rc = featureWriteRecord(KV_DCMD_OOB_METHOD_SET, kviMbox(), data, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setOOBInfo retCode = %d", rc);
-    return rc;
+    return logged("setOOBInfo", [&] {
+        return featureWriteRecord(KV_DCMD_OOB_METHOD_SET, kviMbox(), data, length);
+    });
 }
 
 int AdapterDataKvi::setFirmwareDebug(const unsigned char* data, unsigned int length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setFirmwareDebug");
-    const int rc = featureWriteRecord(KV_DCMD_CTRL_SET_DEBUG_ATTRIBUTES, kviMbox(), data, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setFirmwareDebug retCode = %d", rc);
-    return rc;
+    return logged("setFirmwareDebug", [&] {
+        return featureWriteRecord(KV_DCMD_CTRL_SET_DEBUG_ATTRIBUTES, kviMbox(), data, length);
+    });
 }
 
 // The expander's number of phys, by an SMP REPORT GENERAL pass-through. A

@@ -122,22 +122,20 @@ int AdapterDataKvi::featureWriteRecord(std::uint32_t opcode, const DCMD_MBOX& mb
 // Drive performance monitoring and VPD capability
 
 int AdapterDataKvi::getDPMCfg(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getDPMCfg");
-    DCMD_MBOX mbox = kviMbox();
-    mbox.b[8] = 1;
-    const int rc = featureReadBytes(KV_DCMD_DPM_GET_CFG, mbox, standardSize(KV_DCMD_DPM_GET_CFG), 0,
-                                    out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getDPMCfg retCode = %d", rc);
-    return rc;
+    return logged("getDPMCfg", [&] {
+        DCMD_MBOX mbox = kviMbox();
+        mbox.b[8] = 1;
+        return featureReadBytes(KV_DCMD_DPM_GET_CFG, mbox, standardSize(KV_DCMD_DPM_GET_CFG), 0,
+                                out, length);
+    });
 }
 
 int AdapterDataKvi::setDPMState(unsigned int state, unsigned int value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setDPMState");
-    DCMD_MBOX mbox = kviMboxWords(state, value);
-    mbox.b[8] = 1;
-    const int rc = sendDcmd(KV_DCMD_DPM_CTRL, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setDPMState retCode = %d", rc);
-    return rc;
+    return logged("setDPMState", [&] {
+        DCMD_MBOX mbox = kviMboxWords(state, value);
+        mbox.b[8] = 1;
+        return sendDcmd(KV_DCMD_DPM_CTRL, mbox, nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::isExtMfgVPDFlashSupported(bool* out) {
@@ -228,12 +226,11 @@ int AdapterDataKvi::getPreservedCacheVDBitsExt(KV_LD_BITMAP* out) {
 }
 
 int AdapterDataKvi::clearPreservedCacheData(unsigned char id) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::clearPreservedCacheData");
-    DCMD_MBOX mbox = kviMbox(id);
-    mbox.b[1] = 1;
-    const int rc = sendDcmd(KV_DCMD_LD_DISCARD_PINNED, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::clearPreservedCacheData retCode = %d", rc);
-    return rc;
+    return logged("clearPreservedCacheData", [&] {
+        DCMD_MBOX mbox = kviMbox(id);
+        mbox.b[1] = 1;
+        return sendDcmd(KV_DCMD_LD_DISCARD_PINNED, mbox, nullptr, 0, 0);
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -376,19 +373,14 @@ int AdapterDataKvi::setSscdTargetIds(const ArrayList<unsigned char>* list) {
 }
 
 int AdapterDataKvi::getIOVPrivateInfo(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getIOVPrivateInfo");
-    const int rc =
-        featureReadBytes(KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET, kviMbox(),
-                         standardSize(KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET), 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getIOVPrivateInfo retCode = %d", rc);
-    return rc;
+    return logged("getIOVPrivateInfo", [&] {
+        return featureReadBytes(KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET, kviMbox(),
+                                standardSize(KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET), 0, out, length);
+    });
 }
 
 int AdapterDataKvi::downgrade() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::downgrade");
-    const int rc = sendDcmd(KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::downgrade retCode = %d", rc);
-    return rc;
+    return logged("downgrade", [&] { return sendDcmd(KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV); });
 }
 
 // Auto-configuration: one opcode, the sub-function in w[0]. The value travels
@@ -491,28 +483,25 @@ int AdapterDataKvi::setAllCopyback(unsigned char value) {
 }
 
 int AdapterDataKvi::getMemScrubPatterns(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMemScrubPatterns");
-    const int rc = featureReadList(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, kviMbox(),
-                                   kFeatureListHead, 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMemScrubPatterns retCode = %d", rc);
-    return rc;
+    return logged("getMemScrubPatterns", [&] {
+        return featureReadList(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, kviMbox(), kFeatureListHead,
+                               0, out, length);
+    });
 }
 
 int AdapterDataKvi::setMemScrubPattern(unsigned char pattern, unsigned int value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setMemScrubPattern");
-    DCMD_MBOX mbox = kviMbox(pattern);
-    mbox.w[1] = value;
-    const int rc = sendDcmd(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setMemScrubPattern retCode = %d", rc);
-    return rc;
+    return logged("setMemScrubPattern", [&] {
+        DCMD_MBOX mbox = kviMbox(pattern);
+        mbox.w[1] = value;
+        return sendDcmd(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET, mbox, nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::getLDSpanList(unsigned char** out, unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getLDSpanList");
-    const int rc =
-        featureReadList(KV_DCMD_LD_GET_SPAN_LIST, kviMbox(), kFeatureListHead, 0, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getLDSpanList retCode = %d", rc);
-    return rc;
+    return logged("getLDSpanList", [&] {
+        return featureReadList(KV_DCMD_LD_GET_SPAN_LIST, kviMbox(), kFeatureListHead, 0, out,
+                               length);
+    });
 }
 
 // Always 0: this layer recognises no controller of that product family, so
@@ -547,15 +536,13 @@ int AdapterDataKvi::exportCSR(unsigned char** out, unsigned int* length) {
 }
 
 int AdapterDataKvi::importCSR(const unsigned char* data, unsigned int length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::importCSR");
-    const int rc = featureWriteRecord(KV_DCMD_CTRL_PSEC_IMPORT_CER, kviMbox(), data, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::importCSR retCode = %d", rc);
-    return rc;
+    return logged("importCSR", [&] {
+        return featureWriteRecord(KV_DCMD_CTRL_PSEC_IMPORT_CER, kviMbox(), data, length);
+    });
 }
 
 int AdapterDataKvi::setInvalidateSlot(unsigned char slot) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setInvalidateSlot");
-    const int rc = sendDcmd(KV_DCMD_CTRL_PSEC_SLOT_MGMT, kviMbox(slot), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setInvalidateSlot retCode = %d", rc);
-    return rc;
+    return logged("setInvalidateSlot", [&] {
+        return sendDcmd(KV_DCMD_CTRL_PSEC_SLOT_MGMT, kviMbox(slot), nullptr, 0, 0);
+    });
 }

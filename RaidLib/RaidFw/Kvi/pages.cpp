@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/Bytes.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
@@ -32,10 +33,9 @@ constexpr std::uint8_t kCtrlPageSecurity = 2;
 int loggedConfigPageRead(AdapterDataKvi& a, const char* name, unsigned char pageType,
                          unsigned char pageNumber, unsigned int pageAddress, unsigned char** out,
                          unsigned int* length) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    const int rc = a.featureReadConfigPage(pageType, pageNumber, pageAddress, out, length);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
-    return rc;
+    return logged(name, [&] {
+        return a.featureReadConfigPage(pageType, pageNumber, pageAddress, out, length);
+    });
 }
 
 } // namespace

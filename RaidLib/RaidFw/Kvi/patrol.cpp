@@ -23,6 +23,7 @@
 
 namespace {
 
+using kvi::adapter::logged;
 using kvi::adapter::schedExcludedChange;
 using kvi::adapter::schedStartAnswer;
 
@@ -158,17 +159,11 @@ template <typename Set> int AdapterDataKvi::prScheduleSet(const char* name, Set 
 // Control requests
 
 int AdapterDataKvi::startPr() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::startPr");
-    const int rc = sendDcmd(KV_DCMD_CTRL_PR_START);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::startPr retCode = %d", rc);
-    return rc;
+    return logged("startPr", [&] { return sendDcmd(KV_DCMD_CTRL_PR_START); });
 }
 
 int AdapterDataKvi::stopPr() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::stopPr");
-    const int rc = sendDcmd(KV_DCMD_CTRL_PR_STOP);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::stopPr retCode = %d", rc);
-    return rc;
+    return logged("stopPr", [&] { return sendDcmd(KV_DCMD_CTRL_PR_STOP); });
 }
 
 // ---------------------------------------------------------------------------
@@ -316,17 +311,15 @@ int AdapterDataKvi::getPRSchedExcludedLdList(ArrayList<unsigned short>* out) {
 // Suspend, resume and the option bits
 
 int AdapterDataKvi::suspendPr() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::suspendPr");
-    const int rc = sendDcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, kviMbox(0), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::suspendPr retCode = %d", rc);
-    return rc;
+    return logged("suspendPr", [&] {
+        return sendDcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, kviMbox(0), nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::resumePr() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::resumePr");
-    const int rc = sendDcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, kviMbox(1), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::resumePr retCode = %d", rc);
-    return rc;
+    return logged("resumePr", [&] {
+        return sendDcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, kviMbox(1), nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::getSSDPrStatus(unsigned char* out) {

@@ -11,6 +11,7 @@
 namespace {
 
 using kvi::adapter::infoAnswer;
+using kvi::adapter::logged;
 
 // Personality codes, as the current-personality bitmap uses them.
 constexpr unsigned short kPersonalitySds = 4;
@@ -53,10 +54,9 @@ int AdapterDataKvi::getControllerHA(unsigned char* out) {
 }
 
 int AdapterDataKvi::setControllerHA(unsigned char mode) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setControllerHA");
-    const int rc = sendDcmd(KV_DCMD_CTRL_CONTROL_HA_MODE_SET, kviMbox(mode), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setControllerHA retCode = %d", rc);
-    return rc;
+    return logged("setControllerHA", [&] {
+        return sendDcmd(KV_DCMD_CTRL_CONTROL_HA_MODE_SET, kviMbox(mode), nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::getMaintenanceMode(unsigned char* out) {
@@ -65,10 +65,9 @@ int AdapterDataKvi::getMaintenanceMode(unsigned char* out) {
 }
 
 int AdapterDataKvi::setMaintenanceMode(unsigned char mode) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setMaintenanceMode");
-    const int rc = sendDcmd(KV_DCMD_CTRL_MAINTENANCE_MODE_SET, kviMbox(mode), nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setMaintenanceMode retCode = %d", rc);
-    return rc;
+    return logged("setMaintenanceMode", [&] {
+        return sendDcmd(KV_DCMD_CTRL_MAINTENANCE_MODE_SET, kviMbox(mode), nullptr, 0, 0);
+    });
 }
 
 // A fresh read of the personality record into the caller's record.
@@ -95,20 +94,18 @@ int AdapterDataKvi::isSDSsupported(bool* out) {
 }
 
 int AdapterDataKvi::setPersonality(unsigned short personality) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPersonality");
-    DCMD_MBOX mbox = kviMbox();
-    mbox.s[0] = personality;
-    const int rc = sendDcmd(KV_DCMD_CTRL_PERSONALITY_SET, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPersonality retCode = %d", rc);
-    return rc;
+    return logged("setPersonality", [&] {
+        DCMD_MBOX mbox = kviMbox();
+        mbox.s[0] = personality;
+        return sendDcmd(KV_DCMD_CTRL_PERSONALITY_SET, mbox, nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::setPersonality(unsigned short personality, unsigned short option) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setPersonality");
-    DCMD_MBOX mbox = kviMbox();
-    mbox.s[0] = personality;
-    mbox.s[1] = option;
-    const int rc = sendDcmd(KV_DCMD_CTRL_PERSONALITY_SET, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setPersonality retCode = %d", rc);
-    return rc;
+    return logged("setPersonality", [&] {
+        DCMD_MBOX mbox = kviMbox();
+        mbox.s[0] = personality;
+        mbox.s[1] = option;
+        return sendDcmd(KV_DCMD_CTRL_PERSONALITY_SET, mbox, nullptr, 0, 0);
+    });
 }

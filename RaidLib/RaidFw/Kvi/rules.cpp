@@ -394,21 +394,19 @@ int AdapterDataKvi::isSlicingSupportedWithSpanning(bool* out) {
 // Shutdown and restart
 
 int AdapterDataKvi::adpShutDown(bool value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::adpShutDown");
-    DCMD_MBOX mbox = kviMbox();
-    mbox.b[0] = value ? 1 : 0;
-    const int rc = sendDcmd(KV_DCMD_CTRL_SHUTDOWN, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::adpShutDown retCode = %d", rc);
-    return rc;
+    return logged("adpShutDown", [&] {
+        DCMD_MBOX mbox = kviMbox();
+        mbox.b[0] = value ? 1 : 0;
+        return sendDcmd(KV_DCMD_CTRL_SHUTDOWN, mbox, nullptr, 0, 0);
+    });
 }
 
 int AdapterDataKvi::adpRestart(bool value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::adpRestart");
-    DCMD_MBOX mbox = kviMbox();
-    mbox.b[1] = value ? 1 : 0;
-    const int rc = sendDcmd(KV_DCMD_CTRL_SHUTDOWN, mbox, nullptr, 0, 0);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::adpRestart retCode = %d", rc);
-    return rc;
+    return logged("adpRestart", [&] {
+        DCMD_MBOX mbox = kviMbox();
+        mbox.b[1] = value ? 1 : 0;
+        return sendDcmd(KV_DCMD_CTRL_SHUTDOWN, mbox, nullptr, 0, 0);
+    });
 }
 
 // ---------------------------------------------------------------------------
