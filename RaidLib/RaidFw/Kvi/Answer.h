@@ -52,6 +52,30 @@ template <typename Op> int logged(const char* name, Op op) {
     return rc;
 }
 
+// A request answered into a scratch value first: the entry line, -1 for a
+// null out-pointer, request(scratch), then *out = pick(scratch) only on
+// success, and the exit line with the status, which is returned.
+template <typename Scratch, typename T, typename Request, typename Pick>
+int scratchAnswer(const char* name, T* out, Request request, Pick pick) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        return -1;
+    }
+    Scratch scratch{};
+    const int rc = request(scratch);
+    if (rc == 0) {
+        *out = pick(scratch);
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
+    return rc;
+}
+
+// The same with the whole scratch value as the answer.
+template <typename Scratch, typename T, typename Request>
+int scratchAnswer(const char* name, T* out, Request request) {
+    return scratchAnswer<Scratch>(name, out, request, [](const Scratch& s) { return s; });
+}
+
 // `load` returns the load's status; `pick` the answer, called only after a
 // successful load. `argsValid` false answers -1 like a null `out`.
 template <typename T, typename Load, typename Pick>
@@ -65,6 +89,21 @@ int loadedAnswer(const char* name, T* out, Load load, Pick pick, bool argsValid 
         return rc;
     }
     *out = static_cast<T>(pick());
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+    return 0;
+}
+
+// A change of a cached record: the entry line, the record load (whose
+// failure status is returned at once, with no exit line), `change`, the exit
+// line, 0. The record is written back later by its end-update call.
+template <typename Load, typename Change>
+int loadedChange(const char* name, Load load, Change change) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    const int rc = load();
+    if (rc != 0) {
+        return rc;
+    }
+    change();
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
     return 0;
 }

@@ -17,34 +17,24 @@
 namespace {
 
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::loadedChange;
 constexpr std::uint16_t kNoBootTarget = 0xFFFF;
 } // namespace
 
 int AdapterDataKvi::getbiosStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
     // Enabled (1) means the BIOS is exposed.
-    *out = kvBiosDataPtr_->doNotExpose == 0 ? 1 : 0;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getbiosStatus");
-    return 0;
+    return loadedAnswer(
+        "getbiosStatus", out, [this] { return getBIOSData(); },
+        [&] { return kvBiosDataPtr_->doNotExpose == 0 ? 1 : 0; });
 }
 
 int AdapterDataKvi::setbiosStatus(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosStatus");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->doNotExpose = value != 0 ? 0 : 1;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosStatus");
-    return 0;
+    return loadedChange(
+        "setbiosStatus", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->doNotExpose = value != 0 ? 0 : 1;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 // Stop on error: the getter reports 1 for error mode 1, while the setter stores 0 for 1 and 1
@@ -56,15 +46,12 @@ int AdapterDataKvi::getbiosSOEStatus(unsigned char* out) {
 }
 
 int AdapterDataKvi::setbiosSOEStatus(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosSOEStatus");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->continueOnError = value == 1 ? 0 : 1;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosSOEStatus");
-    return 0;
+    return loadedChange(
+        "setbiosSOEStatus", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->continueOnError = value == 1 ? 0 : 1;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 int AdapterDataKvi::getbiosBEStatus(unsigned char* out) {
@@ -83,15 +70,12 @@ int AdapterDataKvi::getbiosBEStatus(unsigned char* out) {
 }
 
 int AdapterDataKvi::setbiosBEStatus(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosBEStatus");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->continueOnError = value != 0 ? 1 : 0;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosBEStatus");
-    return 0;
+    return loadedChange(
+        "setbiosBEStatus", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->continueOnError = value != 0 ? 1 : 0;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 int AdapterDataKvi::getbiosHCOEStatus(unsigned char* out) {
@@ -101,15 +85,12 @@ int AdapterDataKvi::getbiosHCOEStatus(unsigned char* out) {
 }
 
 int AdapterDataKvi::setbiosHCOEStatus(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosHCOEStatus");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->continueOnError = value == 2 ? 2 : 0;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosHCOEStatus");
-    return 0;
+    return loadedChange(
+        "setbiosHCOEStatus", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->continueOnError = value == 2 ? 2 : 0;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 int AdapterDataKvi::getbiosHSMStatus(unsigned char* out) {
@@ -119,15 +100,12 @@ int AdapterDataKvi::getbiosHSMStatus(unsigned char* out) {
 }
 
 int AdapterDataKvi::setbiosHSMStatus(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosHSMStatus");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->continueOnError = value == 3 ? 3 : 0;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosHSMStatus");
-    return 0;
+    return loadedChange(
+        "setbiosHSMStatus", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->continueOnError = value == 3 ? 3 : 0;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 // Auto-select boot drive: like SOE, the setter stores the reverse of the getter's sense, so
@@ -139,27 +117,21 @@ int AdapterDataKvi::getbiosABS(unsigned char* out) {
 }
 
 int AdapterDataKvi::setbiosABS(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosABS");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->autoSelectBootLd = value != 0 ? 0 : 1;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosABS");
-    return 0;
+    return loadedChange(
+        "setbiosABS", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->autoSelectBootLd = value != 0 ? 0 : 1;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 int AdapterDataKvi::setbiosDeviceExposure(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setbiosDeviceExposure");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->deviceExposure = value;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setbiosDeviceExposure");
-    return 0;
+    return loadedChange(
+        "setbiosDeviceExposure", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->deviceExposure = value;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 int AdapterDataKvi::getbiosDeviceExposure(unsigned char* out) {
@@ -213,16 +185,13 @@ int AdapterDataKvi::setBootVd(PhysicalDevice* pd) {
 }
 
 int AdapterDataKvi::unsetBootVd() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::unsetBootVd");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->bootTargetId = kNoBootTarget;
-    kvBiosDataPtr_->bootDeviceIsPD = 0;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::unsetBootVd");
-    return 0;
+    return loadedChange(
+        "unsetBootVd", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->bootTargetId = kNoBootTarget;
+            kvBiosDataPtr_->bootDeviceIsPD = 0;
+            kvBIOSDataChanged_ = true;
+        });
 }
 
 // The identifier handed out is the caller's to delete. No boot virtual drive (none set, or a
@@ -276,13 +245,10 @@ int AdapterDataKvi::getBIOSBootMode(unsigned char* out) {
 }
 
 int AdapterDataKvi::setBIOSBootMode(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setBIOSBootMode");
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    kvBiosDataPtr_->continueOnError = value;
-    kvBIOSDataChanged_ = true;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setBIOSBootMode");
-    return 0;
+    return loadedChange(
+        "setBIOSBootMode", [this] { return getBIOSData(); },
+        [&] {
+            kvBiosDataPtr_->continueOnError = value;
+            kvBIOSDataChanged_ = true;
+        });
 }

@@ -15,12 +15,15 @@
 #include <new>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
 #include "provider/DpParams.h"
 
 namespace {
+
+using kvi::adapter::scratchAnswer;
 
 // Largest image component count accepted from the firmware; a larger count is
 // taken as a broken answer and the list is not read.
@@ -576,15 +579,7 @@ int AdapterDataKvi::getAllPhyConnections() {
 // Controller clock
 
 int AdapterDataKvi::getCtrlTime(KV_TIME_STAMP* timeStamp) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCtrlTime");
-    if (timeStamp == nullptr) {
-        return -1;
-    }
-    KV_TIME_STAMP answer{};
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_TIME_GET, kviMbox(), &answer);
-    if (rc == 0) {
-        *timeStamp = answer;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getCtrlTime retCode = %d", rc);
-    return rc;
+    return scratchAnswer<KV_TIME_STAMP>("getCtrlTime", timeStamp, [&](KV_TIME_STAMP& answer) {
+        return sendDcmdRec(KV_DCMD_CTRL_TIME_GET, kviMbox(), &answer);
+    });
 }

@@ -14,31 +14,7 @@
 #include "provider/DpParams.h"
 #include "json/elements.h"
 
-namespace {
-
 using namespace kvi::adapter;
-
-// Snap dump reads (mailbox b[0] of KV_DCMD_CTRL_SNAPDUMP_GET).
-constexpr std::uint8_t kSnapDumpHeader = 1;
-constexpr std::uint8_t kSnapDumpData = 2;
-
-// Phy loopback answer: count U32, reserved U32, then up to 24 results of 8
-// bytes (phy U8, result U8 with 0 = passed, reserved U16, error count U32).
-constexpr std::uint32_t kLoopbackMaxResults = 24;
-constexpr std::uint32_t kLoopbackResultSize = 8;
-constexpr std::uint32_t kLoopbackLength = 8 + kLoopbackMaxResults * kLoopbackResultSize;
-
-// SMP REPORT GENERAL: request frame (type 0x40, function 0x00) with room for
-// its CRC; the response (type 0x41) has the function result at byte 2 and the
-// expander's number of phys at byte 9.
-constexpr std::uint8_t kSmpRequestFrame = 0x40;
-constexpr std::uint8_t kSmpResponseFrame = 0x41;
-constexpr std::uint8_t kSmpReportGeneral = 0x00;
-constexpr std::uint32_t kSmpRequestLength = 8;
-constexpr std::uint32_t kSmpResponseLength = 64;
-constexpr std::size_t kSmpNumPhysOffset = 9;
-
-} // namespace
 
 // Loopback test of one phy (private request, mailbox b[0] = phy). Each result
 // the controller reports becomes one object ("Phy", "Result" "Pass"/"Fail",

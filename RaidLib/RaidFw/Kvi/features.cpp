@@ -24,21 +24,7 @@
 #include "provider/DebugLog.h"
 #include "json/elements.h"
 
-namespace {
-
 using namespace kvi::adapter;
-
-// Auto-configuration sub-functions (mailbox w[0] of KV_DCMD_CFG_AUTOCFG).
-constexpr std::uint32_t kAutoCfgGetParam = 0;
-constexpr std::uint32_t kAutoCfgSetParam = 1;
-constexpr std::uint32_t kAutoCfgSetPdCache = 2;
-constexpr std::uint32_t kAutoCfgGetPdCache = 3;
-
-// Logical-drive id list of the SSD cache (KV_DCMD_LD_SSCD_GET_LDS / _SET_LDS):
-// size U32, count U32, then one target id byte per drive; at most 256 ids.
-constexpr std::uint32_t kSscdMaxIds = 256;
-
-} // namespace
 
 // ---------------------------------------------------------------------------
 // Helpers shared by the operations below
@@ -196,33 +182,17 @@ int AdapterDataKvi::getMaxLdPerArray(unsigned char* out) {
 
 // The 64-drive bitmap of logical drives with preserved (pinned) cache.
 int AdapterDataKvi::getPreservedCacheVDBits(unsigned long long* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPreservedCacheVDBits");
-    if (out == nullptr) {
-        return -1;
-    }
-    std::uint64_t bits = 0;
-    const int rc = sendDcmdRec(KV_DCMD_LD_GET_PINNED_LIST, kviMbox(), &bits);
-    if (rc == 0) {
-        *out = bits;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPreservedCacheVDBits retCode = %d", rc);
-    return rc;
+    return scratchAnswer<std::uint64_t>("getPreservedCacheVDBits", out, [&](std::uint64_t& bits) {
+        return sendDcmdRec(KV_DCMD_LD_GET_PINNED_LIST, kviMbox(), &bits);
+    });
 }
 
 // The same list as a 256-drive bitmap (length 32).
 int AdapterDataKvi::getPreservedCacheVDBitsExt(KV_LD_BITMAP* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPreservedCacheVDBitsExt");
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_LD_BITMAP map{};
-    const int rc = sendDcmdRec(KV_DCMD_LD_GET_PINNED_LIST, kviMbox(), &map,
-                               static_cast<std::uint32_t>(sizeof map));
-    if (rc == 0) {
-        *out = map;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPreservedCacheVDBitsExt retCode = %d", rc);
-    return rc;
+    return scratchAnswer<KV_LD_BITMAP>("getPreservedCacheVDBitsExt", out, [&](KV_LD_BITMAP& map) {
+        return sendDcmdRec(KV_DCMD_LD_GET_PINNED_LIST, kviMbox(), &map,
+                           static_cast<std::uint32_t>(sizeof map));
+    });
 }
 
 int AdapterDataKvi::clearPreservedCacheData(unsigned char id) {
@@ -388,51 +358,39 @@ int AdapterDataKvi::downgrade() {
 // in b[4] and b[5].
 int AdapterDataKvi::getAutoConfigParam(unsigned char* out, unsigned char option,
                                        unsigned char param) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getAutoConfigParam");
-    if (out == nullptr) {
-        return -1;
-    }
-    DCMD_MBOX mbox = kviMboxWords(kAutoCfgGetParam);
-    mbox.b[4] = option;
-    mbox.b[5] = param;
-    std::uint8_t rec[8] = {};
-    const int rc = sendDcmdRec(KV_DCMD_CFG_AUTOCFG, mbox, &rec);
-    if (rc == 0) {
-        *out = rec[0];
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAutoConfigParam retCode = %d", rc);
-    return rc;
+    return scratchAnswer<std::uint8_t[8]>(
+        "getAutoConfigParam", out,
+        [&](std::uint8_t(&rec)[8]) {
+            DCMD_MBOX mbox = kviMboxWords(kAutoCfgGetParam);
+            mbox.b[4] = option;
+            mbox.b[5] = param;
+            return sendDcmdRec(KV_DCMD_CFG_AUTOCFG, mbox, &rec);
+        },
+        [](const std::uint8_t(&rec)[8]) { return rec[0]; });
 }
 
 int AdapterDataKvi::setAutoConfigParam(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setAutoConfigParam");
-    std::uint8_t rec[8] = {value};
-    const int rc = sendDcmdRec(KV_DCMD_CFG_AUTOCFG, kviMboxWords(kAutoCfgSetParam), &rec);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setAutoConfigParam retCode = %d", rc);
-    return rc;
+    return logged("setAutoConfigParam", [&] {
+        std::uint8_t rec[8] = {value};
+        return sendDcmdRec(KV_DCMD_CFG_AUTOCFG, kviMboxWords(kAutoCfgSetParam), &rec);
+    });
 }
 
 // The read form of getAutoConfigParam with sub-function 3.
 int AdapterDataKvi::getAutoPDCache(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getAutoPDCache");
-    if (out == nullptr) {
-        return -1;
-    }
-    std::uint8_t rec[8] = {};
-    const int rc = sendDcmdRec(KV_DCMD_CFG_AUTOCFG, kviMboxWords(kAutoCfgGetPdCache), &rec);
-    if (rc == 0) {
-        *out = rec[0];
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getAutoPDCache retCode = %d", rc);
-    return rc;
+    return scratchAnswer<std::uint8_t[8]>(
+        "getAutoPDCache", out,
+        [&](std::uint8_t(&rec)[8]) {
+            return sendDcmdRec(KV_DCMD_CFG_AUTOCFG, kviMboxWords(kAutoCfgGetPdCache), &rec);
+        },
+        [](const std::uint8_t(&rec)[8]) { return rec[0]; });
 }
 
 int AdapterDataKvi::setAutoPDCache(unsigned char value) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::setAutoPDCache");
-    std::uint8_t rec[8] = {value};
-    const int rc = sendDcmdRec(KV_DCMD_CFG_AUTOCFG, kviMboxWords(kAutoCfgSetPdCache), &rec);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::setAutoPDCache retCode = %d", rc);
-    return rc;
+    return logged("setAutoPDCache", [&] {
+        std::uint8_t rec[8] = {value};
+        return sendDcmdRec(KV_DCMD_CFG_AUTOCFG, kviMboxWords(kAutoCfgSetPdCache), &rec);
+    });
 }
 
 // The manufacturing serial number: the text of KV_MFC_MFG.sn up to its first

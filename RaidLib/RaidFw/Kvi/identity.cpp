@@ -17,6 +17,7 @@
 namespace {
 
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::loadedChange;
 
 // The component table of KV_CTRL_INFO is declared with eight entries, but the firmware's count
 // may claim more; entries are read by byte offset as far as the record reaches, never past it.
@@ -113,14 +114,11 @@ int AdapterDataKvi::getProductName(std::string& out) {
 }
 
 int AdapterDataKvi::getPackageVersion(std::string& out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPackageVersion");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    out = fieldText(kvCtrlInfoPtr_->packageVersion, sizeof kvCtrlInfoPtr_->packageVersion);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPackageVersion");
-    return 0;
+    return loadedChange(
+        "getPackageVersion", [this] { return getCtlrInfo(); },
+        [&] {
+            out = fieldText(kvCtrlInfoPtr_->packageVersion, sizeof kvCtrlInfoPtr_->packageVersion);
+        });
 }
 
 int AdapterDataKvi::getBootBlkVersion(std::string& out) {

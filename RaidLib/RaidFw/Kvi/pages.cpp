@@ -16,18 +16,6 @@ namespace {
 
 using namespace kvi::adapter;
 
-// Configuration-page actions (byte 0 of the pass-through frame) and the
-// manufacturing page type.
-constexpr std::uint8_t kPageActionHeader = 0;
-constexpr std::uint8_t kPageActionRead = 1;
-constexpr std::uint8_t kPageActionWrite = 2;
-constexpr std::uint8_t kPageTypeManufacturing = 0x09;
-
-// Controller page reads (KV_DCMD_CTRL_CONFIG_PAGE_GET): mailbox b[0] the page
-// kind, b[1] the page number.
-constexpr std::uint8_t kCtrlPageMfgExt = 1;
-constexpr std::uint8_t kCtrlPageSecurity = 2;
-
 // The page readers differ only in the name their log lines carry: one
 // configuration-page read between the entry and exit lines.
 int loggedConfigPageRead(AdapterDataKvi& a, const char* name, unsigned char pageType,

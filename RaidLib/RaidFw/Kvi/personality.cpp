@@ -4,18 +4,14 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/Answer.h"
+#include "RaidLib/RaidFw/Kvi/Bytes.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
 
 namespace {
 
-using kvi::adapter::infoAnswer;
-using kvi::adapter::logged;
-
-// Personality codes, as the current-personality bitmap uses them.
-constexpr unsigned short kPersonalitySds = 4;
-constexpr unsigned short kPersonalityJbod = 8;
+using namespace kvi::adapter;
 
 // Whether a personality code is among the supported ones, by a fresh read.
 int personalitySupported(AdapterDataKvi& a, const char* name, unsigned short code, bool* out) {
@@ -40,17 +36,9 @@ int personalitySupported(AdapterDataKvi& a, const char* name, unsigned short cod
 } // namespace
 
 int AdapterDataKvi::getControllerHA(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getControllerHA");
-    if (out == nullptr) {
-        return -1;
-    }
-    std::uint8_t mode = 0;
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_CONTROL_HA_MODE_GET, kviMbox(), &mode, 1);
-    if (rc == 0) {
-        *out = mode;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getControllerHA retCode = %d", rc);
-    return rc;
+    return scratchAnswer<std::uint8_t>("getControllerHA", out, [&](std::uint8_t& mode) {
+        return sendDcmdRec(KV_DCMD_CTRL_CONTROL_HA_MODE_GET, kviMbox(), &mode, 1);
+    });
 }
 
 int AdapterDataKvi::setControllerHA(unsigned char mode) {
@@ -72,17 +60,10 @@ int AdapterDataKvi::setMaintenanceMode(unsigned char mode) {
 
 // A fresh read of the personality record into the caller's record.
 int AdapterDataKvi::getPersonality(KV_CTRL_PERSONALITY_INFO* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPersonality");
-    if (out == nullptr) {
-        return -1;
-    }
-    KV_CTRL_PERSONALITY_INFO info{};
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_PERSONALITY_GET, kviMbox(), &info);
-    if (rc == 0) {
-        *out = info;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPersonality retCode = %d", rc);
-    return rc;
+    return scratchAnswer<KV_CTRL_PERSONALITY_INFO>(
+        "getPersonality", out, [&](KV_CTRL_PERSONALITY_INFO& info) {
+            return sendDcmdRec(KV_DCMD_CTRL_PERSONALITY_GET, kviMbox(), &info);
+        });
 }
 
 int AdapterDataKvi::isJBODPersonalitysupported(bool* out) {
