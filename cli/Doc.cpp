@@ -83,6 +83,18 @@ CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help
     return group.add_subcommand(name, help);
 }
 
+CLI::App* commandGroup(CLI::App& root, App& app, const std::string& name, const std::string& help,
+                       const std::string& footer, std::function<Command()> fallback) {
+    auto* g = root.add_subcommand(name, help);
+    g->require_subcommand(0, 1);
+    g->footer(footer);
+    g->callback([&app, g, fallback] {
+        if (g->get_subcommands().empty())
+            app.setCommand(fallback());
+    });
+    return g;
+}
+
 void actionDone(App& app, Target& t, const std::string& title, const std::string& action) {
     if (app.json()) {
         json::Object o;

@@ -60,6 +60,11 @@ private:
 // that selects the command it builds.
 CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help);
 
+// A command group (alarm, bbu, ...): at most one verb, `footer` under its
+// help, and the command `fallback` builds when no verb is given.
+CLI::App* commandGroup(CLI::App& root, App& app, const std::string& name, const std::string& help,
+                       const std::string& footer, std::function<Command()> fallback);
+
 // The "done" block of an action that changes something.
 void actionDone(App& app, Target& t, const std::string& title, const std::string& action);
 

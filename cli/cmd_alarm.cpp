@@ -50,10 +50,11 @@ Command setAlarm(App& app, unsigned char value, const char* action) {
 } // namespace
 
 void registerAlarm(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("alarm", "Show or change the audible alarm (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim alarm\n  kvictl --sim alarm silence\n  kvictl --sim -c "
-              "all alarm off");
+    auto* g = commandGroup(
+        root, app, "alarm", "Show or change the audible alarm (default: show)",
+        "Examples:\n  kvictl --sim alarm\n  kvictl --sim alarm silence\n  kvictl --sim -c "
+        "all alarm off",
+        [&app] { return showAlarm(app); });
     verb(*g, "show", "Show the alarm state")->callback([&app] { app.setCommand(showAlarm(app)); });
     verb(*g, "on", "Enable the alarm")->callback([&app] {
         app.setCommand(setAlarm(app, 1, "on"));
@@ -63,10 +64,6 @@ void registerAlarm(CLI::App& root, App& app) {
     });
     verb(*g, "silence", "Silence a sounding alarm")->callback([&app] {
         app.setCommand(setAlarm(app, 2, "silence"));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showAlarm(app));
     });
 }
 

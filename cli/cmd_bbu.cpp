@@ -143,12 +143,13 @@ Command bbuAction(App& app, const char* action, int (AdapterData::*op)()) {
 } // namespace
 
 void registerBbu(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand(
-        "bbu", "Battery backup unit: status, learn cycle, test, auto-learn mode (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim bbu\n  kvictl --sim bbu learn\n  kvictl --sim bbu set "
-              "auto-learn=disabled\n"
-              "  kvictl --sim -o json bbu show");
+    auto* g = commandGroup(
+        root, app, "bbu",
+        "Battery backup unit: status, learn cycle, test, auto-learn mode (default: show)",
+        "Examples:\n  kvictl --sim bbu\n  kvictl --sim bbu learn\n  kvictl --sim bbu set "
+        "auto-learn=disabled\n"
+        "  kvictl --sim -o json bbu show",
+        [&app] { return showBbu(app); });
     verb(*g, "show", "Show the battery status")->callback([&app] { app.setCommand(showBbu(app)); });
     verb(*g, "learn", "Start a manual learn cycle")->callback([&app] {
         app.setCommand(bbuAction(app, "learn", &AdapterData::startManualLearnCycle));
@@ -198,10 +199,6 @@ void registerBbu(CLI::App& root, App& app) {
             app.emit(t, "battery", "Battery", d.object());
         };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showBbu(app));
     });
 }
 

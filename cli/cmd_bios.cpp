@@ -69,11 +69,12 @@ std::vector<SettingChange> parseBios(const std::vector<std::string>& assignments
 } // namespace
 
 void registerBios(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("bios", "Show or change the BIOS settings (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Settings: " + biosNames() +
-              "\n\nExamples:\n  kvictl --sim bios\n  kvictl --sim bios set error-mode=pause "
-              "auto-select-boot=off");
+    auto* g = commandGroup(
+        root, app, "bios", "Show or change the BIOS settings (default: show)",
+        "Settings: " + biosNames() +
+            "\n\nExamples:\n  kvictl --sim bios\n  kvictl --sim bios set error-mode=pause "
+            "auto-select-boot=off",
+        [&app] { return showBios(app); });
     verb(*g, "show", "Show the BIOS settings")->callback([&app] { app.setCommand(showBios(app)); });
     auto* set = verb(*g, "set", "Change BIOS settings in one write: NAME=VALUE...");
     auto args = std::make_shared<std::vector<std::string>>();
@@ -94,10 +95,6 @@ void registerBios(CLI::App& root, App& app) {
                 "BIOS Settings");
         };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showBios(app));
     });
 }
 

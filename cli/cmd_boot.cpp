@@ -83,11 +83,12 @@ std::pair<bool, unsigned short> bootDrive(const std::string& text) {
 } // namespace
 
 void registerBoot(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("boot", "Show, set or clear the boot drive (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim boot\n  kvictl --sim boot set vd=1\n  kvictl --sim boot "
-              "set pd=12\n"
-              "  kvictl --sim boot clear");
+    auto* g = commandGroup(
+        root, app, "boot", "Show, set or clear the boot drive (default: show)",
+        "Examples:\n  kvictl --sim boot\n  kvictl --sim boot set vd=1\n  kvictl --sim boot "
+        "set pd=12\n"
+        "  kvictl --sim boot clear",
+        [&app] { return showBoot(app); });
     verb(*g, "show", "Show the boot drive")->callback([&app] { app.setCommand(showBoot(app)); });
     auto* set = verb(*g, "set", "Boot from a virtual drive (vd=N) or a physical drive (pd=ID)");
     auto arg = std::make_shared<std::string>();
@@ -134,10 +135,6 @@ void registerBoot(CLI::App& root, App& app) {
             actionDone(app, t, "Boot Device", "boot clear");
         };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showBoot(app));
     });
 }
 

@@ -64,13 +64,13 @@ struct MaskArgs {
 } // namespace
 
 void registerCapture(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand(
-        "capture",
-        "Event capture: settings, start, stop, mode, filter masks, read (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim capture\n  kvictl --sim capture start\n  kvictl --sim "
-              "capture filter 0x10 --fw\n"
-              "  kvictl --sim capture read");
+    auto* g = commandGroup(
+        root, app, "capture",
+        "Event capture: settings, start, stop, mode, filter masks, read (default: show)",
+        "Examples:\n  kvictl --sim capture\n  kvictl --sim capture start\n  kvictl --sim "
+        "capture filter 0x10 --fw\n"
+        "  kvictl --sim capture read",
+        [&app] { return showCapture(app); });
     verb(*g, "show", "Show the capture settings")->callback([&app] {
         app.setCommand(showCapture(app));
     });
@@ -168,10 +168,6 @@ void registerCapture(CLI::App& root, App& app) {
             app.emit(t, "capture", "Captured Events", d.object());
         };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showCapture(app));
     });
 }
 

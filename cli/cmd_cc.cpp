@@ -143,12 +143,13 @@ ScheduleSettings parseCcSet(const std::vector<std::string>& args) {
 } // namespace
 
 void registerCc(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("cc", "Consistency-check schedule (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Settings of set: mode=disabled|sequential|concurrent delay=HOURS start=\"YYYY-MM-DD "
-              "HH:MM\"\n"
-              "                 exclude=LIST|none\n\nExamples:\n  kvictl --sim cc\n"
-              "  kvictl --sim cc set mode=concurrent delay=672 start=\"2025-07-01 03:00\"");
+    auto* g = commandGroup(
+        root, app, "cc", "Consistency-check schedule (default: show)",
+        "Settings of set: mode=disabled|sequential|concurrent delay=HOURS start=\"YYYY-MM-DD "
+        "HH:MM\"\n"
+        "                 exclude=LIST|none\n\nExamples:\n  kvictl --sim cc\n"
+        "  kvictl --sim cc set mode=concurrent delay=672 start=\"2025-07-01 03:00\"",
+        [&app] { return showCc(app); });
     verb(*g, "show", "Show the schedule")->callback([&app] { app.setCommand(showCc(app)); });
     auto args = std::make_shared<std::vector<std::string>>();
     auto* set = verb(*g, "set", "Change the schedule: only the settings that differ are sent");
@@ -164,10 +165,6 @@ void registerCc(CLI::App& root, App& app) {
         c.validate = [args, p] { *p = parseCcSet(*args); };
         c.run = [&app, p](Target& t) { setCc(app, t, *p); };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showCc(app));
     });
 }
 

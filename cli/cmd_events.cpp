@@ -424,15 +424,16 @@ Command eventsFollow(App& app, std::shared_ptr<ListArgs> args) {
 } // namespace
 
 void registerEvents(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand(
-        "events", "The controller's event log: info, count, list, follow, clear (default: info)");
-    g->require_subcommand(0, 1);
-    g->footer("Examples:\n  kvictl --sim events\n  kvictl --sim events list --last 20\n"
-              "  kvictl --sim events list --since '2023-11-14 08:00' --class warning\n"
-              "  kvictl --sim events list --since-boot\n"
-              "  kvictl --sim events count --class critical\n"
-              "  kvictl --device /dev/kvictl0 -o json events follow --interval 10\n"
-              "  kvictl --sim -y events clear");
+    auto* g =
+        commandGroup(root, app, "events",
+                     "The controller's event log: info, count, list, follow, clear (default: info)",
+                     "Examples:\n  kvictl --sim events\n  kvictl --sim events list --last 20\n"
+                     "  kvictl --sim events list --since '2023-11-14 08:00' --class warning\n"
+                     "  kvictl --sim events list --since-boot\n"
+                     "  kvictl --sim events count --class critical\n"
+                     "  kvictl --device /dev/kvictl0 -o json events follow --interval 10\n"
+                     "  kvictl --sim -y events clear",
+                     [&app] { return eventsInfo(app); });
     verb(*g, "info", "Show the sequence numbers of the log")->callback([&app] {
         app.setCommand(eventsInfo(app));
     });
@@ -511,10 +512,6 @@ void registerEvents(CLI::App& root, App& app) {
             actionDone(app, t, "Event Log", "events clear");
         };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(eventsInfo(app));
     });
 }
 

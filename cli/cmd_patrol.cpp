@@ -184,15 +184,16 @@ PatrolSet parsePatrolSet(const std::vector<std::string>& args) {
 } // namespace
 
 void registerPatrol(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand(
-        "patrol", "Patrol read: state, start/stop/suspend/resume, schedule (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer("Settings of set: mode=auto|manual|disabled delay=HOURS start=\"YYYY-MM-DD HH:MM\" "
-              "exclude=LIST|none\n"
-              "                 max-concurrent=N ssd=on|off\n\n"
-              "Examples:\n  kvictl --sim patrol\n  kvictl --sim patrol start\n"
-              "  kvictl --sim patrol set mode=auto delay=168 start=\"2025-06-01 02:00\"\n"
-              "  kvictl --sim patrol set exclude=1,4");
+    auto* g = commandGroup(
+        root, app, "patrol",
+        "Patrol read: state, start/stop/suspend/resume, schedule (default: show)",
+        "Settings of set: mode=auto|manual|disabled delay=HOURS start=\"YYYY-MM-DD HH:MM\" "
+        "exclude=LIST|none\n"
+        "                 max-concurrent=N ssd=on|off\n\n"
+        "Examples:\n  kvictl --sim patrol\n  kvictl --sim patrol start\n"
+        "  kvictl --sim patrol set mode=auto delay=168 start=\"2025-06-01 02:00\"\n"
+        "  kvictl --sim patrol set exclude=1,4",
+        [&app] { return showPatrol(app); });
     verb(*g, "show", "Show patrol read state and schedule")->callback([&app] {
         app.setCommand(showPatrol(app));
     });
@@ -224,10 +225,6 @@ void registerPatrol(CLI::App& root, App& app) {
         c.validate = [args, p] { *p = parsePatrolSet(*args); };
         c.run = [&app, p](Target& t) { setPatrol(app, t, *p); };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showPatrol(app));
     });
 }
 

@@ -189,15 +189,17 @@ CLI::App* secVerb(CLI::App& g, const char* name, const char* help, SecurityArgs&
 } // namespace
 
 void registerSecurity(CLI::App& root, App& app) {
-    auto* g = root.add_subcommand("security", "Drive security key: show, create, rekey, restore, "
-                                              "verify, suggest, destroy (default: show)");
-    g->require_subcommand(0, 1);
-    g->footer(
+    auto* g = commandGroup(
+        root, app, "security",
+        "Drive security key: show, create, rekey, restore, "
+        "verify, suggest, destroy (default: show)",
+
         "Passphrases: 8 to 32 characters, asked without echo or read with --passphrase-file PATH\n"
         "(- = stdin); never given on the command line or in the environment.\n\nExamples:\n"
         "  kvictl --sim security\n  kvictl --sim security create --key-id rack7\n"
         "  kvictl --sim security verify --passphrase-file /root/kv.pass\n  kvictl --sim -y "
-        "security destroy");
+        "security destroy",
+        [&app] { return showSecurity(app); });
     verb(*g, "show", "Show the key state")->callback([&app] { app.setCommand(showSecurity(app)); });
 
     struct Op {
@@ -280,10 +282,6 @@ void registerSecurity(CLI::App& root, App& app) {
             actionDone(app, t, "Drive Security", "security destroy");
         };
         app.setCommand(std::move(c));
-    });
-    g->callback([&app, g] {
-        if (g->get_subcommands().empty())
-            app.setCommand(showSecurity(app));
     });
 }
 
