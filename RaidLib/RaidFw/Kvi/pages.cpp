@@ -26,6 +26,20 @@ int loggedConfigPageRead(AdapterDataKvi& a, const char* name, unsigned char page
     });
 }
 
+// A pass-through frame: the request head (action, page type, page number,
+// page address, body length) followed by room for a body of that length.
+std::vector<unsigned char> pageFrame(std::uint8_t action, std::uint8_t pageType,
+                                     std::uint8_t pageNumber, std::uint32_t pageAddress,
+                                     std::uint32_t bodyLength) {
+    std::vector<unsigned char> frame(AdapterDataKvi::kConfigPageHead + bodyLength, 0);
+    frame[0] = action;
+    frame[1] = pageType;
+    frame[2] = pageNumber;
+    putU32(frame.data() + 4, pageAddress);
+    putU32(frame.data() + 8, bodyLength);
+    return frame;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -37,15 +51,13 @@ int AdapterDataKvi::getConfigPageHeader(unsigned char pageType, unsigned char pa
     if (pageLength == nullptr || !providerAvailable("getConfigPageHeader")) {
         return -1;
     }
-    unsigned char frame[kConfigPageHead] = {};
-    frame[0] = kPageActionHeader;
-    frame[1] = pageType;
-    frame[2] = pageNumber;
-    putU32(frame + 4, pageAddress);
-    const int rc =
-        sendDcmd(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, kviMbox(), frame, sizeof frame, sizeof frame);
+    std::vector<unsigned char> frame =
+        pageFrame(kPageActionHeader, pageType, pageNumber, pageAddress, 0);
+    const auto frameLength = static_cast<std::uint32_t>(frame.size());
+    const int rc = sendDcmd(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, kviMbox(), frame.data(),
+                            frameLength, frameLength);
     if (rc == 0) {
-        *pageLength = u32At(frame + 8);
+        *pageLength = u32At(frame.data() + 8);
     }
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getConfigPageHeader retCode = %d", rc);
     return rc;
@@ -73,12 +85,8 @@ int AdapterDataKvi::featureReadConfigPage(unsigned char pageType, unsigned char 
         return 0;
     }
     const std::uint32_t frameLength = kConfigPageHead + bodyLength;
-    std::vector<unsigned char> frame(frameLength, 0);
-    frame[0] = kPageActionRead;
-    frame[1] = pageType;
-    frame[2] = pageNumber;
-    putU32(frame.data() + 4, pageAddress);
-    putU32(frame.data() + 8, bodyLength);
+    std::vector<unsigned char> frame =
+        pageFrame(kPageActionRead, pageType, pageNumber, pageAddress, bodyLength);
     rc = sendDcmd(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, kviMbox(), frame.data(), frameLength,
                   frameLength);
     if (rc != 0) {
@@ -113,11 +121,8 @@ int AdapterDataKvi::writeManufacturingPage(unsigned char page, const unsigned ch
         return -1;
     }
     const std::uint32_t frameLength = kConfigPageHead + length;
-    std::vector<unsigned char> frame(frameLength, 0);
-    frame[0] = kPageActionWrite;
-    frame[1] = kPageTypeManufacturing;
-    frame[2] = page;
-    putU32(frame.data() + 8, length);
+    std::vector<unsigned char> frame =
+        pageFrame(kPageActionWrite, kPageTypeManufacturing, page, 0, length);
     std::memcpy(frame.data() + kConfigPageHead, data, length);
     const int rc = sendDcmd(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, kviMbox(), frame.data(),
                             frameLength, frameLength);
