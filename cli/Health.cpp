@@ -137,9 +137,10 @@ Health readHealth(Target& t) {
         h.cachePinned = info->adapterStatus.cacheIsPinned != 0;
         h.imagePending = info->pendingImageComponentCount > 0;
     } else {
-        // The status the controller layer gives an unreadable controller.
-        h.controllerStatus = CONTROLLER_STATUS_FAILED;
+        h.statusReadFailure = rc;
     }
+    // An unreadable controller information leaves the status absent: it is
+    // not known, and no state (least of all "failed") may be made up for it.
 
     // Battery: the state says whether one is fitted; the rest only then.
     int state = 0;
@@ -192,10 +193,6 @@ Health readHealth(Target& t) {
     unsigned char alarm = 0xFF;
     if (r.ok("alarm", a.getalarmState(&alarm)) && alarmStateName(alarm) != nullptr)
         h.alarmState = alarm;
-
-    // Nothing answered: there is no controller status to derive either.
-    if (h.answered == 0)
-        h.controllerStatus.reset();
 
     h.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return h;

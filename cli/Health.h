@@ -33,7 +33,7 @@ struct Health {
     std::string model, serial, firmware, package, driver, driverVersion, pciAddress;
 
     // ---- controller information ----
-    std::optional<int> controllerStatus; // CONTROLLER_STATUS_*
+    std::optional<int> controllerStatus; // CONTROLLER_STATUS_*; absent when not read
     std::optional<unsigned> memCorrectable, memUncorrectable;
     std::optional<unsigned> vdPresent, vdDegraded, vdOffline;
     std::optional<unsigned> pdPresent, diskPresent, diskPredFailure, diskFailed;
@@ -63,6 +63,10 @@ struct Health {
     double seconds = 0;
 
     bool up() const { return answered > 0 && !lost; }
+    // The controller answered, but its status could not be read: the status
+    // is unknown (metrics: status="unknown", check: UNKNOWN).
+    bool statusUnknown() const { return answered > 0 && !controllerStatus; }
+    int statusReadFailure = 0; // the answer to the controller-information read when it failed
 };
 
 // Battery status word bits.

@@ -175,6 +175,10 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
     }
     if (!lostStatus.empty())
         add(kUnknown, "controller stopped answering (" + lostStatus + "; unread: " + unread + ")");
+    // No status read is no status known: UNKNOWN, never a made-up "failed".
+    if (h.statusUnknown())
+        add(kUnknown, "controller status unknown (controller information unreadable: " +
+                          App::statusName(h.statusReadFailure) + ")");
     for (const auto& f : h.failures) {
         // Reads the table below depends on; the rest only feed metrics.
         if (!isLostStatus(f.second) && (f.first == "battery state" || f.first == "battery status" ||
@@ -183,9 +187,6 @@ Verdict evaluate(const Health& h, const Thresholds& th) {
     }
 
     switch (h.controllerStatus.value_or(CONTROLLER_STATUS_OPTIMAL)) {
-    case CONTROLLER_STATUS_FAILED:
-        add(kCritical, "controller status failed (controller information unreadable)");
-        break;
     case CONTROLLER_STATUS_SAFE_MODE:
         add(kCritical, "controller booted in safe mode");
         break;
@@ -332,9 +333,10 @@ void registerCheck(CLI::App& root, App& app) {
         "Prints one line: KVICTL STATE - findings | performance data.\n"
         "WARNING: degraded virtual drive, failed or failing disk, battery needing replacement or\n"
         "degraded, pinned cache, uncorrectable memory errors, temperature at --warning.\n"
-        "CRITICAL: offline virtual drive, failed controller status or safe mode, failed lock key,\n"
-        "temperature at --critical. UNKNOWN: a controller that answers nothing, stops answering\n"
-        "part-way or does not answer within --timeout, or an unreadable battery or lock key.\n"
+        "CRITICAL: offline virtual drive, controller in safe mode, failed lock key, temperature\n"
+        "at --critical. UNKNOWN: a controller that answers nothing, stops answering part-way or\n"
+        "does not answer within --timeout, or an unreadable controller status, battery or lock "
+        "key.\n"
         "Defaults: --warning roc=95,controller=75,battery=50 --critical\n"
         "roc=105,controller=90,battery=60; a --critical below a default warning threshold\n"
         "takes that one down with it. The full table is in docs/MONITORING.md.\n"

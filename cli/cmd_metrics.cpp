@@ -23,7 +23,6 @@ const StatusName kControllerStates[] = {
     {CONTROLLER_STATUS_NEED_ATTN, "needs_attention"},
     {CONTROLLER_STATUS_SAFE_MODE, "safe_mode"},
     {CONTROLLER_STATUS_CERT_PROV, "certificate_provisioning"},
-    {CONTROLLER_STATUS_FAILED, "failed"},
 };
 
 const int kBatteryStates[] = {0, 1, 2, 3, 4, 6, 7, 8, 9, 255};
@@ -132,10 +131,14 @@ void addController(Exposition& e, const Health& h) {
                {"pci_address", h.pciAddress}},
               1);
     }
-    if (h.controllerStatus)
+    // A status that could not be read is "unknown", never a made-up state; a
+    // controller that answered nothing has only kvictl_up.
+    if (h.controllerStatus || h.statusUnknown()) {
         for (const StatusName& s : kControllerStates)
             with("kvictl_controller_status", "status", s.name,
-                 *h.controllerStatus == s.code ? 1 : 0);
+                 h.controllerStatus == s.code ? 1 : 0);
+        with("kvictl_controller_status", "status", "unknown", h.controllerStatus ? 0 : 1);
+    }
 
     auto opt = [&](const char* name, const auto& v) {
         if (v)
@@ -217,8 +220,8 @@ void registerMetrics(CLI::App& root, App& app) {
         "Every series carries a controller=\"N\" label; kvictl_up is 0 for a controller that\n"
         "answered no read or stopped answering part-way (kvictl exits 1; what was read is still\n"
         "written). A read that fails leaves its series out (kvictl_scrape_read_errors counts\n"
-        "them). Every controller is read unless -c selects one. The metric list is in\n"
-        "docs/MONITORING.md.\n\n"
+        "them); an unreadable controller status is status=\"unknown\" (kvictl exits 1). Every\n"
+        "controller is read unless -c selects one. The metric list is in docs/MONITORING.md.\n\n"
         "Examples:\n"
         "  kvictl --sim metrics\n"
         "  kvictl -c 1 metrics\n"
@@ -272,6 +275,15 @@ void registerMetrics(CLI::App& root, App& app) {
                               " stopped answering part-way; kvictl_up is 0 for it and the series "
                               "of these reads are left out: " +
                               list,
+                          kExitFailed);
+            } else if (h.statusUnknown()) {
+                app.error("status",
+                          "controller " + std::to_string(t.index) +
+                              ": status unknown, the controller information could not be read (" +
+                              App::statusName(h.statusReadFailure) +
+                              "); kvictl_controller_status{status=\"unknown\"} is 1" +
+                              (list.empty() ? std::string()
+                                            : "; the series of these reads are left out: " + list),
                           kExitFailed);
             } else if (!h.failures.empty()) {
                 app.warn(t, "partial", "some reads failed and their series are left out: " + list);

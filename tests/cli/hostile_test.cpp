@@ -274,7 +274,7 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              onTerminal(args, "\x03", echo);
              EXPECT_TRUE(echo) << "the terminal was left without echo";
          }},
-        {"an unreadable status is unknown, exit 1, in text and JSON alike",
+        {"an unreadable status is unknown (check: exit 3, others exit 1), in text and JSON alike",
          [&] {
              const std::string profile = tempPath("hostile-noinfo.json");
              writeFile(profile, R"({"base": "default", "fail": {"KV_DCMD_CTRL_GET_INFO": 4}})");
@@ -285,6 +285,24 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              EXPECT_NE(text.out.find("unknown"), std::string::npos) << text.out;
              EXPECT_NE(json.out.find(R"("name": "unknown")"), std::string::npos) << json.out;
              EXPECT_NE(text.err.find("reading the controller status failed"), std::string::npos);
+             // metrics and check say unknown too, check in text and JSON alike.
+             Result metrics = runKvictl({"--sim=" + profile, "metrics"});
+             EXPECT_EQ(metrics.exitCode, 1);
+             EXPECT_NE(
+                 metrics.out.find(R"(kvictl_controller_status{controller="0",status="unknown"} 1)"),
+                 std::string::npos)
+                 << metrics.out;
+             EXPECT_NE(metrics.err.find("controller 0: status unknown"), std::string::npos)
+                 << metrics.err;
+             Result check = runKvictl({"--sim=" + profile, "check"});
+             Result checkJson = runKvictl({"--sim=" + profile, "-o", "json", "check"});
+             EXPECT_EQ(check.exitCode, 3);
+             EXPECT_EQ(checkJson.exitCode, 3);
+             EXPECT_NE(check.out.find("KVICTL UNKNOWN - c0: controller status unknown"),
+                       std::string::npos)
+                 << check.out;
+             EXPECT_NE(checkJson.out.find(R"("state": "unknown")"), std::string::npos)
+                 << checkJson.out;
              std::remove(profile.c_str());
          }},
         {"a capture replays in the other format; a cut-short last line is skipped",
