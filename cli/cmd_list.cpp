@@ -50,15 +50,19 @@ void registerList(CLI::App& root, App& app) {
         c.allControllersByDefault = true;
         c.run = [&app, rows](Target& t) {
             AdapterDataKvi& a = *t.adapter;
-            // Model, serial number and PCI address as the basic section words them.
-            // The serial stays the basic section's: on OEM hosts it is the
+            // The serial as the basic section words it: on OEM hosts it is the
             // controller information's serial and for the withholding
             // controller type "NA", while getCtrlManfactureSno always answers
-            // the manufacturing record's.
+            // the manufacturing record's. The model comes from the controller
+            // information alone, as metrics and check take it, so a failed
+            // manufacturing-record read leaves only the serial unknown.
             json::Object basic;
             int rc = a.getShowBasic(basic);
             if (rc != 0)
                 app.fail(t, "reading the controller identity", rc);
+            std::string model;
+            if (a.getProductName(model) != 0)
+                model.clear();
             std::string fw;
             int fwrc = a.getFwVersion(fw);
             if (fwrc != 0 && rc == 0)
@@ -75,7 +79,7 @@ void registerList(CLI::App& root, App& app) {
             std::string driverVersion = t.backend->driverVersion();
             if (app.json()) {
                 json::Object& e = *t.entry;
-                e["model"] = knownText(memberText(basic, "Model"));
+                e["model"] = knownText(model);
                 e["serial_number"] = knownText(memberText(basic, "Serial Number"));
                 e["firmware_version"] = knownText(fw);
                 e["driver_name"] = knownText(driver);
@@ -85,7 +89,7 @@ void registerList(CLI::App& root, App& app) {
             }
             Row r;
             r.cells[0] = std::to_string(t.index);
-            r.cells[1] = memberText(basic, "Model");
+            r.cells[1] = model;
             r.cells[2] = memberText(basic, "Serial Number");
             r.cells[3] = fw;
             r.cells[4] = driver;

@@ -64,13 +64,17 @@ TEST(List, ListMetricsAndCheckCoverEveryControllerUnlessNarrowed) {
     EXPECT_NE(none.err.find("no such controller"), std::string::npos);
 }
 
-TEST(List, SerialNumberFollowsTheBasicSection) {
-    struct SerialCase {
+// The serial as the basic section words it; the model from the controller
+// information, as metrics and check take it, also when the manufacturing
+// record cannot be read (then the serial is unknown and list exits 1).
+TEST(List, IdentityFollowsTheBasicSectionAndMetrics) {
+    struct IdentityCase {
         const char* name;
         const char* profile;
-        const char* serial;
+        const char* serial; // nullptr: unknown
+        int exit = 0;
     };
-    const SerialCase cases[] = {
+    const IdentityCase cases[] = {
         {"manufacturing record",
          R"({"base": "default", "records": {"KV_CTRL_INFO": {"serialNo": "INFOSN-0001"},
              "KV_MFC_MFG": {"sn": "MFGSN-0002"}}})",
@@ -82,22 +86,30 @@ TEST(List, SerialNumberFollowsTheBasicSection) {
         {"withholding controller type",
          R"({"base": "default", "controllerType": 1, "records": {"KV_MFC_MFG": {"sn": "MFGSN-0002"}}})",
          "NA"},
+        {"manufacturing record unreadable",
+         R"({"base": "default", "fail": {"KV_DCMD_CTRL_MFC_MFG_GET": 4}})", nullptr, 1},
     };
-    for (const SerialCase& c : cases) {
+    for (const IdentityCase& c : cases) {
         SCOPED_TRACE(c.name);
         std::string profile = clitest::tempPath("serial.json");
         clitest::writeFile(profile, c.profile);
         Result json = runKvictl({"--sim=" + profile, "-o", "json", "list"});
-        ASSERT_EQ(0, json.exitCode) << json.err;
+        ASSERT_EQ(c.exit, json.exitCode) << json.err;
         nlohmann::json doc = nlohmann::json::parse(json.out, nullptr, false);
         ASSERT_FALSE(doc.is_discarded()) << json.out;
         // JSON says null where the report says "NA".
         const nlohmann::json serial = doc["controllers"][0]["serial_number"];
-        EXPECT_EQ(std::string(c.serial) == "NA" ? nlohmann::json() : nlohmann::json(c.serial),
-                  serial);
+        const bool known = c.serial != nullptr && std::string(c.serial) != "NA";
+        EXPECT_EQ(known ? nlohmann::json(c.serial) : nlohmann::json(), serial);
+        EXPECT_EQ(nlohmann::json("KV 9480-16i"), doc["controllers"][0]["model"]);
 
         Result text = runKvictl({"--sim=" + profile, "list"});
-        ASSERT_EQ(0, text.exitCode) << text.err;
+        ASSERT_EQ(c.exit, text.exitCode) << text.err;
+        EXPECT_NE(std::string::npos, text.out.find("0      KV 9480-16i  ")) << text.out;
+        Result metrics = runKvictl({"--sim=" + profile, "metrics"});
+        EXPECT_NE(std::string::npos, metrics.out.find(R"(model="KV 9480-16i")")) << metrics.out;
+        if (c.serial == nullptr)
+            continue;
         EXPECT_NE(std::string::npos, text.out.find(std::string("  ") + c.serial + "  "))
             << text.out;
         Result basic = runKvictl({"--sim=" + profile, "show", "basic"});
