@@ -182,21 +182,25 @@ void registerBbu(CLI::App& root, App& app) {
                 app.fail(t, "reading the auto-learn mode", rc);
                 return;
             }
-            bool changed = false;
-            if (current != *mode) {
+            // As set does: old -> new, "Changed" only once the firmware took
+            // the write; a dry run says what would change.
+            ChangeReport report;
+            ChangeReport::Row row;
+            row.name = "auto-learn";
+            row.key = "auto_learn_mode";
+            row.oldText = nameOf(current, kLearnModes);
+            row.newText = nameOf(*mode, kLearnModes);
+            row.oldJson = json::String(row.oldText);
+            row.newJson = json::String(row.newText);
+            ChangeReport::Row& r = report.add(std::move(row));
+            if (r.differs()) {
                 unsigned char m = static_cast<unsigned char>(*mode);
                 rc = t.adapter->setBatteryAutoLearnMode(&m);
                 if (rc != 0)
                     app.fail(t, "setting the auto-learn mode", rc);
-                else
-                    changed = true;
+                r.written = rc == 0;
             }
-            Doc d(app.json());
-            d.str("Auto Learn Mode", "auto_learn_mode", nameOf(*mode, kLearnModes));
-            d.flag("Changed", "changed", changed);
-            if (app.json())
-                (*t.entry)["changed"] = json::Boolean(changed);
-            app.emit(t, "battery", "Battery", d.object());
+            report.emit(app, t, "Battery");
         };
         app.setCommand(std::move(c));
     });

@@ -1,5 +1,5 @@
 // Controller state kvictl must not change behind the user's back. Commands
-// that change settings (set, cc set, patrol set) report every asked setting as
+// that change settings (set, cc set, patrol set, bbu set) report every asked setting as
 // old -> new, send only the settings whose value differs, and count a change
 // only once the firmware accepted it; reports change nothing at all.
 #include <gtest/gtest.h>
@@ -76,6 +76,14 @@ const ChangeCase kCases[] = {
       "max-concurrent = 4 (unchanged)", "Dry run: 1 request not sent"},
      {},
      nullptr},
+    {"bbu set in a dry run says what would change and changes nothing",
+     "",
+     {"--dry-run", "bbu", "set", "auto-learn=disabled"},
+     0,
+     {"Battery Unchanged", "auto-learn = auto -> disabled (not sent: dry run)",
+      "Dry run: 1 request not sent"},
+     {"bbu"},
+     "Auto Learn Mode          = auto\n"},
     {"patrol change is stored and read back",
      "",
      {"patrol", "set", "exclude=4,1"},
