@@ -281,6 +281,20 @@ StateLock::StateLock(const std::string& statePath, bool exclusive) {
     const std::string lockPath = statePath + ".lock";
     checkWritableTarget(lockPath);
     fd_ = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd_ < 0 && !exclusive && (errno == EACCES || errno == EROFS)) {
+        // A reader in a folder it may not write (or of a lock file another
+        // user owns): flock works on a descriptor opened for reading, so an
+        // existing lock file it may read still serialises it with the
+        // writers. Without one (none, or private to its owner), the reader
+        // goes on unlocked, which is safe for a reader only:
+        // the state file is only ever replaced whole by rename, so it reads
+        // the old or the new state, never a part, and it writes nothing. A
+        // writer never goes this way: it could not replace the state in such
+        // a folder anyway, so its failure to lock is reported.
+        fd_ = ::open(lockPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd_ < 0 && (errno == ENOENT || errno == EACCES))
+            return;
+    }
     if (fd_ < 0)
         fail(lockPath, "cannot open the lock file: " + reason(errno));
     while (::flock(fd_, exclusive ? LOCK_EX : LOCK_SH) != 0) {

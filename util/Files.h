@@ -92,7 +92,9 @@ private:
 // An advisory lock on a state file, held while the object lives: shared for
 // commands that only read, exclusive across read-modify-write, so concurrent
 // invocations on one state file serialise. The lock lives on "PATH.lock" (the
-// state file itself is replaced by rename, so it cannot carry the lock).
+// state file itself is replaced by rename, so it cannot carry the lock). A
+// shared lock in a folder the reader may not write uses an existing lock file
+// read-only, or, when there is none, no lock (the reader sees a whole state).
 class StateLock {
 public:
     StateLock(const std::string& statePath, bool exclusive);

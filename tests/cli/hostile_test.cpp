@@ -136,7 +136,7 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                  EXPECT_NE(r.out.find("cc-rate      = 40 percent"), std::string::npos) << r.out;
              }
          }},
-        {"read-only and unchanged runs never write the state",
+        {"read-only and unchanged runs never write the state, and work where no lock can be made",
          [&] {
              std::remove(state.c_str());
              EXPECT_EQ(runKvictl({"--sim", "--sim-state", state, "show", "all"}).exitCode, 0);
@@ -154,6 +154,29 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              }
              ::stat(state.c_str(), &after);
              EXPECT_EQ(before.st_ino, after.st_ino) << "the state was rewritten";
+             // In a folder the user may not write, no lock file can be made:
+             // a read-only command still reads the state, a change is refused.
+             const std::string dir = tempPath("hostile-ro");
+             const std::string ro = dir + "/state.json";
+             ::mkdir(dir.c_str(), 0755);
+             ASSERT_EQ(runKvictl({"--sim", "--sim-state", ro, "set", "cc-rate=40"}).exitCode, 0);
+             std::remove((ro + ".lock").c_str());
+             ::chmod(ro.c_str(), 0644);
+             ::chmod(dir.c_str(), 0555);
+             // Root writes anywhere: the runs are made as nobody then.
+             const std::string as =
+                 ::geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
+             auto asUser = [&](const std::string& args) {
+                 const int rc = std::system(
+                     (as + KVICTL_BINARY + " --sim --sim-state " + ro + " " + args + " 2>&1")
+                         .c_str());
+                 return WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+             };
+             EXPECT_EQ(asUser("get cc-rate | grep -q 'cc-rate = 40 percent'"), 0);
+             EXPECT_EQ(asUser("set cc-rate=41 >/dev/null"), 2);
+             ::chmod(dir.c_str(), 0755);
+             std::remove(ro.c_str());
+             ::rmdir(dir.c_str());
          }},
         {"stdout on a full disk is exit 5 with the reason",
          [&] {
