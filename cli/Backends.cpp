@@ -546,6 +546,16 @@ int App::openAndRun() {
     // nothing to sum up either.
     if (command_->finish && !selected.empty())
         command_->finish();
+    // A replayed request the capture could not answer (it ran out, or its
+    // last line was cut short) leaves out what it would have read; a report
+    // that shows a missing value by leaving it out must not end with 0.
+    for (unsigned index : selected)
+        if (auto* r = dynamic_cast<kvi::ReplayBackend*>(o.transport.controllers.size() > index
+                                                            ? o.transport.controllers[index].get()
+                                                            : nullptr))
+            if (r->mismatched() && exit_ == kExitOk)
+                error("replay", r->lastError() + "; the output lacks what that request reads",
+                      kExitFailed);
 
     // 6. Keep the simulator's state (only when it changed), the capture and the log.
     bool stored = true;

@@ -150,8 +150,11 @@ std::shared_ptr<const ReplayLog> ReplayLog::parse(std::istream& in, const std::s
             if (line.is_discarded() && in.eof() && sawHeader) {
                 // A last line without its newline was cut short when the
                 // capture's writer stopped: the lines before it are whole.
+                // It is never half used: a request it held is missing, and
+                // asking for it is a mismatch that names this line.
                 log->warnings_.push_back(name + ": line " + std::to_string(lineNo) +
                                          " is cut short and is ignored");
+                log->tornLine_ = lineNo;
                 break;
             }
             if (line.is_discarded())
@@ -307,7 +310,11 @@ const RecordedRequest* ReplayBackend::expected(const std::string& sent, int& sta
         status =
             mismatch("replay mismatch on " + ctl + ": the command sent " + sent +
                      ", but the capture " + log_->name() + " holds no more requests (it recorded " +
-                     std::to_string(c->requests.size()) + ")");
+                     std::to_string(c->requests.size()) +
+                     (log_->tornLine() != 0
+                          ? "; its line " + std::to_string(log_->tornLine()) + " was cut short"
+                          : std::string()) +
+                     ")");
         return nullptr;
     }
     return &c->requests[next_];

@@ -63,6 +63,8 @@ public:
     const std::string& name() const { return name_; }
     // What was tolerated while reading (a cut-short last line), for the user.
     const std::vector<std::string>& warnings() const { return warnings_; }
+    // The number of the cut-short last line that was ignored; 0 when none.
+    unsigned tornLine() const { return tornLine_; }
     // Controllers are numbered 0..controllerCount()-1 (the capture declares each).
     unsigned controllerCount() const { return static_cast<unsigned>(controllers_.size()); }
     const RecordedController& controller(unsigned index) const { return controllers_.at(index); }
@@ -72,6 +74,7 @@ public:
 private:
     std::string name_;
     std::vector<std::string> warnings_;
+    unsigned tornLine_ = 0;
     std::vector<RecordedController> controllers_;
     std::map<std::string, std::string> facts_;
 };

@@ -11,6 +11,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -328,7 +329,7 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                  << checkJson.out;
              std::remove(profile.c_str());
          }},
-        {"a capture replays in the other format; a cut-short last line is skipped",
+        {"a capture replays in the other format; a cut-short last line is never half used",
          [&] {
              const std::string cap = tempPath("hostile-torn.jsonl");
              for (const char* format : {"text", "json"}) {
@@ -344,6 +345,18 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              Result r = runKvictl({"--replay", cap, "get", "cc-rate"});
              EXPECT_EQ(r.exitCode, 0) << r.err;
              EXPECT_NE(r.err.find("is cut short and is ignored"), std::string::npos) << r.err;
+             // A cut-short line the command needs: its request is missing,
+             // never half used, and the run says so instead of leaving out a
+             // member (OEM Code) with exit 0.
+             ASSERT_EQ(runKvictl({"--sim", "--record", cap, "show", "capabilities"}).exitCode, 0);
+             text = readFile(cap);
+             const std::string line =
+                 "line " + std::to_string(std::count(text.begin(), text.end(), '\n'));
+             writeFile(cap, text.substr(0, text.size() - 40));
+             r = runKvictl({"--replay", cap, "show", "capabilities"});
+             EXPECT_EQ(r.exitCode, 1) << r.err;
+             EXPECT_NE(r.err.find(cap + ": " + line + " is cut short"), std::string::npos) << r.err;
+             EXPECT_NE(r.err.find("its " + line + " was cut short"), std::string::npos) << r.err;
          }},
         {"a kill during a write leaves the old or the new file and no temporary",
          [&] {
