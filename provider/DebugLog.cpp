@@ -9,13 +9,6 @@ int gMaxLevel = EVERYTHING;
 
 namespace kvi {
 
-void FileLogSink::write(int level, const char* text) {
-    if (!file_)
-        return;
-    std::fprintf(file_, "%s %s\n", logLevelName(level), text);
-    std::fflush(file_);
-}
-
 LogSink* setLogSink(LogSink* sink) {
     LogSink* previous = gSink;
     gSink = sink;

@@ -21,22 +21,12 @@ void DEBUG_LOG(int level, const char* format, ...) __attribute__((format(printf,
 
 namespace kvi {
 
-// Receives each formatted line (without a trailing newline).
+// Receives each formatted line (without a trailing newline). The debug log of
+// --log is cli::LogSession, which checks every write it makes.
 class LogSink {
 public:
     virtual ~LogSink() = default;
     virtual void write(int level, const char* text) = 0;
-};
-
-// Writes "LEVEL text\n" to a FILE* it does not own, and flushes after each line
-// so that a crash leaves the log complete.
-class FileLogSink : public LogSink {
-public:
-    explicit FileLogSink(std::FILE* file) : file_(file) {}
-    void write(int level, const char* text) override;
-
-private:
-    std::FILE* file_;
 };
 
 struct LogLine {

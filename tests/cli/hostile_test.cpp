@@ -195,7 +195,20 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              for (const std::string& args : {"--sim --record " + rec + " show all",
                                              "--sim --log " + log + " --log-level 4 show all",
                                              "--sim=" + big + " metrics --textfile " + prom})
-                 EXPECT_EQ(shell(args + " >/dev/null 2>&1", true), 5) << args;
+                 EXPECT_EQ(shell(args + " >/dev/null 2>" + out, true), 5) << args;
+             // The last run's failure, and the log's, are each told once.
+             auto told = [](const std::string& err, const std::string& what) {
+                 std::size_t n = 0;
+                 for (std::size_t at = err.find(what); at != std::string::npos;
+                      at = err.find(what, at + 1))
+                     ++n;
+                 return n;
+             };
+             EXPECT_EQ(told(readFile(out), "--textfile"), 1u) << readFile(out);
+             EXPECT_EQ(
+                 shell("--sim --log " + log + " --log-level 4 show all >/dev/null 2>" + out, true),
+                 5);
+             EXPECT_EQ(told(readFile(out), "the debug log is incomplete"), 1u) << readFile(out);
              EXPECT_FALSE(exists(rec)); // a capture is whole or absent
              EXPECT_EQ(readFile(prom), "old\n");
              EXPECT_EQ(leftovers(prom) + leftovers(rec), 0);

@@ -69,23 +69,4 @@ TEST(DebugLog, NothingIsWrittenWithoutASinkAndCaptureRestores) {
     EXPECT_FALSE(kvi::logEnabled(CRITICAL) && before == nullptr);
 }
 
-TEST(DebugLog, FileSinkWritesOneLinePerCallWithTheLevelName) {
-    std::FILE* file = std::tmpfile();
-    ASSERT_NE(file, nullptr);
-    kvi::FileLogSink sink(file);
-    kvi::LogSink* previous = kvi::setLogSink(&sink);
-    int previousLevel = kvi::setLogLevel(INFO);
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", "getShowBus");
-    DEBUG_LOG(WARNING, "careful");
-    DEBUG_LOG(EVERYTHING, "dropped");
-    kvi::setLogSink(previous);
-    kvi::setLogLevel(previousLevel);
-
-    std::rewind(file);
-    char text[256] = {};
-    std::size_t n = std::fread(text, 1, sizeof text - 1, file);
-    std::fclose(file);
-    EXPECT_EQ(std::string(text, n), "INFO Entering AdapterDataKvi::getShowBus\nWARNING careful\n");
-}
-
 } // namespace
