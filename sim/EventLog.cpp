@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace kvi::sim {
 namespace {
@@ -48,6 +49,114 @@ std::uint32_t mix(std::uint32_t x) {
 
 } // namespace
 
+// ---- EventStore ----
+
+namespace {
+
+std::size_t hashBytes(const std::uint8_t* p, std::size_t n) {
+    std::uint32_t h = 2166136261u; // FNV-1a
+    for (std::size_t i = 0; i < n; ++i)
+        h = (h ^ p[i]) * 16777619u;
+    return h;
+}
+
+} // namespace
+
+std::uint32_t EventStore::find(const std::uint8_t* data, std::size_t size,
+                               std::size_t& slot) const {
+    const std::size_t mask = table_.size() - 1;
+    for (slot = hashBytes(data, size) & mask;; slot = (slot + 1) & mask) {
+        const std::uint32_t entry = table_[slot];
+        if (entry == 0)
+            return 0;
+        const std::uint8_t* held = arena_.data() + (entry - 1);
+        if (held[0] == size && (size == 0 || std::memcmp(held + 1, data, size) == 0))
+            return entry;
+    }
+}
+
+std::uint32_t EventStore::intern(const std::uint8_t* data, std::size_t size) {
+    // Kept at most half full, so a probe ends soon.
+    if ((interned_ + 1) * 2 > table_.size()) {
+        std::vector<std::uint32_t> old(std::max<std::size_t>(64, table_.size() * 2), 0);
+        old.swap(table_);
+        for (std::uint32_t entry : old) {
+            if (entry == 0)
+                continue;
+            std::size_t slot = 0;
+            const std::uint8_t* held = arena_.data() + (entry - 1);
+            find(held + 1, held[0], slot);
+            table_[slot] = entry;
+        }
+    }
+    std::size_t slot = 0;
+    if (std::uint32_t entry = find(data, size, slot))
+        return entry - 1;
+    const auto offset = static_cast<std::uint32_t>(arena_.size());
+    arena_.push_back(static_cast<std::uint8_t>(size));
+    arena_.insert(arena_.end(), data, data + size);
+    table_[slot] = offset + 1;
+    ++interned_;
+    return offset;
+}
+
+void EventStore::push(const SimEvent& e) {
+    Record r{};
+    r.timeStamp = e.timeStamp;
+    r.code = e.code;
+    // The record carries what is sent: at most 127 description characters
+    // and 96 argument bytes.
+    r.text = intern(reinterpret_cast<const std::uint8_t*>(e.description.data()),
+                    std::min<std::size_t>(e.description.size(), 127));
+    r.args = intern(e.args.data(), std::min<std::size_t>(e.args.size(), 96));
+    r.locale = e.locale;
+    r.eventClass = e.eventClass;
+    r.argType = e.argType;
+    records_.push_back(r);
+}
+
+void EventStore::popFront() {
+    records_.pop_front();
+    // Once the store has turned over, most of the arena may be texts of
+    // dropped events: rebuild it from the live records (amortised linear).
+    if (++dropped_ >= std::max<std::size_t>(records_.size(), 1024))
+        compact();
+}
+
+void EventStore::compact() {
+    EventStore fresh;
+    SimEvent e;
+    for (std::size_t i = 0; i < records_.size(); ++i) {
+        get(i, e);
+        fresh.push(e);
+    }
+    *this = std::move(fresh);
+}
+
+void EventStore::clear() {
+    *this = EventStore();
+}
+
+void EventStore::get(std::size_t index, SimEvent& out) const {
+    const Record& r = records_[index];
+    out.timeStamp = r.timeStamp;
+    out.code = r.code;
+    out.locale = r.locale;
+    out.eventClass = r.eventClass;
+    out.argType = r.argType;
+    const std::uint8_t* text = arena_.data() + r.text;
+    out.description.assign(reinterpret_cast<const char*>(text + 1), text[0]);
+    const std::uint8_t* args = arena_.data() + r.args;
+    out.args.assign(args + 1, args + 1 + args[0]);
+}
+
+std::size_t EventStore::bytes() const {
+    return records_.size() * sizeof(Record) + arena_.capacity() +
+           table_.capacity() * sizeof(std::uint32_t);
+}
+
+// ---- EventLog ----
+
 void EventLog::generate(std::uint32_t firstSeq, std::uint32_t count, std::uint32_t newestTime) {
     stored_.clear();
     genFirst_ = firstSeq;
@@ -59,17 +168,34 @@ void EventLog::generate(std::uint32_t firstSeq, std::uint32_t count, std::uint32
 
 std::uint32_t EventLog::append(SimEvent event) {
     event.seqNum = nextSeq_++;
-    if (event.args.size() > 96)
-        event.args.resize(96);
-    stored_.push_back(std::move(event));
+    if (stored_.empty())
+        storedFirst_ = event.seqNum;
+    stored_.push(event);
     if (stored_.size() > kMaxStored) {
         // The log is full: the oldest event drops out, and with it everything
         // older (the generated range lies before the stored events).
-        stored_.pop_front();
+        stored_.popFront();
+        ++storedFirst_;
         genCount_ = 0;
-        oldest_ = stored_.front().seqNum;
+        oldest_ = storedFirst_;
     }
     return nextSeq_ - 1;
+}
+
+void EventLog::appendAll(EventStore&& events) {
+    if (stored_.empty() && events.size() <= kMaxStored) {
+        // Taken over whole: a long list is not copied event by event.
+        storedFirst_ = nextSeq_;
+        nextSeq_ += std::uint32_t(events.size());
+        stored_ = std::move(events);
+        return;
+    }
+    SimEvent e;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        events.get(i, e);
+        append(e);
+    }
+    events.clear();
 }
 
 void EventLog::clear(std::uint32_t time) {
@@ -111,19 +237,20 @@ bool EventLog::get(std::uint32_t seq, SimEvent& out) const {
         out = synthetic(seq);
         return true;
     }
-    if (stored_.empty() || seq < stored_.front().seqNum)
+    if (stored_.empty() || seq < storedFirst_)
         return false;
-    std::size_t i = seq - stored_.front().seqNum;
+    std::size_t i = seq - storedFirst_;
     if (i >= stored_.size())
         return false;
-    out = stored_[i];
+    stored_.get(i, out);
+    out.seqNum = seq;
     return true;
 }
 
 std::uint32_t EventLog::newestWithCode(std::uint32_t code) const {
-    for (auto it = stored_.rbegin(); it != stored_.rend(); ++it)
-        if (it->code == code)
-            return it->seqNum;
+    for (std::size_t i = stored_.size(); i-- > 0;)
+        if (stored_.code(i) == code)
+            return storedFirst_ + std::uint32_t(i);
     return 0;
 }
 
@@ -174,6 +301,15 @@ std::uint32_t EventLog::count(std::uint32_t start, std::uint32_t filter) const {
     return n;
 }
 
+bool EventLog::Snapshot::add(const SimEvent& e) {
+    if (e.args.size() > 96 || (!stored.empty() && e.seqNum != storedFirst + stored.size()))
+        return false;
+    if (stored.empty())
+        storedFirst = e.seqNum;
+    stored.push(e);
+    return true;
+}
+
 EventLog::Snapshot EventLog::snapshot() const {
     Snapshot s;
     s.genFirst = genFirst_;
@@ -184,22 +320,18 @@ EventLog::Snapshot EventLog::snapshot() const {
     s.clearSeq = clearSeq_;
     s.shutdownSeq = shutdownSeq_;
     s.bootSeq = bootSeq_;
-    s.stored.assign(stored_.begin(), stored_.end());
+    s.storedFirst = storedFirst_;
+    s.stored = stored_;
     return s;
 }
 
-bool EventLog::restore(const Snapshot& s) {
+bool EventLog::restore(Snapshot s) {
     if (s.nextSeq == 0 || s.oldest > s.nextSeq || s.stored.size() > kMaxStored)
         return false;
     if (s.genCount != 0 && std::uint64_t(s.genFirst) + s.genCount > s.nextSeq)
         return false;
-    for (std::size_t i = 0; i < s.stored.size(); ++i) {
-        if (i > 0 && s.stored[i].seqNum != s.stored[i - 1].seqNum + 1)
-            return false;
-        if (s.stored[i].seqNum >= s.nextSeq || s.stored[i].args.size() > 96)
-            return false;
-    }
-    if (!s.stored.empty() && s.stored.back().seqNum != s.nextSeq - 1)
+    // Stored events are consecutive (Snapshot::add) and end with the newest.
+    if (!s.stored.empty() && std::uint64_t(s.storedFirst) + s.stored.size() != s.nextSeq)
         return false;
     genFirst_ = s.genFirst;
     genCount_ = s.genCount;
@@ -209,7 +341,8 @@ bool EventLog::restore(const Snapshot& s) {
     clearSeq_ = s.clearSeq;
     shutdownSeq_ = s.shutdownSeq;
     bootSeq_ = s.bootSeq;
-    stored_.assign(s.stored.begin(), s.stored.end());
+    storedFirst_ = s.storedFirst;
+    stored_ = std::move(s.stored);
     return true;
 }
 

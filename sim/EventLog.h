@@ -8,6 +8,9 @@
 //     so a log of a million events costs no memory;
 //   - stored events: the profile's "events" and every event an action appends.
 //     At most kMaxStored are kept; older ones drop out (oldestSeqNum moves).
+//     They are kept compact (EventStore): a fixed-size record per event, the
+//     description and argument bytes in one shared arena where equal texts
+//     are held once, so a large log costs little more than its records.
 // Clearing drops every event and appends "Event log cleared", whose sequence
 // number becomes both clearSeqNum and oldestSeqNum.
 //
@@ -42,9 +45,52 @@ struct SimEvent {
     std::string description;        // at most 127 characters are sent
 };
 
+// Events in order, compact: a 20-byte record each, the description and the
+// argument bytes of every event interned in one arena ([length][bytes]).
+// Dropping events from the front leaves their texts in the arena until the
+// store has turned over once; then the arena is rebuilt from the live
+// records, so it stays within about twice what they need.
+class EventStore {
+public:
+    // Appends an event (its seqNum is not kept: the owner numbers them).
+    void push(const SimEvent& e);
+    void popFront();
+    void clear();
+    std::size_t size() const { return records_.size(); }
+    bool empty() const { return records_.empty(); }
+    // The event at `index` (seqNum left as it was).
+    void get(std::size_t index, SimEvent& out) const;
+    std::uint32_t code(std::size_t index) const { return records_[index].code; }
+    // The memory the store holds: records, arena and intern table.
+    std::size_t bytes() const;
+
+private:
+    struct Record {
+        std::uint32_t timeStamp;
+        std::uint32_t code;
+        std::uint32_t text; // arena offset of the description
+        std::uint32_t args; // arena offset of the argument bytes
+        std::uint16_t locale;
+        std::int8_t eventClass;
+        std::uint8_t argType;
+    };
+    static_assert(sizeof(Record) == 20, "an event record is 20 bytes");
+    std::uint32_t intern(const std::uint8_t* data, std::size_t size);
+    std::uint32_t find(const std::uint8_t* data, std::size_t size, std::size_t& slot) const;
+    void compact();
+
+    std::deque<Record> records_;
+    std::vector<std::uint8_t> arena_;
+    std::vector<std::uint32_t> table_; // arena offset + 1 per slot; 0 = empty
+    std::size_t interned_ = 0;
+    std::size_t dropped_ = 0; // records dropped since the arena was last rebuilt
+};
+
 class EventLog {
 public:
-    static constexpr std::size_t kMaxStored = 65536;
+    // A real controller's log holds far fewer; this bounds what a profile or
+    // state file may ask the simulator to keep.
+    static constexpr std::size_t kMaxStored = 1u << 20;
 
     // Landmarks as KV_EVT_LOG_INFO reports them.
     std::uint32_t newestSeqNum() const { return nextSeq_ - 1; }
@@ -62,6 +108,8 @@ public:
     void generate(std::uint32_t firstSeq, std::uint32_t count, std::uint32_t newestTime);
     // Appends one event (its seqNum is assigned) and returns its sequence number.
     std::uint32_t append(SimEvent event);
+    // Appends every event of `events` in order (numbered as append does).
+    void appendAll(EventStore&& events);
     // Drops every event, then appends "Event log cleared" stamped `time`.
     void clear(std::uint32_t time);
 
@@ -80,15 +128,23 @@ public:
     // Writes one 256-byte record.
     static void writeRecord(const SimEvent& event, std::uint8_t* record);
 
+    // The memory the stored events hold (records, texts, intern table).
+    std::size_t storedBytes() const { return stored_.bytes(); }
+    std::size_t storedCount() const { return stored_.size(); }
+
     // ---- state file access ----
     struct Snapshot {
         std::uint32_t genFirst = 1, genCount = 0, genNewestTime = 0;
         std::uint32_t nextSeq = 1, oldest = 1, clearSeq = 0, shutdownSeq = 0, bootSeq = 0;
-        std::vector<SimEvent> stored;
+        std::uint32_t storedFirst = 0; // sequence number of stored's first event
+        EventStore stored;
+        // Appends a stored event; false when its sequence number does not
+        // follow the one before or its arguments are too long.
+        bool add(const SimEvent& e);
     };
     Snapshot snapshot() const;
     // Returns false when the snapshot is inconsistent (nothing is changed then).
-    bool restore(const Snapshot& s);
+    bool restore(Snapshot s);
 
 private:
     SimEvent synthetic(std::uint32_t seq) const;
@@ -100,7 +156,8 @@ private:
     std::uint32_t nextSeq_ = 1; // sequence number of the next event
     std::uint32_t oldest_ = 1;  // oldest sequence number still held
     std::uint32_t clearSeq_ = 0, shutdownSeq_ = 0, bootSeq_ = 0;
-    std::deque<SimEvent> stored_; // consecutive sequence numbers
+    std::uint32_t storedFirst_ = 1; // sequence number of the first stored event
+    EventStore stored_;             // consecutive sequence numbers
 };
 
 } // namespace kvi::sim

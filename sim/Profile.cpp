@@ -39,10 +39,12 @@
 // always mirror KV_CTRL_PROP_EXT; set them there.
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <set>
 #include <sstream>
 #include <tuple>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -198,63 +200,102 @@ void applySscVolumes(ControllerState& st, const json& list, const std::string& f
                                           "sscVolumes[" + std::to_string(i) + "]"));
 }
 
-void applyEvents(ControllerState& st, const json& list, const Clock& clock,
+// One element of a profile's "events" list, checked; `where` names it.
+SimEvent profileEvent(const json& e, const Clock& clock, const std::string& file,
+                      const std::string& where) {
+    if (!e.is_object())
+        fail(file, where, "expected an object");
+    checkKeys(e,
+              {"code", "class", "locale", "argType", "args", "description", "age", "bootSeconds"},
+              file, where);
+    SimEvent ev;
+    ev.code =
+        std::uint32_t(uintValue(need(e, "code", file, where), 0xFFFFFFFFu, file, where + ".code"));
+    if (e.contains("class")) {
+        std::uint64_t u = 0;
+        std::int64_t s = 0;
+        bool negative = false;
+        if (!integerValue(e["class"], u, s, negative) || s < -2 || s > 4)
+            fail(file, where + ".class", "expected a class from -2 to 4");
+        ev.eventClass = std::int8_t(s);
+    }
+    if (e.contains("locale"))
+        ev.locale = std::uint16_t(uintValue(e["locale"], 0xFFFF, file, where + ".locale"));
+    if (e.contains("argType"))
+        ev.argType = std::uint8_t(uintValue(e["argType"], 0xFF, file, where + ".argType"));
+    if (e.contains("args")) {
+        std::string t = textValue(e["args"], 400, file, where + ".args");
+        if (t.rfind("hex:", 0) != 0 || !decodeHex(t.substr(4), ev.args))
+            fail(file, where + ".args", "expected \"hex:...\"");
+        if (ev.args.size() > 96)
+            fail(file, where + ".args", "more than 96 argument bytes");
+    }
+    ev.description =
+        textValue(need(e, "description", file, where), 127, file, where + ".description");
+    const std::uint32_t now = clock.firmwareTime();
+    std::uint64_t age = 0;
+    if (e.contains("age"))
+        age = uintValue(e["age"], 0xFFFFFFFFu, file, where + ".age");
+    ev.timeStamp = age <= now ? std::uint32_t(now - age) : 0;
+    if (e.contains("bootSeconds")) {
+        if (e.contains("age"))
+            fail(file, where, "give age or bootSeconds, not both");
+        // Stamped before the controller's clock was set: seconds since
+        // boot in the low 24 bits, 0xFF in the top byte.
+        ev.timeStamp = 0xFF000000u | std::uint32_t(uintValue(e["bootSeconds"], 0xFFFFFF, file,
+                                                             where + ".bootSeconds"));
+    }
+    return ev;
+}
+
+// The "events" list of a profile is read while the document is parsed: each
+// event is checked and stored compact as soon as its element is complete and
+// then dropped from the document, so a long list never stands in memory as
+// a tree of JSON values (several hundred bytes per event).
+class EventCollector {
+public:
+    EventCollector(const Clock& clock, const std::string& file) : clock_(clock), file_(file) {}
+
+    // The parser callback: false drops the element from the document.
+    bool operator()(int depth, json::parse_event_t event, json& parsed) {
+        if (depth == 1) {
+            if (event == json::parse_event_t::key)
+                key_ = parsed.get<std::string>();
+            else if (event == json::parse_event_t::array_start)
+                inEvents_ = key_ == "events";
+            else if (event == json::parse_event_t::array_end)
+                inEvents_ = false;
+            return true;
+        }
+        if (!inEvents_ || depth != 2 ||
+            (event != json::parse_event_t::object_end && event != json::parse_event_t::array_end &&
+             event != json::parse_event_t::value))
+            return true;
+        // The log keeps this many; a longer list would only be read to be dropped.
+        if (events_.size() >= EventLog::kMaxStored)
+            fail(file_, "events",
+                 "more than " + std::to_string(EventLog::kMaxStored) +
+                     " events (the log keeps that many); for a large log use "
+                     "\"eventLog\": {\"generate\": N}");
+        events_.push(
+            profileEvent(parsed, clock_, file_, "events[" + std::to_string(events_.size()) + "]"));
+        return false;
+    }
+    EventStore& events() { return events_; }
+
+private:
+    const Clock& clock_;
+    const std::string& file_;
+    std::string key_;
+    bool inEvents_ = false;
+    EventStore events_;
+};
+
+void applyEvents(ControllerState& st, const json& list, EventStore& events,
                  const std::string& file) {
     if (!list.is_array())
         fail(file, "events", "expected an array of events");
-    // The log keeps this many; a longer list would only be read to be dropped.
-    if (list.size() > EventLog::kMaxStored)
-        fail(file, "events",
-             "more than " + std::to_string(EventLog::kMaxStored) +
-                 " events (the log keeps that many); for a large log use "
-                 "\"eventLog\": {\"generate\": N}");
-    std::uint32_t now = clock.firmwareTime();
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        std::string where = "events[" + std::to_string(i) + "]";
-        const json& e = list[i];
-        if (!e.is_object())
-            fail(file, where, "expected an object");
-        checkKeys(
-            e, {"code", "class", "locale", "argType", "args", "description", "age", "bootSeconds"},
-            file, where);
-        SimEvent ev;
-        ev.code = std::uint32_t(
-            uintValue(need(e, "code", file, where), 0xFFFFFFFFu, file, where + ".code"));
-        if (e.contains("class")) {
-            std::uint64_t u = 0;
-            std::int64_t s = 0;
-            bool negative = false;
-            if (!integerValue(e["class"], u, s, negative) || s < -2 || s > 4)
-                fail(file, where + ".class", "expected a class from -2 to 4");
-            ev.eventClass = std::int8_t(s);
-        }
-        if (e.contains("locale"))
-            ev.locale = std::uint16_t(uintValue(e["locale"], 0xFFFF, file, where + ".locale"));
-        if (e.contains("argType"))
-            ev.argType = std::uint8_t(uintValue(e["argType"], 0xFF, file, where + ".argType"));
-        if (e.contains("args")) {
-            std::string t = textValue(e["args"], 400, file, where + ".args");
-            if (t.rfind("hex:", 0) != 0 || !decodeHex(t.substr(4), ev.args))
-                fail(file, where + ".args", "expected \"hex:...\"");
-            if (ev.args.size() > 96)
-                fail(file, where + ".args", "more than 96 argument bytes");
-        }
-        ev.description =
-            textValue(need(e, "description", file, where), 127, file, where + ".description");
-        std::uint64_t age = 0;
-        if (e.contains("age"))
-            age = uintValue(e["age"], 0xFFFFFFFFu, file, where + ".age");
-        ev.timeStamp = age <= now ? std::uint32_t(now - age) : 0;
-        if (e.contains("bootSeconds")) {
-            if (e.contains("age"))
-                fail(file, where, "give age or bootSeconds, not both");
-            // Stamped before the controller's clock was set: seconds since
-            // boot in the low 24 bits, 0xFF in the top byte.
-            ev.timeStamp = 0xFF000000u | std::uint32_t(uintValue(e["bootSeconds"], 0xFFFFFF, file,
-                                                                 where + ".bootSeconds"));
-        }
-        st.events.append(std::move(ev));
-    }
+    st.events.appendAll(std::move(events));
 }
 
 // "OPCODE[@bN=V]": the opcode (hex, decimal or a KV_DCMD_ name) and the
@@ -412,14 +453,15 @@ Source resolve(const std::string& profile, const std::string& baseDir, const std
         fail(from, fromField, "base \"" + profile + "\": " + e.reason());
     }
     std::size_t slash = path.rfind('/');
-    return {text, path, slash == std::string::npos ? std::string() : path.substr(0, slash)};
+    return {std::move(text), path,
+            slash == std::string::npos ? std::string() : path.substr(0, slash)};
 }
 
 void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int depth,
                 std::set<std::string>& chain);
 
-void applyDocument(ControllerState& st, const json& doc, const Source& src, const Clock& clock,
-                   int depth, std::set<std::string>& chain) {
+void applyDocument(ControllerState& st, const json& doc, EventStore& events, const Source& src,
+                   const Clock& clock, int depth, std::set<std::string>& chain) {
     const std::string& file = src.label;
     if (!doc.is_object())
         fail(file, "", "a profile is a JSON object");
@@ -476,7 +518,7 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
         st.events.generate(std::uint32_t(first), std::uint32_t(n), clock.firmwareTime());
     }
     if (doc.contains("events"))
-        applyEvents(st, doc["events"], clock, file);
+        applyEvents(st, doc["events"], events, file);
     if (doc.contains("pci")) {
         const json& p = doc["pci"];
         if (!p.is_object())
@@ -545,8 +587,9 @@ void applyDocument(ControllerState& st, const json& doc, const Source& src, cons
 void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int depth,
                 std::set<std::string>& chain) {
     json doc;
+    EventCollector collect(clock, src.label);
     try {
-        doc = json::parse(src.text);
+        doc = json::parse(src.text, std::ref(collect));
     } catch (const json::exception& e) {
         // nlohmann's message names the byte offset and what it expected. A
         // number too large for any C++ type is an out-of-range error, not a
@@ -557,7 +600,7 @@ void applyLayer(ControllerState& st, const Source& src, const Clock& clock, int 
              "malformed JSON: " + (cut == std::string::npos ? what : what.substr(cut + 2)));
     }
     chain.insert(src.label);
-    applyDocument(st, doc, src, clock, depth, chain);
+    applyDocument(st, doc, collect.events(), src, clock, depth, chain);
     chain.erase(src.label);
 }
 

@@ -133,7 +133,10 @@ void Simulator::load(const std::string& profile, unsigned controllers) {
     std::vector<std::unique_ptr<SimController>> built;
     std::unique_ptr<ControllerState> first = buildFromProfile(profile, clock_);
     for (unsigned i = 0; i < controllers; ++i) {
-        auto st = std::make_unique<ControllerState>(*first);
+        // The last controller takes the built state itself: a large event
+        // log is not copied once more.
+        auto st =
+            i + 1 == controllers ? std::move(first) : std::make_unique<ControllerState>(*first);
         if (i > 0)
             individualise(*st, i);
         built.push_back(std::make_unique<SimController>(std::move(st), &clock_));
@@ -184,8 +187,12 @@ json controllerJson(SimController& c) {
     };
     EventLog::Snapshot ev = st.events.snapshot();
     json stored = json::array();
-    for (const SimEvent& e : ev.stored)
+    SimEvent e;
+    for (std::size_t i = 0; i < ev.stored.size(); ++i) {
+        ev.stored.get(i, e);
+        e.seqNum = ev.storedFirst + std::uint32_t(i);
         stored.push_back(eventJson(e));
+    }
     json faults = json::array();
     for (const Fault& f : st.faults) {
         faults.push_back(json{{"key", f.key},
@@ -391,9 +398,10 @@ std::unique_ptr<ControllerState> controllerFromJson(const json& c, const Reader&
         if (!args.is_string() || !fromHex(args.get<std::string>(), x.args) || x.args.size() > 96)
             stateError(r.file(), w + "args", "expected at most 96 bytes of hex");
         x.description = r.text(e, "description", w, 127);
-        s.stored.push_back(std::move(x));
+        if (!s.add(x))
+            stateError(r.file(), ew.substr(0, ew.size() - 1), "inconsistent sequence numbers");
     }
-    if (!st->events.restore(s))
+    if (!st->events.restore(std::move(s)))
         stateError(r.file(), ew.substr(0, ew.size() - 1), "inconsistent sequence numbers");
     const json& faults = r.at(c, "faults", where);
     if (!faults.is_array())

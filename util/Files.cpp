@@ -46,7 +46,8 @@ void syncFolder(const std::string& path) {
 std::size_t limitOf(Input kind) {
     switch (kind) {
     case Input::Profile:
-        return 16u << 20;
+        // Room for a log of a million explicit events (about 100 MiB of JSON).
+        return 128u << 20;
     case Input::State:
         return 256u << 20;
     case Input::Capture:
@@ -122,6 +123,10 @@ std::string readFile(const std::string& path, Input kind) {
             refuse(tooLarge);
     }
     std::string out;
+    // Sized once for a regular file: a large profile or state is not held
+    // twice while the string grows.
+    if (S_ISREG(st.st_mode) && st.st_size > 0)
+        out.reserve(static_cast<std::size_t>(st.st_size));
     char buf[65536];
     for (;;) {
         const ssize_t n = ::read(fd, buf, sizeof buf);

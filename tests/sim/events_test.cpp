@@ -3,6 +3,8 @@
 // events, and stamps relative to the controller's boot.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "SimTestUtil.h"
 #include "sim/EventLog.h"
 #include "tests/support/TzGuard.h"
@@ -78,7 +80,7 @@ TEST_F(SimEvents, GrowClearAndFilter) {
     EXPECT_EQ(n, 1u);
 }
 
-TEST(SimEventLog, MillionGeneratedEventsAreReadInChunks) {
+TEST(SimEventLog, LargeLogsAreReadInChunksAndStoredCompact) {
     Clock clock(kNow);
     auto st = kvi::sim::buildFromProfileText(
         R"({"base": "default", "eventLog": {"generate": 1000000}})", "big.json", "", clock);
@@ -108,6 +110,42 @@ TEST(SimEventLog, MillionGeneratedEventsAreReadInChunks) {
     EXPECT_EQ(n, 16u);
     for (std::uint32_t i = 0; i < n; ++i)
         EXPECT_GE(std::int8_t(r.data[8 + i * 256 + 15]), 2);
+
+    // Stored events: once the store has turned over, the texts of dropped
+    // events leave the arena (it holds about what a new store of the events
+    // left would); every event left reads back whole.
+    kvi::sim::EventStore store;
+    auto event = [](std::uint32_t i) {
+        kvi::sim::SimEvent e;
+        e.timeStamp = i;
+        e.code = i % 7;
+        e.locale = std::uint16_t(i);
+        e.eventClass = std::int8_t(i % 5 - 2);
+        e.argType = std::uint8_t(i);
+        e.description = "event " + std::to_string(i);
+        if (i % 3 == 0)
+            e.args = {1, 2, std::uint8_t(i)};
+        return e;
+    };
+    for (std::uint32_t i = 0; i < 5000; ++i)
+        store.push(event(i));
+    for (int i = 0; i < 3000; ++i)
+        store.popFront();
+    ASSERT_EQ(store.size(), 2000u);
+    kvi::sim::EventStore fresh;
+    for (std::uint32_t i = 3000; i < 5000; ++i)
+        fresh.push(event(i));
+    EXPECT_LE(store.bytes(), fresh.bytes() * 5 / 4);
+    kvi::sim::SimEvent got;
+    for (std::uint32_t i = 3000; i < 5000; ++i) {
+        store.get(i - 3000, got);
+        const kvi::sim::SimEvent want = event(i);
+        ASSERT_EQ(std::tie(got.timeStamp, got.code, got.locale, got.eventClass, got.argType,
+                           got.description, got.args),
+                  std::tie(want.timeStamp, want.code, want.locale, want.eventClass, want.argType,
+                           want.description, want.args))
+            << i;
+    }
 }
 
 TEST(SimEventLog, FullLogDropsTheOldestAndKeepsNumbering) {
