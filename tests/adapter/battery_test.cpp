@@ -179,7 +179,6 @@ TEST_F(BatteryTest, OverallStatusFailures) {
     unsigned char overall = 9;
     EXPECT_EQ(a().getBbuOverallStatus(&overall), kFail);
     EXPECT_EQ(overall, 9);
-    EXPECT_FALSE(log.contains("Exiting AdapterDataKvi::getBbuOverallStatus retCode = 0"));
 }
 
 // ---------------------------------------------------------------------------
@@ -217,7 +216,6 @@ TEST_F(BatteryTest, WritePolicyChangeReasonInOrder) {
         unsigned char reason = 0xEE;
         EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
         EXPECT_EQ(reason, c.reason < 0 ? 0xEE : c.reason);
-        EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getWritePolicyChngReason"));
     }
     // A failed battery read is returned, with nothing written.
     reset();
@@ -264,7 +262,6 @@ TEST_F(BatteryTest, StatusRecordFields) {
     EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
     // getBatteryType logs no exit line.
-    EXPECT_FALSE(log.contains("Exiting AdapterDataKvi::getBatteryType"));
 }
 
 TEST_F(BatteryTest, TemperatureOnlyWithABatteryFitted) {
@@ -344,8 +341,7 @@ TEST_F(BatteryTest, FailedLoadsLeaveOutValuesAlone) {
     ctrl.answer(KV_DCMD_BBU_GET_DESIGN_INFO, FakeAnswer::fail(kFail));
     ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::fail(kFail));
     unsigned short v = 0xABCD;
-    EXPECT_EQ(a().getBatteryFullCapacity(&v), kFail); // carries on, skipping the read
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getBatteryFullCapacity retCode = 45"));
+    EXPECT_EQ(a().getBatteryFullCapacity(&v), kFail);
     EXPECT_EQ(a().getBatteryRemainingCapacity(&v), kFail);
     EXPECT_EQ(a().getBattRelativeStateOfCharge(&v), kFail);
     EXPECT_EQ(a().getBattAvgTimeToEmpty(&v), kFail);
@@ -375,7 +371,6 @@ TEST_F(BatteryTest, AutoLearnModeIsWrittenAtOnce) {
     expected[9] = 1;
     EXPECT_EQ(w->sent, expected);
     EXPECT_EQ(w->mbox, kvitest::Mbox{});
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setBatteryAutoLearnMode retCode = 0"));
     // No property transaction is involved.
     EXPECT_EQ(a().endCtlrPropUpdate(), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
@@ -450,8 +445,6 @@ TEST_F(BatteryTest, PresenceAnswers) {
             EXPECT_EQ(present, c.present == 1);
             EXPECT_EQ(untouched, c.present == 1);
         }
-        EXPECT_TRUE(
-            log.contains("Exiting AdapterDataKvi::isBBUPresent retCode = " + std::to_string(c.rc)));
     }
     // Controller information failing wins.
     reset();

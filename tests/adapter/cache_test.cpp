@@ -1,6 +1,6 @@
 // Caches and update transactions of AdapterDataKvi: which requests each loader
 // and write-back sends (opcode, mailbox, length, capacity, bytes), when a cache
-// is reused or read again, what a failure leaves behind, and the exact log lines.
+// is reused or read again, and what a failure leaves behind.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,7 +18,6 @@
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -86,7 +85,6 @@ Bytes flashList(const std::vector<std::string>& names) {
 class CacheTest : public ::testing::Test {
 protected:
     kvitest::FakeController ctrl;
-    kvitest::LogCapture log;
     std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
 
     AdapterDataKvi& a() { return *obj; }
@@ -100,11 +98,6 @@ protected:
 
 // ---------------------------------------------------------------------------
 // Construction and destruction
-
-TEST_F(CacheTest, ConstructionAndDestructionSendNothing) {
-    obj.reset();
-    EXPECT_TRUE(ctrl.requests().empty());
-}
 
 // Every cache loaded (and some reloaded, replacing their records) and then
 // destroyed: the sanitizer/valgrind runs prove each record is released exactly
@@ -161,95 +154,58 @@ struct SimpleLoader {
     std::uint32_t opcode;
     std::size_t size;
     const void* (*cache)(AdapterDataKvi&);
-    const char* exitLine; // "%d" stands for the status
 };
-
-std::string withStatus(std::string line, int status) {
-    const auto at = line.find("%d");
-    if (at != std::string::npos) {
-        line.replace(at, 2, std::to_string(status));
-    }
-    return line;
-}
 
 const SimpleLoader kSimpleLoaders[] = {
     {"getCtlrInfo", &AdapterDataKvi::getCtlrInfo, KV_DCMD_CTRL_GET_INFO, 2464,
-     [](AdapterDataKvi& a) -> const void* { return P::ctrlInfo(a); },
-     "Exiting AdapterDataKvi::getCtlrInfo retCode = %d"},
+     [](AdapterDataKvi& a) -> const void* { return P::ctrlInfo(a); }},
     {"getMFCdata", &AdapterDataKvi::getMFCdata, KV_DCMD_CTRL_MFC_DEFAULTS_GET, 80,
-     [](AdapterDataKvi& a) -> const void* { return P::mfcDefaults(a); },
-     "Exiting AdapterDataKvi::getMFCdata retCode = %d"},
+     [](AdapterDataKvi& a) -> const void* { return P::mfcDefaults(a); }},
     {"getBatteryInfo", &AdapterDataKvi::getBatteryInfo, KV_DCMD_BBU_GET_STATUS, 64,
-     [](AdapterDataKvi& a) -> const void* { return P::batteryInfo(a); },
-     "Exiting AdapterDataKvi::getBatteryInfo retCode = %d"},
+     [](AdapterDataKvi& a) -> const void* { return P::batteryInfo(a); }},
     {"getBatteryCapacityInfo", &AdapterDataKvi::getBatteryCapacityInfo,
      KV_DCMD_BBU_GET_CAPACITY_INFO, 48,
-     [](AdapterDataKvi& a) -> const void* { return P::battCapacity(a); },
-     "Exiting AdapterDataKvi::getBatteryCapacityInfo retCode = %d"},
-    // The design-info loader closes with its entry text a second time.
+     [](AdapterDataKvi& a) -> const void* { return P::battCapacity(a); }},
     {"getBatteryDesignInfo", &AdapterDataKvi::getBatteryDesignInfo, KV_DCMD_BBU_GET_DESIGN_INFO, 64,
-     [](AdapterDataKvi& a) -> const void* { return P::battDesign(a); },
-     "Entering AdapterDataKvi::getBatteryDesignInfo"},
+     [](AdapterDataKvi& a) -> const void* { return P::battDesign(a); }},
     {"getBBUProperties", &AdapterDataKvi::getBBUProperties, KV_DCMD_BBU_PROPERTIES_GET, 32,
-     [](AdapterDataKvi& a) -> const void* { return P::bbuProp(a); },
-     "Exiting AdapterDataKvi::getBBUProperties retCode = %d"},
+     [](AdapterDataKvi& a) -> const void* { return P::bbuProp(a); }},
     {"getBIOSData", &AdapterDataKvi::getBIOSData, KV_DCMD_CTRL_BIOS_DATA_GET, 64,
-     [](AdapterDataKvi& a) -> const void* { return P::biosData(a); },
-     "Exiting AdapterDataKvi::getBIOSData retCode = %d"},
+     [](AdapterDataKvi& a) -> const void* { return P::biosData(a); }},
     {"getMuxInfo", &AdapterDataKvi::getMuxInfo, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, 5,
-     [](AdapterDataKvi& a) -> const void* { return P::muxList(a); },
-     "Exiting AdapterDataKvi::getMuxInfo"},
+     [](AdapterDataKvi& a) -> const void* { return P::muxList(a); }},
     {"getConnectors", &AdapterDataKvi::getConnectors, KV_DCMD_SAS_CONFIG_GET_CONNECTORS, 168,
-     [](AdapterDataKvi& a) -> const void* { return P::connectors(a); },
-     "Exiting AdapterDataKvi::getConnectors retCode = %d"},
+     [](AdapterDataKvi& a) -> const void* { return P::connectors(a); }},
 };
 
 class SimpleLoaderTest : public CacheTest, public ::testing::WithParamInterface<SimpleLoader> {};
 
-TEST_P(SimpleLoaderTest, ReadsOnceAndKeepsTheAnswer) {
+// A failed read keeps nothing and the next call retries; a good read is kept and the
+// next call answers from it without a request.
+TEST_P(SimpleLoaderTest, ReadsUntilItHoldsTheAnswerThenKeepsIt) {
     const SimpleLoader& l = GetParam();
-    const std::string entry = std::string("Entering AdapterDataKvi::") + l.name;
     const Bytes answer = pattern(l.size, 0x41);
+    ctrl.answerOnce(l.opcode, FakeAnswer::fail(kStatusNoHw));
     ctrl.answer(l.opcode, FakeAnswer::ok(answer));
+    EXPECT_EQ((a().*l.load)(), kStatusNoHw);
+    EXPECT_EQ(l.cache(a()), nullptr);
 
     EXPECT_EQ((a().*l.load)(), 0);
-    ASSERT_EQ(ctrl.requests().size(), 1u);
-    const FakeRequest& r = req(0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    const FakeRequest& r = req(1);
     EXPECT_EQ(r.opcode, l.opcode);
     EXPECT_EQ(r.mbox, kvitest::Mbox{});
-    EXPECT_EQ(r.callerLength, 0u); // the standard size ...
-    EXPECT_EQ(r.length, l.size);   // ... is the record's size
-    EXPECT_EQ(r.capacity, l.size); // and the record holds all of it
+    EXPECT_EQ(r.callerLength, 0u); // the standard size is the record's size ...
+    EXPECT_EQ(r.length, l.size);
+    EXPECT_EQ(r.capacity, l.size); // ... and the record holds all of it
     EXPECT_EQ(r.direction, kvi::Direction::Read);
     ASSERT_NE(l.cache(a()), nullptr);
     EXPECT_EQ(bytesOf(l.cache(a()), l.size), answer);
-    EXPECT_EQ(log.texts(), (std::vector<std::string>{entry, withStatus(l.exitLine, 0)}));
-    for (const auto& line : log.lines()) {
-        EXPECT_EQ(line.level, INFO) << line.text;
-    }
 
-    // The second call answers from the cache: one entry line, no request.
-    log.clear();
     const void* held = l.cache(a());
     EXPECT_EQ((a().*l.load)(), 0);
-    EXPECT_EQ(ctrl.requests().size(), 1u);
+    EXPECT_EQ(ctrl.requests().size(), 2u);
     EXPECT_EQ(l.cache(a()), held);
-    EXPECT_EQ(log.texts(), std::vector<std::string>{entry});
-}
-
-TEST_P(SimpleLoaderTest, FailedReadKeepsNothingAndTheNextCallRetries) {
-    const SimpleLoader& l = GetParam();
-    ctrl.answerOnce(l.opcode, FakeAnswer::fail(kStatusNoHw));
-    ctrl.answer(l.opcode, FakeAnswer::ok(pattern(l.size, 9)));
-
-    EXPECT_EQ((a().*l.load)(), kStatusNoHw);
-    EXPECT_EQ(l.cache(a()), nullptr);
-    EXPECT_TRUE(log.contains(withStatus(l.exitLine, kStatusNoHw)));
-
-    EXPECT_EQ((a().*l.load)(), 0);
-    EXPECT_EQ(ctrl.count(l.opcode), 2u);
-    ASSERT_NE(l.cache(a()), nullptr);
-    EXPECT_EQ(bytesOf(l.cache(a()), l.size), pattern(l.size, 9));
 }
 
 INSTANTIATE_TEST_SUITE_P(Loaders, SimpleLoaderTest, ::testing::ValuesIn(kSimpleLoaders),
@@ -272,75 +228,66 @@ TEST_F(CacheTest, BeginUpdatesAreTheirLoaders) {
 // ---------------------------------------------------------------------------
 // Controller properties and their extension
 
-TEST_F(CacheTest, PropertiesWithoutExtensionSupportReadOnlyTheProperties) {
-    scriptInfo(false, false);
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.opcodes(),
-              (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, KV_DCMD_CTRL_PROPERTIES_GET}));
-    EXPECT_EQ(req(1).mbox, kvitest::Mbox{});
-    EXPECT_EQ(req(1).callerLength, 0u);
-    EXPECT_EQ(req(1).length, 64u);
-    EXPECT_NE(P::prop(a()), nullptr);
-    EXPECT_EQ(P::propExt(a()), nullptr);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getKvCtlrProp retCode = 0"));
-
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.requests().size(), 2u);
-}
-
-TEST_F(CacheTest, PropertiesExtensionIsReadWithMailboxOneAndLength128) {
-    scriptInfo(false, true);
-    const Bytes ext = pattern(128, 0x80);
-    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::ok(ext));
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 2u);
-    const FakeRequest& r = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_GET);
-    EXPECT_EQ(r.mbox, mboxB0(1));
-    EXPECT_EQ(r.callerLength, 128u);
-    EXPECT_EQ(r.capacity, 128u);
-    ASSERT_NE(P::propExt(a()), nullptr);
-    EXPECT_EQ(bytesOf(P::propExt(a()), 128), ext);
-
-    // Once the properties are held, neither is read again.
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 2u);
-}
-
-TEST_F(CacheTest, PropertiesExtensionFailureNeverReachesTheCaller) {
-    scriptInfo(false, true);
-    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::fail(3));
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_NE(P::prop(a()), nullptr);
-    EXPECT_EQ(P::propExt(a()), nullptr);
-    EXPECT_EQ(log.texts(WARNING),
-              std::vector<std::string>{
-                  "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
-}
-
-TEST_F(CacheTest, PropertiesFailureIsLoggedAtWarningAndRetried) {
-    scriptInfo(false, true);
-    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::fail(4));
-    EXPECT_EQ(a().getKvCtlrProp(), 4);
-    EXPECT_EQ(P::prop(a()), nullptr);
-    EXPECT_NE(P::propExt(a()), nullptr); // the extension is read all the same
-    EXPECT_EQ(log.texts(WARNING),
-              std::vector<std::string>{
-                  "Entering AdapterDataKvi::getKvCtlrProp - Get controller property failed"});
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getKvCtlrProp retCode = 4"));
-
-    // Next call reads both again (the earlier extension is replaced).
-    ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::ok());
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 2u);
-    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 1), 2u);
-}
-
-TEST_F(CacheTest, PropertiesLoaderWithoutControllerInformationSkipsTheExtension) {
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(ctrl.opcodes(),
-              (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, KV_DCMD_CTRL_PROPERTIES_GET}));
-    EXPECT_EQ(P::propExt(a()), nullptr);
+// The properties (mailbox byte 0, 64 bytes at the standard size) and, where the controller
+// information announces it, the extension (mailbox byte 1, 128 bytes); what is held afterwards,
+// and which reads a second call sends.
+TEST_F(CacheTest, PropertiesAndTheirExtension) {
+    struct Case {
+        const char* what;
+        int info; // -1: the information read fails; else whether it announces the extension
+        int propStatus, extStatus, rc;
+        bool prop, ext;
+        std::vector<int> reads, rereads; // mailbox byte 0 of each properties read
+    };
+    const Case cases[] = {
+        {"no extension", 0, 0, 0, 0, true, false, {0}, {}},
+        {"extension", 1, 0, 0, 0, true, true, {0, 1}, {}},
+        {"extension fails, never seen by the caller", 1, 0, 3, 0, true, false, {0, 1}, {}},
+        {"properties fail, read again with the extension", 1, 4, 0, 4, false, true, {0, 1}, {0, 1}},
+        {"no controller information", -1, 0, 0, 0, true, false, {0}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
+        ctrl.clear();
+        ctrl.backend().clearScript();
+        if (c.info < 0) {
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
+        } else {
+            scriptInfo(false, c.info == 1);
+        }
+        const Bytes ext = pattern(128, 0x80);
+        ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1,
+                      c.extStatus ? FakeAnswer::fail(c.extStatus) : FakeAnswer::ok(ext));
+        if (c.propStatus) {
+            ctrl.answerOnce(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(c.propStatus));
+        }
+        EXPECT_EQ(a().getKvCtlrProp(), c.rc);
+        EXPECT_EQ(ctrl.opcodes().front(), static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
+        auto propReads = [&] {
+            std::vector<int> b0;
+            for (const FakeRequest& r : ctrl.requests()) {
+                if (r.opcode != KV_DCMD_CTRL_PROPERTIES_GET) {
+                    continue;
+                }
+                b0.push_back(r.mbox[0]);
+                EXPECT_EQ(r.mbox, mboxB0(r.mbox[0]));
+                EXPECT_EQ(r.callerLength, r.mbox[0] ? 128u : 0u);
+                EXPECT_EQ(r.length, r.mbox[0] ? 128u : 64u);
+                EXPECT_GE(r.capacity, r.length);
+            }
+            return b0;
+        };
+        EXPECT_EQ(propReads(), c.reads);
+        EXPECT_EQ(P::prop(a()) != nullptr, c.prop);
+        EXPECT_EQ(P::propExt(a()) != nullptr, c.ext);
+        if (c.ext) {
+            EXPECT_EQ(bytesOf(P::propExt(a()), 128), ext);
+        }
+        ctrl.clear();
+        EXPECT_EQ(a().getKvCtlrProp(), 0);
+        EXPECT_EQ(propReads(), c.rereads);
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -388,7 +335,6 @@ TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
     ASSERT_EQ(a().beginCtlrPropUpdate(), 0);
     P::prop(a())->rebuildRate = 77; // a setter's change
     P::propChanged(a()) = true;
-    log.clear();
 
     EXPECT_EQ(a().endCtlrPropUpdate(), 6); // the write's status
     const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
@@ -398,8 +344,6 @@ TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
     Bytes expected = props;
     expected[offsetof(KV_CTRL_PROP, rebuildRate)] = 77; // only that byte changes
     EXPECT_EQ(w.sent, expected);
-    EXPECT_EQ(log.texts(), (std::vector<std::string>{"Entering AdapterDataKvi::endCtlrPropUpdate",
-                                                     "Exiting AdapterDataKvi::endCtlrPropUpdate"}));
     // The cache keeps the written values and is not re-read; a second end sends nothing.
     EXPECT_EQ(P::prop(a())->rebuildRate, 77);
     EXPECT_EQ(a().endCtlrPropUpdate(), 0);
@@ -419,7 +363,6 @@ TEST_F(CacheTest, EndCtlrPropExtUpdateWritesTheExtensionWithMailboxOne) {
     EXPECT_EQ(w.mbox, mboxB0(1));
     EXPECT_EQ(w.callerLength, 128u);
     EXPECT_EQ(w.sent, ext);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::endCtlrPropExtUpdate"));
 }
 
 // ---------------------------------------------------------------------------
@@ -467,10 +410,8 @@ TEST_F(CacheTest, EndMuxModeUpdateTestsTheListBeforeTheFlag) {
     EXPECT_EQ(a().endMuxModeUpdate(), -1);
     EXPECT_TRUE(P::muxChanged(a())); // the flag is not looked at
     EXPECT_TRUE(ctrl.requests().empty());
-    EXPECT_TRUE(log.texts().empty()); // logs nothing
-}
 
-TEST_F(CacheTest, EndMuxModeUpdateWritesTheListWhenChanged) {
+    P::muxChanged(a()) = false;
     const Bytes mux = {2, 1, 2, 3, 0};
     ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(mux));
     ASSERT_EQ(a().beginMuxModeUpdate(), 0);
@@ -479,14 +420,12 @@ TEST_F(CacheTest, EndMuxModeUpdateWritesTheListWhenChanged) {
 
     P::muxList(a())->sasMuxMode[1] = 3;
     P::muxChanged(a()) = true;
-    log.clear();
     EXPECT_EQ(a().endMuxModeUpdate(), 0);
     ASSERT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 1u);
     const FakeRequest& w = *ctrl.last(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST);
     EXPECT_EQ(w.sent, (Bytes{2, 1, 3, 3, 0}));
     EXPECT_EQ(w.callerLength, 0u);
     EXPECT_FALSE(P::muxChanged(a()));
-    EXPECT_TRUE(log.texts().empty());
 }
 
 // ---------------------------------------------------------------------------
@@ -551,7 +490,6 @@ TEST_P(ScheduleTest, ReadUsesTheFormsMailboxAndLength) {
     EXPECT_EQ(otherForm(), nullptr);
     EXPECT_EQ(bytesOf(held(), c.length), rec);
     const std::string name = c.cc ? "getCcScProperties" : "getPrProperties";
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::" + name));
 
     EXPECT_EQ(get(), 0);
     EXPECT_EQ(ctrl.count(getOp()), c.rereads ? 2u : 1u);
@@ -626,12 +564,8 @@ TEST_F(CacheTest, PhyConnectionsKeepAFailedBuffer) {
     ASSERT_NE(P::phy(a()), nullptr);
     EXPECT_EQ(bytesOf(P::phy(a()), 392), Bytes(392, 0));
 
-    log.clear();
     EXPECT_EQ(a().getAllPhyConnections(), 0);
     EXPECT_EQ(ctrl.requests().size(), 1u);
-    EXPECT_EQ(log.texts(),
-              (std::vector<std::string>{"Entering AdapterDataKvi::getAllPhyConnections",
-                                        "Exiting AdapterDataKvi::getAllPhyConnections"}));
 }
 
 // ---------------------------------------------------------------------------
@@ -645,12 +579,10 @@ TEST_F(CacheTest, AllowedOpsAreReadEveryCall) {
     EXPECT_EQ(P::cfgAllowedOps(a()).clearConfig, 1u);
     EXPECT_EQ(req(0).length, 4u);
     EXPECT_EQ(req(0).capacity, 4u);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getConfigAllowedOps  retCode = 0"));
 
     EXPECT_EQ(a().getConfigAllowedOps(), 7);
     EXPECT_EQ(ctrl.count(KV_DCMD_CFG_GET_ALLOWED_OPS), 2u);
     EXPECT_EQ(P::cfgAllowedOps(a()).addConfig, 0u); // cleared before the read
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getConfigAllowedOps  retCode = 7"));
 }
 
 TEST_F(CacheTest, EventLogInfoIsReadEveryCallAndKeepsItsBufferOnFailure) {
@@ -722,7 +654,6 @@ TEST_P(RecordReadTest, FillsTheCallersRecordOnlyOnSuccess) {
     EXPECT_EQ(req(1).mbox, kvitest::Mbox{});
     EXPECT_EQ(req(1).callerLength, 0u);
     EXPECT_EQ(req(1).length, r.size);
-    EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + r.name));
 }
 
 INSTANTIATE_TEST_SUITE_P(Reads, RecordReadTest, ::testing::ValuesIn(kRecordReads),
@@ -744,7 +675,6 @@ TEST_F(CacheTest, ControllerTimeFieldsLandWhereTheRecordSaysAndTheExitLineCarrie
     EXPECT_EQ(out.year, 2025);
     EXPECT_EQ(out.month, 3);
     EXPECT_EQ(out.sec, 9);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getCtrlTime retCode = 0"));
 }
 
 // ---------------------------------------------------------------------------

@@ -14,7 +14,6 @@
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -28,7 +27,6 @@ class EventsTest : public ::testing::Test {
 protected:
     kvitest::FakeController ctrl;
     std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    kvitest::LogCapture log;
     AdapterDataKvi& a() { return *obj; }
 };
 
@@ -58,7 +56,6 @@ TEST_F(EventsTest, PlainRequestsSendTheirMailboxAndReturnTheStatus) {
         for (const int status : {0, kFail}) {
             ctrl.clear();
             ctrl.backend().clearScript();
-            log.clear();
             ctrl.answer(c.opcode, FakeAnswer::fail(status));
             EXPECT_EQ(c.call(a()), status);
             ASSERT_EQ(ctrl.requests().size(), 1u);
@@ -67,9 +64,6 @@ TEST_F(EventsTest, PlainRequestsSendTheirMailboxAndReturnTheStatus) {
             EXPECT_EQ(r.mbox, c.mbox);
             EXPECT_FALSE(r.callerBuffer);
             EXPECT_EQ(r.length, 0u);
-            // Entry line only.
-            EXPECT_EQ(log.texts(),
-                      std::vector<std::string>{std::string("Entering AdapterDataKvi::") + c.name});
         }
     }
 }
@@ -117,21 +111,6 @@ TEST_F(EventsTest, EventListReadsTheCallersLength) {
     EXPECT_EQ(ctrl.requests().size(), 1u);
 }
 
-TEST_F(EventsTest, EventLogInfoHandsOutTheObjectsRecord) {
-    Bytes info(20);
-    for (std::size_t i = 0; i < info.size(); ++i) {
-        info[i] = static_cast<std::uint8_t>(i + 1);
-    }
-    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::ok(info));
-    KV_EVT_LOG_INFO* out = nullptr;
-    ASSERT_EQ(a().getEventLogInfo(&out), 0);
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(out->newestSeqNum, 0x04030201u);
-    EXPECT_EQ(out->bootSeqNum, 0x14131211u);
-    EXPECT_EQ(a().getEventLogInfo(&out), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_EVENT_GET_INFO), 2u); // read afresh every call
-}
-
 // ---------------------------------------------------------------------------
 // Filter masks: the firmware echoes the mask it took in mailbox word 2
 
@@ -155,7 +134,6 @@ TEST_F(EventsTest, MaskOperationsCheckTheEcho) {
         for (const Case c : {Case{0, mask, 0}, Case{0, 0x1234, -1}, Case{kFail, 0x1234, kFail}}) {
             ctrl.clear();
             ctrl.backend().clearScript();
-            log.clear();
             FakeAnswer ans = FakeAnswer::fail(c.status);
             ans.withMboxWord(2, c.echo);
             ctrl.answer(KV_DCMD_CTRL_AEC_CONTROL, ans);
@@ -164,7 +142,6 @@ TEST_F(EventsTest, MaskOperationsCheckTheEcho) {
             EXPECT_EQ(ctrl.requests()[0].opcode, 0x01180100u);
             EXPECT_EQ(ctrl.requests()[0].mbox, mboxWords(m.sub, 1, mask));
             EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
-            EXPECT_TRUE(log.contains(std::string("Exiting AdapterDataKvi::") + m.name));
         }
         // A firmware that leaves the mailbox as sent takes the mask.
         ctrl.backend().clearScript();
@@ -191,7 +168,6 @@ TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
     EXPECT_EQ(r->callerLength, 32768u);
     EXPECT_EQ(r->length, 32768u);
     EXPECT_EQ(r->capacity, 32768u);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getAEC"));
 
     // Any failure but "invalid parameter" still stores the count.
     FakeAnswer failed = FakeAnswer::fail(kFail);

@@ -15,7 +15,6 @@
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -61,7 +60,6 @@ class IdentityTest : public ::testing::Test {
 protected:
     kvitest::FakeController ctrl;
     std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    kvitest::LogCapture log;
     AdapterDataKvi& a() { return *obj; }
 
     void reset(const Bytes& ctrlInfo) {
@@ -69,7 +67,6 @@ protected:
         ctrl.clear();
         ctrl.backend().clearScript();
         ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo));
-        log.clear();
     }
 };
 
@@ -98,16 +95,12 @@ TEST_F(IdentityTest, ComponentSearchMatchesTheKeyAsAPrefixAndTakesTheFirst) {
         std::string out = "old";
         EXPECT_EQ((a().*s.fn)(out), 0);
         EXPECT_EQ(out, "5.1.0-0042");
-        EXPECT_TRUE(
-            log.contains(std::string("Exiting AdapterDataKvi::") + s.name + " retCode = 0"));
 
         // Only `count` entries are searched.
         reset(info(2, {{"OTHER", "no"}, {"OTHER", "no"}, {key, "hidden"}}));
         out = "old";
         EXPECT_EQ((a().*s.fn)(out), -1);
         EXPECT_EQ(out, "old");
-        EXPECT_TRUE(
-            log.contains(std::string("Exiting AdapterDataKvi::") + s.name + " retCode = -1"));
 
         reset(info(0, {{key, "zero count"}}));
         EXPECT_EQ((a().*s.fn)(out), -1);
@@ -166,12 +159,6 @@ TEST_F(IdentityTest, PlainFields) {
     EXPECT_EQ(a().getCurrentSSCSize(&curSsc), 0);
     EXPECT_EQ(curSsc, 128);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
-    for (const char* line : {"Exiting AdapterDataKvi::getProductName retCode = 0",
-                             "Exiting AdapterDataKvi::getPackageVersion",
-                             "Exiting AdapterDataKvi::getMaxConfigurableSSCSize retCode = 0",
-                             "Exiting AdapterDataKvi::getCurrentSSCSize"}) {
-        EXPECT_TRUE(log.contains(line)) << line;
-    }
 
     // A product name filling its whole field is bounded by it.
     Bytes full(kInfoSize, 0);
@@ -209,52 +196,42 @@ protected:
     }
 };
 
-TEST_F(BackupVersionTest, LastPackageEntryWinsAndIsZeroPadded) {
-    serve(true, {{"PACKAGE", "24.1.0-0001"}, {"APP", "x"}, {"PACKAGEX", "24.2.0-0007"}});
-    char out[40];
-    std::memset(out, '#', sizeof out);
-    EXPECT_EQ(a().getlocaleFwVersion(out), 0);
-    EXPECT_STREQ(out, "24.2.0-0007");
-    for (std::size_t i = std::strlen("24.2.0-0007"); i < 32; ++i) {
-        EXPECT_EQ(out[i], 0) << i;
+// The last PACKAGE entry of the backup list wins and is zero-padded to its 32 bytes; a text
+// filling the field is not terminated; no entry leaves the buffer alone.
+TEST_F(BackupVersionTest, PackageEntryOfTheBackupList) {
+    using Comps = std::vector<std::pair<std::string, std::string>>;
+    const std::string p32(32, 'p');
+    const struct {
+        bool dual;
+        Comps backup;
+        int listStatus, rc;
+        std::string want; // the 33 bytes of the buffer ('#' untouched)
+    } cases[] = {
+        {true,
+         {{"PACKAGE", "24.1.0-0001"}, {"APP", "x"}, {"PACKAGEX", "24.2.0-0007"}},
+         0,
+         0,
+         "24.2.0-0007" + std::string(21, '\0') + "#"},
+        {true, {{"PACKAGE", p32}}, 0, 0, p32 + "#"},
+        {true, {{"APP", "1"}, {"BIOS", "2"}}, 0, 0, std::string(33, '#')},
+        {false, {{"PACKAGE", "never"}}, 0, -1, std::string(33, '#')},
+        {true, {{"PACKAGE", "x"}}, kFail, kFail, std::string(33, '#')},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.want);
+        serve(c.dual, c.backup);
+        if (c.listStatus) {
+            ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0, FakeAnswer::fail(c.listStatus));
+        }
+        char out[40];
+        std::memset(out, '#', sizeof out);
+        EXPECT_EQ(a().getlocaleFwVersion(out), c.rc);
+        EXPECT_EQ(std::string(out, 33), c.want);
+        if (!c.dual) {
+            EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 0u);
+            EXPECT_EQ(a().getlocaleFwVersion(nullptr), -1);
+        }
     }
-    EXPECT_EQ(out[32], '#');                                                   // exactly 32 bytes
-    EXPECT_FALSE(log.contains("Entering AdapterDataKvi::getlocaleFwVersion")); // logs nothing
-    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 2u);
-}
-
-TEST_F(BackupVersionTest, FullWidthTextIsNotTerminated) {
-    serve(true, {{"PACKAGE", std::string(32, 'p')}});
-    char out[40];
-    std::memset(out, '#', sizeof out);
-    EXPECT_EQ(a().getlocaleFwVersion(out), 0);
-    EXPECT_EQ(std::string(out, 32), std::string(32, 'p'));
-    EXPECT_EQ(out[32], '#');
-}
-
-TEST_F(BackupVersionTest, NoPackageEntryLeavesTheBufferAndAnswersZero) {
-    serve(true, {{"APP", "1"}, {"BIOS", "2"}});
-    char out[32];
-    std::memset(out, '#', sizeof out);
-    EXPECT_EQ(a().getlocaleFwVersion(out), 0);
-    EXPECT_EQ(std::string(out, 32), std::string(32, '#'));
-}
-
-TEST_F(BackupVersionTest, WithoutDualImageSupportThereIsNoBackupList) {
-    serve(false, {{"PACKAGE", "never"}});
-    char out[32] = {};
-    EXPECT_EQ(a().getlocaleFwVersion(out), -1);
-    EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 0u);
-    EXPECT_EQ(a().getlocaleFwVersion(nullptr), -1);
-}
-
-TEST_F(BackupVersionTest, ListReadFailureIsReturned) {
-    serve(true, {{"PACKAGE", "x"}});
-    ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0, FakeAnswer::fail(kFail));
-    char out[32];
-    std::memset(out, '#', sizeof out);
-    EXPECT_EQ(a().getlocaleFwVersion(out), kFail);
-    EXPECT_EQ(out[0], '#');
 }
 
 } // namespace

@@ -17,7 +17,6 @@
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -40,11 +39,10 @@ using SetFn = int (*)(AdapterDataKvi&, std::uint32_t value);
 struct SettingRow {
     const char* get;
     const char* set;
-    int byte;  // offset in KV_CTRL_PROP; 64 and above: in the extension record
-    int bit;   // first bit within that byte, or -1 for a whole 8- or 16-bit field
-    int width; // bits
-    Form getForm;
-    Form setForm;
+    int byte;     // offset in KV_CTRL_PROP; 64 and above: in the extension record
+    int bit;      // first bit within that byte, or -1 for a whole 8- or 16-bit field
+    int width;    // bits
+    Form setForm; // on a failed load: early return, or carry on and raise the change flag
     GetFn getter;
     SetFn setter;
 };
@@ -71,85 +69,85 @@ using UI = unsigned int;
 
 // clang-format off
 const SettingRow kRows[] = {
-    {"getRebuildRate", "setRebuildRate", 8, -1, 8, E, C, GET(getRebuildRate, UC), SETP(setRebuildRate, UC)},
-    {"getseqNum", "setseqNum", 0, -1, 16, E, C, GET(getseqNum, US), SETP(setseqNum, US)},
-    {"getpredFailPollInterval", "setpredFailPollInterval", 2, -1, 16, E, C, GET(getpredFailPollInterval, US), SETP(setpredFailPollInterval, US)},
-    {"getintThrottleCount", "setintThrottleCount", 4, -1, 16, E, C, GET(getintThrottleCount, US), SETP(setintThrottleCount, US)},
-    {"getintThrottleTimeUs", "setintThrottleTimeUs", 6, -1, 16, E, C, GET(getintThrottleTimeUs, US), SETP(setintThrottleTimeUs, US)},
-    {"getpatrolReadRate", "setpatrolReadRate", 9, -1, 8, E, C, GET(getpatrolReadRate, UC), SETP(setpatrolReadRate, UC)},
-    {"getbgiRate", "setbgiRate", 10, -1, 8, E, C, GET(getbgiRate, UC), SETP(setbgiRate, UC)},
-    {"getPreventPIImport", "setPreventPIImport", 34, 1, 1, E, C, GET(getPreventPIImport, UC), SETP(setPreventPIImport, UC)},
-    {"getPreventEnablePI", "setPreventEnablePI", 34, 0, 1, E, C, GET(getPreventEnablePI, UC), SETP(setPreventEnablePI, UC)},
-    {"getfailPdOnSmartError", "setfailPdOnSmartError", 34, 7, 1, E, C, GET(getfailPdOnSmartError, UC), SETP(setfailPdOnSmartError, UC)},
-    {"getForceSGPIO", "setForceSGPIO", 34, 5, 1, E, C, GET(getForceSGPIO, UC), SETP(setForceSGPIO, UC)},
-    {"getUseGlobalSparesForEmergency", "setUseGlobalSparesForEmergency", 34, 2, 1, E, C, GET(getUseGlobalSparesForEmergency, UC), SETP(setUseGlobalSparesForEmergency, UC)},
-    {"getUseUnconfGoodForEmergency", "setUseUnconfGoodForEmergency", 34, 3, 1, E, C, GET(getUseUnconfGoodForEmergency, UC), SETP(setUseUnconfGoodForEmergency, UC)},
-    {"getUseEmergencySparesForSMARTer", "setUseEmergencySparesForSMARTer", 34, 4, 1, E, C, GET(getUseEmergencySparesForSMARTer, UC), SETP(setUseEmergencySparesForSMARTer, UC)},
-    {"getFlushWriteVerify", "setFlushWriteVerify", 35, 0, 1, E, E, GET(getFlushWriteVerify, UC), SETV(setFlushWriteVerify, UC)},
-    {"getccRate", "setccRate", 11, -1, 8, E, C, GET(getccRate, UC), SETP(setccRate, UC)},
-    {"getreconRate", "setreconRate", 12, -1, 8, E, C, GET(getreconRate, UC), SETP(setreconRate, UC)},
-    {"getcacheFlushInterval", "setcacheFlushInterval", 13, -1, 8, E, C, GET(getcacheFlushInterval, UC), SETP(setcacheFlushInterval, UC)},
-    {"getspinupDriveCount", "setspinupDriveCount", 14, -1, 8, E, C, GET(getspinupDriveCount, UC), SETP(setspinupDriveCount, UC)},
-    {"getspinupDelay", "setspinupDelay", 15, -1, 8, E, C, GET(getspinupDelay, UC), SETP(setspinupDelay, UC)},
-    {"getclusterState", "setclusterState", 16, -1, 8, E, E, GET(getclusterState, UC), SETV(setclusterState, UC)},
-    {"getBatteryWarningState", "setBatteryWarningState", 20, -1, 8, E, E, GET(getBatteryWarningState, UC), SETV(setBatteryWarningState, UC)},
-    {"getEccBucketSize", "setEccBucketSize", 21, -1, 8, E, E, GET(getEccBucketSize, UC), SETV(setEccBucketSize, UC)},
-    {"getEccBucketLeakRate", "setEccBucketLeakRate", 22, -1, 16, E, E, GET(getEccBucketLeakRate, US), SETV(setEccBucketLeakRate, US)},
-    {"getAbortCCOnError", "setAbortCCOnError", 28, -1, 8, E, E, GET(getAbortCCOnError, UC), SETV(setAbortCCOnError, UC)},
-    {"getcoercionMode", "setcoercionMode", 17, -1, 8, E, C, GET(getcoercionMode, UC), SETP(setcoercionMode, UC)},
-    {"getautoRbldState", "setautoRbldState", 19, -1, 8, C, C, GET(getautoRbldState, UC), SETP(setautoRbldState, UC)},
-    {"getCopyBackState", "setCopyBackState", 32, 0, 1, C, C, GET(getCopyBackState, UI), SETP(setCopyBackState, UI)},
-    {"getJBODState", "setJBODState", 33, 5, 1, C, C, GET(getJBODState, UI), SETP(setJBODState, UI)},
-    {"getCacheBypassState", "setCacheBypassState", 33, 6, 1, C, C, GET(getCacheBypassState, UI), SETP(setCacheBypassState, UI)},
-    {"getSMARTCopyBackState", "setSMARTCopyBackState", 32, 1, 1, C, C, GET(getSMARTCopyBackState, UI), SETP(setSMARTCopyBackState, UI)},
-    {"getSSDSMARTCopyBackState", "setSSDSMARTCopyBackState", 32, 5, 1, C, C, GET(getSSDSMARTCopyBackState, UI), SETP(setSSDSMARTCopyBackState, UI)},
-    {"getEnableSpinDnUnconfState", "setEnableSpinDnUnconfState", 32, 7, 1, C, C, GET(getEnableSpinDnUnconfState, UI), SETV(setEnableSpinDnUnconfState, UI)},
-    {"getDisableSpinDnHSState", "setDisableSpinDnHSState", 33, 4, 1, C, C, GET(getDisableSpinDnHSState, UI), SETV(setDisableSpinDnHSState, UI)},
-    {"getSpinDownTime", "setSpinDownTime", 38, -1, 16, C, C, GET(getSpinDownTime, US), SETV(setSpinDownTime, US)},
-    {"getLoadBalanceState", "setLoadBalanceState", 29, -1, 8, C, C, GET(getLoadBalanceState, UI), SETP(setLoadBalanceState, UI)},
-    {"getNCQState", "setNCQState", 32, 4, 1, C, C, GET(getNCQState, UI), SETV(setNCQState, UI)},
-    {"getMaintPDFailHistState", "setMaintPDFailHistState", 26, -1, 8, C, C, GET(getMaintPDFailHistState, UC), SETP(setMaintPDFailHistState, UC)},
-    {"getExposeEnclDevicesState", "setExposeEnclDevicesState", 25, -1, 8, C, C, GET(getExposeEnclDevicesState, UC), SETP(setExposeEnclDevicesState, UC)},
-    {"getAutoEnhancedImportState", "setAutoEnhancedImportState", 33, 0, 1, C, C, GET(getAutoEnhancedImportState, UI), SETV(setAutoEnhancedImportState, UI)},
-    {"getUseFDEOnlyEncrypt", "setUseFDEOnlyEncrypt", 32, 3, 1, C, C, GET(getUseFDEOnlyEncrypt, UI), SETP(setUseFDEOnlyEncrypt, UI)},
-    {"getPrCorrectUncfgdAreas", "setPrCorrectUncfgdAreas", 32, 2, 1, C, C, GET(getPrCorrectUncfgdAreas, UI), SETP(setPrCorrectUncfgdAreas, UI)},
-    {"getSSDPatrolReadState", "setSSDPatrolReadState", 32, 6, 1, C, C, GET(getSSDPatrolReadState, UC), SETV(setSSDPatrolReadState, UC)},
-    {"getRestoreHotSpareOnInsertState", "setRestoreHotSpareOnInsertState", 24, -1, 8, C, C, GET(getRestoreHotSpareOnInsertState, UC), SETV(setRestoreHotSpareOnInsertState, UC)},
-    {"getOnlineCtrlResetState", "setOnlineCtrlResetState", 33, 2, 1, C, C, GET(getOnlineCtrlResetState, UC), SETV(setOnlineCtrlResetState, UC)},
-    {"getSesMultiPathConfig", "setSesMultiPathConfig", 36, 2, 1, E, E, GET(getSesMultiPathConfig, UC), SETV(setSesMultiPathConfig, UC)},
-    {"getBootWithPinnedCacheState", "setBootWithPinnedCacheState", 33, 3, 1, C, C, GET(getBootWithPinnedCacheState, UC), SETV(setBootWithPinnedCacheState, UC)},
-    {"getImmediateIO", "setImmediateIO", 35, 1, 1, E, E, GET(getImmediateIO, UC), SETV(setImmediateIO, UC)},
-    {"getDriveActivityLED", "setDriveActivityLED", 35, 6, 1, E, E, GET(getDriveActivityLED, UC), SETV(setDriveActivityLED, UC)},
-    {"getLargeIOSupport", "setLargeIOSupport", 36, 0, 1, E, E, GET(getLargeIOSupport, UC), SETV(setLargeIOSupport, UC)},
-    {"getautoDetectBackPlaneState", "setautoDetectBackPlaneState", 30, -1, 8, C, C, GET(getautoDetectBackPlaneState, UC), SETP(setautoDetectBackPlaneState, UC)},
-    {"getDefaultSnapshotSpace", "setDefaultSnapshotSpace", 31, -1, 8, C, C, GET(getDefaultSnapshotSpace, UC), SETV(setDefaultSnapshotSpace, UC)},
-    {"getDefaultViewSpace", "setDefaultViewSpace", 36, -1, 8, C, C, GET(getDefaultViewSpace, UC), SETV(setDefaultViewSpace, UC)},
-    {"getAutoSnapshotSpace", "setAutoSnapshotSpace", 36, -1, 8, C, C, GET(getAutoSnapshotSpace, UC), SETV(setAutoSnapshotSpace, UC)},
-    {"isDiskActivityUsedForLocate", "setUseDiskActivityForLocate", 33, 7, 1, C, C, GET(isDiskActivityUsedForLocate, UC), SETV(setUseDiskActivityForLocate, UC)},
-    {"getConfigAutoBalance", "setConfigAutoBalance", 34, 6, 1, C, C, GET(getConfigAutoBalance, UI), SETV(setConfigAutoBalance, UI)},
-    {"getDefaultLDPSPolicy", "setDefaultLDPSPolicy", 40, -1, 8, C, C, GET(getDefaultLDPSPolicy, UC), SETV(setDefaultLDPSPolicy, UC)},
-    {"getDisableLDPSInterval", "setDisableLDPSInterval", 41, -1, 8, C, C, GET(getDisableLDPSInterval, UC), SETV(setDisableLDPSInterval, UC)},
-    {"getDisableLdPsTime", "setDisableLdPsTime", 42, -1, 16, C, C, GET(getDisableLdPsTime, US), SETV(setDisableLdPsTime, US)},
-    {"getSpinUpEncDrvCnt", "setSpinUpEncDrvCnt", 44, -1, 8, C, C, GET(getSpinUpEncDrvCnt, UC), SETV(setSpinUpEncDrvCnt, UC)},
-    {"getSpinUpEncDelay", "setSpinUpEncDelay", 45, -1, 8, C, C, GET(getSpinUpEncDelay, UC), SETV(setSpinUpEncDelay, UC)},
-    {"getLDRestriction", "setLDRestriction", 35, 3, 1, E, E,
+    {"getRebuildRate", "setRebuildRate", 8, -1, 8, C, GET(getRebuildRate, UC), SETP(setRebuildRate, UC)},
+    {"getseqNum", "setseqNum", 0, -1, 16, C, GET(getseqNum, US), SETP(setseqNum, US)},
+    {"getpredFailPollInterval", "setpredFailPollInterval", 2, -1, 16, C, GET(getpredFailPollInterval, US), SETP(setpredFailPollInterval, US)},
+    {"getintThrottleCount", "setintThrottleCount", 4, -1, 16, C, GET(getintThrottleCount, US), SETP(setintThrottleCount, US)},
+    {"getintThrottleTimeUs", "setintThrottleTimeUs", 6, -1, 16, C, GET(getintThrottleTimeUs, US), SETP(setintThrottleTimeUs, US)},
+    {"getpatrolReadRate", "setpatrolReadRate", 9, -1, 8, C, GET(getpatrolReadRate, UC), SETP(setpatrolReadRate, UC)},
+    {"getbgiRate", "setbgiRate", 10, -1, 8, C, GET(getbgiRate, UC), SETP(setbgiRate, UC)},
+    {"getPreventPIImport", "setPreventPIImport", 34, 1, 1, C, GET(getPreventPIImport, UC), SETP(setPreventPIImport, UC)},
+    {"getPreventEnablePI", "setPreventEnablePI", 34, 0, 1, C, GET(getPreventEnablePI, UC), SETP(setPreventEnablePI, UC)},
+    {"getfailPdOnSmartError", "setfailPdOnSmartError", 34, 7, 1, C, GET(getfailPdOnSmartError, UC), SETP(setfailPdOnSmartError, UC)},
+    {"getForceSGPIO", "setForceSGPIO", 34, 5, 1, C, GET(getForceSGPIO, UC), SETP(setForceSGPIO, UC)},
+    {"getUseGlobalSparesForEmergency", "setUseGlobalSparesForEmergency", 34, 2, 1, C, GET(getUseGlobalSparesForEmergency, UC), SETP(setUseGlobalSparesForEmergency, UC)},
+    {"getUseUnconfGoodForEmergency", "setUseUnconfGoodForEmergency", 34, 3, 1, C, GET(getUseUnconfGoodForEmergency, UC), SETP(setUseUnconfGoodForEmergency, UC)},
+    {"getUseEmergencySparesForSMARTer", "setUseEmergencySparesForSMARTer", 34, 4, 1, C, GET(getUseEmergencySparesForSMARTer, UC), SETP(setUseEmergencySparesForSMARTer, UC)},
+    {"getFlushWriteVerify", "setFlushWriteVerify", 35, 0, 1, E, GET(getFlushWriteVerify, UC), SETV(setFlushWriteVerify, UC)},
+    {"getccRate", "setccRate", 11, -1, 8, C, GET(getccRate, UC), SETP(setccRate, UC)},
+    {"getreconRate", "setreconRate", 12, -1, 8, C, GET(getreconRate, UC), SETP(setreconRate, UC)},
+    {"getcacheFlushInterval", "setcacheFlushInterval", 13, -1, 8, C, GET(getcacheFlushInterval, UC), SETP(setcacheFlushInterval, UC)},
+    {"getspinupDriveCount", "setspinupDriveCount", 14, -1, 8, C, GET(getspinupDriveCount, UC), SETP(setspinupDriveCount, UC)},
+    {"getspinupDelay", "setspinupDelay", 15, -1, 8, C, GET(getspinupDelay, UC), SETP(setspinupDelay, UC)},
+    {"getclusterState", "setclusterState", 16, -1, 8, E, GET(getclusterState, UC), SETV(setclusterState, UC)},
+    {"getBatteryWarningState", "setBatteryWarningState", 20, -1, 8, E, GET(getBatteryWarningState, UC), SETV(setBatteryWarningState, UC)},
+    {"getEccBucketSize", "setEccBucketSize", 21, -1, 8, E, GET(getEccBucketSize, UC), SETV(setEccBucketSize, UC)},
+    {"getEccBucketLeakRate", "setEccBucketLeakRate", 22, -1, 16, E, GET(getEccBucketLeakRate, US), SETV(setEccBucketLeakRate, US)},
+    {"getAbortCCOnError", "setAbortCCOnError", 28, -1, 8, E, GET(getAbortCCOnError, UC), SETV(setAbortCCOnError, UC)},
+    {"getcoercionMode", "setcoercionMode", 17, -1, 8, C, GET(getcoercionMode, UC), SETP(setcoercionMode, UC)},
+    {"getautoRbldState", "setautoRbldState", 19, -1, 8, C, GET(getautoRbldState, UC), SETP(setautoRbldState, UC)},
+    {"getCopyBackState", "setCopyBackState", 32, 0, 1, C, GET(getCopyBackState, UI), SETP(setCopyBackState, UI)},
+    {"getJBODState", "setJBODState", 33, 5, 1, C, GET(getJBODState, UI), SETP(setJBODState, UI)},
+    {"getCacheBypassState", "setCacheBypassState", 33, 6, 1, C, GET(getCacheBypassState, UI), SETP(setCacheBypassState, UI)},
+    {"getSMARTCopyBackState", "setSMARTCopyBackState", 32, 1, 1, C, GET(getSMARTCopyBackState, UI), SETP(setSMARTCopyBackState, UI)},
+    {"getSSDSMARTCopyBackState", "setSSDSMARTCopyBackState", 32, 5, 1, C, GET(getSSDSMARTCopyBackState, UI), SETP(setSSDSMARTCopyBackState, UI)},
+    {"getEnableSpinDnUnconfState", "setEnableSpinDnUnconfState", 32, 7, 1, C, GET(getEnableSpinDnUnconfState, UI), SETV(setEnableSpinDnUnconfState, UI)},
+    {"getDisableSpinDnHSState", "setDisableSpinDnHSState", 33, 4, 1, C, GET(getDisableSpinDnHSState, UI), SETV(setDisableSpinDnHSState, UI)},
+    {"getSpinDownTime", "setSpinDownTime", 38, -1, 16, C, GET(getSpinDownTime, US), SETV(setSpinDownTime, US)},
+    {"getLoadBalanceState", "setLoadBalanceState", 29, -1, 8, C, GET(getLoadBalanceState, UI), SETP(setLoadBalanceState, UI)},
+    {"getNCQState", "setNCQState", 32, 4, 1, C, GET(getNCQState, UI), SETV(setNCQState, UI)},
+    {"getMaintPDFailHistState", "setMaintPDFailHistState", 26, -1, 8, C, GET(getMaintPDFailHistState, UC), SETP(setMaintPDFailHistState, UC)},
+    {"getExposeEnclDevicesState", "setExposeEnclDevicesState", 25, -1, 8, C, GET(getExposeEnclDevicesState, UC), SETP(setExposeEnclDevicesState, UC)},
+    {"getAutoEnhancedImportState", "setAutoEnhancedImportState", 33, 0, 1, C, GET(getAutoEnhancedImportState, UI), SETV(setAutoEnhancedImportState, UI)},
+    {"getUseFDEOnlyEncrypt", "setUseFDEOnlyEncrypt", 32, 3, 1, C, GET(getUseFDEOnlyEncrypt, UI), SETP(setUseFDEOnlyEncrypt, UI)},
+    {"getPrCorrectUncfgdAreas", "setPrCorrectUncfgdAreas", 32, 2, 1, C, GET(getPrCorrectUncfgdAreas, UI), SETP(setPrCorrectUncfgdAreas, UI)},
+    {"getSSDPatrolReadState", "setSSDPatrolReadState", 32, 6, 1, C, GET(getSSDPatrolReadState, UC), SETV(setSSDPatrolReadState, UC)},
+    {"getRestoreHotSpareOnInsertState", "setRestoreHotSpareOnInsertState", 24, -1, 8, C, GET(getRestoreHotSpareOnInsertState, UC), SETV(setRestoreHotSpareOnInsertState, UC)},
+    {"getOnlineCtrlResetState", "setOnlineCtrlResetState", 33, 2, 1, C, GET(getOnlineCtrlResetState, UC), SETV(setOnlineCtrlResetState, UC)},
+    {"getSesMultiPathConfig", "setSesMultiPathConfig", 36, 2, 1, E, GET(getSesMultiPathConfig, UC), SETV(setSesMultiPathConfig, UC)},
+    {"getBootWithPinnedCacheState", "setBootWithPinnedCacheState", 33, 3, 1, C, GET(getBootWithPinnedCacheState, UC), SETV(setBootWithPinnedCacheState, UC)},
+    {"getImmediateIO", "setImmediateIO", 35, 1, 1, E, GET(getImmediateIO, UC), SETV(setImmediateIO, UC)},
+    {"getDriveActivityLED", "setDriveActivityLED", 35, 6, 1, E, GET(getDriveActivityLED, UC), SETV(setDriveActivityLED, UC)},
+    {"getLargeIOSupport", "setLargeIOSupport", 36, 0, 1, E, GET(getLargeIOSupport, UC), SETV(setLargeIOSupport, UC)},
+    {"getautoDetectBackPlaneState", "setautoDetectBackPlaneState", 30, -1, 8, C, GET(getautoDetectBackPlaneState, UC), SETP(setautoDetectBackPlaneState, UC)},
+    {"getDefaultSnapshotSpace", "setDefaultSnapshotSpace", 31, -1, 8, C, GET(getDefaultSnapshotSpace, UC), SETV(setDefaultSnapshotSpace, UC)},
+    {"getDefaultViewSpace", "setDefaultViewSpace", 36, -1, 8, C, GET(getDefaultViewSpace, UC), SETV(setDefaultViewSpace, UC)},
+    {"getAutoSnapshotSpace", "setAutoSnapshotSpace", 36, -1, 8, C, GET(getAutoSnapshotSpace, UC), SETV(setAutoSnapshotSpace, UC)},
+    {"isDiskActivityUsedForLocate", "setUseDiskActivityForLocate", 33, 7, 1, C, GET(isDiskActivityUsedForLocate, UC), SETV(setUseDiskActivityForLocate, UC)},
+    {"getConfigAutoBalance", "setConfigAutoBalance", 34, 6, 1, C, GET(getConfigAutoBalance, UI), SETV(setConfigAutoBalance, UI)},
+    {"getDefaultLDPSPolicy", "setDefaultLDPSPolicy", 40, -1, 8, C, GET(getDefaultLDPSPolicy, UC), SETV(setDefaultLDPSPolicy, UC)},
+    {"getDisableLDPSInterval", "setDisableLDPSInterval", 41, -1, 8, C, GET(getDisableLDPSInterval, UC), SETV(setDisableLDPSInterval, UC)},
+    {"getDisableLdPsTime", "setDisableLdPsTime", 42, -1, 16, C, GET(getDisableLdPsTime, US), SETV(setDisableLdPsTime, US)},
+    {"getSpinUpEncDrvCnt", "setSpinUpEncDrvCnt", 44, -1, 8, C, GET(getSpinUpEncDrvCnt, UC), SETV(setSpinUpEncDrvCnt, UC)},
+    {"getSpinUpEncDelay", "setSpinUpEncDelay", 45, -1, 8, C, GET(getSpinUpEncDelay, UC), SETV(setSpinUpEncDelay, UC)},
+    {"getLDRestriction", "setLDRestriction", 35, 3, 1, E,
      [](AdapterDataKvi& a, std::uint32_t& io) { bool v = io != 0; const int rc = a.getLDRestriction(v); io = v; return rc; },
      SETV(setLDRestriction, bool)},
-    {"getFwBootTypeMode", "setFwBootTypeMode", 36, 3, 1, E, E, GET(getFwBootTypeMode, UC), SETV(setFwBootTypeMode, UC)},
-    {"getDisableSESMonitoring", "setDisableSESMonitoring", 35, 7, 1, E, E, GET(getDisableSESMonitoring, UC), SETV(setDisableSESMonitoring, UC)},
-    {"getLimitMaxRateSATA3G", "setLimitMaxRateSATA3G", 35, 5, 1, E, E, GET(getLimitMaxRateSATA3G, UC), SETV(setLimitMaxRateSATA3G, UC)},
-    {"getHDDThermalPollInterval", "setHDDThermalPollInterval", 56, -1, 16, E, E, GET(getHDDThermalPollInterval, US), SETP(setHDDThermalPollInterval, US)},
-    {"getSSDThermalPollInterval", "setSSDThermalPollInterval", 58, -1, 16, E, E, GET(getSSDThermalPollInterval, US), SETP(setSSDThermalPollInterval, US)},
-    {"getJbodWriteCache", "setJbodWriteCache", 60, -1, 8, E, E, GET(getJbodWriteCache, UC), SETP(setJbodWriteCache, UC)},
-    {"getPDDgdDetectionType", "setPDDgdDetectionType", 61, 0, 2, C, E, GET(getPDDgdDetectionType, UC), SETV(setPDDgdDetectionType, UC)},
-    {"getPDDgdCorrectiveAction", "setPDDgdCorrectiveAction", 61, 2, 1, E, E, GET(getPDDgdCorrectiveAction, UC), SETV(setPDDgdCorrectiveAction, UC)},
-    {"getPDDgdErrorThreshold", "setPDDgdErrorThreshold", 61, 4, 2, E, E, GET(getPDDgdErrorThreshold, UC), SETV(setPDDgdErrorThreshold, UC)},
-    {"getLargeQDepth", "setLargeQDepth", 36, 1, 1, E, E, GET(getLargeQDepth, UC), SETV(setLargeQDepth, UC)},
-    {"getEnableSnapDump", "setEnableSnapDump", 36, 4, 1, E, E, GET(getEnableSnapDump, UC), SETV(setEnableSnapDump, UC)},
-    {"getScsiUnmap", "setScsiUnmap", 36, 5, 1, E, E, GET(getScsiUnmap, UC), SETV(setScsiUnmap, UC)},
-    {"getFirmwareBasedDeviceOrdering", "setFirmwareBasedDeviceOrdering", 36, 6, 1, E, E, GET(getFirmwareBasedDeviceOrdering, UC), SETV(setFirmwareBasedDeviceOrdering, UC)},
-    {"getPredFailDAInterval", "setPredFailDAInterval", 64, -1, 16, E, E, GET(getPredFailDAInterval, US), SETV(setPredFailDAInterval, US)},
-    {"getParityReadCacheByPass", "setParityReadCacheByPass", 36, 7, 1, E, E, GET(getParityReadCacheByPass, bool), SETV(setParityReadCacheByPass, bool)},
+    {"getFwBootTypeMode", "setFwBootTypeMode", 36, 3, 1, E, GET(getFwBootTypeMode, UC), SETV(setFwBootTypeMode, UC)},
+    {"getDisableSESMonitoring", "setDisableSESMonitoring", 35, 7, 1, E, GET(getDisableSESMonitoring, UC), SETV(setDisableSESMonitoring, UC)},
+    {"getLimitMaxRateSATA3G", "setLimitMaxRateSATA3G", 35, 5, 1, E, GET(getLimitMaxRateSATA3G, UC), SETV(setLimitMaxRateSATA3G, UC)},
+    {"getHDDThermalPollInterval", "setHDDThermalPollInterval", 56, -1, 16, E, GET(getHDDThermalPollInterval, US), SETP(setHDDThermalPollInterval, US)},
+    {"getSSDThermalPollInterval", "setSSDThermalPollInterval", 58, -1, 16, E, GET(getSSDThermalPollInterval, US), SETP(setSSDThermalPollInterval, US)},
+    {"getJbodWriteCache", "setJbodWriteCache", 60, -1, 8, E, GET(getJbodWriteCache, UC), SETP(setJbodWriteCache, UC)},
+    {"getPDDgdDetectionType", "setPDDgdDetectionType", 61, 0, 2, E, GET(getPDDgdDetectionType, UC), SETV(setPDDgdDetectionType, UC)},
+    {"getPDDgdCorrectiveAction", "setPDDgdCorrectiveAction", 61, 2, 1, E, GET(getPDDgdCorrectiveAction, UC), SETV(setPDDgdCorrectiveAction, UC)},
+    {"getPDDgdErrorThreshold", "setPDDgdErrorThreshold", 61, 4, 2, E, GET(getPDDgdErrorThreshold, UC), SETV(setPDDgdErrorThreshold, UC)},
+    {"getLargeQDepth", "setLargeQDepth", 36, 1, 1, E, GET(getLargeQDepth, UC), SETV(setLargeQDepth, UC)},
+    {"getEnableSnapDump", "setEnableSnapDump", 36, 4, 1, E, GET(getEnableSnapDump, UC), SETV(setEnableSnapDump, UC)},
+    {"getScsiUnmap", "setScsiUnmap", 36, 5, 1, E, GET(getScsiUnmap, UC), SETV(setScsiUnmap, UC)},
+    {"getFirmwareBasedDeviceOrdering", "setFirmwareBasedDeviceOrdering", 36, 6, 1, E, GET(getFirmwareBasedDeviceOrdering, UC), SETV(setFirmwareBasedDeviceOrdering, UC)},
+    {"getPredFailDAInterval", "setPredFailDAInterval", 64, -1, 16, E, GET(getPredFailDAInterval, US), SETV(setPredFailDAInterval, US)},
+    {"getParityReadCacheByPass", "setParityReadCacheByPass", 36, 7, 1, E, GET(getParityReadCacheByPass, bool), SETV(setParityReadCacheByPass, bool)},
 };
 // clang-format on
 static_assert(sizeof(kRows) / sizeof(kRows[0]) == 77, "77 getter/setter pairs");
@@ -185,20 +183,10 @@ KV_CTRL_INFO infoWithExtension(bool ext) {
     return info;
 }
 
-bool hasLinePrefix(const kvitest::LogCapture& log, const std::string& prefix) {
-    for (const std::string& t : log.texts()) {
-        if (t.compare(0, prefix.size(), prefix) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 class PropertiesTest : public ::testing::Test {
 protected:
     kvitest::FakeController ctrl;
     std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    kvitest::LogCapture log;
     AdapterDataKvi& a() { return *obj; }
 
     // Answers the properties read with `prop`, and with `ext` (extension) when given.
@@ -222,7 +210,6 @@ protected:
         obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
         ctrl.clear();
         ctrl.backend().clearScript();
-        log.clear();
     }
 };
 
@@ -247,8 +234,6 @@ TEST_F(PropertiesTest, EveryGetterReadsItsOwnBitsAndNothingElse) {
         EXPECT_EQ(out, expected);
         EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-        EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + r.get));
-        EXPECT_TRUE(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.get));
 
         // Everything but the field set: the getter sees zero.
         reset();
@@ -287,8 +272,6 @@ TEST_F(PropertiesTest, EverySetterChangesOnlyItsBitsAndSendsNothingUntilTheEndCa
             serveFor(r, base);
             EXPECT_EQ(r.setter(a(), c.first), 0);
             EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-            EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + r.set));
-            EXPECT_TRUE(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.set));
 
             // A getter on the same object sees the change before any write-back.
             std::uint32_t back = 0x5A;
@@ -320,15 +303,11 @@ TEST_F(PropertiesTest, FailedLoadEarlyReturnAgainstCarryOnForEveryMember) {
         std::uint32_t out = 1; // a value no failed getter may overwrite
         EXPECT_EQ(r.getter(a(), out), kFailStatus);
         EXPECT_EQ(out, 1u);
-        EXPECT_EQ(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.get),
-                  r.getForm == C);
 
         SCOPED_TRACE(r.set);
         reset();
         ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
         EXPECT_EQ(r.setter(a(), 1), kFailStatus);
-        EXPECT_EQ(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.set),
-                  r.setForm == C);
         // A carry-on setter raises the change flag all the same, so the write-back finds no
         // record and refuses; an early one leaves nothing to write.
         const bool raised = isExt(r) ? Peer::propExtChanged(a()) : Peer::propChanged(a());
@@ -354,21 +333,6 @@ TEST_F(PropertiesTest, NullPointersAreRefusedBeforeAnyRequest) {
     EXPECT_EQ(a().getHostInfo(nullptr), -1);
     EXPECT_TRUE(ctrl.requests().empty());
     EXPECT_FALSE(Peer::propChanged(a()));
-}
-
-TEST_F(PropertiesTest, ExitLinesOfTheFamily) {
-    Bytes prop(64, 0);
-    prop[8] = 60;
-    serve(prop);
-    unsigned char rate = 0;
-    ASSERT_EQ(a().getRebuildRate(&rate), 0);
-    EXPECT_TRUE(
-        log.contains("Exiting AdapterDataKvi::getRebuildRate, rebuildRate = 60, retCode = 0"));
-    unsigned int cb = 0;
-    ASSERT_EQ(a().getCopyBackState(&cb), 0);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getCopyBackState retCode = 0"));
-    ASSERT_EQ(a().setEccBucketSize(3), 0);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setEccBucketSize"));
 }
 
 // ---------------------------------------------------------------------------
@@ -430,15 +394,6 @@ TEST_F(PropertiesTest, LoadBalanceSetterInvertsAndTheGetterDoesNot) {
     }
 }
 
-TEST_F(PropertiesTest, ClusterGetterReportsAnyNonZeroAsOne) {
-    Bytes prop(64, 0);
-    prop[16] = 0x40;
-    serve(prop);
-    unsigned char state = 7;
-    ASSERT_EQ(a().getclusterState(&state), 0);
-    EXPECT_EQ(state, 1);
-}
-
 TEST_F(PropertiesTest, SpaceValuesOverlayTheLowSwitchesOfTheSecondSet) {
     Bytes prop(64, 0);
     prop[36] = 0xFF; // every low switch of the second set on
@@ -476,18 +431,6 @@ TEST_F(PropertiesTest, PredFailIntervalNeedsTheExtension) {
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
 }
 
-TEST_F(PropertiesTest, PredFailIntervalBelongsToTheExtensionWriteBack) {
-    const Bytes ext = pattern(128);
-    serve(pattern(64), &ext);
-    ASSERT_EQ(a().setPredFailDAInterval(0x0102), 0);
-    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
-    ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
-    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent[64], 0x02);
-    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent[65], 0x01);
-}
-
 TEST_F(PropertiesTest, SecuritySettingsOnlyLoadTheProperties) {
     serve(pattern(64));
     unsigned int v = 0xDEAD;
@@ -513,20 +456,19 @@ struct InfoRow {
     const char* name;
     int byte; // offset in KV_CTRL_INFO
     int bit;  // bit within that byte, or -1 for a 16-bit field
-    Form form;
     GetFn getter;
 };
 
 // clang-format off
 const InfoRow kInfoRows[] = {
-    {"getEccBucketCount", 1524, -1, E, GET(getEccBucketCount, US)},
-    {"getmemUnCorrectableErrorCount", 1494, -1, C, GET(getmemUnCorrectableErrorCount, US)},
-    {"isJBODSupported", 1957, 3, C, GET(isJBODSupported, UI)},               // word 1956, bit 11
-    {"isBlockSSDWriteCacheChange", 1956, 6, E, GET(isBlockSSDWriteCacheChange, bool)},
-    {"getRevertibleHotSparesState", 1505, 2, C, GET(getRevertibleHotSparesState, US)}, // word 1504, bit 10
-    {"isSecurityOnJBODSupported", 2026, 2, E, GET(isSecurityOnJBODSupported, UI)},   // word 2024, bit 18
-    {"isSupportAllowedOpsforDrvRemoval", 2025, 4, E, GET(isSupportAllowedOpsforDrvRemoval, UI)}, // bit 12
-    {"isLargeIOSupported", 2027, 6, E, GET(isLargeIOSupported, UI)},          // word 2024, bit 30
+    {"getEccBucketCount", 1524, -1, GET(getEccBucketCount, US)},
+    {"getmemUnCorrectableErrorCount", 1494, -1, GET(getmemUnCorrectableErrorCount, US)},
+    {"isJBODSupported", 1957, 3, GET(isJBODSupported, UI)},               // word 1956, bit 11
+    {"isBlockSSDWriteCacheChange", 1956, 6, GET(isBlockSSDWriteCacheChange, bool)},
+    {"getRevertibleHotSparesState", 1505, 2, GET(getRevertibleHotSparesState, US)}, // word 1504, bit 10
+    {"isSecurityOnJBODSupported", 2026, 2, GET(isSecurityOnJBODSupported, UI)},   // word 2024, bit 18
+    {"isSupportAllowedOpsforDrvRemoval", 2025, 4, GET(isSupportAllowedOpsforDrvRemoval, UI)}, // bit 12
+    {"isLargeIOSupported", 2027, 6, GET(isLargeIOSupported, UI)},          // word 2024, bit 30
 };
 // clang-format on
 
@@ -555,8 +497,6 @@ TEST_F(PropertiesTest, ControllerInformationAccessorsReadTheirBits) {
         std::uint32_t out = 1;
         EXPECT_EQ(r.getter(a(), out), kFailStatus);
         EXPECT_EQ(out, 1u);
-        EXPECT_EQ(hasLinePrefix(log, std::string("Exiting AdapterDataKvi::") + r.name),
-                  r.form == C);
     }
 }
 
@@ -656,7 +596,6 @@ TEST_F(PropertiesTest, FactoryDefaultsAndFlushCache) {
     EXPECT_EQ(ctrl.requests()[1].opcode, 0x01101000u);
     EXPECT_EQ(ctrl.requests()[1].mbox, kvitest::mboxWords(3)); // DDR + disk
     EXPECT_FALSE(ctrl.requests()[1].callerBuffer);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::setfactoryDefaults"));
 
     ctrl.answer(KV_DCMD_CTRL_CACHE_FLUSH, FakeAnswer::fail(kFailStatus));
     EXPECT_EQ(a().flushCache(), kFailStatus);
@@ -673,7 +612,6 @@ TEST_F(PropertiesTest, HostInfoGivesTheSlotNumber) {
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->length, 64u);
     EXPECT_EQ(r->capacity, 64u);
-    EXPECT_TRUE(log.texts().empty()); // logs nothing
 
     ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET, FakeAnswer::fail(kFailStatus));
     slot = 77;

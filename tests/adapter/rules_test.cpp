@@ -165,7 +165,6 @@ TEST_F(RulesTest, OemIsAskedOnlyWhereItMatters) {
         a.getMaxPdPerSpan(&out, c.level);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_OEM_ID_GET), 1u) << int(c.level);
     }
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getMaxPdPerSpan"));
 }
 
 // ---------------------------------------------------------------------------
@@ -197,10 +196,6 @@ TEST_F(RulesTest, SpanCountsOverVariants) {
         EXPECT_EQ(max, c.max);
         EXPECT_EQ(a.isMultiSpanRaidLevel(c.level), c.min == 2);
     }
-    EXPECT_TRUE(log.contains("Exntering AdapterDataKvi::getMaxSpanCount"));
-    EXPECT_TRUE(log.contains("Exntering AdapterDataKvi::getMinSpanCount"));
-    EXPECT_TRUE(log.contains("Exntering AdapterDataKvi::isMultiSpanRaidLevel"));
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getMaxSpanCount retCode = 0"));
 }
 
 // ---------------------------------------------------------------------------
@@ -295,8 +290,6 @@ TEST_F(RulesTest, StripSizes) {
         EXPECT_EQ(List(list->begin(), list->end()), c.list);
         delete list;
     }
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getMinStrpSz retCode = 0"));
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getMaxStrpSz retCode = 0"));
 }
 
 // ---------------------------------------------------------------------------
@@ -332,7 +325,6 @@ TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
         EXPECT_EQ(cache, c.cache);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
     }
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getDefaultWrPolicy retCode = -1"));
 }
 
 TEST_F(RulesTest, DiskCachePolicyByOem) {
@@ -470,7 +462,6 @@ TEST_F(RulesTest, CapabilityBitsEachReadTheirOwnBit) {
         bool out = true;
         EXPECT_EQ(c.call(a, &out), 0x0C);
         EXPECT_TRUE(out);
-        EXPECT_TRUE(log.contains(std::string("Entering AdapterDataKvi::") + c.name));
     }
 }
 
@@ -494,7 +485,6 @@ TEST_F(RulesTest, SmallQueries) {
     EXPECT_EQ(a.isSlicingSupportedWithSpanning(&slicing), 0);
     EXPECT_TRUE(slicing);
     EXPECT_EQ(a.doesControllerSupportPortNumInSmp(), 1);
-    EXPECT_TRUE(log.contains("AdapterDataKvi::doesControllerSupportPortNumInSmp Entering"));
 
     // A failed load answers the low byte of its status.
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
@@ -529,8 +519,6 @@ TEST_F(RulesTest, AddAndClearConfigPermission) {
         EXPECT_EQ(clear, c.clear);
         EXPECT_EQ(ctrl.count(KV_DCMD_CFG_GET_ALLOWED_OPS), c.reads);
     }
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::isClearConfigAllowed retCode = 0"));
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::isAddConfigAllowed"));
 
     ctrl.answer(KV_DCMD_CFG_GET_ALLOWED_OPS, FakeAnswer::fail(0x0C));
     KV_CTRL_INFO info = baseInfo();
@@ -552,7 +540,6 @@ TEST_F(RulesTest, OemRequest) {
     const auto* r = ctrl.last(KV_DCMD_CTRL_OEM_ID_GET);
     EXPECT_EQ(r->mbox, kvitest::Mbox{});
     EXPECT_EQ(r->callerLength, 0u);
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::getOem"));
     {
         kvitest::ProviderOffGuard off;
         ctrl.clear();
@@ -625,8 +612,6 @@ TEST_F(RulesTest, SixtyFourDriveLimit) {
             EXPECT_GE(ctrl.requests()[1].capacity, std::max<std::uint32_t>(size, 16));
         }
     }
-    EXPECT_TRUE(log.contains("Entering AdapterDataKvi::isMaintenanceModeSupported"));
-    EXPECT_TRUE(log.contains("Exiting AdapterDataKvi::isCtrlhas64VDLimit retValue = 1"));
 }
 
 TEST_F(RulesTest, NonVolatileCacheEraseAndReport) {
