@@ -3,34 +3,30 @@
 
 #include "firmware/kvi.h"
 
-// Directions print in request traces; a value outside the table must not
-// borrow a neighbour's name.
-TEST(Names, TransferDirections) {
-    struct Row {
+// Directions print in request traces and frame kinds are looked up by value:
+// a value outside a table must not borrow a neighbour's name.
+TEST(Names, TransferDirectionsAndFrameKinds) {
+    const struct {
         int value;
         const char* name;
-    };
-    const Row rows[] = {
-        {KVI_XFER_NONE, "none"}, {KVI_XFER_READ, "read"}, {KVI_XFER_WRITE, "write"},
-        {KVI_XFER_BOTH, "both"}, {4, "unknown"},          {255, "unknown"},
-    };
-    for (const Row& r : rows)
+    } dirs[] = {{KVI_XFER_NONE, "none"}, {KVI_XFER_READ, "read"}, {KVI_XFER_WRITE, "write"},
+                {KVI_XFER_BOTH, "both"}, {4, "unknown"},          {255, "unknown"}};
+    for (const auto& r : dirs)
         EXPECT_STREQ(kviXferDirName(static_cast<KVI_XFER_DIR>(r.value)), r.name) << r.value;
-}
-
-// Frame kinds are looked up by value: every kind up to the end marker has its
-// own name, and values beyond it have none.
-TEST(Names, FrameKindsByValue) {
-    struct Row {
+    const struct {
         int value;
         const char* name;
-    };
-    const Row rows[] = {
-        {0, "KVI_CMD_OP_INIT"}, {3, "KVI_CMD_OP_LD_SCSI"}, {5, "KVI_CMD_OP_DCMD"},
-        {8, "KVI_CMD_OP_STP"},  {9, "KVI_CMD_OP_NVME"},    {11, "KVI_CMD_OP_COUNT"},
-        {256 + 5, nullptr},
-    };
-    for (const Row& r : rows) {
+    } kinds[] = {{0, "KVI_CMD_OP_INIT"},
+                 {3, "KVI_CMD_OP_LD_SCSI"},
+                 {5, "KVI_CMD_OP_DCMD"},
+                 {7, "KVI_CMD_OP_SMP"},
+                 {8, "KVI_CMD_OP_STP"},
+                 {9, "KVI_CMD_OP_NVME"},
+                 {11, "KVI_CMD_OP_COUNT"},
+                 {12, nullptr},
+                 {-1, nullptr},
+                 {256 + 5, nullptr}};
+    for (const auto& r : kinds) {
         if (r.name == nullptr)
             EXPECT_EQ(kviCmdOpName(r.value), nullptr) << r.value;
         else

@@ -1,4 +1,4 @@
-// The opcode and status tables: names, uniqueness, standard sizes and
+// The opcode and status tables: names, values, uniqueness, standard sizes and
 // directions, and the mailbox views.
 #include <gtest/gtest.h>
 
@@ -36,12 +36,10 @@ TEST(OpcodeTable, EveryRowIsNamedUniqueAndFoundByValue) {
 }
 
 TEST(OpcodeTable, ValuesOfTheEnumerationAreTheFirmwareValues) {
-    struct Row {
-        std::uint32_t value;
-        std::uint32_t expected;
+    const struct {
+        std::uint32_t value, expected;
         const char* name;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {KV_DCMD_CTRL_GET_INFO, 0x01010000, "KV_DCMD_CTRL_GET_INFO"},
         {KV_DCMD_CTRL_TIME_GET, 0x01080101, "KV_DCMD_CTRL_TIME_GET"},
         {KV_DCMD_CTRL_OEM_ID_GET, 0x010E8481, "KV_DCMD_CTRL_OEM_ID_GET"},
@@ -54,121 +52,60 @@ TEST(OpcodeTable, ValuesOfTheEnumerationAreTheFirmwareValues) {
         {KV_DCMD_BBU_PROPERTIES_SET, 0x05050200, "KV_DCMD_BBU_PROPERTIES_SET"},
         {KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, 0x07050000, "KV_DCMD_SAS_CONFIG_SET_LINK_SPEED"},
         {KV_DCMD_PCIE_NVME_REPAIR, 0x0C060000, "KV_DCMD_PCIE_NVME_REPAIR"},
-        {KV_DRV_GET_DRIVER_VERSION, 0xF0010100, "KV_DRV_GET_DRIVER_VERSION"},
-    };
-    for (const Row& r : rows) {
+        {KV_DRV_GET_DRIVER_VERSION, 0xF0010100, "KV_DRV_GET_DRIVER_VERSION"}};
+    for (const auto& r : rows) {
         EXPECT_EQ(r.value, r.expected) << r.name;
         EXPECT_STREQ(kvDcmdName(r.expected), r.name);
     }
 }
 
-// Standard sizes of the record reads and writes must equal the records' sizes,
-// so a record that changes size cannot drift from the table.
-TEST(OpcodeTable, StandardSizesOfRecordCommandsAreTheRecordSizes) {
-    struct Row {
+// Standard sizes and directions: a record command's size is its record's, so a record that
+// changes size cannot drift from the table; the others have fixed sizes or move no data.
+TEST(OpcodeTable, StandardSizesAndDirections) {
+    constexpr KVI_XFER_DIR R = KVI_XFER_READ, W = KVI_XFER_WRITE, B = KVI_XFER_BOTH,
+                           N = KVI_XFER_NONE;
+    const struct {
         std::uint32_t opcode;
         std::size_t size;
         KVI_XFER_DIR dir;
+    } rows[] = {
+        // clang-format off
+        {KV_DCMD_CTRL_GET_INFO, sizeof(KV_CTRL_INFO), R}, {KV_DCMD_CTRL_PROPERTIES_GET, sizeof(KV_CTRL_PROP), R},
+        {KV_DCMD_CTRL_PROPERTIES_SET, sizeof(KV_CTRL_PROP), W}, {KV_DCMD_CTRL_MFC_DEFAULTS_GET, sizeof(KV_MFC_DEFAULTS), R},
+        {KV_DCMD_CTRL_MFC_DEFAULTS_SET, sizeof(KV_MFC_DEFAULTS), W}, {KV_DCMD_CTRL_BIOS_DATA_GET, sizeof(KV_BIOS_DATA), R},
+        {KV_DCMD_CTRL_BIOS_DATA_SET, sizeof(KV_BIOS_DATA), W}, {KV_DCMD_BBU_GET_STATUS, sizeof(KV_BBU_STATUS), R},
+        {KV_DCMD_BBU_GET_CAPACITY_INFO, sizeof(KV_BBU_CAPACITY_INFO), R}, {KV_DCMD_BBU_GET_DESIGN_INFO, sizeof(KV_BBU_DESIGN_INFO), R},
+        {KV_DCMD_BBU_PROPERTIES_GET, sizeof(KV_BBU_PROPERTIES), R}, {KV_DCMD_BBU_PROPERTIES_SET, sizeof(KV_BBU_PROPERTIES), W},
+        {KV_DCMD_CFG_GET_ALLOWED_OPS, sizeof(KV_CONFIG_ALLOWED_OPS), R}, {KV_DCMD_CTRL_PR_GET_PROPERTIES, sizeof(KV_PR_PROPERTIES), R},
+        {KV_DCMD_CTRL_PR_SET_PROPERTIES, sizeof(KV_PR_PROPERTIES), W}, {KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, sizeof(KV_CC_SCHEDULE_PROPERTIES), R},
+        {KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES, sizeof(KV_CC_SCHEDULE_PROPERTIES), W}, {KV_DCMD_CTRL_PR_GET_STATUS, sizeof(KV_PR_STATUS), R},
+        {KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, sizeof(KV_CC_SCHEDULE_STATUS), R}, {KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, sizeof(KV_SAS_MUX_LIST), R},
+        {KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, sizeof(KV_SAS_MUX_LIST), W}, {KV_DCMD_SAS_CONFIG_GET_CONNECTORS, sizeof(KV_SAS_CONNECTORS), R},
+        {KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, sizeof(KV_SAS_PHY_CONNECTIONS), R}, {KV_DCMD_CTRL_TIME_GET, sizeof(KV_TIME_STAMP), R},
+        {KV_DCMD_CTRL_EVENT_GET_INFO, sizeof(KV_EVT_LOG_INFO), R}, {KV_DCMD_CTRL_HOST_INFO_GET, sizeof(KV_HOST_INFO), R},
+        {KV_DCMD_CTRL_MFC_MFG_GET, sizeof(KV_MFC_MFG), R}, {KV_DCMD_CTRL_PERSONALITY_GET, sizeof(KV_CTRL_PERSONALITY_INFO), R},
+        {KV_DRV_GET_DRIVER_VERSION, sizeof(KV_DRV_DRIVER_VERSION), R}, {KV_DCMD_CTRL_AEC_GET_SETTINGS, sizeof(KV_AEC_SETTINGS), R},
+        {KV_DCMD_CTRL_LOCK_KEY_CREATE, sizeof(KV_CTRL_LOCK_KEY_PARAMS), W}, {KV_DCMD_CTRL_LOCK_KEY_REKEY, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), W},
+        {KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), W}, {KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), W},
+        {KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, sizeof(KV_CTRL_LOCK_KEY_PASSPHRASE), R},
+        {KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 8 + 72, R}, // the head and one entry
+        {KV_DCMD_CTRL_ALARM_GET, 1, R}, {KV_DCMD_CTRL_EVENT_COUNT, 4, R}, {KV_DCMD_CTRL_OEM_ID_GET, 4, R},
+        {KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, 256, R}, {KV_DCMD_CTRL_LOCK_KEY_KEYID_SET, 256, W}, {KV_DCMD_LD_LIST_QUERY, 16, R},
+        {KV_DCMD_CTRL_NVCACHE_ERASE, 16, R}, {KV_DCMD_CTRL_MFC_MFG_2_GET, 32, R}, {KV_DCMD_CTRL_AEC_GET, 32768, R},
+        {KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, 392, R}, {KV_DCMD_CFG_AUTOCFG, 8, B}, {KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, 256, B},
+        {KV_DCMD_CTRL_ALARM_ENABLE, 0, N}, {KV_DCMD_CTRL_ALARM_DISABLE, 0, N}, {KV_DCMD_CTRL_ALARM_SILENCE, 0, N},
+        {KV_DCMD_CTRL_EVENT_CLEAR, 0, N}, {KV_DCMD_CTRL_SHUTDOWN, 0, N}, {KV_DCMD_CTRL_PR_START, 0, N},
+        {KV_DCMD_CTRL_PR_SUSPEND_RESUME, 0, N}, {KV_DCMD_CTRL_SET_FACTORY_DEFAULTS, 0, N}, {KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, 0, N},
+        {KV_DCMD_CTRL_CACHE_FLUSH, 0, N}, {KV_DCMD_CTRL_LOCK_KEY_DESTROY, 0, N}, {KV_DCMD_CTRL_AEC_CONTROL, 0, N},
+        {KV_DCMD_BBU_LEARN, 0, N}, {KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, 0, N},
+        // clang-format on
     };
-    const Row rows[] = {
-        {KV_DCMD_CTRL_GET_INFO, sizeof(KV_CTRL_INFO), KVI_XFER_READ},
-        {KV_DCMD_CTRL_PROPERTIES_GET, sizeof(KV_CTRL_PROP), KVI_XFER_READ},
-        {KV_DCMD_CTRL_PROPERTIES_SET, sizeof(KV_CTRL_PROP), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_MFC_DEFAULTS_GET, sizeof(KV_MFC_DEFAULTS), KVI_XFER_READ},
-        {KV_DCMD_CTRL_MFC_DEFAULTS_SET, sizeof(KV_MFC_DEFAULTS), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_BIOS_DATA_GET, sizeof(KV_BIOS_DATA), KVI_XFER_READ},
-        {KV_DCMD_CTRL_BIOS_DATA_SET, sizeof(KV_BIOS_DATA), KVI_XFER_WRITE},
-        {KV_DCMD_BBU_GET_STATUS, sizeof(KV_BBU_STATUS), KVI_XFER_READ},
-        {KV_DCMD_BBU_GET_CAPACITY_INFO, sizeof(KV_BBU_CAPACITY_INFO), KVI_XFER_READ},
-        {KV_DCMD_BBU_GET_DESIGN_INFO, sizeof(KV_BBU_DESIGN_INFO), KVI_XFER_READ},
-        {KV_DCMD_BBU_PROPERTIES_GET, sizeof(KV_BBU_PROPERTIES), KVI_XFER_READ},
-        {KV_DCMD_BBU_PROPERTIES_SET, sizeof(KV_BBU_PROPERTIES), KVI_XFER_WRITE},
-        {KV_DCMD_CFG_GET_ALLOWED_OPS, sizeof(KV_CONFIG_ALLOWED_OPS), KVI_XFER_READ},
-        {KV_DCMD_CTRL_PR_GET_PROPERTIES, sizeof(KV_PR_PROPERTIES), KVI_XFER_READ},
-        {KV_DCMD_CTRL_PR_SET_PROPERTIES, sizeof(KV_PR_PROPERTIES), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, sizeof(KV_CC_SCHEDULE_PROPERTIES), KVI_XFER_READ},
-        {KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES, sizeof(KV_CC_SCHEDULE_PROPERTIES),
-         KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_PR_GET_STATUS, sizeof(KV_PR_STATUS), KVI_XFER_READ},
-        {KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, sizeof(KV_CC_SCHEDULE_STATUS), KVI_XFER_READ},
-        {KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, sizeof(KV_SAS_MUX_LIST), KVI_XFER_READ},
-        {KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST, sizeof(KV_SAS_MUX_LIST), KVI_XFER_WRITE},
-        {KV_DCMD_SAS_CONFIG_GET_CONNECTORS, sizeof(KV_SAS_CONNECTORS), KVI_XFER_READ},
-        {KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, sizeof(KV_SAS_PHY_CONNECTIONS), KVI_XFER_READ},
-        {KV_DCMD_CTRL_TIME_GET, sizeof(KV_TIME_STAMP), KVI_XFER_READ},
-        {KV_DCMD_CTRL_EVENT_GET_INFO, sizeof(KV_EVT_LOG_INFO), KVI_XFER_READ},
-        {KV_DCMD_CTRL_HOST_INFO_GET, sizeof(KV_HOST_INFO), KVI_XFER_READ},
-        {KV_DCMD_CTRL_MFC_MFG_GET, sizeof(KV_MFC_MFG), KVI_XFER_READ},
-        {KV_DCMD_CTRL_PERSONALITY_GET, sizeof(KV_CTRL_PERSONALITY_INFO), KVI_XFER_READ},
-        {KV_DRV_GET_DRIVER_VERSION, sizeof(KV_DRV_DRIVER_VERSION), KVI_XFER_READ},
-        {KV_DCMD_CTRL_AEC_GET_SETTINGS, sizeof(KV_AEC_SETTINGS), KVI_XFER_READ},
-        {KV_DCMD_CTRL_LOCK_KEY_CREATE, sizeof(KV_CTRL_LOCK_KEY_PARAMS), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_LOCK_KEY_REKEY, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, sizeof(KV_CTRL_LOCK_KEY_FROM_ESCROW), KVI_XFER_WRITE},
-        {KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, sizeof(KV_CTRL_LOCK_KEY_PASSPHRASE),
-         KVI_XFER_READ},
-        // The flash list read takes the head and one entry.
-        {KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 8 + 72, KVI_XFER_READ},
-    };
-    for (const Row& r : rows) {
+    for (const auto& r : rows) {
         const KV_DCMD_INFO* row = kvDcmdInfo(r.opcode);
         ASSERT_NE(row, nullptr) << std::hex << r.opcode;
         EXPECT_EQ(row->standardSize, r.size) << row->name;
         EXPECT_EQ(row->direction, r.dir) << row->name;
     }
-}
-
-TEST(OpcodeTable, FixedSizesAndDataFreeCommands) {
-    struct Row {
-        std::uint32_t opcode;
-        std::uint32_t size;
-        KVI_XFER_DIR dir;
-    };
-    const Row rows[] = {
-        {KV_DCMD_CTRL_ALARM_GET, 1, KVI_XFER_READ},
-        {KV_DCMD_CTRL_EVENT_COUNT, 4, KVI_XFER_READ},
-        {KV_DCMD_CTRL_OEM_ID_GET, 4, KVI_XFER_READ},
-        {KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, 256, KVI_XFER_READ},
-        {KV_DCMD_CTRL_LOCK_KEY_KEYID_SET, 256, KVI_XFER_WRITE},
-        {KV_DCMD_LD_LIST_QUERY, 16, KVI_XFER_READ},
-        {KV_DCMD_CTRL_NVCACHE_ERASE, 16, KVI_XFER_READ},
-        {KV_DCMD_CTRL_MFC_MFG_2_GET, 32, KVI_XFER_READ},
-        {KV_DCMD_CTRL_AEC_GET, 32768, KVI_XFER_READ},
-        {KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, 392, KVI_XFER_READ},
-        {KV_DCMD_CFG_AUTOCFG, 8, KVI_XFER_BOTH},
-        {KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH, 256, KVI_XFER_BOTH},
-        {KV_DCMD_CTRL_ALARM_ENABLE, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_ALARM_DISABLE, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_ALARM_SILENCE, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_EVENT_CLEAR, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_SHUTDOWN, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_PR_START, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_PR_SUSPEND_RESUME, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_SET_FACTORY_DEFAULTS, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_CACHE_FLUSH, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_LOCK_KEY_DESTROY, 0, KVI_XFER_NONE},
-        {KV_DCMD_CTRL_AEC_CONTROL, 0, KVI_XFER_NONE},
-        {KV_DCMD_BBU_LEARN, 0, KVI_XFER_NONE},
-        {KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, 0, KVI_XFER_NONE},
-    };
-    for (const Row& r : rows) {
-        const KV_DCMD_INFO* row = kvDcmdInfo(r.opcode);
-        ASSERT_NE(row, nullptr) << std::hex << r.opcode;
-        EXPECT_EQ(row->standardSize, r.size) << row->name;
-        EXPECT_EQ(row->direction, r.dir) << row->name;
-    }
-}
-
-TEST(FrameKinds, ValuesAndNames) {
-    EXPECT_EQ(KVI_CMD_OP_DCMD, 5);
-    EXPECT_EQ(KVI_CMD_OP_SMP, 7);
-    EXPECT_EQ(KVI_CMD_OP_COUNT, 11);
-    EXPECT_STREQ(kviCmdOpName(KVI_CMD_OP_INIT), "KVI_CMD_OP_INIT");
-    EXPECT_STREQ(kviCmdOpName(KVI_CMD_OP_TOOLBOX), "KVI_CMD_OP_TOOLBOX");
-    EXPECT_EQ(kviCmdOpName(12), nullptr);
-    EXPECT_EQ(kviCmdOpName(-1), nullptr);
 }
 
 TEST(Mailbox, ViewsShareLittleEndianBytes) {

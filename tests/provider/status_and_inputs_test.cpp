@@ -173,6 +173,8 @@ TEST(System, DriverNameAndVersionFromTheBackend) {
     EXPECT_EQ(system->getDriverVersion(version, 0), 0);
     EXPECT_EQ(std::string(version), std::string(99, '7')); // bounded by the buffer
     EXPECT_EQ(system->getDriverName(nullptr, 0), -1);
+    EXPECT_EQ(system->getDriverVersion(version, 0, 0), -1); // no room, not even for the end
+    EXPECT_EQ(version[0], '7');
     system->setBackend(nullptr);
     EXPECT_EQ(system->getDriverName(name, 0), -1);
     EXPECT_EQ(system->getDriverVersion(version, 0), -1);
