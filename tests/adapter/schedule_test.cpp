@@ -249,7 +249,8 @@ TEST_P(ScheduleTest, ExclusionListInItsForm) {
     serve(out);
     ArrayList<unsigned short> back = listOf({1000});
     ASSERT_EQ(getExcluded(&back), 0);
-    EXPECT_EQ(Ids(back.begin(), back.end()), f().ext ? Ids({1000, 0, 9, 255}) : Ids({1000, 9, 255, 0}));
+    EXPECT_EQ(Ids(back.begin(), back.end()),
+              f().ext ? Ids({1000, 0, 9, 255}) : Ids({1000, 9, 255, 0}));
 
     // An empty list clears count and map.
     forget();
@@ -292,7 +293,8 @@ TEST_P(ScheduleTest, StartTimeRoundTripsAsWallClockTime) {
             const Bytes out = sent();
             tm standard = d;
             standard.tm_isdst = 0;
-            EXPECT_EQ(u32(out, f().nextExec), static_cast<std::uint32_t>(mktime(&standard) - z.epoch));
+            EXPECT_EQ(u32(out, f().nextExec),
+                      static_cast<std::uint32_t>(mktime(&standard) - z.epoch));
             forget();
             serve(out);
             tm back{};

@@ -29,27 +29,15 @@ struct StructAccess {
     std::uint64_t (*get)(const std::uint8_t*);
 };
 
+// clang-format off
 #define KVI_RECORD(rec, size)
-#define KVI_FIELD(rec, member, off, usz, cnt, kind)                                                \
-    {#rec,    #member, offsetof(rec, member), sizeof(std::declval<rec&>().member), false,          \
-     nullptr, nullptr},
-#define KVI_BITFIELD(rec, member, off, usz, bit, width)                                            \
-    {#rec,                                                                                         \
-     #member,                                                                                      \
-     0,                                                                                            \
-     0,                                                                                            \
-     true,                                                                                         \
-     [](std::uint8_t* img, std::uint64_t v) {                                                      \
-         rec r;                                                                                    \
-         std::memcpy(&r, img, sizeof r);                                                           \
-         r.member = v;                                                                             \
-         std::memcpy(img, &r, sizeof r);                                                           \
-     },                                                                                            \
-     [](const std::uint8_t* img) {                                                                 \
-         rec r;                                                                                    \
-         std::memcpy(&r, img, sizeof r);                                                           \
-         return std::uint64_t(r.member);                                                           \
-     }},
+#define KVI_FIELD(rec, member, off, usz, cnt, kind) \
+    {#rec, #member, offsetof(rec, member), sizeof(std::declval<rec&>().member), false, nullptr, nullptr},
+#define KVI_BITFIELD(rec, member, off, usz, bit, width) \
+    {#rec, #member, 0, 0, true, \
+     [](std::uint8_t* img, std::uint64_t v) { rec r; std::memcpy(&r, img, sizeof r); r.member = v; std::memcpy(img, &r, sizeof r); }, \
+     [](const std::uint8_t* img) { rec r; std::memcpy(&r, img, sizeof r); return std::uint64_t(r.member); }},
+// clang-format on
 const StructAccess kStructAccess[] = {
 #include "firmware/kv_fields.def"
 };
