@@ -1,15 +1,58 @@
 #pragma once
-// Fixture for the adapter tests that rebuild their object mid-test: an
-// AdapterDataKvi over the recording fake controller, with the log captured.
-// reset() starts over with a fresh object, no recorded requests, no scripted
-// answers and an empty log.
+// What the adapter tests share: an AdapterDataKvi over the recording fake
+// controller with the log captured (so every log line is formatted, under the
+// sanitizers too), reset() to start over with a fresh object, no recorded
+// requests and no scripted answers, and small helpers that build records.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "firmware/kv.h"
+#include "firmware/kvi.h"
+#include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/support/FakeController.h"
 #include "tests/support/LogCapture.h"
+
+namespace kvitest {
+
+constexpr int kFail = 0x2D;   // a firmware failure status
+constexpr int kNoHw = 0x22;   // "no hardware present"
+using P = AdapterDataKviPeer; // the object's caches and change flags
+
+// Bytes seed, seed+1, ... (wrapping), so every byte of a record is recognisable.
+inline Bytes pattern(std::size_t n, std::uint8_t seed = 1) {
+    Bytes b(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        b[i] = static_cast<std::uint8_t>(seed + i);
+    }
+    return b;
+}
+
+inline Bytes bytesOf(const void* p, std::size_t n) {
+    const auto* c = static_cast<const std::uint8_t*>(p);
+    return Bytes(c, c + n);
+}
+
+inline Bytes le32(std::uint32_t v) {
+    return bytesOf(&v, 4);
+}
+
+// A mailbox with the given bytes set, the rest 0.
+inline Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes) {
+    Mbox m{};
+    for (const auto& p : bytes) {
+        m[static_cast<std::size_t>(p.first)] = p.second;
+    }
+    return m;
+}
+
+} // namespace kvitest
 
 class AdapterFixture : public ::testing::Test {
 protected:

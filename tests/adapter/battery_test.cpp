@@ -1,28 +1,11 @@
 // Battery backup unit operations: the state and overall-status decisions per battery type,
 // absence (status 0x22 or no battery in the controller information), the write-policy change
 // reason, the cached measurements, auto-learn mode written at once, and the direct commands.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <string>
-
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/adapter/AdapterFixture.h"
-#include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-
-constexpr int kNoHw = 0x22;
-constexpr int kFail = 0x2D;
+using namespace kvitest;
 
 // fwStatus bits, numbered as the firmware numbers them.
 constexpr std::uint32_t bit(int n) {
@@ -114,16 +97,6 @@ TEST_F(BatteryTest, StateAndOverallStatusPerTypeAndBits) {
     }
 }
 
-TEST_F(BatteryTest, ReplacePackOfTheOldTypesWarnsWithTheEntryText) {
-    battery(1, bit(10));
-    int state = 0;
-    ASSERT_EQ(a().getBatteryState(&state), 0);
-    EXPECT_EQ(state, 2);
-    const auto warnings = log.texts(WARNING);
-    ASSERT_EQ(warnings.size(), 1u);
-    EXPECT_EQ(warnings[0], "Entering AdapterDataKvi::getBatteryState");
-}
-
 TEST_F(BatteryTest, NoBatteryFitted) {
     // The controller information says no battery: every answer says "missing".
     battery(1, 0, /*fitted=*/false);
@@ -171,11 +144,6 @@ TEST_F(BatteryTest, StateOnFailures) {
     EXPECT_EQ(a().getBatteryState(&state), -1);
     EXPECT_EQ(state, 42);
     EXPECT_EQ(a().getBatteryState(nullptr), -1);
-}
-
-TEST_F(BatteryTest, OverallStatusFailures) {
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
     unsigned char overall = 9;
     EXPECT_EQ(a().getBbuOverallStatus(&overall), kFail);
     EXPECT_EQ(overall, 9);
@@ -236,125 +204,116 @@ TEST_F(BatteryTest, WritePolicyChangeReasonInOrder) {
 // ---------------------------------------------------------------------------
 // Cached measurements and bits
 
-TEST_F(BatteryTest, StatusRecordFields) {
+// The cached records, each read once: the field every reader takes, and on a failed load its
+// status with the output left alone.
+TEST_F(BatteryTest, ReadersOfTheCachedRecords) {
+    const std::uint32_t status = KV_DCMD_BBU_GET_STATUS, cap = KV_DCMD_BBU_GET_CAPACITY_INFO,
+                        design = KV_DCMD_BBU_GET_DESIGN_INFO, props = KV_DCMD_BBU_PROPERTIES_GET;
+#define GET(op, T)                                                                                 \
+    [](AdapterDataKvi& x, std::uint64_t& io) {                                                     \
+        T v = static_cast<T>(io);                                                                  \
+        const int rc = x.op(&v);                                                                   \
+        io = static_cast<std::uint64_t>(v);                                                        \
+        return rc;                                                                                 \
+    }
+    const struct {
+        const char* name;
+        std::uint32_t opcode;
+        std::function<int(AdapterDataKvi&, std::uint64_t&)> get;
+        std::uint64_t want;
+        std::uint64_t onFail = 1; // what the output holds after a failed load (1 as given)
+    } rows[] = {
+        {"temperature: low byte", status, GET(getBatteryTemperature, unsigned char), 0x29},
+        {"temperature status", status, GET(getBatteryTemperatureStatus, int), 1},
+        {"type", status, GET(getBatteryType, unsigned char), 5},
+        {"subtype", status, GET(getBatterySubType, unsigned char), 0x33},
+        {"transparent learn: bit 13", status, GET(isBBUTransparentLearnSet, bool), 1},
+        {"i2c errors: bit 9", status, GET(isI2cErrorsDetected, bool), 1},
+        {"pack present: bit 0 clear", status, GET(isBriskoPresent, bool), 1, 0},
+        {"full capacity", cap, GET(getBatteryFullCapacity, unsigned short), 0x0320},
+        {"remaining capacity", cap, GET(getBatteryRemainingCapacity, unsigned short), 0x0210},
+        {"relative charge", cap, GET(getBattRelativeStateOfCharge, unsigned short), 0x5F},
+        {"time to empty", cap, GET(getBattAvgTimeToEmpty, unsigned short), 0x3C},
+        {"transparent learns", design, GET(getBatteryDesignInfoTransparentLearnsSupport, bool), 1},
+        {"auto-learn mode", props, GET(getBatteryAutoLearnMode, unsigned char), 2},
+        {"auto-learn period", props, GET(getBatteryAutoLearnPeriod, unsigned int), 0x093A00},
+        {"next learn", props, GET(getBatteryNextLearnTime, unsigned int), 0x12345678},
+    };
+#undef GET
+    Bytes capRec(48, 0);
+    capRec[0] = 0x5F; // relativeStateOfCharge
+    capRec[4] = 0x10; // remainingCapacity
+    capRec[5] = 0x02;
+    capRec[6] = 0x20; // fullChargeCapacity
+    capRec[7] = 0x03;
+    capRec[10] = 0x3C; // averageTimeToEmpty
+    Bytes designRec(64, 0);
+    std::memcpy(designRec.data() + 26, "CVPM02XY", 8); // deviceName, not terminated
+    designRec[48] = 2;                                 // transparentLearns
+    const Bytes propRec = {0x00, 0x3A, 0x09, 0, 0x78, 0x56, 0x34, 0x12, 0, 2};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.name);
+        reset();
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true, true)));
+        ctrl.answer(status, FakeAnswer::ok(bbuStatus(5, bit(2) | bit(9) | bit(13), 0x0129)));
+        ctrl.answer(cap, FakeAnswer::ok(capRec));
+        ctrl.answer(design, FakeAnswer::ok(designRec));
+        ctrl.answer(props, FakeAnswer::ok(propRec));
+        std::uint64_t out = 0;
+        EXPECT_EQ(r.get(a(), out), 0);
+        EXPECT_EQ(out, r.want);
+        EXPECT_EQ(r.get(a(), out), 0);
+        EXPECT_EQ(ctrl.count(r.opcode), 1u);
+
+        reset();
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
+        ctrl.answer(r.opcode, FakeAnswer::fail(kFail));
+        out = 1;
+        EXPECT_EQ(r.get(a(), out), kFail);
+        EXPECT_EQ(out, r.onFail);
+    }
+    bool infoBbu = false;
+    EXPECT_EQ(a().getCtrlInfoBbu(&infoBbu), 0);
+    EXPECT_TRUE(infoBbu == false); // the information above has no battery operation bit
+    reset();
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true, true)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS,
-                FakeAnswer::ok(bbuStatus(5, bit(2) | bit(9) | bit(13), 0x0129)));
-    unsigned char temp = 0, type = 0, sub = 0;
-    int tempStatus = 0;
-    bool tl = false, i2c = false, infoBbu = false, brisko = false;
-    EXPECT_EQ(a().getBatteryTemperature(&temp), 0);
-    EXPECT_EQ(temp, 0x29); // the low byte
-    EXPECT_EQ(a().getBatteryTemperatureStatus(&tempStatus), 0);
-    EXPECT_EQ(tempStatus, 1);
-    EXPECT_EQ(a().getBatteryType(&type), 0);
-    EXPECT_EQ(type, 5);
-    EXPECT_EQ(a().getBatterySubType(&sub), 0);
-    EXPECT_EQ(sub, 0x33);
-    EXPECT_EQ(a().isBBUTransparentLearnSet(&tl), 0);
-    EXPECT_TRUE(tl);
-    EXPECT_EQ(a().isI2cErrorsDetected(&i2c), 0);
-    EXPECT_TRUE(i2c);
     EXPECT_EQ(a().getCtrlInfoBbu(&infoBbu), 0);
     EXPECT_TRUE(infoBbu);
-    EXPECT_EQ(a().isBriskoPresent(&brisko), 0);
-    EXPECT_TRUE(brisko);
-    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
-    // getBatteryType logs no exit line.
-}
 
-TEST_F(BatteryTest, TemperatureOnlyWithABatteryFitted) {
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(false)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(1, bit(2), 40)));
-    unsigned char temp = 0xEE;
-    int status = 7;
-    EXPECT_EQ(a().getBatteryTemperature(&temp), 0);
-    EXPECT_EQ(temp, 0xEE);
-    EXPECT_EQ(a().getBatteryTemperatureStatus(&status), 0);
-    EXPECT_EQ(status, 7);
-
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
-    EXPECT_EQ(a().getBatteryTemperature(&temp), kFail);
-    EXPECT_EQ(temp, 0xEE);
-}
-
-TEST_F(BatteryTest, CapacityDesignAndPropertyRecords) {
-    Bytes cap(48, 0);
-    cap[0] = 0x5F; // relativeStateOfCharge
-    cap[4] = 0x10;
-    cap[5] = 0x02; // remainingCapacity
-    cap[6] = 0x20;
-    cap[7] = 0x03;  // fullChargeCapacity
-    cap[10] = 0x3C; // averageTimeToEmpty
-    ctrl.answer(KV_DCMD_BBU_GET_CAPACITY_INFO, FakeAnswer::ok(cap));
-    Bytes design(64, 0);
-    std::memcpy(design.data() + 26, "CVPM02XY", 8); // deviceName, not terminated
-    design[48] = 2;                                 // transparentLearns
-    ctrl.answer(KV_DCMD_BBU_GET_DESIGN_INFO, FakeAnswer::ok(design));
-    Bytes props(32, 0);
-    props[0] = 0x00;
-    props[1] = 0x3A;
-    props[2] = 0x09; // autoLearnPeriod 0x093A00
-    props[4] = 0x78;
-    props[5] = 0x56;
-    props[6] = 0x34;
-    props[7] = 0x12; // nextLearnTime
-    props[9] = 2;    // autoLearnMode
-    ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::ok(props));
-
-    unsigned short full = 0, rem = 0, rel = 0, tte = 0;
-    EXPECT_EQ(a().getBatteryFullCapacity(&full), 0);
-    EXPECT_EQ(full, 0x0320);
-    EXPECT_EQ(a().getBatteryRemainingCapacity(&rem), 0);
-    EXPECT_EQ(rem, 0x0210);
-    EXPECT_EQ(a().getBattRelativeStateOfCharge(&rel), 0);
-    EXPECT_EQ(rel, 0x5F);
-    EXPECT_EQ(a().getBattAvgTimeToEmpty(&tte), 0);
-    EXPECT_EQ(tte, 0x3C);
-    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_CAPACITY_INFO), 1u);
-
+    // The device name is the object's own bytes; a failed load hands out nothing.
+    ctrl.answer(design, FakeAnswer::ok(designRec));
     unsigned char* name = nullptr;
     EXPECT_EQ(a().getBatteryDeviceName(&name), 0);
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(name), 8), "CVPM02XY");
-    EXPECT_EQ(name, AdapterDataKviPeer::battDesign(a())->deviceName); // the object's own bytes
-    bool learns = false;
-    EXPECT_EQ(a().getBatteryDesignInfoTransparentLearnsSupport(&learns), 0);
-    EXPECT_TRUE(learns);
-
-    unsigned char mode = 0;
-    unsigned int period = 0, next = 0;
-    EXPECT_EQ(a().getBatteryAutoLearnMode(&mode), 0);
-    EXPECT_EQ(mode, 2);
-    EXPECT_EQ(a().getBatteryAutoLearnPeriod(&period), 0);
-    EXPECT_EQ(period, 0x093A00u);
-    EXPECT_EQ(a().getBatteryNextLearnTime(&next), 0);
-    EXPECT_EQ(next, 0x12345678u);
-    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_PROPERTIES_GET), 1u);
-}
-
-TEST_F(BatteryTest, FailedLoadsLeaveOutValuesAlone) {
-    ctrl.answer(KV_DCMD_BBU_GET_CAPACITY_INFO, FakeAnswer::fail(kFail));
-    ctrl.answer(KV_DCMD_BBU_GET_DESIGN_INFO, FakeAnswer::fail(kFail));
-    ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::fail(kFail));
-    unsigned short v = 0xABCD;
-    EXPECT_EQ(a().getBatteryFullCapacity(&v), kFail);
-    EXPECT_EQ(a().getBatteryRemainingCapacity(&v), kFail);
-    EXPECT_EQ(a().getBattRelativeStateOfCharge(&v), kFail);
-    EXPECT_EQ(a().getBattAvgTimeToEmpty(&v), kFail);
-    EXPECT_EQ(v, 0xABCD);
-    unsigned char* name = nullptr;
+    EXPECT_EQ(name, P::battDesign(a())->deviceName);
+    reset();
+    ctrl.answer(design, FakeAnswer::fail(kFail));
+    name = nullptr;
     EXPECT_EQ(a().getBatteryDeviceName(&name), kFail);
     EXPECT_EQ(name, nullptr);
-    unsigned int period = 5;
-    EXPECT_EQ(a().getBatteryAutoLearnPeriod(&period), kFail);
-    EXPECT_EQ(period, 5u);
+    ctrl.answer(props, FakeAnswer::fail(kFail));
     unsigned char mode = 1;
     EXPECT_EQ(a().setBatteryAutoLearnMode(&mode), kFail);
     EXPECT_EQ(ctrl.count(KV_DCMD_BBU_PROPERTIES_SET), 0u);
+
+    // The pack-missing bit set: no pack.
+    reset();
+    ctrl.answer(status, FakeAnswer::ok(bbuStatus(1, bit(0))));
+    bool present = true;
+    EXPECT_EQ(a().isBriskoPresent(&present), 0);
+    EXPECT_FALSE(present);
+
+    // Without a battery fitted there is no temperature: outputs stay as they were.
+    reset();
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(false)));
+    ctrl.answer(status, FakeAnswer::ok(bbuStatus(1, bit(2), 40)));
+    unsigned char temp = 0xEE;
+    int tempStatus = 7;
+    EXPECT_EQ(a().getBatteryTemperature(&temp), 0);
+    EXPECT_EQ(temp, 0xEE);
+    EXPECT_EQ(a().getBatteryTemperatureStatus(&tempStatus), 0);
+    EXPECT_EQ(tempStatus, 7);
 }
 
 TEST_F(BatteryTest, AutoLearnModeIsWrittenAtOnce) {
@@ -365,12 +324,12 @@ TEST_F(BatteryTest, AutoLearnModeIsWrittenAtOnce) {
     ctrl.answer(KV_DCMD_BBU_PROPERTIES_GET, FakeAnswer::ok(props));
     unsigned char mode = 1;
     EXPECT_EQ(a().setBatteryAutoLearnMode(&mode), 0);
-    const kvitest::FakeRequest* w = ctrl.last(0x05050200);
+    const FakeRequest* w = ctrl.last(0x05050200);
     ASSERT_NE(w, nullptr);
     Bytes expected = props;
     expected[9] = 1;
     EXPECT_EQ(w->sent, expected);
-    EXPECT_EQ(w->mbox, kvitest::Mbox{});
+    EXPECT_EQ(w->mbox, Mbox{});
     // No property transaction is involved.
     EXPECT_EQ(a().endCtlrPropUpdate(), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
@@ -455,13 +414,6 @@ TEST_F(BatteryTest, PresenceAnswers) {
     EXPECT_EQ(a().isBatteryHWPresent(), 0);
 }
 
-TEST_F(BatteryTest, BriskoPresenceFollowsThePackMissingBit) {
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::ok(bbuStatus(1, bit(0))));
-    bool present = true;
-    EXPECT_EQ(a().isBriskoPresent(&present), 0);
-    EXPECT_FALSE(present);
-}
-
 // ---------------------------------------------------------------------------
 // Commands
 
@@ -478,7 +430,7 @@ TEST_F(BatteryTest, LearnCycleAndRetentionTest) {
     EXPECT_EQ(a().startManualLearnCycle(), kFail);
 
     ctrl.clear();
-    kvitest::ProviderOffGuard off;
+    ProviderOffGuard off;
     EXPECT_EQ(a().adpBBUTest(), -1);
     EXPECT_TRUE(ctrl.requests().empty());
 }

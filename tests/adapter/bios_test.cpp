@@ -1,27 +1,15 @@
 // BIOS settings and boot device: each pair's view of its byte (including the deliberate
 // asymmetries of SOE and ABS), the write-back with its checksum, the boot-device round trips
 // through the recording fake, and failures.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
 #include <numeric>
-#include <string>
 
 #include "RaidLib/RaidFw/Elements.h"
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using Peer = AdapterDataKviPeer;
+using namespace kvitest;
 
-constexpr int kFail = 0x2D;
 // KV_BIOS_DATA positions.
 constexpr int kBootTarget = 0;
 constexpr int kDoNotExpose = 2;
@@ -42,23 +30,17 @@ unsigned sum8(const Bytes& b) {
     return std::accumulate(b.begin(), b.end(), 0u) & 0xFFu;
 }
 
-class BiosTest : public ::testing::Test {
+class BiosTest : public AdapterFixture {
 protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    AdapterDataKvi& a() { return *obj; }
-
     void reset(const Bytes& image) {
-        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-        ctrl.clear();
-        ctrl.backend().clearScript();
+        AdapterFixture::reset();
         ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::ok(image));
     }
     // The record as written back: exactly one write, whose bytes sum to 0 mod 256.
     Bytes written() {
         EXPECT_EQ(a().endBIOSDataUpdate(), 0);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 1u);
-        const kvitest::FakeRequest* w = ctrl.last(0x010C0200);
+        const FakeRequest* w = ctrl.last(0x010C0200);
         if (w == nullptr) {
             return {};
         }
@@ -188,7 +170,7 @@ TEST_F(BiosTest, SettersWriteTheirByteAndTheWriteBackCarriesAFreshChecksum) {
         reset(image);
         ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(kFail));
         EXPECT_EQ((a().*c.set)(c.value), kFail);
-        EXPECT_FALSE(Peer::biosChanged(a()));
+        EXPECT_FALSE(P::biosChanged(a()));
         EXPECT_EQ(a().endBIOSDataUpdate(), 0);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 0u);
     }
@@ -265,7 +247,7 @@ TEST_F(BiosTest, BootDeviceFailures) {
     EXPECT_EQ(a().setBootVd(static_cast<PhysicalDevice*>(nullptr)), -1);
     EXPECT_EQ(a().getBootVdId(nullptr), -1);
     EXPECT_TRUE(ctrl.requests().empty()); // nothing loaded for any of them
-    EXPECT_FALSE(Peer::biosChanged(a()));
+    EXPECT_FALSE(P::biosChanged(a()));
 
     ctrl.answer(KV_DCMD_CTRL_BIOS_DATA_GET, FakeAnswer::fail(kFail));
     VirtualDisk vd(3);
@@ -277,7 +259,7 @@ TEST_F(BiosTest, BootDeviceFailures) {
     unsigned short dev = 5;
     EXPECT_EQ(a().getBootPdDevId(&dev), kFail);
     EXPECT_EQ(dev, 5);
-    EXPECT_FALSE(Peer::biosChanged(a()));
+    EXPECT_FALSE(P::biosChanged(a()));
 }
 
 } // namespace

@@ -1,53 +1,18 @@
 // Caches and update transactions of AdapterDataKvi: which requests each loader
 // and write-back sends (opcode, mailbox, length, capacity, bytes), when a cache
 // is reused or read again, and what a failure leaves behind.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <memory>
 #include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using kvitest::FakeRequest;
-using P = AdapterDataKviPeer;
+using namespace kvitest;
 
-constexpr int kStatusNoHw = 0x22;
 constexpr std::uint32_t kFlash = KV_DCMD_CTRL_FLASH_COMP_INFO_GET;
-
-// Bytes seed, seed+1, ... (wrapping), so every byte of a record is recognisable.
-Bytes pattern(std::size_t n, std::uint8_t seed) {
-    Bytes b(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        b[i] = static_cast<std::uint8_t>(seed + i);
-    }
-    return b;
-}
-
-Bytes bytesOf(const void* p, std::size_t n) {
-    const auto* c = static_cast<const std::uint8_t*>(p);
-    return Bytes(c, c + n);
-}
-
-template <class T> T fromBytes(const Bytes& b) {
-    T value{};
-    std::memcpy(&value, b.data(), sizeof(T));
-    return value;
-}
 
 KV_CTRL_INFO ctrlInfo(bool extLds, bool propExt, bool dualImage) {
     KV_CTRL_INFO info{};
@@ -55,12 +20,6 @@ KV_CTRL_INFO ctrlInfo(bool extLds, bool propExt, bool dualImage) {
     info.adapterOperationExt.adapterOperations6.supportCtrlPropExt = propExt ? 1 : 0;
     info.adapterOperations4.supportDualFWUpdate = dualImage ? 1 : 0;
     return info;
-}
-
-kvitest::Mbox mboxB0(std::uint8_t b0) {
-    kvitest::Mbox m{};
-    m[0] = b0;
-    return m;
 }
 
 // An image component list as the firmware sends it: head (size, count), then
@@ -82,13 +41,8 @@ Bytes flashList(const std::vector<std::string>& names) {
     return flashList(names, static_cast<std::uint32_t>(names.size()));
 }
 
-class CacheTest : public ::testing::Test {
+class CacheTest : public AdapterFixture {
 protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-
-    AdapterDataKvi& a() { return *obj; }
-
     void scriptInfo(bool extLds, bool propExt = false, bool dualImage = false) {
         ctrl.answer(KV_DCMD_CTRL_GET_INFO,
                     FakeAnswer::record(ctrlInfo(extLds, propExt, dualImage)));
@@ -136,9 +90,9 @@ TEST_F(CacheTest, DestructorReleasesEveryLoadedCache) {
 
 TEST_F(CacheTest, DestructorWithPartlyLoadedCaches) {
     scriptInfo(true);
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kStatusNoHw));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kNoHw));
     EXPECT_EQ(a().getCtlrInfo(), 0);
-    EXPECT_EQ(a().getBatteryInfo(), kStatusNoHw);
+    EXPECT_EQ(a().getBatteryInfo(), kNoHw);
     EXPECT_EQ(a().getCcScProperties(), 0);
     EXPECT_EQ(a().getCcScProperties(), 0); // extended form: a new record replaces the old
     EXPECT_EQ(P::batteryInfo(a()), nullptr);
@@ -185,16 +139,16 @@ class SimpleLoaderTest : public CacheTest, public ::testing::WithParamInterface<
 TEST_P(SimpleLoaderTest, ReadsUntilItHoldsTheAnswerThenKeepsIt) {
     const SimpleLoader& l = GetParam();
     const Bytes answer = pattern(l.size, 0x41);
-    ctrl.answerOnce(l.opcode, FakeAnswer::fail(kStatusNoHw));
+    ctrl.answerOnce(l.opcode, FakeAnswer::fail(kNoHw));
     ctrl.answer(l.opcode, FakeAnswer::ok(answer));
-    EXPECT_EQ((a().*l.load)(), kStatusNoHw);
+    EXPECT_EQ((a().*l.load)(), kNoHw);
     EXPECT_EQ(l.cache(a()), nullptr);
 
     EXPECT_EQ((a().*l.load)(), 0);
     ASSERT_EQ(ctrl.requests().size(), 2u);
     const FakeRequest& r = req(1);
     EXPECT_EQ(r.opcode, l.opcode);
-    EXPECT_EQ(r.mbox, kvitest::Mbox{});
+    EXPECT_EQ(r.mbox, Mbox{});
     EXPECT_EQ(r.callerLength, 0u); // the standard size is the record's size ...
     EXPECT_EQ(r.length, l.size);
     EXPECT_EQ(r.capacity, l.size); // ... and the record holds all of it
@@ -252,7 +206,7 @@ TEST_F(CacheTest, PropertiesAndTheirExtension) {
         ctrl.clear();
         ctrl.backend().clearScript();
         if (c.info < 0) {
-            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
         } else {
             scriptInfo(false, c.info == 1);
         }
@@ -271,7 +225,7 @@ TEST_F(CacheTest, PropertiesAndTheirExtension) {
                     continue;
                 }
                 b0.push_back(r.mbox[0]);
-                EXPECT_EQ(r.mbox, mboxB0(r.mbox[0]));
+                EXPECT_EQ(r.mbox, mboxBytes({{0, r.mbox[0]}}));
                 EXPECT_EQ(r.callerLength, r.mbox[0] ? 128u : 0u);
                 EXPECT_EQ(r.length, r.mbox[0] ? 128u : 64u);
                 EXPECT_GE(r.capacity, r.length);
@@ -338,7 +292,7 @@ TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
 
     EXPECT_EQ(a().endCtlrPropUpdate(), 6); // the write's status
     const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
-    EXPECT_EQ(w.mbox, kvitest::Mbox{});
+    EXPECT_EQ(w.mbox, Mbox{});
     EXPECT_EQ(w.callerLength, 0u);
     EXPECT_EQ(w.direction, kvi::Direction::Write);
     Bytes expected = props;
@@ -360,7 +314,7 @@ TEST_F(CacheTest, EndCtlrPropExtUpdateWritesTheExtensionWithMailboxOne) {
     EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
     ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
     const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
-    EXPECT_EQ(w.mbox, mboxB0(1));
+    EXPECT_EQ(w.mbox, mboxBytes({{0, 1}}));
     EXPECT_EQ(w.callerLength, 128u);
     EXPECT_EQ(w.sent, ext);
 }
@@ -379,7 +333,7 @@ TEST_F(CacheTest, BiosWriteBackSumsToZeroAndCarriesTheOtherBytes) {
     ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_SET), 1u);
     const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_BIOS_DATA_SET);
     EXPECT_EQ(w.callerLength, 0u);
-    EXPECT_EQ(w.mbox, kvitest::Mbox{});
+    EXPECT_EQ(w.mbox, Mbox{});
     ASSERT_EQ(w.sent.size(), 64u);
     unsigned sum = 0;
     for (std::uint8_t b : w.sent) {
@@ -519,15 +473,15 @@ class RecordReadTest : public CacheTest, public ::testing::WithParamInterface<Re
 TEST_P(RecordReadTest, FillsTheCallersRecordOnlyOnSuccess) {
     const RecordRead& r = GetParam();
     Bytes out(r.size, 0xEE);
-    ctrl.answerOnce(r.opcode, FakeAnswer{kStatusNoHw, pattern(r.size, 3), {}, {}});
+    ctrl.answerOnce(r.opcode, FakeAnswer{kNoHw, pattern(r.size, 3), {}, {}});
     ctrl.answer(r.opcode, FakeAnswer::ok(pattern(r.size, 7)));
 
-    EXPECT_EQ(r.read(a(), out.data()), kStatusNoHw);
+    EXPECT_EQ(r.read(a(), out.data()), kNoHw);
     EXPECT_EQ(out, Bytes(r.size, 0xEE));
     EXPECT_EQ(r.read(a(), out.data()), 0);
     EXPECT_EQ(out, pattern(r.size, 7));
     ASSERT_EQ(ctrl.count(r.opcode), 2u);
-    EXPECT_EQ(req(1).mbox, kvitest::Mbox{});
+    EXPECT_EQ(req(1).mbox, Mbox{});
     EXPECT_EQ(req(1).callerLength, 0u);
     EXPECT_EQ(req(1).length, r.size);
 }
@@ -705,8 +659,8 @@ TEST_F(FlashTest, PendingHeadStatusIsTheResultWhenNothingIsPending) {
 }
 
 TEST_F(FlashTest, ControllerInformationIsLoadedFirstAndItsFailureStopsEverything) {
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kStatusNoHw));
-    EXPECT_EQ(a().getFwCompData(), kStatusNoHw);
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
+    EXPECT_EQ(a().getFwCompData(), kNoHw);
     EXPECT_EQ(ctrl.count(kFlash), 0u);
 }
 

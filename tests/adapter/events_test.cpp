@@ -1,34 +1,13 @@
 // Event log and event capture: the request bytes of every operation (opcode, mailbox words,
 // buffer and length), the mask echo check, the captured-entry count answered in the mailbox,
 // and the capture settings record.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/support/FakeController.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using kvitest::mboxWords;
+using namespace kvitest;
 
-constexpr int kFail = 0x2D;
-
-class EventsTest : public ::testing::Test {
-protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    AdapterDataKvi& a() { return *obj; }
-};
+using EventsTest = AdapterFixture;
 
 // ---------------------------------------------------------------------------
 // Plain requests without data
@@ -37,7 +16,7 @@ struct ControlCase {
     const char* name;
     std::function<int(AdapterDataKvi&)> call;
     std::uint32_t opcode;
-    kvitest::Mbox mbox;
+    Mbox mbox;
 };
 
 TEST_F(EventsTest, PlainRequestsSendTheirMailboxAndReturnTheStatus) {
@@ -59,7 +38,7 @@ TEST_F(EventsTest, PlainRequestsSendTheirMailboxAndReturnTheStatus) {
             ctrl.answer(c.opcode, FakeAnswer::fail(status));
             EXPECT_EQ(c.call(a()), status);
             ASSERT_EQ(ctrl.requests().size(), 1u);
-            const kvitest::FakeRequest& r = ctrl.requests()[0];
+            const FakeRequest& r = ctrl.requests()[0];
             EXPECT_EQ(r.opcode, c.opcode);
             EXPECT_EQ(r.mbox, c.mbox);
             EXPECT_FALSE(r.callerBuffer);
@@ -76,7 +55,7 @@ TEST_F(EventsTest, EventCountGoesStraightIntoTheCallersVariable) {
     unsigned int count = 0;
     EXPECT_EQ(a().getEventCnt(&count, 0x11, 0x22), 0);
     EXPECT_EQ(count, 12345u);
-    const kvitest::FakeRequest* r = ctrl.last(0x01040400);
+    const FakeRequest* r = ctrl.last(0x01040400);
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->mbox, mboxWords(0x11, 0x22));
     EXPECT_EQ(r->callerLength, 0u);
@@ -98,7 +77,7 @@ TEST_F(EventsTest, EventListReadsTheCallersLength) {
     ctrl.answer(KV_DCMD_CTRL_EVENT_GET, FakeAnswer::ok(events));
     std::vector<char> buffer(512, 0);
     EXPECT_EQ(a().getEventList(1000, buffer.data(), 512, 0xF0F0), 0);
-    const kvitest::FakeRequest* r = ctrl.last(0x01040300);
+    const FakeRequest* r = ctrl.last(0x01040300);
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->mbox, mboxWords(1000, 0xF0F0));
     EXPECT_EQ(r->callerLength, 512u);
@@ -162,7 +141,7 @@ TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
     EXPECT_EQ(a().getAEC(buffer.data(), 2, &count), 0);
     EXPECT_EQ(count, 321u);
     EXPECT_EQ(buffer[32767], 0x6B);
-    const kvitest::FakeRequest* r = ctrl.last(0x01180200);
+    const FakeRequest* r = ctrl.last(0x01180200);
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->mbox, mboxWords(2));
     EXPECT_EQ(r->callerLength, 32768u);

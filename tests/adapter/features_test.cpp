@@ -3,33 +3,13 @@
 // (mailbox, transfer length, direction, request kind), two-pass list and page reads with their
 // cap, write records, the private loopback and SMP requests. That every operation sends its
 // request at all is the simulator walk's business (tests/sim).
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/adapter/AdapterFixture.h"
-#include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
 #include "json/elements.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using kvitest::Mbox;
-using kvitest::RequestKind;
-using Peer = AdapterDataKviPeer;
+using namespace kvitest;
 
-constexpr int kFail = 0x2D;
 constexpr std::uint32_t kCap = 1024u * 1024u;
 
 // Sets `width` bits starting at bit `bit` of the little-endian unit at byte `offset`.
@@ -44,20 +24,6 @@ void clearBits(Bytes& rec, std::size_t offset, unsigned bit, unsigned width) {
         const std::size_t abs = offset * 8 + bit + i;
         rec[abs / 8] = static_cast<std::uint8_t>(rec[abs / 8] & ~(1u << (abs % 8)));
     }
-}
-
-Bytes le32(std::uint32_t v) {
-    Bytes b(4);
-    std::memcpy(b.data(), &v, 4);
-    return b;
-}
-
-Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes) {
-    Mbox m{};
-    for (const auto& p : bytes) {
-        m[static_cast<std::size_t>(p.first)] = p.second;
-    }
-    return m;
 }
 
 using FeaturesTest = AdapterFixture;
@@ -198,7 +164,7 @@ TEST_F(FeaturesTest, SetAllCopybackChangesThreeBitsAndSendsOnlyAtEndUpdate) {
         ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::ok(prop));
         EXPECT_EQ(a().setAllCopyback(c.value), 0);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-        EXPECT_TRUE(Peer::propChanged(a()));
+        EXPECT_TRUE(P::propChanged(a()));
         ASSERT_EQ(a().endCtlrPropUpdate(), 0);
         const auto* set = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
         ASSERT_NE(set, nullptr);
@@ -213,7 +179,7 @@ TEST_F(FeaturesTest, SetAllCopybackChangesThreeBitsAndSendsOnlyAtEndUpdate) {
     reset();
     ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
     EXPECT_EQ(a().setAllCopyback(1), kFail);
-    EXPECT_TRUE(Peer::propChanged(a()));
+    EXPECT_TRUE(P::propChanged(a()));
     EXPECT_EQ(a().endCtlrPropUpdate(), -1);
 }
 
@@ -326,7 +292,7 @@ TEST_F(FeaturesTest, RequestBytesOfEachFamily) {
         reset();
         EXPECT_EQ(row.call(a()), 0);
         ASSERT_EQ(ctrl.requests().size(), 1u);
-        const kvitest::FakeRequest& r = ctrl.requests()[0];
+        const FakeRequest& r = ctrl.requests()[0];
         EXPECT_EQ(r.kind, RequestKind::Firmware);
         EXPECT_EQ(r.opcode, row.opcode);
         EXPECT_EQ(r.mbox, row.mbox);
@@ -556,7 +522,7 @@ TEST_F(FeaturesTest, WriteManufacturingPageSendsOneFrame) {
 }
 
 TEST_F(FeaturesTest, PageOperationsNeedTheDataProvider) {
-    kvitest::ProviderOffGuard off;
+    ProviderOffGuard off;
     unsigned char* out = nullptr;
     unsigned int length = 0;
     unsigned int pageLength = 0;
@@ -677,7 +643,7 @@ TEST_F(FeaturesTest, GetControllerInfoReadsAFreshCopyAndLeavesTheCacheAlone) {
     KV_CTRL_INFO mine{};
     ASSERT_EQ(a().getControllerInfo(&mine), 0);
     EXPECT_EQ(mine.productName[0], 'X');
-    EXPECT_EQ(Peer::ctrlInfo(a()), nullptr);
+    EXPECT_EQ(P::ctrlInfo(a()), nullptr);
     ASSERT_EQ(a().getControllerInfo(&mine), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 2u);
 

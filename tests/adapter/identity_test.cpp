@@ -1,27 +1,15 @@
 // Identity and version strings: the component search over the controller information's image
 // table (prefix match, first match wins, a firmware count larger than the record), the backup
 // image's package version, the plain text and size fields, and failures.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/support/FakeController.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
+using namespace kvitest;
 
-constexpr int kFail = 0x2D;
 constexpr std::size_t kInfoSize = 2464;
 constexpr std::size_t kCompCount = 180; // imageComponentCount
 constexpr std::size_t kComps = 184;     // imageComponent[0]
@@ -56,16 +44,10 @@ Bytes flashList(const std::vector<std::pair<std::string, std::string>>& comps) {
     return b;
 }
 
-class IdentityTest : public ::testing::Test {
+class IdentityTest : public AdapterFixture {
 protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    AdapterDataKvi& a() { return *obj; }
-
     void reset(const Bytes& ctrlInfo) {
-        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-        ctrl.clear();
-        ctrl.backend().clearScript();
+        AdapterFixture::reset();
         ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo));
     }
 };

@@ -3,28 +3,13 @@
 // of the implementation's table), that a setter leaves every other bit alone and sends nothing
 // until endCtlrPropUpdate, early-return against carry-on behaviour on a failed load, and the
 // members that differ from the family (alarm, key id, host info, flush, factory defaults).
-#include <gtest/gtest.h>
-
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using Peer = AdapterDataKviPeer;
-
-constexpr int kFailStatus = 0x2D;
+using namespace kvitest;
 
 // ---------------------------------------------------------------------------
 // The settings, as the record layout places them.
@@ -169,7 +154,7 @@ void putField(Bytes& rec, const SettingRow& r, std::uint32_t v) {
 }
 
 // A recognisable record image in which every bit varies from its neighbours.
-Bytes pattern(std::size_t n) {
+Bytes mixed(std::size_t n) {
     Bytes b(n);
     for (std::size_t i = 0; i < n; ++i) {
         b[i] = static_cast<std::uint8_t>(0x5A + 37 * i);
@@ -183,12 +168,8 @@ KV_CTRL_INFO infoWithExtension(bool ext) {
     return info;
 }
 
-class PropertiesTest : public ::testing::Test {
+class PropertiesTest : public AdapterFixture {
 protected:
-    kvitest::FakeController ctrl;
-    std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    AdapterDataKvi& a() { return *obj; }
-
     // Answers the properties read with `prop`, and with `ext` (extension) when given.
     void serve(const Bytes& prop, const Bytes* ext = nullptr) {
         ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(infoWithExtension(ext != nullptr)));
@@ -201,15 +182,10 @@ protected:
     // lives there.
     void serveFor(const SettingRow& r, const Bytes& image) {
         if (isExt(r)) {
-            serve(pattern(64), &image);
+            serve(mixed(64), &image);
         } else {
             serve(image);
         }
-    }
-    void reset() {
-        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-        ctrl.clear();
-        ctrl.backend().clearScript();
     }
 };
 
@@ -268,7 +244,7 @@ TEST_F(PropertiesTest, EverySetterChangesOnlyItsBitsAndSendsNothingUntilTheEndCa
         for (const auto& c : cases) {
             SCOPED_TRACE(c.first);
             reset();
-            const Bytes base = pattern(isExt(r) ? 128 : 64);
+            const Bytes base = mixed(isExt(r) ? 128 : 64);
             serveFor(r, base);
             EXPECT_EQ(r.setter(a(), c.first), 0);
             EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
@@ -284,7 +260,7 @@ TEST_F(PropertiesTest, EverySetterChangesOnlyItsBitsAndSendsNothingUntilTheEndCa
             const int end = isExt(r) ? a().endCtlrPropExtUpdate() : a().endCtlrPropUpdate();
             EXPECT_EQ(end, 0);
             ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
-            const kvitest::FakeRequest* w = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+            const FakeRequest* w = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
             EXPECT_EQ(w->sent, expected);
             EXPECT_EQ(w->mbox[0], isExt(r) ? 1 : 0);
             EXPECT_EQ(w->length, isExt(r) ? 128u : 64u);
@@ -299,18 +275,18 @@ TEST_F(PropertiesTest, FailedLoadEarlyReturnAgainstCarryOnForEveryMember) {
     for (const SettingRow& r : kRows) {
         SCOPED_TRACE(r.get);
         reset();
-        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
+        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
         std::uint32_t out = 1; // a value no failed getter may overwrite
-        EXPECT_EQ(r.getter(a(), out), kFailStatus);
+        EXPECT_EQ(r.getter(a(), out), kFail);
         EXPECT_EQ(out, 1u);
 
         SCOPED_TRACE(r.set);
         reset();
-        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
-        EXPECT_EQ(r.setter(a(), 1), kFailStatus);
+        ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
+        EXPECT_EQ(r.setter(a(), 1), kFail);
         // A carry-on setter raises the change flag all the same, so the write-back finds no
         // record and refuses; an early one leaves nothing to write.
-        const bool raised = isExt(r) ? Peer::propExtChanged(a()) : Peer::propChanged(a());
+        const bool raised = isExt(r) ? P::propExtChanged(a()) : P::propChanged(a());
         EXPECT_EQ(raised, r.setForm == C);
         EXPECT_EQ(a().endCtlrPropUpdate(), r.setForm == C ? -1 : 0);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
@@ -332,7 +308,7 @@ TEST_F(PropertiesTest, NullPointersAreRefusedBeforeAnyRequest) {
     EXPECT_EQ(a().getalarmState(nullptr), -1);
     EXPECT_EQ(a().getHostInfo(nullptr), -1);
     EXPECT_TRUE(ctrl.requests().empty());
-    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_FALSE(P::propChanged(a()));
 }
 
 // ---------------------------------------------------------------------------
@@ -420,33 +396,33 @@ TEST_F(PropertiesTest, SpaceValuesOverlayTheLowSwitchesOfTheSecondSet) {
 }
 
 TEST_F(PropertiesTest, PredFailIntervalNeedsTheExtension) {
-    serve(pattern(64)); // no extension on this controller
+    serve(mixed(64)); // no extension on this controller
     unsigned short interval = 0x1111;
     EXPECT_EQ(a().getPredFailDAInterval(&interval), -1);
     EXPECT_EQ(interval, 0x1111);
     EXPECT_EQ(a().setPredFailDAInterval(30), -1);
-    EXPECT_FALSE(Peer::propExtChanged(a()));
-    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_FALSE(P::propExtChanged(a()));
+    EXPECT_FALSE(P::propChanged(a()));
     EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
 }
 
 TEST_F(PropertiesTest, SecuritySettingsOnlyLoadTheProperties) {
-    serve(pattern(64));
+    serve(mixed(64));
     unsigned int v = 0xDEAD;
     EXPECT_EQ(a().getSecurityKeyPerPD(&v), 0);
     EXPECT_EQ(a().setSecurityKeyPerPD(&v), 0);
     EXPECT_EQ(a().getSecureAllPDs(&v), 0);
     EXPECT_EQ(a().setSecureAllPDs(&v), 0);
     EXPECT_EQ(v, 0xDEADu);
-    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_FALSE(P::propChanged(a()));
     EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
 
     reset();
-    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFailStatus));
-    EXPECT_EQ(a().getSecureAllPDs(&v), kFailStatus);
-    EXPECT_EQ(a().setSecurityKeyPerPD(&v), kFailStatus);
-    EXPECT_FALSE(Peer::propChanged(a()));
+    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().getSecureAllPDs(&v), kFail);
+    EXPECT_EQ(a().setSecurityKeyPerPD(&v), kFail);
+    EXPECT_FALSE(P::propChanged(a()));
 }
 
 // ---------------------------------------------------------------------------
@@ -493,9 +469,9 @@ TEST_F(PropertiesTest, ControllerInformationAccessorsReadTheirBits) {
             EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 0u);
         }
         reset();
-        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFailStatus));
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
         std::uint32_t out = 1;
-        EXPECT_EQ(r.getter(a(), out), kFailStatus);
+        EXPECT_EQ(r.getter(a(), out), kFail);
         EXPECT_EQ(out, 1u);
     }
 }
@@ -509,9 +485,9 @@ TEST_F(PropertiesTest, PowerSavingsPassesTheDisableByteThrough) {
     EXPECT_EQ(out, 1);
 
     reset();
-    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::fail(kFailStatus));
+    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::fail(kFail));
     out = 9;
-    EXPECT_EQ(a().isPowerSavingsSupported(&out), kFailStatus);
+    EXPECT_EQ(a().isPowerSavingsSupported(&out), kFail);
     EXPECT_EQ(out, 9);
 }
 
@@ -531,7 +507,7 @@ TEST_F(PropertiesTest, AlarmStateIsReadDirectly) {
         {0, 2, 0, 2},
         {0, 7, 0, 0xEE},
         {0x22, 0, 0, 3}, // no alarm hardware
-        {kFailStatus, 1, kFailStatus, 0xEE},
+        {kFail, 1, kFail, 0xEE},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.status << "/" << int(c.byte));
@@ -543,9 +519,9 @@ TEST_F(PropertiesTest, AlarmStateIsReadDirectly) {
         EXPECT_EQ(a().getalarmState(&state), c.rc);
         EXPECT_EQ(state, c.state);
         ASSERT_EQ(ctrl.requests().size(), 1u); // no cache is loaded
-        const kvitest::FakeRequest& r = ctrl.requests()[0];
+        const FakeRequest& r = ctrl.requests()[0];
         EXPECT_EQ(r.opcode, 0x01030100u);
-        EXPECT_EQ(r.mbox, kvitest::Mbox{});
+        EXPECT_EQ(r.mbox, Mbox{});
         EXPECT_EQ(r.callerLength, 0u);
         EXPECT_GE(r.capacity, 1u);
         EXPECT_EQ(r.length, 1u);
@@ -561,7 +537,7 @@ TEST_F(PropertiesTest, AlarmSetterPicksItsCommand) {
         ASSERT_EQ(ctrl.requests().size(), 1u);
         EXPECT_EQ(ctrl.requests()[0].opcode, opcodes[v]);
         EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
-        EXPECT_EQ(ctrl.requests()[0].mbox, kvitest::Mbox{});
+        EXPECT_EQ(ctrl.requests()[0].mbox, Mbox{});
     }
     reset();
     EXPECT_EQ(a().setalarmState(3), -1);
@@ -572,16 +548,16 @@ TEST_F(PropertiesTest, AlarmSetterBringsTheCachedEnableInLineWithoutAWrite) {
     serve(Bytes(64, 0));
     ASSERT_EQ(a().beginCtlrPropUpdate(), 0);
     ASSERT_EQ(a().setalarmState(1), 0);
-    EXPECT_EQ(Peer::prop(a())->alarmEnable, 1);
+    EXPECT_EQ(P::prop(a())->alarmEnable, 1);
     ASSERT_EQ(a().setalarmState(2), 0); // silencing changes nothing cached
-    EXPECT_EQ(Peer::prop(a())->alarmEnable, 1);
-    EXPECT_FALSE(Peer::propChanged(a()));
+    EXPECT_EQ(P::prop(a())->alarmEnable, 1);
+    EXPECT_FALSE(P::propChanged(a()));
     EXPECT_EQ(a().endCtlrPropUpdate(), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
 
-    ctrl.answer(KV_DCMD_CTRL_ALARM_DISABLE, FakeAnswer::fail(kFailStatus));
-    EXPECT_EQ(a().setalarmState(0), kFailStatus);
-    EXPECT_EQ(Peer::prop(a())->alarmEnable, 1);
+    ctrl.answer(KV_DCMD_CTRL_ALARM_DISABLE, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().setalarmState(0), kFail);
+    EXPECT_EQ(P::prop(a())->alarmEnable, 1);
 }
 
 // ---------------------------------------------------------------------------
@@ -594,11 +570,11 @@ TEST_F(PropertiesTest, FactoryDefaultsAndFlushCache) {
     EXPECT_EQ(ctrl.requests()[0].opcode, 0x010D0000u);
     EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
     EXPECT_EQ(ctrl.requests()[1].opcode, 0x01101000u);
-    EXPECT_EQ(ctrl.requests()[1].mbox, kvitest::mboxWords(3)); // DDR + disk
+    EXPECT_EQ(ctrl.requests()[1].mbox, mboxWords(3)); // DDR + disk
     EXPECT_FALSE(ctrl.requests()[1].callerBuffer);
 
-    ctrl.answer(KV_DCMD_CTRL_CACHE_FLUSH, FakeAnswer::fail(kFailStatus));
-    EXPECT_EQ(a().flushCache(), kFailStatus);
+    ctrl.answer(KV_DCMD_CTRL_CACHE_FLUSH, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().flushCache(), kFail);
 }
 
 TEST_F(PropertiesTest, HostInfoGivesTheSlotNumber) {
@@ -608,14 +584,14 @@ TEST_F(PropertiesTest, HostInfoGivesTheSlotNumber) {
     unsigned char slot = 0;
     EXPECT_EQ(a().getHostInfo(&slot), 0);
     EXPECT_EQ(slot, 5);
-    const kvitest::FakeRequest* r = ctrl.last(0x010C0700);
+    const FakeRequest* r = ctrl.last(0x010C0700);
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->length, 64u);
     EXPECT_EQ(r->capacity, 64u);
 
-    ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET, FakeAnswer::fail(kFailStatus));
+    ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET, FakeAnswer::fail(kFail));
     slot = 77;
-    EXPECT_EQ(a().getHostInfo(&slot), kFailStatus);
+    EXPECT_EQ(a().getHostInfo(&slot), kFail);
     EXPECT_EQ(slot, 77);
 }
 
@@ -625,9 +601,9 @@ TEST_F(PropertiesTest, KeyIdReadAndWrite) {
     std::string id = "old";
     EXPECT_EQ(a().getKeyID(id, 0x42), 0);
     EXPECT_EQ(id, "key-7");
-    const kvitest::FakeRequest* r = ctrl.last(0x01150301);
+    const FakeRequest* r = ctrl.last(0x01150301);
     ASSERT_NE(r, nullptr);
-    kvitest::Mbox mbox{};
+    Mbox mbox{};
     mbox[0] = 0xFF;
     mbox[1] = 0xFF;
     mbox[2] = 0x42;
@@ -639,15 +615,15 @@ TEST_F(PropertiesTest, KeyIdReadAndWrite) {
     EXPECT_EQ(a().getKeyID(id, 0), 0);
     EXPECT_EQ(id, std::string(256, 'z'));
 
-    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, FakeAnswer::fail(kFailStatus));
-    EXPECT_EQ(a().getKeyID(id, 0), kFailStatus);
+    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().getKeyID(id, 0), kFail);
     EXPECT_EQ(id, std::string(256, 'z'));
 
     std::string newId = "escrow-1";
     EXPECT_EQ(a().setKeyID(newId), 0);
-    const kvitest::FakeRequest* w = ctrl.last(0x01150302);
+    const FakeRequest* w = ctrl.last(0x01150302);
     ASSERT_NE(w, nullptr);
-    kvitest::Mbox setMbox{};
+    Mbox setMbox{};
     setMbox[0] = 0xFF;
     setMbox[1] = 0xFF;
     EXPECT_EQ(w->mbox, setMbox);

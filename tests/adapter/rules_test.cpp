@@ -4,30 +4,17 @@
 // policies, configuration permission, capability bits, and the requests of
 // their own (OEM identifier, fresh controller information, logical-drive
 // list query, shutdown/restart, non-volatile cache and SSD cache reads).
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
+using namespace kvitest;
+
 using List = std::vector<unsigned char>;
 
-constexpr int kFail = -1000; // "this call returns the status below, output untouched"
+constexpr int kRefused = -1000; // "this call returns the status below, output untouched"
 
 // The drive counts every variant starts from: distinct per level so that a
 // wrong pairing shows (min in bits 0-3, max in bits 4-15).
@@ -73,8 +60,8 @@ const Variant kNoSpans{"oem2_rlq0_no_spans",
 
 class RulesTest : public ::testing::Test {
 protected:
-    kvitest::FakeController ctrl;
-    kvitest::LogCapture log;
+    FakeController ctrl;
+    LogCapture log;
     std::unique_ptr<AdapterDataKvi> obj;
 
     AdapterDataKvi& use(const Variant& v) {
@@ -103,7 +90,7 @@ protected:
 // ---------------------------------------------------------------------------
 // Drives per span
 
-// Expected (min, max) per level in each variant; kFail = -1 returned.
+// Expected (min, max) per level in each variant; kRefused = -1 returned.
 struct PdRow {
     unsigned char level;
     int min[6];
@@ -119,16 +106,28 @@ const PdRow kPdRows[] = {
     {5, {3, 3, 3, 3, 3, 3}, {35, 35, 35, 35, 35, 35}},
     {6, {3, 4, 4, 3, 3, 4}, {37, 37, 37, 37, 37, 37}},
     {17, {5, 5, 5, 5, 5, 5}, {36, 36, 36, 36, 36, 36}},
-    {32, {2, 2, 2, 2, 2, 2}, {16, 30, 16, 16, 16, kFail}},
+    {32, {2, 2, 2, 2, 2, 2}, {16, 30, 16, 16, 16, kRefused}},
     {33, {3, 3, 3, 3, 3, 3}, {16, 16, 16, 16, 16, 16}},
     {34, {5, 4, 4, 5, 5, 4}, {16, 16, 16, 16, 16, 16}},
     {35, {7, 7, 7, 7, 7, 7}, {10, 10, 10, 10, 10, 10}},
-    {2, {kFail, kFail, kFail, kFail, kFail, kFail}, {kFail, kFail, kFail, kFail, kFail, kFail}},
-    {3, {kFail, kFail, kFail, kFail, kFail, kFail}, {kFail, kFail, kFail, kFail, kFail, kFail}},
-    {4, {kFail, kFail, kFail, kFail, kFail, kFail}, {kFail, kFail, kFail, kFail, kFail, kFail}},
-    {16, {kFail, kFail, kFail, kFail, kFail, kFail}, {kFail, kFail, kFail, kFail, kFail, kFail}},
-    {37, {kFail, kFail, kFail, kFail, kFail, kFail}, {kFail, kFail, kFail, kFail, kFail, kFail}},
-    {255, {kFail, kFail, kFail, kFail, kFail, kFail}, {kFail, kFail, kFail, kFail, kFail, kFail}},
+    {2,
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
+    {3,
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
+    {4,
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
+    {16,
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
+    {37,
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
+    {255,
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
 };
 
 TEST_F(RulesTest, DrivesPerSpanOverVariants) {
@@ -139,12 +138,12 @@ TEST_F(RulesTest, DrivesPerSpanOverVariants) {
             AdapterDataKvi& a = use(*kPdVariants[v]);
             unsigned char out = 0xEE;
             const int wantMin = row.min[v];
-            EXPECT_EQ(a.getMinPdPerSpan(&out, row.level), wantMin == kFail ? -1 : 0);
-            EXPECT_EQ(out, wantMin == kFail ? 0xEE : wantMin);
+            EXPECT_EQ(a.getMinPdPerSpan(&out, row.level), wantMin == kRefused ? -1 : 0);
+            EXPECT_EQ(out, wantMin == kRefused ? 0xEE : wantMin);
             out = 0xEE;
             const int wantMax = row.max[v];
-            EXPECT_EQ(a.getMaxPdPerSpan(&out, row.level), wantMax == kFail ? -1 : 0);
-            EXPECT_EQ(out, wantMax == kFail ? 0xEE : wantMax);
+            EXPECT_EQ(a.getMaxPdPerSpan(&out, row.level), wantMax == kRefused ? -1 : 0);
+            EXPECT_EQ(out, wantMax == kRefused ? 0xEE : wantMax);
         }
     }
 }
@@ -298,13 +297,13 @@ TEST_F(RulesTest, StripSizes) {
 TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
     const struct {
         std::uint8_t writeBack, readAhead, badBbu, cachedIo;
-        int wr, rd, bad, cache; // kFail: -1 returned
+        int wr, rd, bad, cache; // kRefused: -1 returned
         int rdOut;              // what the read policy output holds afterwards
     } cases[] = {
         {0, 0, 0, 1, 1, 2, 0, 0, 2},
         {1, 1, 1, 0, 0, 0, 1, 1, 0},
         {2, 2, 0, 2, 2, 0, 0, 1, 0},
-        {3, 3, 2, 1, kFail, kFail, kFail, 0, 3},
+        {3, 3, 2, 1, kRefused, kRefused, kRefused, 0, 3},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.writeBack) + "/" + std::to_string(c.readAhead));
@@ -315,12 +314,12 @@ TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
         mfc.cachedIo = c.cachedIo;
         AdapterDataKvi& a = useMfc(mfc);
         unsigned char wr = 0xEE, rd = 0xEE, bad = 0xEE, cache = 0xEE;
-        EXPECT_EQ(a.getDefaultWrPolicy(&wr), c.wr == kFail ? -1 : 0);
-        EXPECT_EQ(wr, c.wr == kFail ? 0xEE : c.wr);
-        EXPECT_EQ(a.getDefaultRdPolicy(&rd), c.rd == kFail ? -1 : 0);
+        EXPECT_EQ(a.getDefaultWrPolicy(&wr), c.wr == kRefused ? -1 : 0);
+        EXPECT_EQ(wr, c.wr == kRefused ? 0xEE : c.wr);
+        EXPECT_EQ(a.getDefaultRdPolicy(&rd), c.rd == kRefused ? -1 : 0);
         EXPECT_EQ(rd, c.rdOut); // the raw code stays when unmapped
-        EXPECT_EQ(a.getDefaultWriteCacheBadBBU(&bad), c.bad == kFail ? -1 : 0);
-        EXPECT_EQ(bad, c.bad == kFail ? 0xEE : c.bad);
+        EXPECT_EQ(a.getDefaultWriteCacheBadBBU(&bad), c.bad == kRefused ? -1 : 0);
+        EXPECT_EQ(bad, c.bad == kRefused ? 0xEE : c.bad);
         EXPECT_EQ(a.getDefaultCachePolicy(&cache), 0);
         EXPECT_EQ(cache, c.cache);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
@@ -538,10 +537,10 @@ TEST_F(RulesTest, OemRequest) {
     EXPECT_EQ(a.getOem(&oem), 0);
     EXPECT_EQ(oem, 7);
     const auto* r = ctrl.last(KV_DCMD_CTRL_OEM_ID_GET);
-    EXPECT_EQ(r->mbox, kvitest::Mbox{});
+    EXPECT_EQ(r->mbox, Mbox{});
     EXPECT_EQ(r->callerLength, 0u);
     {
-        kvitest::ProviderOffGuard off;
+        ProviderOffGuard off;
         ctrl.clear();
         oem = 0;
         EXPECT_EQ(a.getOem(&oem), -1);
@@ -553,7 +552,7 @@ TEST_F(RulesTest, ShutdownAndRestartFlags) {
     AdapterDataKvi& a = use(kPlain);
     const struct {
         bool restart, flag;
-        kvitest::Mbox mbox;
+        Mbox mbox;
     } cases[] = {
         {false, true, {1}}, {false, false, {0}}, {true, true, {0, 1}}, {true, false, {0, 0}}};
     for (const auto& c : cases) {
@@ -599,7 +598,7 @@ TEST_F(RulesTest, SixtyFourDriveLimit) {
                         c.listStatus ? FakeAnswer::fail(c.listStatus) : FakeAnswer::ok(c.list));
         EXPECT_EQ(a.isCtrlhas64VDLimit(), c.result);
         ASSERT_EQ(ctrl.requests().size(), c.requests);
-        kvitest::Mbox want{};
+        Mbox want{};
         want[2] = 1;
         for (const auto& r : ctrl.requests()) {
             EXPECT_EQ(r.mbox, want);

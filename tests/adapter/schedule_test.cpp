@@ -5,29 +5,15 @@
 // written back, the exclusion list and start times in zones with summer time. Then what
 // each schedule does alone: patrol read field setters, options, control and status; the
 // consistency check's one-call setter, delay rules, support test and status.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
 #include <ctime>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
+#include "tests/adapter/AdapterFixture.h"
 #include "tests/support/TzGuard.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using kvitest::TzGuard;
-using P = AdapterDataKviPeer;
+using namespace kvitest;
+
 using Ids = std::vector<unsigned short>;
 
 tm wallClock(int year, int mon, int mday, int hour, int min) {
@@ -87,7 +73,7 @@ const Zone kZones[] = {
 
 class ScheduleTest : public ::testing::TestWithParam<Form> {
 protected:
-    kvitest::FakeController ctrl;
+    FakeController ctrl;
     std::unique_ptr<AdapterDataKvi> obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
     AdapterDataKvi& a() { return *obj; }
     const Form& f() const { return GetParam(); }
@@ -108,7 +94,7 @@ protected:
     void TearDown() override {
         for (const auto& r : ctrl.requests()) {
             if (r.opcode == getOp() || r.opcode == setOp()) {
-                kvitest::Mbox want{};
+                Mbox want{};
                 want[0] = f().ext ? 1 : 0;
                 EXPECT_EQ(r.mbox, want) << r.describe();
                 EXPECT_EQ(r.callerLength, f().length) << r.describe();
@@ -420,7 +406,7 @@ TEST_P(PatrolTest, DriveOptions) {
 }
 
 TEST(PatrolRead, ShortListReadsAtMost64IdsWhateverTheCount) {
-    kvitest::FakeController ctrl;
+    FakeController ctrl;
     AdapterDataKvi a{&ctrl, nullptr};
     KV_PR_PROPERTIES rec{};
     rec.excludeLdCount = 200;
@@ -435,7 +421,7 @@ TEST(PatrolRead, ShortListReadsAtMost64IdsWhateverTheCount) {
 }
 
 TEST(PatrolRead, ControlRequestsCarryOpcodeAndMailboxOnly) {
-    kvitest::FakeController ctrl;
+    FakeController ctrl;
     AdapterDataKvi a{&ctrl, nullptr};
     const struct {
         std::function<int()> call;
@@ -453,7 +439,7 @@ TEST(PatrolRead, ControlRequestsCarryOpcodeAndMailboxOnly) {
         ASSERT_EQ(ctrl.requests().size(), 1u);
         const auto& r = ctrl.requests()[0];
         EXPECT_EQ(r.opcode, c.opcode);
-        kvitest::Mbox want{};
+        Mbox want{};
         want[0] = c.b0;
         EXPECT_EQ(r.mbox, want);
         EXPECT_FALSE(r.callerBuffer);
@@ -463,7 +449,7 @@ TEST(PatrolRead, ControlRequestsCarryOpcodeAndMailboxOnly) {
 }
 
 TEST(PatrolRead, StatusReadersAndTheirFailureAnswers) {
-    kvitest::FakeController ctrl;
+    FakeController ctrl;
     AdapterDataKvi a{&ctrl, nullptr};
     KV_PR_STATUS st{};
     st.numIteration = 0x01020304;
@@ -485,7 +471,7 @@ TEST(PatrolRead, StatusReadersAndTheirFailureAnswers) {
 }
 
 TEST(PatrolRead, EpochAndSummerTimeShiftPerZone) {
-    kvitest::FakeController ctrl;
+    FakeController ctrl;
     AdapterDataKvi a{&ctrl, nullptr};
     for (const Zone& z : kZones) {
         SCOPED_TRACE(z.tz);
@@ -624,7 +610,7 @@ TEST_P(CcTest, SupportTest) {
 }
 
 TEST(ConsistencyCheck, StatusReadersWriteOnlyOnSuccess) {
-    kvitest::FakeController ctrl;
+    FakeController ctrl;
     AdapterDataKvi a{&ctrl, nullptr};
     KV_CC_SCHEDULE_STATUS st{};
     st.numIteration = 0x0A0B0C0D;

@@ -2,29 +2,14 @@
 // and 104, field offsets, mailbox byte 0 from the mode), refusal of texts that
 // do not fit, that no key text stays in the object or reaches the debug log,
 // and the key-state queries.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <memory>
 #include <new>
-#include <string>
-#include <vector>
 
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using P = AdapterDataKviPeer;
+using namespace kvitest;
 
 void put(Bytes& b, std::size_t off, const std::string& text) {
     std::memcpy(b.data() + off, text.data(), text.size());
@@ -32,8 +17,8 @@ void put(Bytes& b, std::size_t off, const std::string& text) {
 
 class SecurityTest : public ::testing::Test {
 protected:
-    kvitest::FakeController ctrl;
-    kvitest::LogCapture log;
+    FakeController ctrl;
+    LogCapture log;
     AdapterDataKvi a{&ctrl, nullptr};
 };
 
@@ -77,7 +62,7 @@ TEST_F(SecurityTest, KeyRequestsCarryExactlyTheirRecords) {
         ASSERT_EQ(ctrl.requests().size(), 1u);
         const auto& r = ctrl.requests()[0];
         EXPECT_EQ(r.opcode, c.opcode);
-        kvitest::Mbox want{};
+        Mbox want{};
         want[0] = c.b0;
         EXPECT_EQ(r.mbox, want);
         EXPECT_EQ(r.callerLength, 0u); // the opcode's standard size
@@ -91,7 +76,7 @@ TEST_F(SecurityTest, KeyRequestsCarryExactlyTheirRecords) {
     EXPECT_EQ(a.destroyLockKey(), 0);
     ASSERT_EQ(ctrl.requests().size(), 1u);
     EXPECT_EQ(ctrl.requests()[0].opcode, static_cast<std::uint32_t>(KV_DCMD_CTRL_LOCK_KEY_DESTROY));
-    EXPECT_EQ(ctrl.requests()[0].mbox, kvitest::Mbox{});
+    EXPECT_EQ(ctrl.requests()[0].mbox, Mbox{});
     EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
 
     // Firmware refusals come back unchanged.
@@ -133,7 +118,7 @@ TEST_F(SecurityTest, SuggestedPassphrase) {
     EXPECT_EQ(out, "Sugg3sted!Phrase");
     const auto* r = ctrl.last(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE);
     EXPECT_EQ(r->capacity, 36u);
-    EXPECT_EQ(r->mbox, kvitest::Mbox{});
+    EXPECT_EQ(r->mbox, Mbox{});
 
     // A reply without a NUL is read only as far as its field.
     std::memset(answer.passPhrase, 'x', sizeof answer.passPhrase);
@@ -156,8 +141,8 @@ bool containsText(const void* p, std::size_t n, const std::string& text) {
 // After every key operation, the key texts are in no record the object keeps,
 // not in the object itself, and in no log line (logged at every level).
 TEST(SecurityKeys, KeyTextIsLeftNowhere) {
-    kvitest::FakeController ctrl;
-    kvitest::LogCapture log;
+    FakeController ctrl;
+    LogCapture log;
     // The object lives in zeroed storage so that its padding bytes, scanned
     // below, are defined.
     struct Destroy {

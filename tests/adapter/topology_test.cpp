@@ -1,31 +1,16 @@
 // Topology: phy table fields and bit positions, index limits, the connector
 // and mux tables, the mux update transaction, lanes, link speeds, the
 // controller SAS address and the interface-level checks.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "RaidLib/RaidFw/Kvi/ADataKvi.h"
-#include "firmware/kv.h"
-#include "firmware/kvi.h"
-#include "tests/adapter/AdapterDataKviPeer.h"
-#include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
+#include "tests/adapter/AdapterFixture.h"
 
 namespace {
 
-using kvitest::Bytes;
-using kvitest::FakeAnswer;
-using P = AdapterDataKviPeer;
+using namespace kvitest;
 
 class TopologyTest : public ::testing::Test {
 protected:
-    kvitest::FakeController ctrl;
-    kvitest::LogCapture log;
+    FakeController ctrl;
+    LogCapture log;
     AdapterDataKvi a{&ctrl, nullptr};
 };
 
@@ -222,7 +207,7 @@ TEST_F(TopologyTest, LinkSpeedRequestAndTexts) {
     EXPECT_EQ(a.setLinkSpeed(0x105, 0x208), 0);
     const auto* r = ctrl.last(KV_DCMD_SAS_CONFIG_SET_LINK_SPEED);
     ASSERT_NE(r, nullptr);
-    kvitest::Mbox want{};
+    Mbox want{};
     want[0] = 0x05;
     want[1] = 0x08;
     EXPECT_EQ(r->mbox, want);
