@@ -421,6 +421,8 @@ TEST_F(CacheTest, EventLogInfoIsReadEveryCallAndKeepsItsBufferOnFailure) {
     first.bootSeqNum = 12;
     ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::record(first));
     KV_EVT_LOG_INFO* out = nullptr;
+    EXPECT_EQ(a().getEventLogInfo(nullptr), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
     EXPECT_EQ(a().getEventLogInfo(&out), 0);
     ASSERT_NE(out, nullptr);
     EXPECT_EQ(out, P::eventLogInfo(a())); // the object's own record
@@ -437,14 +439,6 @@ TEST_F(CacheTest, EventLogInfoIsReadEveryCallAndKeepsItsBufferOnFailure) {
     EXPECT_EQ(P::eventLogInfo(a()), out);
     EXPECT_EQ(out->newestSeqNum, 0u);
     EXPECT_EQ(out->bootSeqNum, 0u);
-}
-
-TEST_F(CacheTest, NullOutPointersAreRefusedBeforeAnyRequest) {
-    EXPECT_EQ(a().getEventLogInfo(nullptr), -1);
-    EXPECT_EQ(a().getPrStatus(nullptr), -1);
-    EXPECT_EQ(a().getCcScStatus(nullptr), -1);
-    EXPECT_EQ(a().getCtrlTime(nullptr), -1);
-    EXPECT_TRUE(ctrl.requests().empty());
 }
 
 // ---------------------------------------------------------------------------
@@ -472,6 +466,8 @@ class RecordReadTest : public CacheTest, public ::testing::WithParamInterface<Re
 
 TEST_P(RecordReadTest, FillsTheCallersRecordOnlyOnSuccess) {
     const RecordRead& r = GetParam();
+    EXPECT_EQ(r.read(a(), nullptr), -1);
+    EXPECT_TRUE(ctrl.requests().empty());
     Bytes out(r.size, 0xEE);
     ctrl.answerOnce(r.opcode, FakeAnswer{kNoHw, pattern(r.size, 3), {}, {}});
     ctrl.answer(r.opcode, FakeAnswer::ok(pattern(r.size, 7)));
@@ -491,174 +487,196 @@ INSTANTIATE_TEST_SUITE_P(Reads, RecordReadTest, ::testing::ValuesIn(kRecordReads
                              return std::string(info.param.name);
                          });
 
-TEST_F(CacheTest, ControllerTimeFieldsLandWhereTheRecordSaysAndTheExitLineCarriesTheStatus) {
-    KV_TIME_STAMP ts{};
-    ts.year = 2025;
-    ts.month = 3;
-    ts.day = 5;
-    ts.hour = 14;
-    ts.min = 37;
-    ts.sec = 9;
-    ctrl.answer(KV_DCMD_CTRL_TIME_GET, FakeAnswer::record(ts));
-    KV_TIME_STAMP out{};
-    EXPECT_EQ(a().getCtrlTime(&out), 0);
-    EXPECT_EQ(out.year, 2025);
-    EXPECT_EQ(out.month, 3);
-    EXPECT_EQ(out.sec, 9);
-}
-
 // ---------------------------------------------------------------------------
 // Image component lists
 
-class FlashTest : public CacheTest {
-protected:
-    void script(bool dual, const std::vector<std::string>& active,
-                const std::vector<std::string>& pending,
-                const std::vector<std::string>& backup = {}) {
-        scriptInfo(false, false, dual);
-        ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList(active)));
-        ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList(pending)));
-        ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList(backup)));
+using Reads = std::vector<std::pair<int, std::uint32_t>>;
+
+// The image component lists as (mailbox byte 0, caller length) per read, in order.
+Reads flashReads(const FakeController& ctrl) {
+    Reads out;
+    for (const FakeRequest& r : ctrl.requests()) {
+        if (r.opcode == kFlash) {
+            EXPECT_EQ(Bytes(r.mbox.begin() + 1, r.mbox.end()), Bytes(11, 0)) << r.describe();
+            // Room for the head and every entry.
+            EXPECT_GE(r.capacity, r.length + (r.callerLength != 0 ? 8u : 0u));
+            out.emplace_back(r.mbox[0], r.callerLength);
+        }
     }
-    // The flash requests, as (b[0], caller length) pairs, in order.
-    std::vector<std::pair<int, std::uint32_t>> flashReads() const {
-        std::vector<std::pair<int, std::uint32_t>> out;
-        for (const FakeRequest& r : ctrl.requests()) {
-            if (r.opcode == kFlash) {
-                out.emplace_back(r.mbox[0], r.callerLength);
+    return out;
+}
+
+// Running (mailbox byte 0), backup (2, dual-image controllers only) and pending (1) lists: a
+// head read at the standard size, then the entries (count x 72) unless there are none; a count
+// above 1024 is refused before the second read, a failure stops everything after it.
+TEST_F(CacheTest, ImageListsAreReadInTwoPasses) {
+    constexpr std::uint32_t kListed = ~0u;
+    struct L {
+        std::vector<std::string> names;
+        std::uint32_t headCount = kListed, listCount = kListed;
+        int headStatus = 0, listStatus = 0;
+    };
+    const struct {
+        const char* what;
+        bool dual;
+        L active, backup, pending;
+        int rc;
+        Reads reads;
+        const char* held; // running, backup, pending list held ('-': none, '?': not checked)
+        int activeCount, pendingCount;
+    } cases[] = {
+        {"no dual image: no backup",
+         false,
+         {{"APP", "BIOS"}},
+         {{"APP"}},
+         {},
+         0,
+         {{0, 0}, {0, 144}, {1, 0}},
+         "a--",
+         2,
+         0},
+        {"dual image and pending",
+         true,
+         {{"APP"}},
+         {{"APP", "BIOS", "BTBL"}},
+         {{"APP", "BIOS"}},
+         0,
+         {{0, 0}, {0, 72}, {2, 0}, {2, 216}, {1, 0}, {1, 144}},
+         "abp",
+         1,
+         2},
+        {"running count above 1024", true, {{}, 1025}, {}, {}, -1, {{0, 0}}, "???", -1, -1},
+        {"backup count above 1024",
+         true,
+         {{"APP"}},
+         {{}, 0xFFFFFFFEu},
+         {},
+         -1,
+         {{0, 0}, {0, 72}, {2, 0}},
+         "???",
+         -1,
+         -1},
+        {"pending count above 1024",
+         true,
+         {{"APP"}},
+         {{"APP"}},
+         {{}, 1025},
+         -1,
+         {{0, 0}, {0, 72}, {2, 0}, {2, 72}, {1, 0}},
+         "???",
+         -1,
+         0},
+        {"1024 is read",
+         true,
+         {{"APP"}},
+         {{"APP"}},
+         {{}, 1024},
+         0,
+         {{0, 0}, {0, 72}, {2, 0}, {2, 72}, {1, 0}, {1, 1024 * 72}},
+         "abp",
+         1,
+         1024},
+        {"empty running image: standard length",
+         false,
+         {},
+         {},
+         {},
+         0,
+         {{0, 0}, {0, 0}, {1, 0}},
+         "a--",
+         0,
+         0},
+        {"second answer claiming more: capped",
+         false,
+         {{"APP", "BIOS"}, 1, 40},
+         {},
+         {},
+         0,
+         {{0, 0}, {0, 72}, {1, 0}},
+         "a--",
+         1,
+         0},
+        {"backup list fails",
+         true,
+         {{"APP"}},
+         {{"APP"}, kListed, kListed, 0, 8},
+         {{"APP"}},
+         8,
+         {{0, 0}, {0, 72}, {2, 0}, {2, 72}},
+         "a--",
+         1,
+         -1},
+        {"pending head fails",
+         false,
+         {{"APP"}},
+         {},
+         {{}, kListed, kListed, 2},
+         2,
+         {{0, 0}, {0, 72}, {1, 0}},
+         "a--",
+         1,
+         0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        reset();
+        scriptInfo(false, false, c.dual);
+        ctrl.backend().setHandler([&c](const kvi::DirectCommand& cmd) -> std::optional<FakeAnswer> {
+            if (cmd.opcode != kFlash) {
+                return std::nullopt;
+            }
+            const L& l = cmd.mbox[0] == 0 ? c.active : cmd.mbox[0] == 2 ? c.backup : c.pending;
+            const bool list = cmd.length != 80; // the head pass moves the standard 8 + 72 bytes
+            const int status = list ? l.listStatus : l.headStatus;
+            const std::uint32_t count = list ? l.listCount : l.headCount;
+            return status != 0 ? FakeAnswer::fail(status)
+                               : FakeAnswer::ok(
+                                     flashList(l.names, count == kListed ? l.names.size() : count));
+        });
+        EXPECT_EQ(a().getFwCompData(), c.rc);
+        EXPECT_EQ(ctrl.opcodes().front(), static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
+        EXPECT_EQ(flashReads(ctrl), c.reads);
+        const KV_FLASH_COMP_INFO_LIST* lists[3] = {P::activeFlash(a()), P::backupFlash(a()),
+                                                   P::pendingFlash(a())};
+        for (int i = 0; i < 3; ++i) {
+            if (c.held[i] != '?') {
+                EXPECT_EQ(lists[i] != nullptr, c.held[i] != '-') << i;
             }
         }
-        return out;
-    }
-    using Reads = std::vector<std::pair<int, std::uint32_t>>;
-};
-
-TEST_F(FlashTest, WithoutDualImageSupportBackupIsNeverAsked) {
-    script(false, {"APP", "BIOS"}, {}, {"APP"});
-    EXPECT_EQ(a().getFwCompData(), 0);
-    // Running head, running list (2 x 72), pending head only (no pending components).
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 144}, {1, 0}}));
-    EXPECT_EQ(ctrl.countB0(kFlash, 2), 0u);
-    EXPECT_EQ(ctrl.opcodes().front(), static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
-    for (const FakeRequest& r : ctrl.requests()) {
-        EXPECT_EQ(Bytes(r.mbox.begin() + 1, r.mbox.end()), Bytes(11, 0)) << r.describe();
-    }
-    EXPECT_EQ(P::backupFlash(a()), nullptr);
-    EXPECT_EQ(P::pendingFlash(a()), nullptr);
-    EXPECT_EQ(P::pendingCount(a()), 0);
-
-    const KV_FLASH_COMP_INFO_LIST* list = P::activeFlash(a());
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->count, 2u);
-    ASSERT_NE(AdapterDataKvi::flashComp(list, 1), nullptr);
-    EXPECT_STREQ(AdapterDataKvi::flashComp(list, 0)->name, "APP");
-    EXPECT_STREQ(AdapterDataKvi::flashComp(list, 0)->version, "v0");
-    EXPECT_STREQ(AdapterDataKvi::flashComp(list, 1)->name, "BIOS");
-    EXPECT_EQ(AdapterDataKvi::flashComp(list, 2), nullptr);
-    // The buffer holds the head and every entry, although 144 bytes were moved.
-    EXPECT_GE(ctrl.requests()[2].capacity, 8u + 144u);
-}
-
-TEST_F(FlashTest, DualImageAndPendingListsAreReadInTwoPasses) {
-    script(true, {"APP"}, {"APP", "BIOS"}, {"APP", "BIOS", "BTBL"});
-    EXPECT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}, {2, 216}, {1, 0}, {1, 144}}));
-    EXPECT_EQ(P::pendingCount(a()), 2);
-    ASSERT_NE(P::backupFlash(a()), nullptr);
-    EXPECT_EQ(P::backupFlash(a())->count, 3u);
-    EXPECT_STREQ(AdapterDataKvi::flashComp(P::backupFlash(a()), 2)->name, "BTBL");
-    ASSERT_NE(P::pendingFlash(a()), nullptr);
-    EXPECT_STREQ(AdapterDataKvi::flashComp(P::pendingFlash(a()), 1)->name, "BIOS");
-}
-
-TEST_F(FlashTest, EveryCallReadsAgainAndListsWithoutNewsStayAsTheyWere) {
-    script(false, {"APP"}, {"APP"});
-    ASSERT_EQ(a().getFwCompData(), 0);
-    const KV_FLASH_COMP_INFO_LIST* pending = P::pendingFlash(a());
-    ASSERT_NE(pending, nullptr);
-    EXPECT_EQ(P::pendingCount(a()), 1);
-
-    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
-    ctrl.clear();
-    ASSERT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {1, 0}}));
-    EXPECT_EQ(P::pendingCount(a()), 0);
-    EXPECT_EQ(P::pendingFlash(a()), pending); // left as it was
-    EXPECT_STREQ(AdapterDataKvi::flashComp(P::pendingFlash(a()), 0)->name, "APP");
-}
-
-TEST_F(FlashTest, ACountAbove1024IsRefusedWithoutTheSecondRead) {
-    script(true, {}, {});
-    ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({}, 1025)));
-    EXPECT_EQ(a().getFwCompData(), -1);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}}));
-
-    ctrl.clear();
-    ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({"APP"})));
-    ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({}, 0xFFFFFFFFu)));
-    EXPECT_EQ(a().getFwCompData(), -1);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}}));
-
-    ctrl.clear();
-    ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({"APP"})));
-    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({}, 1025)));
-    EXPECT_EQ(a().getFwCompData(), -1);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}, {2, 72}, {1, 0}}));
-    EXPECT_EQ(P::pendingCount(a()), 0);
-
-    ctrl.clear();
-    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({}, 1024))); // the limit itself is read
-    EXPECT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(flashReads().back(), (std::pair<int, std::uint32_t>{1, 1024u * 72u}));
-    EXPECT_EQ(P::pendingCount(a()), 1024);
-}
-
-TEST_F(FlashTest, AnEmptyRunningImageIsReadWithTheStandardLength) {
-    script(false, {}, {});
-    EXPECT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 0}, {1, 0}}));
-    EXPECT_GE(ctrl.requests()[2].capacity, ctrl.requests()[2].length);
-    ASSERT_NE(P::activeFlash(a()), nullptr);
-    EXPECT_EQ(P::activeFlash(a())->count, 0u);
-}
-
-TEST_F(FlashTest, ASecondAnswerClaimingMoreEntriesIsCappedAtTheRoomHeld) {
-    scriptInfo(false);
-    ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP"})));             // head: 1 entry
-    ctrl.answerOnce(kFlash, FakeAnswer::ok(flashList({"APP", "BIOS"}, 40))); // list claims 40
-    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
-    EXPECT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {1, 0}}));
-    ASSERT_NE(P::activeFlash(a()), nullptr);
-    EXPECT_EQ(P::activeFlash(a())->count, 1u);
-    EXPECT_EQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 1), nullptr);
-}
-
-TEST_F(FlashTest, AFailedListReadReleasesItAndStops) {
-    script(true, {"APP"}, {"APP"}, {"APP"});
-    ASSERT_EQ(a().getFwCompData(), 0);
-    ctrl.clear();
-    // The backup list read (second pass of b[0] = 2) fails.
-    ctrl.backend().setHandler([](const kvi::DirectCommand& cmd) -> std::optional<FakeAnswer> {
-        if (cmd.opcode == kFlash && cmd.mbox[0] == 2 && cmd.length == 72) {
-            return FakeAnswer::fail(8);
+        if (c.activeCount >= 0) {
+            ASSERT_NE(lists[0], nullptr);
+            EXPECT_EQ(lists[0]->count, static_cast<std::uint32_t>(c.activeCount));
+            EXPECT_EQ(AdapterDataKvi::flashComp(lists[0], c.activeCount), nullptr);
         }
-        return std::nullopt;
-    });
-    EXPECT_EQ(a().getFwCompData(), 8);
-    EXPECT_EQ(P::backupFlash(a()), nullptr);
-    EXPECT_NE(P::activeFlash(a()), nullptr);
-    EXPECT_EQ(flashReads(), (Reads{{0, 0}, {0, 72}, {2, 0}, {2, 72}})); // no pending read
-}
+        if (c.pendingCount >= 0) {
+            EXPECT_EQ(P::pendingCount(a()), c.pendingCount);
+        }
+    }
+    // The entries of the lists held: name at +0, version at +8.
+    reset();
+    scriptInfo(false, false, true);
+    ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({"APP", "BIOS"})));
+    ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({"APP", "BIOS", "BTBL"})));
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({"APP"})));
+    ASSERT_EQ(a().getFwCompData(), 0);
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 0)->name, "APP");
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 0)->version, "v0");
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 1)->name, "BIOS");
+    EXPECT_STREQ(AdapterDataKvi::flashComp(P::backupFlash(a()), 2)->name, "BTBL");
+    const KV_FLASH_COMP_INFO_LIST* pending = P::pendingFlash(a());
+    EXPECT_STREQ(AdapterDataKvi::flashComp(pending, 0)->name, "APP");
 
-TEST_F(FlashTest, PendingHeadStatusIsTheResultWhenNothingIsPending) {
-    script(false, {"APP"}, {});
-    ctrl.answerB0(kFlash, 1, FakeAnswer::fail(2));
-    EXPECT_EQ(a().getFwCompData(), 2);
+    // Every call reads again; a list without news stays as it was.
+    ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
+    ctrl.clear();
+    ASSERT_EQ(a().getFwCompData(), 0);
+    EXPECT_EQ(flashReads(ctrl), (Reads{{0, 0}, {0, 144}, {2, 0}, {2, 216}, {1, 0}}));
     EXPECT_EQ(P::pendingCount(a()), 0);
-}
+    EXPECT_EQ(P::pendingFlash(a()), pending);
+    EXPECT_STREQ(AdapterDataKvi::flashComp(pending, 0)->name, "APP");
 
-TEST_F(FlashTest, ControllerInformationIsLoadedFirstAndItsFailureStopsEverything) {
+    // The controller information is loaded first; its failure stops everything.
+    reset();
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
     EXPECT_EQ(a().getFwCompData(), kNoHw);
     EXPECT_EQ(ctrl.count(kFlash), 0u);
