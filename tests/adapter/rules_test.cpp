@@ -14,7 +14,7 @@ using namespace kvitest;
 
 using List = std::vector<unsigned char>;
 
-constexpr int kRefused = -1000; // "this call returns the status below, output untouched"
+constexpr int kNo = -1000; // "this call returns the status below, output untouched"
 
 // The drive counts every variant starts from: distinct per level so that a
 // wrong pairing shows (min in bits 0-3, max in bits 4-15).
@@ -90,7 +90,7 @@ protected:
 // ---------------------------------------------------------------------------
 // Drives per span
 
-// Expected (min, max) per level in each variant; kRefused = -1 returned.
+// Expected (min, max) per level in each variant; kNo = -1 returned.
 struct PdRow {
     unsigned char level;
     int min[6];
@@ -106,28 +106,16 @@ const PdRow kPdRows[] = {
     {5, {3, 3, 3, 3, 3, 3}, {35, 35, 35, 35, 35, 35}},
     {6, {3, 4, 4, 3, 3, 4}, {37, 37, 37, 37, 37, 37}},
     {17, {5, 5, 5, 5, 5, 5}, {36, 36, 36, 36, 36, 36}},
-    {32, {2, 2, 2, 2, 2, 2}, {16, 30, 16, 16, 16, kRefused}},
+    {32, {2, 2, 2, 2, 2, 2}, {16, 30, 16, 16, 16, kNo}},
     {33, {3, 3, 3, 3, 3, 3}, {16, 16, 16, 16, 16, 16}},
     {34, {5, 4, 4, 5, 5, 4}, {16, 16, 16, 16, 16, 16}},
     {35, {7, 7, 7, 7, 7, 7}, {10, 10, 10, 10, 10, 10}},
-    {2,
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
-    {3,
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
-    {4,
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
-    {16,
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
-    {37,
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
-    {255,
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-     {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused}},
+    {2, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
+    {3, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
+    {4, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
+    {16, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
+    {37, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
+    {255, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
 };
 
 TEST_F(RulesTest, DrivesPerSpanOverVariants) {
@@ -138,12 +126,12 @@ TEST_F(RulesTest, DrivesPerSpanOverVariants) {
             AdapterDataKvi& a = use(*kPdVariants[v]);
             unsigned char out = 0xEE;
             const int wantMin = row.min[v];
-            EXPECT_EQ(a.getMinPdPerSpan(&out, row.level), wantMin == kRefused ? -1 : 0);
-            EXPECT_EQ(out, wantMin == kRefused ? 0xEE : wantMin);
+            EXPECT_EQ(a.getMinPdPerSpan(&out, row.level), wantMin == kNo ? -1 : 0);
+            EXPECT_EQ(out, wantMin == kNo ? 0xEE : wantMin);
             out = 0xEE;
             const int wantMax = row.max[v];
-            EXPECT_EQ(a.getMaxPdPerSpan(&out, row.level), wantMax == kRefused ? -1 : 0);
-            EXPECT_EQ(out, wantMax == kRefused ? 0xEE : wantMax);
+            EXPECT_EQ(a.getMaxPdPerSpan(&out, row.level), wantMax == kNo ? -1 : 0);
+            EXPECT_EQ(out, wantMax == kNo ? 0xEE : wantMax);
         }
     }
 }
@@ -297,13 +285,13 @@ TEST_F(RulesTest, StripSizes) {
 TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
     const struct {
         std::uint8_t writeBack, readAhead, badBbu, cachedIo;
-        int wr, rd, bad, cache; // kRefused: -1 returned
+        int wr, rd, bad, cache; // kNo: -1 returned
         int rdOut;              // what the read policy output holds afterwards
     } cases[] = {
         {0, 0, 0, 1, 1, 2, 0, 0, 2},
         {1, 1, 1, 0, 0, 0, 1, 1, 0},
         {2, 2, 0, 2, 2, 0, 0, 1, 0},
-        {3, 3, 2, 1, kRefused, kRefused, kRefused, 0, 3},
+        {3, 3, 2, 1, kNo, kNo, kNo, 0, 3},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.writeBack) + "/" + std::to_string(c.readAhead));
@@ -314,12 +302,12 @@ TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
         mfc.cachedIo = c.cachedIo;
         AdapterDataKvi& a = useMfc(mfc);
         unsigned char wr = 0xEE, rd = 0xEE, bad = 0xEE, cache = 0xEE;
-        EXPECT_EQ(a.getDefaultWrPolicy(&wr), c.wr == kRefused ? -1 : 0);
-        EXPECT_EQ(wr, c.wr == kRefused ? 0xEE : c.wr);
-        EXPECT_EQ(a.getDefaultRdPolicy(&rd), c.rd == kRefused ? -1 : 0);
+        EXPECT_EQ(a.getDefaultWrPolicy(&wr), c.wr == kNo ? -1 : 0);
+        EXPECT_EQ(wr, c.wr == kNo ? 0xEE : c.wr);
+        EXPECT_EQ(a.getDefaultRdPolicy(&rd), c.rd == kNo ? -1 : 0);
         EXPECT_EQ(rd, c.rdOut); // the raw code stays when unmapped
-        EXPECT_EQ(a.getDefaultWriteCacheBadBBU(&bad), c.bad == kRefused ? -1 : 0);
-        EXPECT_EQ(bad, c.bad == kRefused ? 0xEE : c.bad);
+        EXPECT_EQ(a.getDefaultWriteCacheBadBBU(&bad), c.bad == kNo ? -1 : 0);
+        EXPECT_EQ(bad, c.bad == kNo ? 0xEE : c.bad);
         EXPECT_EQ(a.getDefaultCachePolicy(&cache), 0);
         EXPECT_EQ(cache, c.cache);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
