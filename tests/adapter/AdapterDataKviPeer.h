@@ -36,4 +36,10 @@ struct AdapterDataKviPeer {
     static bool& propExtChanged(A& a) { return a.kvCtrlPropertiesExtChanged_; }
     static bool& biosChanged(A& a) { return a.kvBIOSDataChanged_; }
     static int& pendingCount(A& a) { return a.PendingCount; }
+
+    // The driver-command path of the report sections.
+    static int sendDriverCmd(A& a, std::uint32_t op, void* buf, std::uint32_t cap,
+                             std::uint32_t len) {
+        return a.sendDriverCmd(op, buf, cap, len);
+    }
 };

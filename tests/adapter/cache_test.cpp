@@ -490,6 +490,21 @@ INSTANTIATE_TEST_SUITE_P(Reads, RecordReadTest, ::testing::ValuesIn(kRecordReads
 // ---------------------------------------------------------------------------
 // Image component lists
 
+// A driver command carries an empty mailbox and states the caller's room only with a buffer.
+TEST_F(CacheTest, DriverCommandsCarryAnEmptyMailbox) {
+    KV_DRV_DRIVER_VERSION drv{};
+    EXPECT_EQ(P::sendDriverCmd(a(), KV_DRV_GET_DRIVER_VERSION, &drv, sizeof drv, 0), 0);
+    EXPECT_EQ(P::sendDriverCmd(a(), KV_DRV_GET_DRIVER_VERSION, nullptr, sizeof drv, 0), 0);
+    ASSERT_EQ(ctrl.requests().size(), 2u);
+    for (const FakeRequest& r : ctrl.requests()) {
+        EXPECT_EQ(r.kind, RequestKind::Driver);
+        EXPECT_EQ(r.mbox, Mbox{});
+        EXPECT_EQ(r.length, sizeof drv);
+    }
+    EXPECT_EQ(req(0).capacity, sizeof drv);
+    EXPECT_EQ(req(1).capacity, 0u);
+}
+
 using Reads = std::vector<std::pair<int, std::uint32_t>>;
 
 // The image component lists as (mailbox byte 0, caller length) per read, in order.

@@ -354,6 +354,17 @@ TEST_F(RulesTest, WritePolicyOfferedOnChange) {
         EXPECT_EQ(List(list->begin(), list->end()), c.valid);
         delete list;
     }
+    // A fresh information read that fails offers no write-back choices, battery or not.
+    KV_MFC_DEFAULTS mfc{};
+    mfc.writeBack = 1;
+    AdapterDataKvi& b = useMfc(mfc, true, true);
+    ASSERT_EQ(b.getCtlrInfo(), 0);
+    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
+    ArrayList<unsigned char>* offered = nullptr;
+    ASSERT_EQ(b.getValidWrPolicyLstChng(&offered), 0);
+    EXPECT_EQ(List(offered->begin(), offered->end()), List{1});
+    delete offered;
+
     // A default the lists cannot map fails the list (and releases it).
     KV_MFC_DEFAULTS bad{};
     bad.writeBack = 9;
