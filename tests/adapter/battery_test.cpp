@@ -414,25 +414,4 @@ TEST_F(BatteryTest, PresenceAnswers) {
     EXPECT_EQ(a().isBatteryHWPresent(), 0);
 }
 
-// ---------------------------------------------------------------------------
-// Commands
-
-TEST_F(BatteryTest, LearnCycleAndRetentionTest) {
-    EXPECT_EQ(a().startManualLearnCycle(), 0);
-    EXPECT_EQ(a().adpBBUTest(), 0);
-    ASSERT_EQ(ctrl.requests().size(), 2u);
-    EXPECT_EQ(ctrl.requests()[0].opcode, 0x05040000u);
-    EXPECT_FALSE(ctrl.requests()[0].callerBuffer);
-    EXPECT_EQ(ctrl.requests()[1].opcode, 0x01120200u);
-    EXPECT_FALSE(ctrl.requests()[1].callerBuffer);
-
-    ctrl.answer(KV_DCMD_BBU_LEARN, FakeAnswer::fail(kFail));
-    EXPECT_EQ(a().startManualLearnCycle(), kFail);
-
-    ctrl.clear();
-    ProviderOffGuard off;
-    EXPECT_EQ(a().adpBBUTest(), -1);
-    EXPECT_TRUE(ctrl.requests().empty());
-}
-
 } // namespace

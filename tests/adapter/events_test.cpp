@@ -10,43 +10,6 @@ using namespace kvitest;
 using EventsTest = AdapterFixture;
 
 // ---------------------------------------------------------------------------
-// Plain requests without data
-
-struct ControlCase {
-    const char* name;
-    std::function<int(AdapterDataKvi&)> call;
-    std::uint32_t opcode;
-    Mbox mbox;
-};
-
-TEST_F(EventsTest, PlainRequestsSendTheirMailboxAndReturnTheStatus) {
-    const std::vector<ControlCase> cases = {
-        {"clearEventLog", [](AdapterDataKvi& a) { return a.clearEventLog(); }, 0x01040200,
-         mboxWords(0)},
-        {"startAEC", [](AdapterDataKvi& a) { return a.startAEC(0x55667788); }, 0x01180100,
-         mboxWords(2, 0x55667788)},
-        {"stopAEC", [](AdapterDataKvi& a) { return a.stopAEC(); }, 0x01180100, mboxWords(1)},
-        {"disableAEC", [](AdapterDataKvi& a) { return a.disableAEC(); }, 0x01180100, mboxWords(0)},
-        {"setAECCaptureMode", [](AdapterDataKvi& a) { return a.setAECCaptureMode(0x9C); },
-         0x01180100, mboxWords(3, 0x9C)},
-    };
-    for (const ControlCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        for (const int status : {0, kFail}) {
-            ctrl.clear();
-            ctrl.backend().clearScript();
-            ctrl.answer(c.opcode, FakeAnswer::fail(status));
-            EXPECT_EQ(c.call(a()), status);
-            ASSERT_EQ(ctrl.requests().size(), 1u);
-            const FakeRequest& r = ctrl.requests()[0];
-            EXPECT_EQ(r.opcode, c.opcode);
-            EXPECT_EQ(r.mbox, c.mbox);
-            EXPECT_FALSE(r.callerBuffer);
-            EXPECT_EQ(r.length, 0u);
-        }
-    }
-}
-
 // ---------------------------------------------------------------------------
 // Event log reads
 

@@ -275,6 +275,50 @@ std::vector<RequestRow> requestRows() {
          KV_DCMD_CTRL_PSEC_EXPORT_CSR, Mbox{}, 0, 4096, D::Read},
         {"getIOVPrivateInfo", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getIOVPrivateInfo(&bytes, &len)); },
          KV_DCMD_CTRL_IOV_PRIVATE_INFO_GET, Mbox{}, 0, 64, D::Read},
+        // From the other families: events, alarm, cache, battery, patrol read, shutdown, OEM,
+        // link speed, SAS address, key identifier and key.
+        {"clearEventLog", [](AdapterDataKvi& a) { return a.clearEventLog(); },
+         0x01040200, Mbox{}, 0, 0, D::None},
+        {"startAEC", [](AdapterDataKvi& a) { return a.startAEC(0x55667788); },
+         0x01180100, mboxWords(2, 0x55667788), 0, 0, D::None},
+        {"stopAEC", [](AdapterDataKvi& a) { return a.stopAEC(); }, 0x01180100, mboxWords(1), 0, 0, D::None},
+        {"disableAEC", [](AdapterDataKvi& a) { return a.disableAEC(); }, 0x01180100, Mbox{}, 0, 0, D::None},
+        {"setAECCaptureMode", [](AdapterDataKvi& a) { return a.setAECCaptureMode(0x9C); },
+         0x01180100, mboxWords(3, 0x9C), 0, 0, D::None},
+        {"setalarmState(0)", [](AdapterDataKvi& a) { return a.setalarmState(0); }, 0x01030300, Mbox{}, 0, 0, D::None},
+        {"setalarmState(1)", [](AdapterDataKvi& a) { return a.setalarmState(1); }, 0x01030200, Mbox{}, 0, 0, D::None},
+        {"setalarmState(2)", [](AdapterDataKvi& a) { return a.setalarmState(2); }, 0x01030400, Mbox{}, 0, 0, D::None},
+        {"getalarmState", [](AdapterDataKvi& a) { return a.getalarmState(&uc); }, 0x01030100, Mbox{}, 0, 1, D::Read},
+        {"setfactoryDefaults", [](AdapterDataKvi& a) { return a.setfactoryDefaults(); }, 0x010D0000, Mbox{}, 0, 0, D::None},
+        {"flushCache: memory and disks", [](AdapterDataKvi& a) { return a.flushCache(); },
+         0x01101000, mboxWords(3), 0, 0, D::None},
+        {"getHostInfo", [](AdapterDataKvi& a) { return a.getHostInfo(&uc); }, 0x010C0700, Mbox{}, 0, 64, D::Read},
+        {"startManualLearnCycle", [](AdapterDataKvi& a) { return a.startManualLearnCycle(); },
+         0x05040000, Mbox{}, 0, 0, D::None},
+        {"adpBBUTest", [](AdapterDataKvi& a) { return a.adpBBUTest(); }, 0x01120200, Mbox{}, 0, 0, D::None},
+        {"startPr", [](AdapterDataKvi& a) { return a.startPr(); }, KV_DCMD_CTRL_PR_START, Mbox{}, 0, 0, D::None},
+        {"stopPr", [](AdapterDataKvi& a) { return a.stopPr(); }, KV_DCMD_CTRL_PR_STOP, Mbox{}, 0, 0, D::None},
+        {"suspendPr", [](AdapterDataKvi& a) { return a.suspendPr(); },
+         KV_DCMD_CTRL_PR_SUSPEND_RESUME, Mbox{}, 0, 0, D::None},
+        {"resumePr", [](AdapterDataKvi& a) { return a.resumePr(); },
+         KV_DCMD_CTRL_PR_SUSPEND_RESUME, mboxBytes({{0, 1}}), 0, 0, D::None},
+        {"adpShutDown(1)", [](AdapterDataKvi& a) { return a.adpShutDown(true); },
+         KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{0, 1}}), 0, 0, D::None},
+        {"adpShutDown(0)", [](AdapterDataKvi& a) { return a.adpShutDown(false); }, KV_DCMD_CTRL_SHUTDOWN, Mbox{}, 0, 0, D::None},
+        {"adpRestart(1)", [](AdapterDataKvi& a) { return a.adpRestart(true); },
+         KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{1, 1}}), 0, 0, D::None},
+        {"adpRestart(0)", [](AdapterDataKvi& a) { return a.adpRestart(false); }, KV_DCMD_CTRL_SHUTDOWN, Mbox{}, 0, 0, D::None},
+        {"getOem", [](AdapterDataKvi& a) { static int oem; return a.getOem(&oem); }, KV_DCMD_CTRL_OEM_ID_GET, Mbox{}, 0, 4, D::Read},
+        {"setLinkSpeed", [](AdapterDataKvi& a) { return a.setLinkSpeed(0x105, 0x208); },
+         KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 5}, {1, 8}}), 0, 0, D::None},
+        {"adpSetSASAdd: the address high half first", [](AdapterDataKvi& a) { return a.adpSetSASAdd(0x5000000012345678ull, true); },
+         KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, mboxWords(0x50000000, 0x12345678), 0, 0, D::None},
+        {"getKeyID", [](AdapterDataKvi& a) { return a.getKeyID(text, 0x42); },
+         0x01150301, mboxBytes({{0, 0xFF}, {1, 0xFF}, {2, 0x42}}), 0, 256, D::Read},
+        {"setKeyID", [](AdapterDataKvi& a) { text = "id"; return a.setKeyID(text); },
+         0x01150302, mboxBytes({{0, 0xFF}, {1, 0xFF}}), 0, 256, D::Write},
+        {"destroyLockKey", [](AdapterDataKvi& a) { return a.destroyLockKey(); },
+         KV_DCMD_CTRL_LOCK_KEY_DESTROY, Mbox{}, 0, 0, D::None},
         // Writes of a whole record.
         {"setOOBInfo", [](AdapterDataKvi& a) { const unsigned char d[3] = {1, 2, 3}; return a.setOOBInfo(d, 3); },
          KV_DCMD_OOB_METHOD_SET, Mbox{}, 0, 16, D::Write},
@@ -305,6 +349,15 @@ TEST_F(FeaturesTest, RequestBytesOfEachFamily) {
             EXPECT_GE(r.capacity, row.length); // the buffer holds the whole transfer
         }
     }
+    // A firmware refusal of a plain command comes back as it is.
+    reset();
+    ctrl.setDefault(FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().clearEventLog(), kFail);
+    EXPECT_EQ(a().startPr(), kFail);
+    EXPECT_EQ(a().flushCache(), kFail);
+    EXPECT_EQ(a().startManualLearnCycle(), kFail);
+    EXPECT_EQ(a().adpSetSASAdd(1, true), kFail);
+    EXPECT_EQ(a().setalarmState(0), kFail);
 }
 
 TEST_F(FeaturesTest, WritesCarryTheCallersBytesThenZeros) {
@@ -521,7 +574,7 @@ TEST_F(FeaturesTest, WriteManufacturingPageSendsOneFrame) {
     EXPECT_EQ(r->sent, (Bytes{2, 0x09, 5, 0, 0, 0, 0, 0, 3, 0, 0, 0, 7, 8, 9}));
 }
 
-TEST_F(FeaturesTest, PageOperationsNeedTheDataProvider) {
+TEST_F(FeaturesTest, OperationsThatNeedTheDataProvider) {
     ProviderOffGuard off;
     unsigned char* out = nullptr;
     unsigned int length = 0;
@@ -535,6 +588,9 @@ TEST_F(FeaturesTest, PageOperationsNeedTheDataProvider) {
     EXPECT_EQ(a().writeManufacturingPage(1, data, 1), -1);
     EXPECT_EQ(a().getMfgExtPage(1, &out, &length), -1);
     EXPECT_EQ(a().getSecurityPage0(&out, &length), -1);
+    EXPECT_EQ(a().adpBBUTest(), -1);
+    int oem = 0;
+    EXPECT_EQ(a().getOem(&oem), -1);
     EXPECT_TRUE(ctrl.requests().empty());
 }
 

@@ -420,34 +420,6 @@ TEST(PatrolRead, ShortListReadsAtMost64IdsWhateverTheCount) {
     EXPECT_EQ(out.get(63), 64);
 }
 
-TEST(PatrolRead, ControlRequestsCarryOpcodeAndMailboxOnly) {
-    FakeController ctrl;
-    AdapterDataKvi a{&ctrl, nullptr};
-    const struct {
-        std::function<int()> call;
-        std::uint32_t opcode;
-        std::uint8_t b0;
-    } cases[] = {
-        {[&] { return a.startPr(); }, KV_DCMD_CTRL_PR_START, 0},
-        {[&] { return a.stopPr(); }, KV_DCMD_CTRL_PR_STOP, 0},
-        {[&] { return a.suspendPr(); }, KV_DCMD_CTRL_PR_SUSPEND_RESUME, 0},
-        {[&] { return a.resumePr(); }, KV_DCMD_CTRL_PR_SUSPEND_RESUME, 1},
-    };
-    for (const auto& c : cases) {
-        ctrl.clear();
-        EXPECT_EQ(c.call(), 0);
-        ASSERT_EQ(ctrl.requests().size(), 1u);
-        const auto& r = ctrl.requests()[0];
-        EXPECT_EQ(r.opcode, c.opcode);
-        Mbox want{};
-        want[0] = c.b0;
-        EXPECT_EQ(r.mbox, want);
-        EXPECT_FALSE(r.callerBuffer);
-    }
-    ctrl.answer(KV_DCMD_CTRL_PR_START, FakeAnswer::fail(0x2A));
-    EXPECT_EQ(a.startPr(), 0x2A);
-}
-
 TEST(PatrolRead, StatusReadersAndTheirFailureAnswers) {
     FakeController ctrl;
     AdapterDataKvi a{&ctrl, nullptr};
