@@ -57,6 +57,8 @@ struct FixedRow {
 #define ANSWER(op) [](AdapterDataKvi& a, std::uint32_t&) { return a.op(); }
 
 using UC = unsigned char;
+using US = unsigned short;
+using UI = unsigned int;
 
 // clang-format off
 const std::vector<FixedRow> kFixed = {
@@ -76,6 +78,35 @@ const std::vector<FixedRow> kFixed = {
     {"isNvmeErrorDeviceConnectorIndexSupported", Src::Info, {{2124, 6, 1}}, 1, Ret::Answer, ANSWER(isNvmeErrorDeviceConnectorIndexSupported)},
     {"isPISupported", Src::Info, {{1956, 0, 1}}, 1, Ret::Status, OUT(isPISupported, bool)},
     {"isCtrlOstraQuorvex", Src::None, {}, 0, Ret::Answer, ANSWER(isCtrlOstraQuorvex)},
+    // Counts and capabilities the properties and rules read.
+    {"getEccBucketCount", Src::Info, {{1524, 0, 16}}, 0xFFFF, Ret::Status, OUT(getEccBucketCount, US)},
+    {"getmemUnCorrectableErrorCount", Src::Info, {{1494, 0, 16}}, 0xFFFF, Ret::Status, OUT(getmemUnCorrectableErrorCount, US)},
+    {"isJBODSupported", Src::Info, {{1956, 11, 1}}, 1, Ret::Status, OUT(isJBODSupported, UI)},
+    {"isBlockSSDWriteCacheChange", Src::Info, {{1956, 6, 1}}, 1, Ret::Status, OUT(isBlockSSDWriteCacheChange, bool)},
+    {"getRevertibleHotSparesState", Src::Info, {{1504, 10, 1}}, 1, Ret::Status, OUT(getRevertibleHotSparesState, US)},
+    {"isSecurityOnJBODSupported", Src::Info, {{2024, 18, 1}}, 1, Ret::Status, OUT(isSecurityOnJBODSupported, UI)},
+    {"isSupportAllowedOpsforDrvRemoval", Src::Info, {{2024, 12, 1}}, 1, Ret::Status, OUT(isSupportAllowedOpsforDrvRemoval, UI)},
+    {"isLargeIOSupported", Src::Info, {{2024, 30, 1}}, 1, Ret::Status, OUT(isLargeIOSupported, UI)},
+    {"isAllowMixInLd", Src::Info, {{1520, 3, 1}}, 1, Ret::Status, OUT(isAllowMixInLd, bool)},
+    {"isAllowSSDMixInLd", Src::Info, {{1520, 5, 1}}, 1, Ret::Status, OUT(isAllowSSDMixInLd, bool)},
+    {"isAllowHDDSSDMix", Src::Info, {{1520, 6, 1}}, 1, Ret::Status, OUT(isAllowHDDSSDMix, bool)},
+    {"isGen2Card", Src::Info, {{1504, 27, 1}}, 1, Ret::Status, OUT(isGen2Card, bool)},
+    {"isNewFrnCfgAPISupported", Src::Info, {{1504, 20, 1}}, 1, Ret::Status, OUT(isNewFrnCfgAPISupported, bool)},
+    {"isEnclEnumSupported", Src::Info, {{1504, 21, 1}}, 1, Ret::Status, OUT(isEnclEnumSupported, bool)},
+    {"isExpanderPresent", Src::Info, {{1456, 7, 1}}, 1, Ret::Status, OUT(isExpanderPresent, bool)},
+    {"isAlarmPresent", Src::Info, {{1456, 1, 1}}, 1, Ret::Status, OUT(isAlarmPresent, bool)},
+    {"moreThan8Phys", Src::Info, {{1504, 18, 1}}, 1, Ret::Status, OUT(moreThan8Phys, bool)},
+    {"moreThan16Phys", Src::Info, {{2024, 26, 1}}, 1, Ret::Status, OUT(moreThan16Phys, bool)},
+    {"doesFWSupportAllowedOpValdation", Src::Info, {{1504, 22, 1}}, 1, Ret::Status, OUT(doesFWSupportAllowedOpValdation, bool)},
+    {"isDskCachePlChnglb", Src::Info, {{1508, 4, 1}}, 1, Ret::Status, OUT(isDskCachePlChnglb, bool)},
+    // The key state.
+    {"isSecurityEnabled", Src::Info, {{1504, 26, 1}}, 1, Ret::Status, OUT(isSecurityEnabled, bool)},
+    {"isEKMSupported", Src::Info, {{1504, 29, 1}}, 1, Ret::Status, OUT(isEKMSupported, bool)},
+    {"isLockKeyAssigned", Src::Info, {{1528, 1, 1}}, 1, Ret::Status, OUT(isLockKeyAssigned, bool)},
+    {"isLockKeyFailed", Src::Info, {{1528, 2, 1}}, 1, Ret::Status, OUT(isLockKeyFailed, bool)},
+    {"islockKeyRebootRequired", Src::Info, {{1528, 6, 1}}, 1, Ret::Status, OUT(islockKeyRebootRequired, bool)},
+    {"getlockKeyBinding", Src::Info, {{1930, 0, 8}}, 0xFF, Ret::Status, OUT(getlockKeyBinding, UC)},
+    {"isSecurityKeyMismatch", Src::Info, {{2000, 8, 1}}, 1, Ret::Status, OUT(isSecurityKeyMismatch, UI)},
 };
 // clang-format on
 

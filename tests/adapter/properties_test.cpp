@@ -428,54 +428,6 @@ TEST_F(PropertiesTest, SecuritySettingsOnlyLoadTheProperties) {
 // ---------------------------------------------------------------------------
 // Accessors over the controller information and the manufacturing defaults
 
-struct InfoRow {
-    const char* name;
-    int byte; // offset in KV_CTRL_INFO
-    int bit;  // bit within that byte, or -1 for a 16-bit field
-    GetFn getter;
-};
-
-// clang-format off
-const InfoRow kInfoRows[] = {
-    {"getEccBucketCount", 1524, -1, GET(getEccBucketCount, US)},
-    {"getmemUnCorrectableErrorCount", 1494, -1, GET(getmemUnCorrectableErrorCount, US)},
-    {"isJBODSupported", 1957, 3, GET(isJBODSupported, UI)},               // word 1956, bit 11
-    {"isBlockSSDWriteCacheChange", 1956, 6, GET(isBlockSSDWriteCacheChange, bool)},
-    {"getRevertibleHotSparesState", 1505, 2, GET(getRevertibleHotSparesState, US)}, // word 1504, bit 10
-    {"isSecurityOnJBODSupported", 2026, 2, GET(isSecurityOnJBODSupported, UI)},   // word 2024, bit 18
-    {"isSupportAllowedOpsforDrvRemoval", 2025, 4, GET(isSupportAllowedOpsforDrvRemoval, UI)}, // bit 12
-    {"isLargeIOSupported", 2027, 6, GET(isLargeIOSupported, UI)},          // word 2024, bit 30
-};
-// clang-format on
-
-TEST_F(PropertiesTest, ControllerInformationAccessorsReadTheirBits) {
-    for (const InfoRow& r : kInfoRows) {
-        SCOPED_TRACE(r.name);
-        for (const bool set : {true, false}) {
-            reset();
-            Bytes info(sizeof(KV_CTRL_INFO), set ? 0 : 0xFF);
-            if (r.bit < 0) {
-                info[r.byte] = set ? 0x34 : 0;
-                info[r.byte + 1] = set ? 0x12 : 0;
-            } else if (set) {
-                info[r.byte] = static_cast<std::uint8_t>(1u << r.bit);
-            } else {
-                info[r.byte] = static_cast<std::uint8_t>(~(1u << r.bit));
-            }
-            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(info));
-            std::uint32_t out = 0x5A;
-            EXPECT_EQ(r.getter(a(), out), 0);
-            EXPECT_EQ(out, set ? (r.bit < 0 ? 0x1234u : 1u) : 0u);
-            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 0u);
-        }
-        reset();
-        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
-        std::uint32_t out = 1;
-        EXPECT_EQ(r.getter(a(), out), kFail);
-        EXPECT_EQ(out, 1u);
-    }
-}
-
 TEST_F(PropertiesTest, PowerSavingsPassesTheDisableByteThrough) {
     Bytes mfc(80, 0);
     mfc[55] = 1;

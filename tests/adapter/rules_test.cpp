@@ -406,51 +406,6 @@ TEST_F(RulesTest, WritePolicyBitIsReadFresh) {
 // ---------------------------------------------------------------------------
 // Capability bits
 
-TEST_F(RulesTest, CapabilityBitsEachReadTheirOwnBit) {
-    struct Case {
-        const char* name;
-        std::size_t byte;
-        int bit;
-        std::function<int(AdapterDataKvi&, bool*)> call;
-    };
-#define BIT(op) [](AdapterDataKvi& a, bool* o) { return a.op(o); }
-    const std::vector<Case> cases = {
-        // clang-format off
-        {"isAllowMixInLd", 1520, 3, BIT(isAllowMixInLd)},
-        {"isAllowSSDMixInLd", 1520, 5, BIT(isAllowSSDMixInLd)},
-        {"isAllowHDDSSDMix", 1520, 6, BIT(isAllowHDDSSDMix)},
-        {"isGen2Card", 1504, 27, BIT(isGen2Card)},
-        {"isNewFrnCfgAPISupported", 1504, 20, BIT(isNewFrnCfgAPISupported)},
-        {"isEnclEnumSupported", 1504, 21, BIT(isEnclEnumSupported)},
-        {"isExpanderPresent", 1456, 7, BIT(isExpanderPresent)},
-        {"isAlarmPresent", 1456, 1, BIT(isAlarmPresent)},
-        {"moreThan8Phys", 1504, 18, BIT(moreThan8Phys)},
-        {"moreThan16Phys", 2024, 26, BIT(moreThan16Phys)},
-        {"doesFWSupportAllowedOpValdation", 1504, 22, BIT(doesFWSupportAllowedOpValdation)},
-        {"isDskCachePlChnglb", 1508, 4, BIT(isDskCachePlChnglb)},
-        // clang-format on
-    };
-#undef BIT
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        for (const bool set : {false, true}) {
-            // Every other bit of the word is set, so a wrong bit shows.
-            KV_CTRL_INFO info{};
-            std::uint32_t word = set ? 1u << c.bit : ~(1u << c.bit);
-            std::memcpy(reinterpret_cast<unsigned char*>(&info) + c.byte, &word, 4);
-            AdapterDataKvi& a = use(info);
-            bool out = !set;
-            EXPECT_EQ(c.call(a, &out), 0);
-            EXPECT_EQ(out, set);
-        }
-        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
-        AdapterDataKvi a{&ctrl, nullptr};
-        bool out = true;
-        EXPECT_EQ(c.call(a, &out), 0x0C);
-        EXPECT_TRUE(out);
-    }
-}
-
 TEST_F(RulesTest, SmallQueries) {
     KV_CTRL_INFO info = baseInfo();
     info.maxLDs = 240;
