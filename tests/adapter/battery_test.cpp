@@ -1,6 +1,7 @@
 // Battery backup unit operations: the state and overall-status decisions per battery type,
 // absence (status 0x22 or no battery in the controller information), the write-policy change
-// reason, the cached measurements, auto-learn mode written at once, and the direct commands.
+// reason, the cached measurements and auto-learn mode written at once. The plain commands are
+// rows of the features request table.
 #include "tests/adapter/AdapterFixture.h"
 
 namespace {

@@ -1,6 +1,6 @@
-// Event log and event capture: the request bytes of every operation (opcode, mailbox words,
-// buffer and length), the mask echo check, the captured-entry count answered in the mailbox,
-// and the capture settings record.
+// Event log and event capture: the reads into the caller's buffer (mailbox words, length), the
+// mask echo check, the captured-entry count answered in the mailbox, and the capture settings
+// record. The plain commands are rows of the features request table.
 #include "tests/adapter/AdapterFixture.h"
 
 namespace {

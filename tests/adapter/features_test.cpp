@@ -1,6 +1,7 @@
-// Feature operations: the fixed answers taken from the controller information and properties
-// (bit positions written out from the record layout), the request bytes of each request family
-// (mailbox, transfer length, direction, request kind), two-pass list and page reads with their
+// Feature operations, and two tables for every family: the fixed answers taken from the
+// controller information and properties (bit positions written out from the record layout)
+// and the request bytes of the plain commands (mailbox, transfer length, direction, request
+// kind). Then two-pass list and page reads with their
 // cap, write records, the private loopback and SMP requests. That every operation sends its
 // request at all is the simulator walk's business (tests/sim).
 #include "tests/adapter/AdapterFixture.h"

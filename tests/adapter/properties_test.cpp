@@ -2,7 +2,7 @@
 // 64-byte properties record (positions written out here from the record layout, independently
 // of the implementation's table), that a setter leaves every other bit alone and sends nothing
 // until endCtlrPropUpdate, early-return against carry-on behaviour on a failed load, and the
-// members that differ from the family (alarm, key id, host info, flush, factory defaults).
+// members that differ from the family (alarm, key id, host info, power savings).
 #include <cstddef>
 
 #include "tests/adapter/AdapterFixture.h"

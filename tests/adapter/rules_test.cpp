@@ -1,9 +1,9 @@
 // Configuration rules, run against a small table of controller variants (OEM
 // codes, RAID level bits, span limits, drive counts per level): drives per
 // span, span counts, RAID level lists, strip sizes, default and valid cache
-// policies, configuration permission, capability bits, and the requests of
-// their own (OEM identifier, fresh controller information, logical-drive
-// list query, shutdown/restart, non-volatile cache and SSD cache reads).
+// policies, configuration permission, and the requests of their own (OEM
+// identifier, fresh controller information, logical-drive list query,
+// non-volatile cache and SSD cache reads).
 #include <algorithm>
 
 #include "tests/adapter/AdapterFixture.h"

@@ -3,7 +3,7 @@
 // 168 for consistency check; excluded drives as an id array) and the extended one (mailbox
 // byte 1, 120 bytes, excluded drives as a 256-bit map). Every form: what is read, kept and
 // written back, the exclusion list and start times in zones with summer time. Then what
-// each schedule does alone: patrol read field setters, options, control and status; the
+// each schedule does alone: patrol read field setters, options and status; the
 // consistency check's one-call setter, delay rules, support test and status.
 #include <ctime>
 

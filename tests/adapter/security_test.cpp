@@ -1,7 +1,7 @@
 // Drive security keys: the exact bytes of every key request (record sizes 364
 // and 104, field offsets, mailbox byte 0 from the mode), refusal of texts that
 // do not fit, that no key text stays in the object or reaches the debug log,
-// and the key-state queries.
+// and the passphrase error (the key-state bits are in the features table).
 #include <algorithm>
 #include <new>
 

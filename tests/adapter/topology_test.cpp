@@ -1,6 +1,6 @@
 // Topology: phy table fields and bit positions, index limits, the connector
-// and mux tables, the mux update transaction, lanes, link speeds, the
-// controller SAS address and the interface-level checks.
+// and mux tables, the mux update transaction, lanes, link speed texts, the
+// controller SAS address record and the interface-level checks.
 #include "tests/adapter/AdapterFixture.h"
 
 namespace {
