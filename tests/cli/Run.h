@@ -60,5 +60,32 @@ private:
 std::string tempPath(const std::string& name);
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
+// The words of a command line as a POSIX shell splits them (quotes and
+// backslashes; no expansions).
+std::vector<std::string> shellWords(const std::string& line);
+
+// One end-to-end row. `args` are shell words; leading NAME=VALUE words set the
+// environment, and @P (the row's profile: `profile` members on top of the
+// default one), @S (state file), @C (capture file) and @D (the row's folder)
+// name files of a fresh folder. `before` holds commands (';' between them) run
+// first on the same files, each to exit 0 unless it starts with '!'. `out`, `err` and `file` (the
+// text of @C) are fragments separated by '\t' that must appear, or with
+// a leading '!' must not.
+struct Case {
+    const char* name;
+    const char* args;
+    int exit;
+    const char* out = "";
+    const char* err = "";
+    const char* profile = "";
+    const char* file = "";
+    const char* before = "";
+    const char* input = ""; // stdin of every command of the row
+};
+// Runs a row and checks it; the result for further checks.
+Result expectCase(const Case& c);
+// Checks that `text` holds the '\t'-separated fragments of `fragments`.
+void expectFragments(const std::string& what, const std::string& text,
+                     const std::string& fragments);
 
 } // namespace clitest

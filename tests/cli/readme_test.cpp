@@ -38,47 +38,13 @@ std::vector<Example> consoleExamples(const std::string& readme) {
     return out;
 }
 
-// The words of a command as a POSIX shell splits them (quotes and
-// backslashes; no expansions), as the updater's shlex does.
-std::vector<std::string> shellWords(const std::string& command) {
-    std::vector<std::string> words;
-    std::string w;
-    bool inWord = false;
-    char quote = 0;
-    for (std::size_t i = 0; i < command.size(); ++i) {
-        const char c = command[i];
-        if (quote != 0 && c == quote) {
-            quote = 0;
-        } else if (quote == '\'' || (quote == '"' && c != '\\')) {
-            w += c;
-        } else if (c == '\\' && i + 1 < command.size()) {
-            w += command[++i];
-            inWord = true;
-        } else if (quote == 0 && (c == '\'' || c == '"')) {
-            quote = c;
-            inWord = true;
-        } else if (quote == 0 && (c == ' ' || c == '\t')) {
-            if (inWord)
-                words.push_back(w);
-            w.clear();
-            inWord = false;
-        } else {
-            w += c;
-            inWord = true;
-        }
-    }
-    if (inWord)
-        words.push_back(w);
-    return words;
-}
-
 TEST(Readme, ExamplesAreWhatTheProgramPrints) {
     const std::vector<Example> examples =
         consoleExamples(readFile(std::string(KVI_SOURCE_DIR) + "/README.md"));
     EXPECT_GE(examples.size(), 8u);
     for (const Example& e : examples) {
         SCOPED_TRACE("README.md:" + std::to_string(e.line) + ": $ " + e.command);
-        std::vector<std::string> args = shellWords(e.command);
+        std::vector<std::string> args = shellWords(e.command); // as the updater's shlex
         ASSERT_FALSE(args.empty());
         ASSERT_EQ(args.front(), "kvictl");
         args.erase(args.begin());
