@@ -2,14 +2,9 @@
 // Helpers of the monitoring tests (metrics_test.cpp, check_test.cpp): kvictl
 // runs through the end-to-end runner (Run.h); an exposition is checked with
 // the Prometheus client's text parser (prom_check.py).
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -19,16 +14,10 @@
 #include "tests/cli/Run.h"
 #include "tests/support/ScratchDir.h"
 
-extern char** environ;
-
 namespace kvimon {
 
-struct RunResult {
-    int code = -1;
-    std::string out, err;
-};
-
 using clitest::readFile;
+using clitest::Result;
 using clitest::writeFile;
 
 // A fresh folder for the run's files, removed at the end.
@@ -36,66 +25,28 @@ struct TempDir : kvitest::ScratchDir {
     TempDir() : kvitest::ScratchDir("kvictl-mon") {}
 };
 
-// Runs `program args...` (the parser script) with stdout and stderr captured
-// through files in `tmp`.
-inline RunResult runProgram(const std::string& program, const std::vector<std::string>& args,
-                            const TempDir& tmp,
-                            const std::map<std::string, std::string>& env = {}) {
-    std::map<std::string, std::string> vars;
-    for (char** e = environ; *e != nullptr; ++e) {
-        std::string kv = *e;
-        std::size_t eq = kv.find('=');
-        if (eq != std::string::npos)
-            vars[kv.substr(0, eq)] = kv.substr(eq + 1);
-    }
-    for (const auto& kv : env)
-        vars[kv.first] = kv.second;
-    std::vector<std::string> envText;
-    for (const auto& kv : vars)
-        envText.push_back(kv.first + "=" + kv.second);
-    std::vector<char*> envp;
-    for (std::string& s : envText)
-        envp.push_back(&s[0]);
-    envp.push_back(nullptr);
-
-    std::vector<std::string> argText = {program};
-    argText.insert(argText.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (std::string& s : argText)
-        argv.push_back(&s[0]);
-    argv.push_back(nullptr);
-
-    const std::string outPath = tmp.file("stdout"), errPath = tmp.file("stderr");
-    posix_spawn_file_actions_t fa;
-    posix_spawn_file_actions_init(&fa);
-    posix_spawn_file_actions_addopen(&fa, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&fa, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&fa, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t pid = 0;
-    RunResult r;
-    if (posix_spawn(&pid, program.c_str(), &fa, nullptr, argv.data(), envp.data()) == 0) {
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        r.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    posix_spawn_file_actions_destroy(&fa);
-    r.out = readFile(outPath);
-    r.err = readFile(errPath);
-    return r;
-}
-
 // kvictl with the runner's fixed clock and time zone (plus `env`).
-inline RunResult kvictl(const std::vector<std::string>& args, const TempDir&,
-                        const std::map<std::string, std::string>& env = {}) {
+inline Result kvictl(const std::vector<std::string>& args,
+                     const std::map<std::string, std::string>& env = {}) {
     clitest::RunOptions options;
     options.env = env;
-    clitest::Result r = clitest::runKvictl(args, options);
-    RunResult out;
-    out.code = r.exitCode;
-    out.out = r.out;
-    out.err = r.err;
-    return out;
+    return clitest::runKvictl(args, options);
 }
+
+// A profile on top of the default one with these "records" and "fail" objects ("" = none).
+inline std::string profileText(const char* records, const char* fail) {
+    std::string text = R"({"base": "default")";
+    if (records != nullptr && *records)
+        text += std::string(R"(, "records": )") + records;
+    if (fail != nullptr && *fail)
+        text += std::string(R"(, "fail": )") + fail;
+    return text + "}";
+}
+
+// Every read of metrics and check failing.
+const char* const kAllReads =
+    R"({"0x01010000": 4, "0x01030100": 4, "0x01070100": 4, "0x01140100": 4,
+        "0x01140200": 4, "0x05010000": 4, "0x05020000": 4, "0x05050100": 4})";
 
 // A capture of `kvictl <profile> metrics` cut after its first `keep`
 // controller requests, as a controller that stops answering part-way leaves
@@ -103,7 +54,7 @@ inline RunResult kvictl(const std::vector<std::string>& args, const TempDir&,
 // capture's path ("" when the recording run failed).
 inline std::string truncatedCapture(const TempDir& tmp, const std::string& profile, int keep) {
     const std::string full = tmp.file("full.jsonl"), cut = tmp.file("cut.jsonl");
-    if (kvictl({profile, "--record", full, "metrics"}, tmp).code != 0)
+    if (kvictl({profile, "--record", full, "metrics"}).exitCode != 0)
         return "";
     std::istringstream in(readFile(full));
     std::string line, text;
@@ -111,24 +62,11 @@ inline std::string truncatedCapture(const TempDir& tmp, const std::string& profi
     while (std::getline(in, line)) {
         const bool request = line.find(R"("type":"dcmd")") != std::string::npos ||
                              line.find(R"("type":"smp")") != std::string::npos;
-        if (request && requests++ >= keep)
-            continue;
-        text += line + "\n";
+        if (!request || requests++ < keep)
+            text += line + "\n";
     }
     writeFile(cut, text);
     return cut;
-}
-
-// A Python 3 that has Debian's python3-prometheus-client ("" when none has).
-inline std::string pythonWithParser() {
-    for (const char* py : {"/usr/bin/python3", "/usr/local/bin/python3"}) {
-        if (::access(py, X_OK) != 0)
-            continue;
-        std::string cmd = std::string(py) + " -c 'import prometheus_client.parser' >/dev/null 2>&1";
-        if (std::system(cmd.c_str()) == 0)
-            return py;
-    }
-    return "";
 }
 
 // One parsed sample.
@@ -148,13 +86,9 @@ struct Parsed {
                              const std::map<std::string, std::string>& match = {}) const {
         std::vector<Sample> out;
         for (const Sample& s : samples) {
-            if (s.name != name)
-                continue;
-            bool all = true;
-            for (const auto& m : match) {
-                auto it = s.labels.find(m.first);
-                all = all && it != s.labels.end() && it->second == m.second;
-            }
+            bool all = s.name == name;
+            for (const auto& m : match)
+                all = all && s.labels.count(m.first) && s.labels.at(m.first) == m.second;
             if (all)
                 out.push_back(s);
         }
@@ -163,26 +97,22 @@ struct Parsed {
 };
 
 // Checks `text` with tests/cli/prom_check.py (the Prometheus client's parser
-// plus the format rules kvictl promises).
+// plus the format rules kvictl promises), run by the system python3 with
+// Debian's python3-prometheus-client.
 inline Parsed parseExposition(const std::string& text, const TempDir& tmp) {
     Parsed p;
-    const std::string python = pythonWithParser();
-    if (python.empty()) {
+    if (std::system("/usr/bin/python3 -c 'import prometheus_client.parser' >/dev/null 2>&1") != 0) {
         p.errors = "no python3 with prometheus_client: install python3-prometheus-client "
                    "(scripts/deps.sh)";
         return p;
     }
     const std::string in = tmp.file("exposition.prom");
     writeFile(in, text);
-    RunResult r =
-        runProgram(python, {std::string(KVI_SOURCE_DIR) + "/tests/cli/prom_check.py", in}, tmp);
-    if (r.code != 0) {
-        p.errors = r.err.empty() ? "prom_check.py exit " + std::to_string(r.code) : r.err;
-        return p;
-    }
+    Result r = clitest::runProgram(
+        {"/usr/bin/python3", std::string(KVI_SOURCE_DIR) + "/tests/cli/prom_check.py", in});
     nlohmann::json doc = nlohmann::json::parse(r.out, nullptr, false);
-    if (doc.is_discarded() || !doc.contains("samples")) {
-        p.errors = "prom_check.py printed no samples";
+    if (r.exitCode != 0 || doc.is_discarded() || !doc.contains("samples")) {
+        p.errors = "prom_check.py exit " + std::to_string(r.exitCode) + ": " + r.err;
         return p;
     }
     for (const auto& s : doc["samples"]) {
