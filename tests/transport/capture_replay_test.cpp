@@ -5,10 +5,8 @@
 
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <unistd.h>
 #include <vector>
 
 #include "firmware/kv.h"
@@ -17,44 +15,31 @@
 #include "provider/Controller.h"
 #include "provider/DpParams.h"
 #include "tests/support/FakeController.h"
+#include "tests/support/ScratchDir.h"
 #include "transport/Capture.h"
 #include "transport/Replay.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using kvitest::FakeAnswer;
 
-std::vector<std::string> lines(const std::string& text) {
+std::vector<std::string> linesOf(const std::string& path) {
+    std::ifstream in(path);
     std::vector<std::string> out;
-    std::istringstream in(text);
     for (std::string l; std::getline(in, l);)
         out.push_back(l);
     return out;
 }
 
-class TempFile {
-public:
-    TempFile() {
-        std::string tmpl = (fs::temp_directory_path() / "kvi-capture-XXXXXX").string();
-        int fd = mkstemp(tmpl.data());
-        EXPECT_GE(fd, 0);
-        if (fd >= 0)
-            close(fd);
-        path = tmpl;
+std::string hexOf(const char* text) {
+    std::string hex;
+    char two[3];
+    for (const char* c = text; *c; ++c) {
+        std::snprintf(two, sizeof two, "%02x", static_cast<unsigned char>(*c));
+        hex += two;
     }
-    ~TempFile() {
-        std::error_code ec;
-        fs::remove(path, ec);
-    }
-    fs::path path;
-};
+    return hex;
+}
 
 // What one scripted run saw: status, buffer and mailbox after each request.
 struct Outcome {
@@ -70,27 +55,24 @@ struct Outcome {
 // mailbox-answering read, a failing read, and a driver command.
 std::vector<Outcome> runScript(Controller& ctrl) {
     std::vector<Outcome> out;
-    auto dcmd = [&](std::uint32_t opcode, DCMD_MBOX mbox, std::size_t size, std::uint32_t length,
-                    unsigned char fill) {
+    auto dcmd = [&](std::uint32_t opcode, std::uint8_t b0, std::uint32_t w0, std::size_t size,
+                    std::uint32_t length, unsigned char fill) {
         std::vector<unsigned char> buffer(size, fill);
+        DCMD_MBOX mbox{};
+        mbox.w[0] = w0;
+        mbox.b[0] = mbox.b[0] | b0;
         DcmdKviDpParams p(opcode, mbox, size ? buffer.data() : nullptr, length, 0, 0);
         int status = ctrl.execute(&p);
         out.push_back(Outcome{status, buffer, p.getmboxW1(), p.getmboxW2()});
     };
-    DCMD_MBOX zero{};
-    DCMD_MBOX ext{};
-    ext.b[0] = 1;
-    DCMD_MBOX aec{};
-    aec.w[0] = 5;
-    dcmd(KV_DCMD_CTRL_GET_INFO, zero, sizeof(KV_CTRL_INFO), 0, 0);
-    dcmd(KV_DCMD_CTRL_PROPERTIES_GET, ext, 128, 128, 0);
-    dcmd(KV_DCMD_CTRL_PROPERTIES_SET, zero, 64, 0, 0x42);
-    dcmd(KV_DCMD_CFG_AUTOCFG, aec, 8, 0, 0x11);
-    dcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, ext, 0, 0, 0);
-    dcmd(KV_DCMD_CTRL_AEC_GET, aec, 64, 64, 0);
-    dcmd(KV_DCMD_BBU_GET_STATUS, zero, 64, 0, 0);
-    dcmd(KV_DCMD_CTRL_GET_INFO, zero, sizeof(KV_CTRL_INFO), 0, 0);
-
+    dcmd(KV_DCMD_CTRL_GET_INFO, 0, 0, sizeof(KV_CTRL_INFO), 0, 0);
+    dcmd(KV_DCMD_CTRL_PROPERTIES_GET, 1, 0, 128, 128, 0);
+    dcmd(KV_DCMD_CTRL_PROPERTIES_SET, 0, 0, 64, 0, 0x42);
+    dcmd(KV_DCMD_CFG_AUTOCFG, 0, 5, 8, 0, 0x11);
+    dcmd(KV_DCMD_CTRL_PR_SUSPEND_RESUME, 1, 0, 0, 0, 0);
+    dcmd(KV_DCMD_CTRL_AEC_GET, 0, 5, 64, 64, 0);
+    dcmd(KV_DCMD_BBU_GET_STATUS, 0, 0, 64, 0, 0);
+    dcmd(KV_DCMD_CTRL_GET_INFO, 0, 0, sizeof(KV_CTRL_INFO), 0, 0);
     std::vector<unsigned char> version(sizeof(KV_DRV_DRIVER_VERSION));
     DriverKviDPParams drv(KV_DRV_GET_DRIVER_VERSION, 0, 0, 0, version.data(), 0, 0, 0);
     int status = ctrl.execute(&drv);
@@ -101,52 +83,55 @@ std::vector<Outcome> runScript(Controller& ctrl) {
 void scriptFake(kvitest::FakeBackend& fake) {
     KV_CTRL_INFO info{};
     std::memcpy(info.productName, "Example 16i", 11);
-    fake.answer(KV_DCMD_CTRL_GET_INFO, kvitest::FakeAnswer::record(info));
-    fake.answer(KV_DCMD_CTRL_PROPERTIES_GET, kvitest::FakeAnswer::ok(kvitest::Bytes(128, 0x77)));
-    fake.answer(KV_DCMD_CFG_AUTOCFG, kvitest::FakeAnswer::ok({1, 2, 3, 4, 5, 6, 7, 8}));
-    fake.answer(KV_DCMD_CTRL_AEC_GET, kvitest::FakeAnswer::ok(kvitest::Bytes(64, 0x99))
-                                          .withMboxWord(1, 17)
-                                          .withMboxWord(2, 0xABCD));
-    fake.answer(KV_DCMD_BBU_GET_STATUS, kvitest::FakeAnswer::fail(KVI_STAT_NO_HW_PRESENT));
+    fake.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
+    fake.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::ok(kvitest::Bytes(128, 0x77)));
+    fake.answer(KV_DCMD_CFG_AUTOCFG, FakeAnswer::ok({1, 2, 3, 4, 5, 6, 7, 8}));
+    fake.answer(
+        KV_DCMD_CTRL_AEC_GET,
+        FakeAnswer::ok(kvitest::Bytes(64, 0x99)).withMboxWord(1, 17).withMboxWord(2, 0xABCD));
+    fake.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(KVI_STAT_NO_HW_PRESENT));
     KV_DRV_DRIVER_VERSION version{};
     std::memcpy(version.driverVersion, "07.725", 6);
-    fake.answer(KV_DRV_GET_DRIVER_VERSION, kvitest::FakeAnswer::record(version));
-    fake.pci.domain = 0;
+    fake.answer(KV_DRV_GET_DRIVER_VERSION, FakeAnswer::record(version));
     fake.pci.bus = 0x3b;
-    fake.pci.device = 0;
-    fake.pci.function = 0;
     fake.pci.linkWidth = 8;
     fake.driverNameText = "kvdrv";
     fake.driverVersionText = "07.725.01.00";
 }
 
+// Records the script as controller `index` into `path` (with the host fact
+// "now" when `now` is given); the live outcomes.
+std::vector<Outcome> recordScript(const std::string& path, unsigned index = 0,
+                                  const char* now = nullptr) {
+    std::string error;
+    auto writer = kvi::CaptureWriter::open(path, error);
+    EXPECT_TRUE(writer) << error;
+    if (now != nullptr)
+        writer->recordFact("now", now);
+    kvitest::FakeBackend fake;
+    scriptFake(fake);
+    kvi::CaptureBackend capture(fake, writer, index);
+    BackendController ctrl(capture);
+    auto live = runScript(ctrl);
+    EXPECT_EQ(fake.requests().size(), live.size());
+    // Nothing lands at the target before the capture is finished.
+    EXPECT_TRUE(linesOf(path).empty());
+    EXPECT_TRUE(writer->finish()) << writer->error();
+    return live;
+}
+
 TEST(CaptureReplay, ReplayGivesTheCapturedAnswersAndHostFacts) {
-    TempFile file;
-    std::vector<Outcome> live;
-    {
-        std::string error;
-        auto writer = kvi::CaptureWriter::open(file.path.string(), error);
-        ASSERT_TRUE(writer) << error;
-        writer->recordFact("now", "1700000000");
-        kvitest::FakeBackend fake;
-        scriptFake(fake);
-        kvi::CaptureBackend capture(fake, writer, 0);
-        BackendController ctrl(capture);
-        live = runScript(ctrl);
-        EXPECT_EQ(fake.requests().size(), live.size());
-        EXPECT_FALSE(writer->failed());
-        ASSERT_TRUE(writer->finish()) << writer->error();
-    }
+    kvitest::ScratchDir dir("kvi-capture");
+    const std::vector<Outcome> live = recordScript(dir.file("c.jsonl"), 0, "1700000000");
     ASSERT_EQ(live[6].status, KVI_STAT_NO_HW_PRESENT);
     ASSERT_EQ(live[5].w1, 17u);
 
     std::string error;
-    auto log = kvi::ReplayLog::load(file.path.string(), error);
+    auto log = kvi::ReplayLog::load(dir.file("c.jsonl"), error);
     ASSERT_TRUE(log) << error;
     EXPECT_EQ(log->controllerCount(), 1u);
     EXPECT_EQ(log->fact("now").value_or(""), "1700000000");
     EXPECT_FALSE(log->fact("other").has_value());
-
     kvi::ReplayBackend replay(log, 0);
     EXPECT_EQ(replay.remaining(), live.size());
     BackendController ctrl(replay);
@@ -155,7 +140,6 @@ TEST(CaptureReplay, ReplayGivesTheCapturedAnswersAndHostFacts) {
     for (std::size_t i = 0; i < live.size(); ++i)
         EXPECT_TRUE(again[i] == live[i]) << "request " << i << ": " << replay.lastError();
     EXPECT_EQ(replay.remaining(), 0u);
-
     KV_DRV_PCI_INFORMATION pci;
     ASSERT_EQ(ctrl.getPciInfo(&pci), 0);
     EXPECT_EQ(pci.busNumber, 0x3bu);
@@ -164,40 +148,28 @@ TEST(CaptureReplay, ReplayGivesTheCapturedAnswersAndHostFacts) {
     EXPECT_EQ(replay.driverVersion(), "07.725.01.00");
 }
 
-TEST(CaptureReplay, EachLineHoldsTheRequestAndLandsWhenFinished) {
-    TempFile file;
-    std::string error;
-    auto writer = kvi::CaptureWriter::open(file.path.string(), error);
-    ASSERT_TRUE(writer) << error;
-    kvitest::FakeBackend fake;
-    scriptFake(fake);
-    kvi::CaptureBackend capture(fake, writer, 2);
-    BackendController ctrl(capture);
-
-    unsigned char props[64];
-    std::memset(props, 0x42, sizeof props);
-    DcmdKviDpParams set(KV_DCMD_CTRL_PROPERTIES_SET, 0, 0, 0, props, 0, 0, 0);
-    ASSERT_EQ(ctrl.execute(&set), 0);
-
-    // Nothing lands at the target before the capture is finished.
-    EXPECT_TRUE(readFile(file.path).empty());
-    ASSERT_TRUE(writer->finish());
-    auto text = lines(readFile(file.path));
-    ASSERT_EQ(text.size(), 3u);
-    EXPECT_EQ(text[0], R"({"format":"kvictl-capture","type":"capture","version":1})");
-    EXPECT_NE(text[1].find(R"("controller":2)"), std::string::npos);
-    EXPECT_NE(text[1].find(R"("bus":59)"), std::string::npos);
-    EXPECT_NE(text[1].find(R"("driverName":"kvdrv")"), std::string::npos);
-    const std::string& req = text[2];
-    for (const char* part :
+TEST(CaptureReplay, EachLineHoldsTheRequest) {
+    kvitest::ScratchDir dir("kvi-capture");
+    recordScript(dir.file("c.jsonl"), 2);
+    std::string controller, req; // the controller line and the properties write
+    for (const std::string& l : linesOf(dir.file("c.jsonl"))) {
+        if (l.find(R"("type":"controller")") != std::string::npos)
+            controller = l;
+        if (l.find("PROPERTIES_SET") != std::string::npos)
+            req = l;
+    }
+    EXPECT_EQ(linesOf(dir.file("c.jsonl")).at(0),
+              R"({"format":"kvictl-capture","type":"capture","version":1})");
+    for (const char* part : {R"("controller":2)", R"("bus":59)", R"("driverName":"kvdrv")"})
+        EXPECT_NE(controller.find(part), std::string::npos) << part << " in " << controller;
+    std::string sent = "\"sent\":\"";
+    for (int i = 0; i < 64; ++i)
+        sent += "42";
+    for (const std::string part :
          {R"("type":"dcmd")", R"("opcode":"0x01020200")", R"("name":"KV_DCMD_CTRL_PROPERTIES_SET")",
           R"("kind":"firmware")", R"("direction":"write")", R"("length":64)", R"("status":0)",
-          R"("mbox":"000000000000000000000000")", R"("controller":2)"})
+          R"("mbox":"000000000000000000000000")", R"("controller":2)", sent.c_str()})
         EXPECT_NE(req.find(part), std::string::npos) << part << " in " << req;
-    std::string sentHex;
-    for (int i = 0; i < 64; ++i)
-        sentHex += "42";
-    EXPECT_NE(req.find("\"sent\":\"" + sentHex + "\""), std::string::npos);
     EXPECT_EQ(req.find("received"), std::string::npos) << "a write receives nothing";
     EXPECT_EQ(req.find("redacted"), std::string::npos);
 }
@@ -205,28 +177,27 @@ TEST(CaptureReplay, EachLineHoldsTheRequestAndLandsWhenFinished) {
 TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
     const char* secrets[] = {"Secret#Pass1234", "Backup#Pass5678", "Escrow#Key0042",
                              "Suggest#Pass99"};
-    TempFile file;
+    kvitest::ScratchDir dir("kvi-capture");
+    const std::string file = dir.file("c.jsonl");
     kvitest::FakeBackend fake;
     KV_CTRL_LOCK_KEY_PASSPHRASE suggested{};
     std::memcpy(suggested.passPhrase, secrets[3], std::strlen(secrets[3]));
-    fake.answer(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, kvitest::FakeAnswer::record(suggested));
+    fake.answer(KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE, FakeAnswer::record(suggested));
+    KV_CTRL_LOCK_KEY_PARAMS params{};
+    std::memcpy(params.lockKeyPassPhrase.passPhrase, secrets[0], std::strlen(secrets[0]));
+    std::memcpy(params.backupPassPhrase.passPhrase, secrets[1], std::strlen(secrets[1]));
+    std::memcpy(params.keyId, "KEYID-1", 7);
+    DCMD_MBOX mbox{};
+    mbox.b[0] = 1;
     {
         std::string error;
-        auto writer = kvi::CaptureWriter::open(file.path.string(), error);
+        auto writer = kvi::CaptureWriter::open(file, error);
         ASSERT_TRUE(writer) << error;
         kvi::CaptureBackend capture(fake, writer, 0);
         BackendController ctrl(capture);
-
-        KV_CTRL_LOCK_KEY_PARAMS params{};
-        std::memcpy(params.lockKeyPassPhrase.passPhrase, secrets[0], std::strlen(secrets[0]));
-        std::memcpy(params.backupPassPhrase.passPhrase, secrets[1], std::strlen(secrets[1]));
-        std::memcpy(params.keyId, "KEYID-1", 7);
-        DCMD_MBOX mbox{};
-        mbox.b[0] = 1;
         DcmdKviDpParams create(KV_DCMD_CTRL_LOCK_KEY_CREATE, mbox,
                                reinterpret_cast<unsigned char*>(&params), 0, 0, 0);
         ASSERT_EQ(ctrl.execute(&create), 0);
-
         KV_CTRL_LOCK_KEY_FROM_ESCROW escrow{};
         std::memcpy(escrow.lockKeyPassPhrase.passPhrase, secrets[0], std::strlen(secrets[0]));
         std::memcpy(escrow.escrow.escrowLockKey, secrets[2], std::strlen(secrets[2]));
@@ -244,25 +215,19 @@ TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
             << "the caller gets the real answer";
         ASSERT_TRUE(writer->finish()) << writer->error();
     }
-    // The controller got the real bytes.
+    // The controller got the real bytes; the capture none of them.
     ASSERT_NE(fake.last(KV_DCMD_CTRL_LOCK_KEY_CREATE), nullptr);
     EXPECT_EQ(std::memcmp(fake.last(KV_DCMD_CTRL_LOCK_KEY_CREATE)->sent.data(), secrets[0],
                           std::strlen(secrets[0])),
               0);
-
-    const std::string text = readFile(file.path);
+    auto all = linesOf(file);
+    std::string text;
+    for (const std::string& l : all)
+        text += l + "\n";
     for (const char* secret : secrets) {
-        const auto* bytes = reinterpret_cast<const std::uint8_t*>(secret);
-        std::string hex;
-        char two[3];
-        for (std::size_t i = 0; i < std::strlen(secret); ++i) {
-            std::snprintf(two, sizeof two, "%02x", bytes[i]);
-            hex += two;
-        }
         EXPECT_EQ(text.find(secret), std::string::npos) << secret;
-        EXPECT_EQ(text.find(hex.substr(0, 8)), std::string::npos) << secret << " as hex";
+        EXPECT_EQ(text.find(hexOf(secret).substr(0, 8)), std::string::npos) << secret << " as hex";
     }
-    auto all = lines(text);
     ASSERT_EQ(all.size(), 2u + 5u);
     EXPECT_NE(all[2].find("\"sent\":\"" + std::string(364 * 2, '0') + "\""), std::string::npos);
     EXPECT_NE(all[3].find("\"sent\":\"" + std::string(104 * 2, '0') + "\""), std::string::npos);
@@ -272,165 +237,140 @@ TEST(CaptureReplay, LockKeyPassphrasesNeverReachTheCapture) {
 
     // Redacted requests still replay: they match on opcode, mailbox and length.
     std::string error;
-    auto log = kvi::ReplayLog::load(file.path.string(), error);
+    auto log = kvi::ReplayLog::load(file, error);
     ASSERT_TRUE(log) << error;
     kvi::ReplayBackend replay(log, 0);
     BackendController ctrl(replay);
-    KV_CTRL_LOCK_KEY_PARAMS other{};
-    std::memcpy(other.lockKeyPassPhrase.passPhrase, "different", 9);
-    DCMD_MBOX mbox{};
-    mbox.b[0] = 1;
+    std::memcpy(params.lockKeyPassPhrase.passPhrase, "different", 9);
     DcmdKviDpParams create(KV_DCMD_CTRL_LOCK_KEY_CREATE, mbox,
-                           reinterpret_cast<unsigned char*>(&other), 0, 0, 0);
+                           reinterpret_cast<unsigned char*>(&params), 0, 0, 0);
     EXPECT_EQ(ctrl.execute(&create), 0) << replay.lastError();
 }
 
-// Replays the script against a capture whose text was edited by `tamper`.
-std::string replayTampered(const std::function<void(std::vector<std::string>&)>& tamper,
-                           int& failedAt) {
-    TempFile file;
-    {
-        std::string error;
-        auto writer = kvi::CaptureWriter::open(file.path.string(), error);
-        kvitest::FakeBackend fake;
-        scriptFake(fake);
-        kvi::CaptureBackend capture(fake, writer, 0);
-        BackendController ctrl(capture);
-        runScript(ctrl);
-        EXPECT_TRUE(writer->finish()) << writer->error();
-    }
-    auto all = lines(readFile(file.path));
-    tamper(all);
-    {
-        std::ofstream out(file.path);
-        for (const auto& l : all)
-            out << l << "\n";
-    }
-    std::string error;
-    auto log = kvi::ReplayLog::load(file.path.string(), error);
-    if (!log)
-        return "load: " + error;
-    kvi::ReplayBackend replay(log, 0);
-    BackendController ctrl(replay);
-    auto outcomes = runScript(ctrl);
-    failedAt = -1;
-    for (std::size_t i = 0; i < outcomes.size(); ++i)
-        if (outcomes[i].status == kvi::kReplayMismatch) {
-            failedAt = static_cast<int>(i);
-            break;
-        }
-    // Once mismatched, every later request fails too.
-    for (std::size_t i = failedAt < 0 ? outcomes.size() : static_cast<std::size_t>(failedAt);
-         i < outcomes.size(); ++i)
-        EXPECT_EQ(outcomes[i].status, kvi::kReplayMismatch) << "request " << i;
-    return replay.lastError();
-}
-
+// A capture of the script with line `line` (0 header, 1 controller, 2.. the
+// requests) edited: `from` replaced by `to`, or the line removed when `from`
+// is empty. The replay fails at request `failedAt` (and every later one)
+// with a message holding `sent` and `recorded`.
 TEST(CaptureReplay, TamperedCaptureNamesBothRequests) {
-    // Lines: 0 header, 1 controller, 2.. the requests in script order.
-    int failedAt = 0;
-    std::string message = replayTampered(
-        [](std::vector<std::string>& l) {
-            auto pos = l[3].find("\"mbox\":\"01");
-            ASSERT_NE(pos, std::string::npos);
-            l[3].replace(pos, 10, "\"mbox\":\"02");
-        },
-        failedAt);
-    EXPECT_EQ(failedAt, 1);
-    EXPECT_NE(message.find("request 2"), std::string::npos) << message;
-    EXPECT_NE(message.find("the command sent KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox "
-                           "010000000000000000000000 length 128"),
-              std::string::npos)
-        << message;
-    EXPECT_NE(message.find("line 4 recorded KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox "
-                           "020000000000000000000000 length 128"),
-              std::string::npos)
-        << message;
-
-    message = replayTampered([](std::vector<std::string>& l) { l.erase(l.begin() + 4); }, failedAt);
-    EXPECT_EQ(failedAt, 2);
-    EXPECT_NE(message.find("sent KV_DCMD_CTRL_PROPERTIES_SET (0x01020200)"), std::string::npos)
-        << message;
-    EXPECT_NE(message.find("recorded KV_DCMD_CFG_AUTOCFG (0x04070100)"), std::string::npos)
-        << message;
-
-    message = replayTampered(
-        [](std::vector<std::string>& l) {
-            auto pos = l[2].find("\"length\":2464");
-            ASSERT_NE(pos, std::string::npos);
-            l[2].replace(pos, 13, "\"length\":2460");
-            pos = l[2].find("\"received\":\"");
-            l[2].erase(pos + 12, 8);
-        },
-        failedAt);
-    EXPECT_EQ(failedAt, 0);
-    EXPECT_NE(message.find("length 2464, but the capture"), std::string::npos) << message;
-    EXPECT_NE(message.find("length 2460"), std::string::npos) << message;
-
-    message = replayTampered([](std::vector<std::string>& l) { l.pop_back(); }, failedAt);
-    EXPECT_EQ(failedAt, 8);
-    EXPECT_NE(message.find("sent KV_DRV_GET_DRIVER_VERSION (0xF0010100)"), std::string::npos)
-        << message;
-    EXPECT_NE(message.find("holds no more requests (it recorded 8)"), std::string::npos) << message;
+    const struct {
+        std::size_t line;
+        const char* from;
+        const char* to;
+        int failedAt;
+        const char* sent;
+        const char* recorded;
+    } cases[] = {
+        {3, "\"mbox\":\"01", "\"mbox\":\"02", 1,
+         "request 2: the command sent KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox "
+         "010000000000000000000000 length 128",
+         "line 4 recorded KV_DCMD_CTRL_PROPERTIES_GET (0x01020100) mailbox "
+         "020000000000000000000000 length 128"},
+        {4, "", "", 2, "sent KV_DCMD_CTRL_PROPERTIES_SET (0x01020200)",
+         "recorded KV_DCMD_CFG_AUTOCFG (0x04070100)"},
+        {2, "\"length\":2464", "\"length\":2460", 0, "length 2464, but the capture", "length 2460"},
+        {10, "", "", 8, "sent KV_DRV_GET_DRIVER_VERSION (0xF0010100)",
+         "holds no more requests (it recorded 8)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.sent);
+        kvitest::ScratchDir dir("kvi-capture");
+        const std::string file = dir.file("c.jsonl");
+        recordScript(file);
+        auto all = linesOf(file);
+        ASSERT_GT(all.size(), c.line);
+        if (*c.from == 0) {
+            all.erase(all.begin() + static_cast<long>(c.line));
+        } else {
+            std::string& l = all[c.line];
+            ASSERT_NE(l.find(c.from), std::string::npos) << l;
+            l.replace(l.find(c.from), std::strlen(c.from), c.to);
+            if (c.line == 2) // the shorter length receives 4 bytes less
+                l.erase(l.find("\"received\":\"") + 12, 8);
+        }
+        std::ofstream(file) << [&] {
+            std::string text;
+            for (const auto& l : all)
+                text += l + "\n";
+            return text;
+        }();
+        std::string error;
+        auto log = kvi::ReplayLog::load(file, error);
+        ASSERT_TRUE(log) << error;
+        kvi::ReplayBackend replay(log, 0);
+        BackendController ctrl(replay);
+        auto outcomes = runScript(ctrl);
+        for (std::size_t i = 0; i < outcomes.size(); ++i)
+            EXPECT_EQ(outcomes[i].status == kvi::kReplayMismatch, static_cast<int>(i) >= c.failedAt)
+                << "request " << i;
+        EXPECT_NE(replay.lastError().find(c.sent), std::string::npos) << replay.lastError();
+        EXPECT_NE(replay.lastError().find(c.recorded), std::string::npos) << replay.lastError();
+    }
 }
 
 TEST(CaptureReplay, MalformedFilesNameTheLine) {
-    const std::string head = R"({"type":"capture","format":"kvictl-capture","version":1})";
+    const std::string head = R"({"type":"capture","format":"kvictl-capture","version":1})"
+                             "\n";
     const std::string ctl =
-        R"({"type":"controller","controller":0,"pci":{"status":0,"domain":0,"bus":1,"device":0,"function":0,"linkWidth":8},"driverName":"d","driverVersion":"v"})";
+        R"({"type":"controller","controller":0,"pci":{"status":0,"domain":0,"bus":1,"device":0,)"
+        R"("function":0,"linkWidth":8},"driverName":"d","driverVersion":"v"})"
+        "\n";
     const std::string req =
-        R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})";
-    struct Case {
-        std::string text;
-        const char* expect;
-    } cases[] = {
+        R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":")"
+        R"(000000000000000000000000","direction":"read","length":1,"status":0,"received":"F3",)"
+        R"("mboxAfter":"000000000000000000000000"})"
+        "\n";
+    // `req` with `from` replaced by `to`.
+    auto edit = [&req](const std::string& from, const std::string& to) {
+        std::string r = req;
+        return r.replace(r.find(from), from.size(), to);
+    };
+    const std::pair<std::string, const char*> cases[] = {
         {"", "line 1: empty file"},
         {"{\"type\":\"dcmd\"}\n", "line 1: not a kvictl capture"},
         {R"({"type":"capture","format":"kvictl-capture","version":2})",
          "line 1: capture version 2 is not supported"},
-        {head + "\n" + ctl + "\n{nope\n", "line 3: not valid JSON"},
-        {head + "\n[1,2]\n", "line 2: not a JSON object"},
-        {head + "\n" + req + "\n", "line 2: request for controller 0, which no earlier"},
-        {head + "\n" + ctl + "\n" + ctl + "\n", "line 3: controller 0 is declared twice"},
-        {head + "\n" + ctl + "\n{\"type\":\"weird\"}\n", "line 3: unknown line type \"weird\""},
-        {head + "\n" + ctl + "\n\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"00","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + ctl + "{nope\n", "line 3: not valid JSON"},
+        {head + "[1,2]\n", "line 2: not a JSON object"},
+        {head + req, "line 2: request for controller 0, which no earlier"},
+        {head + ctl + ctl, "line 3: controller 0 is declared twice"},
+        {head + ctl + "{\"type\":\"weird\"}\n", "line 3: unknown line type \"weird\""},
+        {head + ctl + "\n" + edit("\"mbox\":\"000000000000000000000000", "\"mbox\":\"00"),
          "line 4: \"mbox\" is not 12 bytes"},
-        {head + "\n" + ctl + "\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":2,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + ctl + edit("\"length\":1", "\"length\":2"),
          "line 3: \"received\" holds 1 bytes, not \"length\" 2"},
-        {head + "\n" + ctl + "\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"1030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
-         "line 3: \"opcode\" is not a 0x hex number"},
-        {head + "\n" + ctl + "\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"sideways","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + ctl + edit("0x01030100", "1030100"), "line 3: \"opcode\" is not a 0x hex number"},
+        {head + ctl + edit("read", "sideways"),
          "line 3: \"direction\" is not none, read, write or both"},
-        {head + "\n" + ctl + "\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":1,"status":0,"received":"zz","mboxAfter":"000000000000000000000000"})",
-         "line 3: \"received\" is not hex bytes"},
-        {head + "\n" + ctl + "\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","mbox":"000000000000000000000000","direction":"read","length":-1,"status":0,"received":"","mboxAfter":"000000000000000000000000"})",
-         "line 3: \"length\" is out of range"},
-        {head + "\n" + ctl + "\n" +
-             R"({"type":"dcmd","controller":0,"kind":"firmware","opcode":"0x01030100","direction":"read","length":1,"status":0,"received":"03","mboxAfter":"000000000000000000000000"})",
+        {head + ctl + edit("F3", "zz"), "line 3: \"received\" is not hex bytes"},
+        {head + ctl + edit("\"length\":1", "\"length\":-1"), "line 3: \"length\" is out of range"},
+        {head + ctl + edit("\"mbox\":\"000000000000000000000000\",", ""),
          "line 3: missing \"mbox\""},
-        {head + "\n" +
-             R"({"type":"controller","controller":1,"pci":{"status":0,"domain":0,"bus":1,"device":0,"function":0,"linkWidth":8},"driverName":"d","driverVersion":"v"})",
+        {head + std::string(ctl).replace(ctl.find("\"controller\":0"), 14, "\"controller\":1"),
          "line 3: controller 0 is never declared"},
     };
-    for (const Case& c : cases) {
-        std::istringstream in(c.text);
+    for (const auto& [text, expect] : cases) {
+        std::istringstream in(text);
         std::string error;
-        EXPECT_FALSE(kvi::ReplayLog::parse(in, "cap.jsonl", error)) << c.text;
-        EXPECT_NE(error.find(std::string("capture cap.jsonl ") + c.expect), std::string::npos)
-            << "got: " << error << "\nwant: " << c.expect;
+        EXPECT_FALSE(kvi::ReplayLog::parse(in, "cap.jsonl", error)) << text;
+        EXPECT_NE(error.find(std::string("capture cap.jsonl ") + expect), std::string::npos)
+            << "got: " << error << "\nwant: " << expect;
     }
 
-    std::istringstream good(head + "\n" + ctl + "\n" + req + "\n");
+    // A good file, in upper-case hex, with an SMP request to port 0.
+    std::istringstream good(
+        head + ctl + req +
+        R"({"type":"smp","controller":0,"sasAddress":"0x500605B000000001","port":0,)"
+        R"("request":"40100000","responseLength":2,"status":0,"response":"AF41"})"
+        "\n");
     std::string error;
     auto log = kvi::ReplayLog::parse(good, "cap.jsonl", error);
     ASSERT_TRUE(log) << error;
-    EXPECT_EQ(log->controller(0).requests.at(0).line, 3u);
+    const auto& requests = log->controller(0).requests;
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].line, 3u);
+    EXPECT_EQ(requests[0].received, std::vector<std::uint8_t>{0xF3});
+    EXPECT_EQ(requests[1].port, 0u);
+    EXPECT_EQ(requests[1].received, (std::vector<std::uint8_t>{0xAF, 0x41}));
 
     EXPECT_FALSE(kvi::ReplayLog::load("/nonexistent/kvi.jsonl", error));
     EXPECT_NE(error.find("cannot read the capture: /nonexistent/kvi.jsonl: cannot open"),
@@ -442,91 +382,69 @@ TEST(CaptureReplay, MalformedFilesNameTheLine) {
         << error;
 }
 
-// The one-byte alarm read and the SMP request that the two-controller test
-// sends both while capturing and while replaying.
-kvi::DirectCommand alarmRead(unsigned char& byte) {
-    kvi::DirectCommand cmd;
-    cmd.opcode = KV_DCMD_CTRL_ALARM_GET;
-    cmd.data = &byte;
-    cmd.length = 1;
-    cmd.direction = kvi::Direction::Read;
-    return cmd;
-}
-
-kvi::SmpCommand smpRequest(unsigned char* request, std::vector<unsigned char>& response) {
+TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
+    kvitest::ScratchDir dir("kvi-capture");
+    unsigned char byte = 0;
+    kvi::DirectCommand alarm;
+    alarm.opcode = KV_DCMD_CTRL_ALARM_GET;
+    alarm.data = &byte;
+    alarm.length = 1;
+    alarm.direction = kvi::Direction::Read;
+    kvi::DirectCommand time;
+    time.opcode = KV_DCMD_CTRL_TIME_GET;
+    unsigned char request[4] = {0x40, 0x10, 0, 0}, other[4] = {0x40, 0x11, 0, 0};
+    std::vector<unsigned char> response(8), response0(8);
     kvi::SmpCommand smp;
     smp.sasAddress = 0x500605B000000001ull;
     smp.port = 2;
     smp.request = request;
     smp.requestLength = 4;
-    smp.response = response.data();
+    smp.response = response0.data();
     smp.responseLength = 8;
-    return smp;
-}
-
-TEST(CaptureReplay, ControllersReplayIndependentlyAndSmpRoundTrips) {
-    TempFile file;
-    std::vector<unsigned char> response0(8);
     {
         std::string error;
-        auto writer = kvi::CaptureWriter::open(file.path.string(), error);
+        auto writer = kvi::CaptureWriter::open(dir.file("c.jsonl"), error);
         ASSERT_TRUE(writer);
         struct Explaining : kvitest::FakeBackend {
             std::string lastError() const override { return "host0 did not answer in time"; }
         } a;
         kvitest::FakeBackend b;
-        a.answer(KV_DCMD_CTRL_ALARM_GET, kvitest::FakeAnswer::ok({1}));
-        b.answer(KV_DCMD_CTRL_ALARM_GET, kvitest::FakeAnswer::ok({2}));
+        a.answer(KV_DCMD_CTRL_ALARM_GET, FakeAnswer::ok({1}));
+        b.answer(KV_DCMD_CTRL_ALARM_GET, FakeAnswer::ok({2}));
         b.pciStatus = -1;
-        b.answerSmp(kvitest::FakeAnswer::ok({0x41, 0x10, 0, 0, 9, 9, 9, 9}));
+        b.answerSmp(FakeAnswer::ok({0x41, 0x10, 0, 0, 9, 9, 9, 9}));
         kvi::CaptureBackend ca(a, writer, 0), cb(b, writer, 1);
-        unsigned char byte = 0;
-        kvi::DirectCommand cmd = alarmRead(byte);
-        ASSERT_EQ(cb.submit(cmd), 0);
-        ASSERT_EQ(ca.submit(cmd), 0);
-        unsigned char request[4] = {0x40, 0x10, 0, 0};
-        kvi::SmpCommand smp = smpRequest(request, response0);
+        ASSERT_EQ(cb.submit(alarm), 0);
+        ASSERT_EQ(ca.submit(alarm), 0);
         ASSERT_EQ(cb.submitSmp(smp), 0);
         // A backend failure is recorded with its message.
-        a.answer(KV_DCMD_CTRL_TIME_GET, kvitest::FakeAnswer::fail(kvi::kTransportFailed));
-        kvi::DirectCommand none;
-        none.opcode = KV_DCMD_CTRL_TIME_GET;
-        ASSERT_EQ(ca.submit(none), kvi::kTransportFailed);
+        a.answer(KV_DCMD_CTRL_TIME_GET, FakeAnswer::fail(kvi::kTransportFailed));
+        ASSERT_EQ(ca.submit(time), kvi::kTransportFailed);
         ASSERT_TRUE(writer->finish()) << writer->error();
     }
     std::string error;
-    auto log = kvi::ReplayLog::load(file.path.string(), error);
+    auto log = kvi::ReplayLog::load(dir.file("c.jsonl"), error);
     ASSERT_TRUE(log) << error;
     ASSERT_EQ(log->controllerCount(), 2u);
-    kvi::ReplayBackend ra(log, 0), rb(log, 1);
+    kvi::ReplayBackend ra(log, 0), rb(log, 1), rc(log, 1);
     kvi::PciLocation loc;
     EXPECT_EQ(rb.pciLocation(loc), -1) << "a failing PCI answer replays as the same failure";
-    unsigned char byte = 0;
-    kvi::DirectCommand cmd = alarmRead(byte);
-    ASSERT_EQ(ra.submit(cmd), 0);
+    ASSERT_EQ(ra.submit(alarm), 0);
     EXPECT_EQ(byte, 1);
-    kvi::DirectCommand none;
-    none.opcode = KV_DCMD_CTRL_TIME_GET;
-    EXPECT_EQ(ra.submit(none), kvi::kTransportFailed);
-    EXPECT_EQ(ra.lastError(), "host0 did not answer in time")
-        << "a recorded failure keeps its message";
-    ASSERT_EQ(rb.submit(cmd), 0);
+    EXPECT_EQ(ra.submit(time), kvi::kTransportFailed);
+    EXPECT_EQ(ra.lastError(), "host0 did not answer in time") << "the message is kept";
+    ASSERT_EQ(rb.submit(alarm), 0);
     EXPECT_EQ(byte, 2);
 
-    std::vector<unsigned char> response(8);
-    unsigned char request[4] = {0x40, 0x10, 0, 0};
-    kvi::SmpCommand smp = smpRequest(request, response);
+    smp.response = response.data();
     kvi::SmpCommand wrong = smp;
-    unsigned char other[4] = {0x40, 0x11, 0, 0};
     wrong.request = other;
-    kvi::ReplayBackend rc(log, 1);
-    ASSERT_EQ(rc.submit(cmd), 0);
+    ASSERT_EQ(rc.submit(alarm), 0);
     EXPECT_EQ(rc.submitSmp(wrong), kvi::kReplayMismatch);
     EXPECT_NE(rc.lastError().find("request 40110000"), std::string::npos) << rc.lastError();
     EXPECT_NE(rc.lastError().find("recorded SMP to 0x500605B000000001 port 2 request 40100000"),
               std::string::npos)
         << rc.lastError();
-
     ASSERT_EQ(rb.submitSmp(smp), 0);
     EXPECT_EQ(response, response0);
     EXPECT_EQ(rb.submitSmp(smp), kvi::kReplayMismatch) << "past the end";
