@@ -5,10 +5,10 @@
 // logs, ending cleanly on a signal, and a capture of it replaying.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <signal.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
@@ -72,12 +72,8 @@ int requestsIn(const std::string& capture) {
 
 std::vector<std::string> filesIn(const std::string& dir) {
     std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d))
-            if (std::string(e->d_name) != "." && std::string(e->d_name) != "..")
-                names.push_back(e->d_name);
-        closedir(d);
-    }
+    for (const auto& e : std::filesystem::directory_iterator(dir))
+        names.push_back(e.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -153,21 +149,6 @@ TEST(Events, ListSelectsTheWindowAsked) {
         ASSERT_EQ(json.exitCode, 0) << json.err;
         EXPECT_EQ(sequences(json), c.want);
     }
-
-    // JSON times: ISO 8601 with the summer offset and epoch seconds; a
-    // boot-relative stamp gives seconds since boot and null times.
-    ojson summer = ojson::parse(
-        runKvictl({"--sim", "-o", "json", "events", "list", "--last", "1"}, in(kBerlinSummer)).out);
-    EXPECT_EQ(
-        summer["controllers"][0]["events"][0].dump(),
-        R"({"sequence":5,"time":"2026-07-01T11:00:00+02:00","time_epoch_seconds":1782896400,)"
-        R"("class":"info","locale":2,"code":259,"description":"Patrol Read complete on drive 7"})");
-    ojson early = ojson::parse(
-        runKvictl({"--sim=" + boot, "-o", "json", "events", "list", "--from", "7", "--max", "1"})
-            .out);
-    EXPECT_EQ(early["controllers"][0]["events"][0].dump(),
-              R"({"sequence":7,"time":null,"time_epoch_seconds":null,"seconds_since_boot":5,)"
-              R"("class":"info","locale":0,"code":264,"description":"Time established"})");
 }
 
 // The newest N of a large log, also filtered by class (sequence numbers with
@@ -201,37 +182,40 @@ TEST(Events, LastOfALargeLogReadsOnlyItsEnd) {
     }
 }
 
-// A start given twice, or the oldest and the newest N at once, is refused
-// before anything is sent; so are values out of range.
-TEST(Events, ContradictoryOptionsAreRefused) {
-    kvitest::ScratchDir dir("kvictl-events");
-    const std::string cap = dir.file("cap.jsonl");
-    struct Case {
-        std::vector<std::string> args; // after "events"
-        const char* message;
+// JSON times: ISO 8601 with the summer offset and epoch seconds; a
+// boot-relative stamp gives seconds since boot and null times. A start given
+// twice, or the oldest and the newest N at once, is refused before anything
+// is sent; so are values out of range.
+TEST(Events, JsonTimesAndRefusedOptions) {
+#define REFUSED(args, message)                                                                     \
+    { args, "--sim --record @C events " args, 2, "", message, "", "!\"type\"" }
+    const clitest::Case cases[] = {
+        {"summer",
+         "TZ=Europe/Berlin KVICTL_SIM_TIME=1782900000 --sim -o json-compact events list "
+         "--last 1",
+         0,
+         R"({"sequence":5,"time":"2026-07-01T11:00:00+02:00",)"
+         R"("time_epoch_seconds":1782896400,"class":"info","locale":2,"code":259,)"
+         R"("description":"Patrol Read complete on drive 7"})"},
+        {"since boot", "@P -o json-compact events list --from 7 --max 1", 0,
+         R"({"sequence":7,"time":null,"time_epoch_seconds":null,"seconds_since_boot":5,)"
+         R"("class":"info","locale":0,"code":264,"description":"Time established"})",
+         "", R"("events": [{"code": 1, "description": "Controller booted", "age": 100},
+             {"code": 264, "description": "Time established", "bootSeconds": 5}])"},
+        REFUSED("list --from 2 --since-boot", "give one of them"),
+        REFUSED("list --since 2023-11-14 --from 3", "give one of them"),
+        REFUSED("follow --since-boot --since 2023-11-14", "give one of them"),
+        REFUSED("list --max 2 --last 2", "contradict each other"),
+        REFUSED("list --since yesterday", "is not a time"),
+        REFUSED("list --since 2023-02-30", "is not a time"),
+        REFUSED("list --since 2023-11-14T10:00+25:00", "is not a time"),
+        REFUSED("list --last 0", "--last"),
+        REFUSED("follow --interval 0", "--interval"),
+        REFUSED("follow --max 3", "--max"),
     };
-    const Case cases[] = {
-        {{"list", "--from", "2", "--since-boot"}, "give one of them"},
-        {{"list", "--since", "2023-11-14", "--from", "3"}, "give one of them"},
-        {{"follow", "--since-boot", "--since", "2023-11-14"}, "give one of them"},
-        {{"list", "--max", "2", "--last", "2"}, "contradict each other"},
-        {{"list", "--since", "yesterday"}, "is not a time"},
-        {{"list", "--since", "2023-02-30"}, "is not a time"},
-        {{"list", "--since", "2023-11-14T10:00+25:00"}, "is not a time"},
-        {{"list", "--last", "0"}, "--last"},
-        {{"follow", "--interval", "0"}, "--interval"},
-        {{"follow", "--max", "3"}, "--max"},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> args = {"--sim", "--record", cap, "events"};
-        args.insert(args.end(), c.args.begin(), c.args.end());
-        SCOPED_TRACE(args[4] + " " + args[5]);
-        std::remove(cap.c_str());
-        Result r = runKvictl(args, in(kUtc));
-        EXPECT_EQ(r.exitCode, 2);
-        EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-        EXPECT_EQ(requestsIn(cap), 0);
-    }
+#undef REFUSED
+    for (const clitest::Case& c : cases)
+        clitest::expectCase(c);
 }
 
 // events follow on a state file prints what another kvictl run on the same

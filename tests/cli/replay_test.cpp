@@ -6,83 +6,57 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
-#include <fstream>
 #include <sstream>
 
 #include "Run.h"
+#include "tests/support/ScratchDir.h"
 
 namespace {
 
-using clitest::readFile;
 using clitest::Result;
 using clitest::runKvictl;
-using clitest::RunOptions;
-using clitest::tempPath;
-using clitest::writeFile;
+using clitest::shellWords;
 
 // The replaying host differs from the recording one: another zone (with
 // summer time) and no fixed simulator clock.
-RunOptions otherHost() {
-    RunOptions o;
-    o.env["TZ"] = "Europe/Berlin";
-    o.env["KVICTL_SIM_TIME"] = "";
+clitest::RunOptions otherHost() {
+    clitest::RunOptions o;
+    o.env = {{"TZ", "Europe/Berlin"}, {"KVICTL_SIM_TIME", ""}};
     return o;
 }
 
-std::vector<std::string> concat(std::vector<std::string> a, const std::vector<std::string>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-std::string hexOf(const std::string& s, bool upper) {
-    std::string out;
-    char buf[3];
-    for (unsigned char c : s) {
-        std::snprintf(buf, sizeof buf, upper ? "%02X" : "%02x", c);
-        out += buf;
-    }
-    return out;
-}
-
-struct ReplayCase {
-    const char* name;
-    std::vector<std::string> backend; // simulator options of the recording run
-    std::vector<std::string> command; // the same for both runs
-    RunOptions recordEnv;
-};
-
 TEST(Replay, ReproducesTheRecordedOutputByteForByte) {
+    kvitest::ScratchDir dir("kvictl-replay");
     // A profile whose process-wide inputs differ from the defaults (the OEM
     // flag renames the battery), so a replay that ignored them would differ.
-    std::string oemProfile = tempPath("oem.json");
-    writeFile(oemProfile, R"({"base": "default", "isOEMhp": true, "controllerType": 0})");
-    RunOptions summer;
-    summer.env["TZ"] = "America/New_York";
-    summer.env["KVICTL_SIM_TIME"] = "1690000000"; // July: summer time
-    const ReplayCase cases[] = {
-        {"text", {"--sim"}, {"show", "all"}, {}},
-        {"json", {"--sim"}, {"-o", "json", "show", "all"}, {}},
-        {"json-compact", {"--sim"}, {"-o", "json-compact", "show", "all"}, {}},
-        {"two controllers", {"--sim", "--sim-controllers", "2"}, {"-c", "all", "show", "all"}, {}},
-        {"two controllers json",
-         {"--sim", "--sim-controllers", "2"},
-         {"-c", "all", "-o", "json", "show", "all"},
-         {}},
-        {"previous-gen", {"--sim=previous-gen"}, {"show", "all"}, {}},
-        {"oem flag", {"--sim=" + oemProfile}, {"show", "all"}, {}},
-        {"summer time zone", {"--sim"}, {"-o", "json", "show", "all"}, summer},
-        {"list", {"--sim", "--sim-controllers", "2"}, {"-c", "all", "list"}, {}},
+    clitest::writeFile(dir.file("oem.json"),
+                       R"({"base": "default", "isOEMhp": true, "controllerType": 0})");
+    const std::pair<std::string, const char*> cases[] = {
+        // Recording options (leading NAME=VALUE words: its environment), the command.
+        {"--sim", "show all"},
+        {"--sim", "-o json show all"},
+        {"--sim", "-o json-compact show all"},
+        {"--sim --sim-controllers 2", "-c all show all"},
+        {"--sim --sim-controllers 2", "-c all -o json show all"},
+        {"--sim=previous-gen", "show all"},
+        {"--sim=" + dir.file("oem.json"), "show all"},
+        {"TZ=America/New_York KVICTL_SIM_TIME=1690000000 --sim", "-o json show all"}, // summer
+        {"--sim --sim-controllers 2", "-c all list"},
     };
-    for (const ReplayCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        std::string capture = tempPath("replay.jsonl");
-        Result recorded =
-            runKvictl(concat(concat(c.backend, {"--record", capture}), c.command), c.recordEnv);
+    for (const auto& [backend, command] : cases) {
+        SCOPED_TRACE(backend + " " + command);
+        const std::string capture = dir.file("replay.jsonl");
+        clitest::RunOptions record;
+        std::vector<std::string> args;
+        for (const std::string& w : shellWords(backend + " --record " + capture + " " + command))
+            if (w.find('=') != std::string::npos && w[0] >= 'A' && w[0] <= 'Z')
+                record.env[w.substr(0, w.find('='))] = w.substr(w.find('=') + 1);
+            else
+                args.push_back(w);
+        Result recorded = runKvictl(args, record);
         ASSERT_EQ(0, recorded.exitCode) << recorded.err;
         ASSERT_FALSE(recorded.out.empty());
-        Result replayed = runKvictl(concat({"--replay", capture}, c.command), otherHost());
+        Result replayed = runKvictl(shellWords("--replay " + capture + " " + command), otherHost());
         EXPECT_EQ(recorded.exitCode, replayed.exitCode) << replayed.err;
         EXPECT_EQ(recorded.out, replayed.out);
         EXPECT_EQ("", replayed.err);
@@ -100,31 +74,21 @@ TEST(Replay, GlobalHelpExamplesRecordAndReplay) {
         EXPECT_NE(std::string::npos, help.out.find(std::string("\n  ") + option + " "))
             << option << " in\n"
             << help.out;
-
-    const std::string capture = tempPath("example.jsonl");
+    kvitest::ScratchDir dir("kvictl-replay");
     std::vector<std::vector<std::string>> examples; // the --record one, then the --replay one
     std::istringstream in(help.out);
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.rfind("  kvictl ", 0) != 0)
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("  kvictl ", 0) != 0 || (line.find(" --record ") == std::string::npos &&
+                                                line.rfind("  kvictl --replay ", 0) != 0))
             continue;
-        std::istringstream words(line.substr(9));
-        std::vector<std::string> args;
-        for (std::string w; words >> w;)
-            args.push_back(w);
-        const bool record = std::find(args.begin(), args.end(), "--record") != args.end();
-        const bool replay = !args.empty() && args[0] == "--replay";
-        if (!record && !replay)
-            continue;
-        std::vector<std::string> run;
+        std::vector<std::string> args = shellWords(line.substr(9)), run;
         for (std::size_t i = 0; i < args.size(); ++i) {
-            if (args[i] == "--device") {
-                run.push_back("--sim"); // no hardware here
+            if (args[i] == "--device") { // no hardware here
+                run.push_back("--sim");
                 ++i;
-            } else if (i > 0 && (args[i - 1] == "--record" || args[i - 1] == "--replay")) {
-                run.push_back(capture);
             } else {
-                run.push_back(args[i]);
+                const bool file = i > 0 && (args[i - 1] == "--record" || args[i - 1] == "--replay");
+                run.push_back(file ? dir.file("example.jsonl") : args[i]);
             }
         }
         examples.push_back(run);
@@ -137,89 +101,48 @@ TEST(Replay, GlobalHelpExamplesRecordAndReplay) {
     EXPECT_EQ(recorded.out, replayed.out);
 }
 
-TEST(Replay, TheCaptureKeepsTheInputsThatAreNotRequests) {
-    std::string capture = tempPath("facts.jsonl");
-    ASSERT_EQ(0, runKvictl({"--sim", "--record", capture, "show", "basic"}).exitCode);
-    std::string text = readFile(capture);
-    for (const char* fact : {R"({"name":"now","type":"fact","value":"1700000000"})",
-                             R"({"name":"isOEMhp","type":"fact","value":"0"})",
-                             R"({"name":"oemCheck","type":"fact","value":"0"})",
-                             R"({"name":"controllerType","type":"fact","value":"0"})",
-                             R"({"name":"tz","type":"fact","value":"UTC0"})"})
-        EXPECT_NE(std::string::npos, text.find(fact)) << fact;
-    EXPECT_NE(std::string::npos, text.find(R"("name":"argv")")) << text.substr(0, 600);
-
-    // A different command than the recorded one names its own command line
-    // in the envelope (here it also sends other requests, so it fails).
-    Result other = runKvictl({"--replay", capture, "-o", "json", "show", "bus"});
-    EXPECT_NE(std::string::npos, other.out.find("\"bus\"")) << other.out;
-    EXPECT_NE(std::string::npos, other.out.find("\"--replay\"")) << other.out;
-}
-
-TEST(Replay, ATamperedMailboxFailsNamingBothRequests) {
-    std::string capture = tempPath("good.jsonl");
-    ASSERT_EQ(0, runKvictl({"--sim", "--record", capture, "show", "all"}).exitCode);
-    // Change the first mailbox byte of the first recorded direct command that
-    // has an all-zero mailbox.
-    std::istringstream in(readFile(capture));
-    std::string line, tampered, changedLine;
-    bool done = false;
-    unsigned lineNo = 0, changedNo = 0;
-    while (std::getline(in, line)) {
-        ++lineNo;
-        const std::string key = R"("mbox":"000000000000000000000000")";
-        std::size_t at = line.find(key);
-        if (!done && line.find(R"("type":"dcmd")") != std::string::npos &&
-            at != std::string::npos) {
-            line.replace(at + 8, 2, "5a");
-            done = true;
-            changedNo = lineNo;
-            changedLine = line;
-        }
-        tampered += line + "\n";
-    }
-    ASSERT_TRUE(done);
-    std::string bad = tempPath("tampered.jsonl");
-    writeFile(bad, tampered);
-
-    Result r = runKvictl({"--replay", bad, "show", "all"});
-    EXPECT_EQ(1, r.exitCode);
-    EXPECT_NE(std::string::npos, r.err.find("replay_mismatch")) << r.err;
-    EXPECT_NE(std::string::npos, r.err.find("the command sent ")) << r.err;
-    EXPECT_NE(std::string::npos, r.err.find("mailbox 000000000000000000000000")) << r.err;
-    EXPECT_NE(std::string::npos, r.err.find("line " + std::to_string(changedNo) + " recorded "))
-        << r.err;
-    EXPECT_NE(std::string::npos, r.err.find("mailbox 5a0000000000000000000000")) << r.err;
-    EXPECT_NE(std::string::npos, r.err.find("record it again")) << r.err;
-}
-
-TEST(Replay, NoPassphraseReachesACapture) {
-    const std::string pass = "Kv-Secret-Pass-77";
-    const std::string newPass = "Kv-Other-Pass-88";
-    std::string passFile = tempPath("pass");
-    std::string newFile = tempPath("newpass");
-    writeFile(passFile, pass + "\n");
-    writeFile(newFile, newPass + "\n");
-    std::string state = tempPath("state.json");
-    const std::vector<std::vector<std::string>> steps = {
-        {"-y", "security", "create", "--passphrase-file", passFile},
-        {"security", "verify", "--passphrase-file", passFile},
+// What a capture keeps besides the requests, what it never keeps, and a
+// replay of another command.
+TEST(Replay, CaptureContents) {
+    const clitest::Case cases[] = {
+        {"the inputs that are not requests", "--sim --record @C show basic", 0, "", "", "",
+         R"({"name":"now","type":"fact","value":"1700000000"})"
+         "\t"
+         R"({"name":"isOEMhp","type":"fact","value":"0"})"
+         "\t"
+         R"({"name":"oemCheck","type":"fact","value":"0"})"
+         "\t"
+         R"({"name":"controllerType","type":"fact","value":"0"})"
+         "\t"
+         R"({"name":"tz","type":"fact","value":"UTC0"})"
+         "\t"
+         R"("name":"argv")"},
+        {"another command names its own command line", "--replay @C -o json show version", 0,
+         "\"--replay\",\t\"version\"", "", "", "", "--sim --record @C show basic"},
+        {"another command's requests do not match", "--replay @C show status", 1, "",
+         "replay_mismatch (replay mismatch on controller 0 at request 2: the command sent "
+         "KV_DCMD_CTRL_OEM_ID_GET (0x010E8481) mailbox 000000000000000000000000 length 4, but the "
+         "capture \tline 10 recorded KV_DCMD_CTRL_MFC_MFG_GET (0x010E0301) mailbox "
+         "000000000000000000000000 length 32); the capture does not match this command; record "
+         "it again",
+         "", "", "--sim --record @C show basic"},
+        {"no passphrase of a create",
+         "--sim --sim-state @S --record @C -y security create "
+         "--passphrase-file -",
+         0, "", "", "",
+         "KV_DCMD_CTRL_LOCK_KEY\t\"redacted\":true\t"
+         "!Kv-Secret-Pass-77\t!4b762d5365637265742d\t!4B762D5365637265742D",
+         "", "Kv-Secret-Pass-77\n"},
+        {"no passphrase of a verify",
+         "--sim --sim-state @S --record @C security verify "
+         "--passphrase-file -",
+         0, "", "", "",
+         "KV_DCMD_CTRL_LOCK_KEY\t\"redacted\":true\t"
+         "!Kv-Secret-Pass-77\t!4b762d5365637265742d\t!4B762D5365637265742D",
+         "--sim --sim-state @S -y security create --passphrase-file -", "Kv-Secret-Pass-77\n"},
     };
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step[step.size() - 3]);
-        std::string capture = tempPath("security.jsonl");
-        Result r = runKvictl(concat({"--sim", "--sim-state", state, "--record", capture}, step));
-        ASSERT_EQ(0, r.exitCode) << r.err;
-        std::string text = readFile(capture);
-        ASSERT_NE(std::string::npos, text.find("KV_DCMD_CTRL_LOCK_KEY"))
-            << "the lock-key request is captured";
-        EXPECT_NE(std::string::npos, text.find(R"("redacted":true)"));
-        for (const std::string& secret : {pass, newPass}) {
-            EXPECT_EQ(std::string::npos, text.find(secret));
-            EXPECT_EQ(std::string::npos, text.find(hexOf(secret, false)));
-            EXPECT_EQ(std::string::npos, text.find(hexOf(secret, true)));
-        }
-    }
+    for (const clitest::Case& c : cases)
+        clitest::expectCase(c);
 }
 
 } // namespace
