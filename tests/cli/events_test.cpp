@@ -188,7 +188,7 @@ TEST(Events, LastOfALargeLogReadsOnlyItsEnd) {
 // is sent; so are values out of range.
 TEST(Events, JsonTimesAndRefusedOptions) {
 #define REFUSED(args, message)                                                                     \
-    { args, "--sim --record @C events " args, 2, "", message, "", "!\"type\"" }
+    { args, "--sim --record @C events " args, 2, "", message, "", "!\"type\":\"dcmd\"" }
     const clitest::Case cases[] = {
         {"summer",
          "TZ=Europe/Berlin KVICTL_SIM_TIME=1782900000 --sim -o json-compact events list "
