@@ -314,6 +314,13 @@ const Case kCases[] = {
      "Captured Events = 2\n\tAlarm silenced\n\tAlarm enabled\n", "", "", "",
      "--sim --sim-state @S capture start; --sim --sim-state @S alarm silence; "
      "--sim --sim-state @S alarm on"},
+    // States and options by their names.
+    {"battery degraded", "@P bbu", 0, "State                      = degraded\n", "",
+     R"("records": {"KV_BBU_STATUS": {"fwStatus": 2}})"},
+    {"patrol read aborted", "@P patrol", 0, "State                 = aborted\n", "",
+     R"("records": {"KV_PR_STATUS": {"state": 255}})"},
+    {"SSD patrol read already on", "@P --dry-run patrol set ssd=on", 0, "ssd = on (unchanged)\n",
+     "", R"("records": {"KV_PR_PROPERTIES_EXT": {"options": 1}})"},
     // Record values outside their defined range are named, not guessed.
     {"strip code beyond 16 MiB", "@P rules", 0,
      "Max Strip Size              = unknown (code 40)\n\t! 0 bytes", "",
