@@ -289,9 +289,11 @@ const Case kCases[] = {
     {"a refused write changes nothing", "@P --sim-state @S get rebuild-rate", 0,
      "rebuild-rate = 30 percent\n", "", R"("fail": {"0x01020200": 3})", "",
      "!@P --sim-state @S set rebuild-rate=50 cc-rate=30"},
-    {"a refused write is no change", "@P -o json-compact set rebuild-rate=50 cc-rate=30", 1,
+    {"a refused write is no change, on one line",
+     "@P -o json-compact set rebuild-rate=50 cc-rate=30", 1,
      R"("changes":[{"name":"rebuild_rate_percent","old":30,"new":50,"changed":false},)"
-     R"({"name":"cc_rate_percent","old":30,"new":30,"changed":false}],"changed":false)",
+     R"({"name":"cc_rate_percent","old":30,"new":30,"changed":false}],"changed":false)"
+     "\t!,\n",
      "", R"("fail": {"0x01020200": 3})"},
     {"a rekeyed lock key waits for a restart", "--sim --sim-state @S -o json security", 0,
      "\"reboot_required\": true", "", "", "",
