@@ -212,6 +212,7 @@ const Case kCases[] = {
     {"unknown record", "--sim --record @C raw KV_NOTHING", 2, "", "not a record", "", NOTHING_SENT},
     {"two subcommands", "--sim --record @C boot show clear", 2, "", "not expected: clear", "",
      NOTHING_SENT},
+    {"simulator and device", "--sim --device /nonexistent/kv list", 2, "", "choose one backend"},
     {"unreadable profile", "--sim=/nonexistent/profile.json show", 2, "!K", "/nonexistent/profile"},
     {"firmware refuses a passphrase", "--sim security verify --passphrase-file -", 1, "",
      "failed: firmware status 0x06; run with --log", "", "", "", "correct horse\n"},
