@@ -274,15 +274,17 @@ Command eventsInfo(App& app) {
     return c;
 }
 
-void addClassOption(CLI::App* sub, std::string& cls) {
-    sub->add_option("--class", cls,
-                    "Lowest class shown: debug, progress, info, warning, critical, fatal, dead")
-        ->type_name("CLASS")
-        ->check(checkedBy([](const std::string& c) { parseEventClass(c); }));
+void addClassOption(App& app, CLI::App* sub, std::string& cls) {
+    app.complete(
+        sub->add_option("--class", cls,
+                        "Lowest class shown: debug, progress, info, warning, critical, fatal, dead")
+            ->type_name("CLASS")
+            ->check(checkedBy([](const std::string& c) { parseEventClass(c); })),
+        {"debug", "progress", "info", "warning", "critical", "fatal", "dead"});
 }
 
 // The start and count options list and follow share.
-void addWindowOptions(CLI::App* sub, ListArgs& a) {
+void addWindowOptions(App& app, CLI::App* sub, ListArgs& a) {
     a.fromOpt = sub->add_option("--from", a.from, "Start at sequence number SEQ")
                     ->type_name("SEQ")
                     ->check(unsignedIn(0, 0xFFFFFFFFu, "--from"));
@@ -297,7 +299,7 @@ void addWindowOptions(CLI::App* sub, ListArgs& a) {
     a.lastOpt = sub->add_option("--last", a.last, "The newest N events (printed oldest first)")
                     ->type_name("N")
                     ->check(unsignedIn(1, 0xFFFFFFFFu, "--last"));
-    addClassOption(sub, a.cls);
+    addClassOption(app, sub, a.cls);
 }
 
 Command eventsList(App& app, std::shared_ptr<ListArgs> args) {
@@ -440,7 +442,7 @@ void registerEvents(CLI::App& root, App& app) {
 
     auto countArgs = std::make_shared<ListArgs>();
     auto* count = verb(*g, "count", "Count the events of the log (from the oldest)");
-    addClassOption(count, countArgs->cls);
+    addClassOption(app, count, countArgs->cls);
     count->callback([&app, countArgs] {
         Command c;
         c.name = "events count";
@@ -472,7 +474,7 @@ void registerEvents(CLI::App& root, App& app) {
     auto listArgs = std::make_shared<ListArgs>();
     auto* list =
         verb(*g, "list", "List events in sequence order, streamed (default: the whole log)");
-    addWindowOptions(list, *listArgs);
+    addWindowOptions(app, list, *listArgs);
     listArgs->maxOpt =
         list->add_option("--max", listArgs->max, "The oldest N events from the start")
             ->type_name("N")
@@ -485,7 +487,7 @@ void registerEvents(CLI::App& root, App& app) {
     auto* follow =
         verb(*g, "follow",
              "Print new events as they are logged, until interrupted (JSON Lines with -o json)");
-    addWindowOptions(follow, *followArgs);
+    addWindowOptions(app, follow, *followArgs);
     follow->add_option("--interval", followArgs->interval, "Seconds between reads (default 5)")
         ->type_name("SECONDS")
         ->check(unsignedIn(1, 3600, "--interval"));

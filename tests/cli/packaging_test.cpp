@@ -214,6 +214,7 @@ TEST(Docs, CompletionOfCommandLines) {
         {"kvictl --sim=pre", {"previous-gen"}},
         {"kvictl --record " + dir + "/ca", {dir + "/cap1.jsonl", dir + "/cap2.jsonl"}},
         {"kvictl --generate-completion z", {"zsh"}},
+        {"kvictl events follow --class c", {"critical"}},
         // Options of a level and of the levels above it.
         {"kvictl -o json events list --c", {"--class", "--controller"}},
         {"kvictl events list --m", {"--max"}},
