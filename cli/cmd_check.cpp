@@ -148,7 +148,12 @@ std::string oneLine(const std::string& s) {
 
 Verdict evaluate(const Health& h, const Thresholds& th) {
     Verdict v;
+    // Two reads of one item (the lock key's two flags) that fail alike are
+    // one finding.
     auto add = [&v](State s, const std::string& text) {
+        for (const auto& known : v.problems)
+            if (known.state == s && known.text == text)
+                return;
         v.problems.push_back({s, text});
         v.state = worse(v.state, s);
     };

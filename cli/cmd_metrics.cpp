@@ -2,6 +2,7 @@
 // selected controller, on stdout or written atomically for the node
 // exporter's textfile collector. The metric list is in docs/MONITORING.md.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 
@@ -259,9 +260,14 @@ void registerMetrics(CLI::App& root, App& app) {
         c.run = [&app, state](Target& t) {
             Health h = readHealth(t);
             std::string list;
-            for (const auto& f : h.failures)
-                list +=
-                    (list.empty() ? "" : ", ") + f.first + " (" + App::statusName(f.second) + ")";
+            std::vector<std::string> named; // two reads of one item (the lock key's) once
+            for (const auto& f : h.failures) {
+                std::string item = f.first + " (" + App::statusName(f.second) + ")";
+                if (std::find(named.begin(), named.end(), item) != named.end())
+                    continue;
+                list += (list.empty() ? "" : ", ") + item;
+                named.push_back(std::move(item));
+            }
             if (h.answered == 0) {
                 std::string why =
                     h.failures.empty() ? "no answer" : App::statusName(h.failures.front().second);
