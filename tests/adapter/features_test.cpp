@@ -604,6 +604,16 @@ TEST_F(FeaturesTest, WriteManufacturingPageSendsOneFrame) {
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->callerLength, 15u);
     EXPECT_EQ(r->sent, (Bytes{2, 0x09, 5, 0, 0, 0, 0, 0, 3, 0, 0, 0, 7, 8, 9}));
+
+    // The frame (head + page) fits the 1 MiB cap at most; one byte more is
+    // refused before anything is sent.
+    const Bytes largest(1024 * 1024 - 12, 0xA5);
+    ASSERT_EQ(a().writeManufacturingPage(5, largest.data(), largest.size()), 0);
+    EXPECT_EQ(ctrl.last(KV_DCMD_SAS_CONFIG_PAGE_PASSTHROUGH)->callerLength, 1024u * 1024u);
+    const std::size_t sent = ctrl.requests().size();
+    const Bytes tooLarge(largest.size() + 1, 0xA5);
+    EXPECT_EQ(a().writeManufacturingPage(5, tooLarge.data(), tooLarge.size()), -1);
+    EXPECT_EQ(ctrl.requests().size(), sent);
 }
 
 TEST_F(FeaturesTest, OperationsThatNeedTheDataProvider) {
@@ -788,6 +798,8 @@ TEST_F(FeaturesTest, TextAndProfileAnswers) {
     ASSERT_EQ(a().getProfileData(profile.data(), 12), 0);
     EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROFILE_LIST_GET)->callerLength, 12u);
     EXPECT_EQ(profile, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 0, 0}));
+    EXPECT_EQ(a().getProfileData(profile.data(), 0), -1); // no room: nothing is asked
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROFILE_LIST_GET), 1u);
 
     ctrl.answer(KV_DCMD_CTRL_SSC_FLUSH_STATUS, FakeAnswer::ok(le32(2)));
     json::Array flush;
