@@ -208,6 +208,8 @@ TEST(Events, JsonTimesAndRefusedOptions) {
         REFUSED("list --max 2 --last 2", "contradict each other"),
         REFUSED("list --since yesterday", "is not a time"),
         REFUSED("list --since 2023-02-30", "is not a time"),
+        REFUSED("list --since 1969-12-31", "is not a time"),
+        REFUSED("list --since 2106-01-01", "is not a time"),
         REFUSED("list --since 2023-11-14T10:00+25:00", "is not a time"),
         REFUSED("list --last 0", "--last"),
         REFUSED("follow --interval 0", "--interval"),

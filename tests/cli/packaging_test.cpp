@@ -158,6 +158,10 @@ TEST(Docs, HelpManPageAndCompletionCoverEveryCommand) {
     const std::regex parserWords(R"(\b(TEXT|UINT|INT|FLOAT|ENUM|BOOLEAN|NUMBER)\b|in \[|:\{)");
     Result man = runKvictl({"--generate-man"});
     ASSERT_EQ(man.exitCode, 0);
+    // Options are listed with their value names; --help is left out.
+    for (const char* option : {"--sim-state FILE", "--since TIME", "--interval SECONDS"})
+        EXPECT_NE(man.out.find(".TP\n.B " + roff(option) + "\n"), std::string::npos) << option;
+    EXPECT_EQ(man.out.find(".B " + roff("--help")), std::string::npos);
     std::vector<std::string> lines;
     for (const auto& [path, subs] : tree) {
         SCOPED_TRACE("kvictl " + path);
