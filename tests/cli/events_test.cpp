@@ -236,6 +236,8 @@ TEST(Events, FollowPrintsWhatAConcurrentCommandLogs) {
     const Case cases[] = {
         {"text, SIGTERM", {}, {"set", "rebuild-rate=44"}, "Controller properties changed", SIGTERM},
         {"JSON Lines, SIGINT", {"-o", "json"}, {"alarm", "silence"}, "Alarm silenced", SIGINT},
+        // A cleared log holds one event: oldest and newest are the same.
+        {"a cleared log", {"-o", "json"}, {"events", "clear", "-y"}, "Event log cleared", SIGTERM},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -261,6 +263,8 @@ TEST(Events, FollowPrintsWhatAConcurrentCommandLogs) {
         while (!seen && follow.readLine(line))
             seen = line.find(c.logged) != std::string::npos;
         EXPECT_TRUE(seen) << "follow did not print the concurrent event";
+        // The next poll finds nothing new: the event is not printed again.
+        EXPECT_FALSE(follow.readLine(line, 2)) << "printed again: " << line;
         Result r = follow.stop(c.signal);
         EXPECT_EQ(r.exitCode, 0) << r.err;
         EXPECT_FALSE(r.killed);
