@@ -98,6 +98,33 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
     EXPECT_EQ(as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 30);
 }
 
+// Zero is a value like any other in the state file: a log that saw no boot
+// (boot sequence 0) and an event of locale 0 come back as they were.
+TEST_F(SimState, ZerosSurviveASaveAndLoad) {
+    const std::string profile = dir_.file("p.json");
+    std::ofstream(profile) << R"({"base": "default", "events": [{"code": 7, "locale": 0,
+        "description": "Locale zero", "age": 10}]})";
+    {
+        Simulator sim{Clock(kNow)};
+        sim.load(profile);
+        sim.saveState(path_);
+    }
+    std::string text = read();
+    const std::size_t at = text.find("\"bootSeq\": 1");
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, 12, "\"bootSeq\": 0");
+    std::ofstream(path_) << text;
+    Simulator sim{Clock(kNow)};
+    sim.loadState(path_);
+    auto& c = sim.controller(0);
+    const KV_EVT_LOG_INFO info = as<KV_EVT_LOG_INFO>(send(c, KV_DCMD_CTRL_EVENT_GET_INFO));
+    EXPECT_EQ(info.bootSeqNum, 0u);
+    Reply r = send(c, KV_DCMD_CTRL_EVENT_GET, mboxWords(info.newestSeqNum, 0xFE00FFFF), 8 + 256);
+    ASSERT_EQ(r.status, 0);
+    EXPECT_STREQ(reinterpret_cast<const char*>(r.data.data() + 8 + 128), "Locale zero");
+    EXPECT_EQ(r.data[8 + 12] | r.data[8 + 13] << 8, 0); // locale
+}
+
 TEST_F(SimState, GeneratedLogsStayLazyInTheStateFile) {
     Clock clock(kNow);
     Simulator sim{clock};
