@@ -1,7 +1,10 @@
 #pragma once
 // Helpers for the simulator tests: one request straight to a SimController.
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "firmware/kvi.h"
@@ -9,6 +12,7 @@
 #include "provider/Backend.h"
 #include "sim/ControllerState.h"
 #include "sim/Simulator.h"
+#include "tests/support/TzGuard.h"
 
 namespace simtest {
 
@@ -16,22 +20,17 @@ struct Reply {
     int status = 0;
     std::vector<std::uint8_t> data;
     std::uint8_t mbox[12] = {};
-    std::uint32_t word(int i) const {
+    std::uint32_t word(int i) const { return read(mbox + 4 * i); }
+    std::uint32_t at(std::size_t offset) const { return read(data.data() + offset); }
+    static std::uint32_t read(const std::uint8_t* p) {
         std::uint32_t v;
-        std::memcpy(&v, mbox + 4 * i, 4);
+        std::memcpy(&v, p, 4);
         return v;
     }
 };
 
-inline kvi::Direction tableDirection(std::uint32_t opcode) {
-    const KV_DCMD_INFO* row = kvDcmdInfo(opcode);
-    if (!row)
-        return kvi::Direction::Both;
-    return static_cast<kvi::Direction>(row->direction);
-}
-
 // Sends one request. `length` 0 takes the opcode's standard size; `data` (when
-// given) is copied into the buffer first.
+// given) is copied into the buffer first; `direction` -1 takes the table's.
 inline Reply send(kvi::sim::SimController& c, std::uint32_t opcode, DCMD_MBOX mbox = DCMD_MBOX{},
                   std::uint32_t length = 0, const void* data = nullptr, std::size_t dataSize = 0,
                   int direction = -1) {
@@ -49,8 +48,9 @@ inline Reply send(kvi::sim::SimController& c, std::uint32_t opcode, DCMD_MBOX mb
     std::memcpy(cmd.mbox, mbox.b, 12);
     cmd.data = length ? r.data.data() : nullptr;
     cmd.length = length;
-    cmd.direction =
-        direction >= 0 ? static_cast<kvi::Direction>(direction) : tableDirection(opcode);
+    if (direction < 0)
+        direction = row ? row->direction : int(kvi::Direction::Both);
+    cmd.direction = static_cast<kvi::Direction>(direction);
     if (length > 0 && cmd.direction == kvi::Direction::None)
         cmd.direction = kvi::Direction::Both;
     r.status = c.submit(cmd);
@@ -77,14 +77,35 @@ inline DCMD_MBOX mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> b
     return m;
 }
 inline DCMD_MBOX mboxWords(std::uint32_t w0, std::uint32_t w1 = 0, std::uint32_t w2 = 0) {
+    const std::uint32_t words[3] = {w0, w1, w2};
     DCMD_MBOX m{};
-    m.w[0] = w0;
-    m.w[1] = w1;
-    m.w[2] = w2;
+    std::memcpy(m.b, words, sizeof words);
     return m;
 }
 
 // A simulator on the fixed instant 2025-06-01 12:00:00 UTC.
 constexpr std::int64_t kNow = 1748779200;
+// The controller's clock counts from 2000-01-01.
+constexpr std::uint32_t kFwNow = std::uint32_t(kNow - 946684800);
+
+// The first controller of the default profile, in UTC.
+class SimTest : public ::testing::Test {
+protected:
+    void SetUp() override { sim.load("default"); }
+    kvi::sim::SimController& c() { return sim.controller(0); }
+    std::uint32_t newest() {
+        return as<KV_EVT_LOG_INFO>(send(c(), KV_DCMD_CTRL_EVENT_GET_INFO)).newestSeqNum;
+    }
+    // Description of the newest event, after its class when that is not 0 (info).
+    std::string lastEvent() {
+        Reply r = send(c(), KV_DCMD_CTRL_EVENT_GET, mboxWords(newest(), 0xFE00FFFF), 8 + 256);
+        EXPECT_EQ(r.status, 0);
+        const std::int8_t cls = std::int8_t(r.data[8 + 15]);
+        return (cls ? "class " + std::to_string(cls) + ": " : std::string()) +
+               reinterpret_cast<const char*>(r.data.data() + 8 + 128);
+    }
+    kvitest::TzGuard tz{"UTC0"};
+    kvi::sim::Simulator sim{kvi::sim::Clock(kNow)};
+};
 
 } // namespace simtest

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-
-#include <cstdio>
-#include <unistd.h>
+#include <functional>
 
 #include "SimTestUtil.h"
 #include "tests/support/ScratchDir.h"
@@ -18,13 +16,17 @@ using kvi::sim::Simulator;
 
 namespace {
 
-std::string loadError(const std::string& text) {
+// The error of loading a profile ("" when it loads).
+std::string loadError(const std::function<void()>& load) {
     try {
-        kvi::sim::buildFromProfileText(text, "p.json", "", Clock(kNow));
+        load();
     } catch (const SimError& e) {
         return e.what();
     }
     return "";
+}
+std::string loadError(const std::string& text) {
+    return loadError([&] { kvi::sim::buildFromProfileText(text, "p.json", "", Clock(kNow)); });
 }
 
 TEST(SimProfiles, BundledProfilesWithDefaultFirst) {
@@ -99,30 +101,16 @@ TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {
 TEST(SimProfiles, ErrorsNameTheFileThatHoldsThem) {
     kvitest::ScratchDir dir("kvsim");
     std::string base = dir.file("base.json"), top = dir.file("top.json");
+    auto loadTop = [&] { kvi::sim::buildFromProfile(top, Clock(kNow)); };
     std::ofstream(base) << R"({"records": {"KV_HOST_INFO": {"pciSlot": 9}}})";
     std::ofstream(top) << R"({"base": "base.json"})";
-    try {
-        kvi::sim::buildFromProfile(top, Clock(kNow));
-        ADD_FAILURE() << "no error";
-    } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()),
-                  base + ": records.KV_HOST_INFO.pciSlot: unknown field of KV_HOST_INFO");
-    }
-    // A profile that includes itself.
+    EXPECT_EQ(loadError(loadTop),
+              base + ": records.KV_HOST_INFO.pciSlot: unknown field of KV_HOST_INFO");
     std::ofstream(base) << R"({"base": "top.json"})";
-    try {
-        kvi::sim::buildFromProfile(top, Clock(kNow));
-        ADD_FAILURE() << "no error";
-    } catch (const SimError& e) {
-        EXPECT_NE(std::string(e.what()).find("includes itself"), std::string::npos) << e.what();
-    }
-    try {
-        kvi::sim::buildFromProfile("nonesuch", Clock(kNow));
-        ADD_FAILURE() << "no error";
-    } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()), "nonesuch: no bundled profile of that name (a profile "
-                                         "file is named by its path: ./nonesuch)");
-    }
+    EXPECT_NE(loadError(loadTop).find("includes itself"), std::string::npos);
+    EXPECT_EQ(loadError([] { kvi::sim::buildFromProfile("nonesuch", Clock(kNow)); }),
+              "nonesuch: no bundled profile of that name (a profile file is named by its path: "
+              "./nonesuch)");
 }
 
 } // namespace

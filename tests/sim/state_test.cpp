@@ -2,10 +2,9 @@
 // atomic and a corrupt file is refused and kept.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <unistd.h>
+#include <iterator>
 
 #include "SimTestUtil.h"
 #include "tests/support/ScratchDir.h"
@@ -21,31 +20,36 @@ class SimState : public ::testing::Test {
 protected:
     std::vector<std::string> files() {
         std::vector<std::string> names;
-        if (DIR* d = opendir(dir_.path().c_str())) {
-            while (dirent* e = readdir(d))
-                if (std::string(e->d_name) != "." && std::string(e->d_name) != "..")
-                    names.push_back(e->d_name);
-            closedir(d);
-        }
+        for (const auto& e : std::filesystem::directory_iterator(dir_.path()))
+            names.push_back(e.path().filename().string());
         return names;
     }
     std::string read() {
         std::ifstream in(path_);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+    // Loading the state file fails with `message` after its name.
+    void expectRefused(const std::string& message) {
+        Simulator sim{Clock(kNow)};
+        sim.load("default");
+        try {
+            sim.loadState(path_);
+            ADD_FAILURE() << "accepted";
+        } catch (const SimError& e) {
+            EXPECT_EQ(std::string(e.what()).substr(0, path_.size() + 2 + message.size()),
+                      path_ + ": " + message);
+        }
+        EXPECT_THROW(sim.saveState(path_), SimError) << "a corrupt state file is never overwritten";
+        EXPECT_NO_THROW(sim.saveState(path_ + ".new")) << "another path is fine";
+        std::remove((path_ + ".new").c_str());
     }
     kvitest::ScratchDir dir_{"kvsimstate"};
     std::string path_ = dir_.file("state.json");
 };
 
-KV_CTRL_LOCK_KEY_PARAMS keyParams(const char* pass) {
-    KV_CTRL_LOCK_KEY_PARAMS p{};
-    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
-    return p;
-}
-KV_CTRL_LOCK_KEY_FROM_ESCROW verifyParams(const char* pass) {
-    KV_CTRL_LOCK_KEY_FROM_ESCROW p{};
+// The passphrase record of a lock key request (create or verify).
+template <class T> T withPass(const char* pass) {
+    T p{};
     std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
     return p;
 }
@@ -60,7 +64,10 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
         ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_PROPERTIES_SET, p).status, 0);
         ASSERT_EQ(send(c, KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 2}, {1, 4}})).status,
                   0);
-        ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_CREATE, keyParams("Keep#It#9")).status, 0);
+        ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_CREATE,
+                             withPass<KV_CTRL_LOCK_KEY_PARAMS>("Keep#It#9"))
+                      .status,
+                  0);
         ASSERT_EQ(send(c, KV_DCMD_CTRL_PR_START).status, 0);
         send(c, KV_DCMD_CTRL_PR_GET_STATUS);
         ASSERT_EQ(send(c, KV_DCMD_CTRL_EVENT_CLEAR).status, 0);
@@ -81,9 +88,13 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
                   .phy[2]
                   .linkSpeedControl,
               4u);
-    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("Keep#It#9")).status,
+    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW,
+                         withPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>("Keep#It#9"))
+                  .status,
               0);
-    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, verifyParams("keep#it#9")).status,
+    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW,
+                         withPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>("keep#it#9"))
+                  .status,
               kvi::sim::kStatusWrongPassphrase);
     KV_PR_STATUS pr = as<KV_PR_STATUS>(send(c, KV_DCMD_CTRL_PR_GET_STATUS));
     EXPECT_EQ(pr.state, 2);
@@ -157,39 +168,21 @@ TEST_F(SimState, CorruptFilesAreRefusedAndKept) {
     for (const char* text : corrupt) {
         SCOPED_TRACE(text);
         { std::ofstream(path_) << text; }
+        expectRefused("");
+        EXPECT_EQ(read(), text);
+    }
+    // A damaged field is named.
+    {
         Simulator sim{Clock(kNow)};
         sim.load("default");
-        try {
-            sim.loadState(path_);
-            ADD_FAILURE() << "accepted";
-        } catch (const SimError& e) {
-            EXPECT_EQ(std::string(e.what()).rfind(path_ + ": ", 0), 0u) << e.what();
-        }
-        EXPECT_THROW(sim.saveState(path_), SimError);
-        EXPECT_EQ(read(), text) << "a corrupt state file is never overwritten";
-        // Another path is fine.
-        EXPECT_NO_THROW(sim.saveState(path_ + ".new"));
-        std::remove((path_ + ".new").c_str());
+        sim.saveState(path_);
     }
-}
-
-TEST_F(SimState, DamagedFieldIsNamed) {
-    Simulator sim{Clock(kNow)};
-    sim.load("default");
-    sim.saveState(path_);
     std::string text = read();
-    std::size_t at = text.find("\"KV_BIOS_DATA\": \"");
+    const std::size_t at = text.find("\"KV_BIOS_DATA\": \"");
     ASSERT_NE(at, std::string::npos);
     text.erase(at + 17, 2); // one byte short
     { std::ofstream(path_) << text; }
-    Simulator again{Clock(kNow)};
-    try {
-        again.loadState(path_);
-        ADD_FAILURE() << "accepted";
-    } catch (const SimError& e) {
-        EXPECT_EQ(std::string(e.what()),
-                  path_ + ": controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex");
-    }
+    expectRefused("controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex");
 }
 
 TEST_F(SimState, MissingFileIsAnErrorButMayBeCreated) {

@@ -5,34 +5,6 @@
 
 namespace kvitest {
 
-Mbox toMbox(const DCMD_MBOX& mbox) {
-    Mbox out{};
-    std::memcpy(out.data(), mbox.b, out.size());
-    return out;
-}
-
-Mbox mboxWords(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2) {
-    DCMD_MBOX mbox{};
-    mbox.w[0] = w0;
-    mbox.w[1] = w1;
-    mbox.w[2] = w2;
-    return toMbox(mbox);
-}
-
-const char* requestKindName(RequestKind kind) {
-    switch (kind) {
-    case RequestKind::Firmware:
-        return "firmware";
-    case RequestKind::Private:
-        return "private";
-    case RequestKind::Driver:
-        return "driver";
-    case RequestKind::Smp:
-        return "smp";
-    }
-    return "?";
-}
-
 std::uint32_t FakeRequest::mboxWord(int i) const {
     std::uint32_t w = 0;
     std::memcpy(&w, mbox.data() + 4 * std::clamp(i, 0, 2), sizeof w);
@@ -40,37 +12,21 @@ std::uint32_t FakeRequest::mboxWord(int i) const {
 }
 
 std::string FakeRequest::describe() const {
+    static const char* const kKinds[] = {"firmware", "private", "driver", "smp"};
     char text[256];
     const char* name = kvDcmdName(opcode);
     std::snprintf(
         text, sizeof text,
         "%s 0x%08x (%s) mbox %08x %08x %08x caller length %u capacity %u -> length %u %s status %d",
-        requestKindName(kind), opcode, name ? name : "?", mboxWord(0), mboxWord(1), mboxWord(2),
-        callerLength, capacity, length,
+        kKinds[static_cast<int>(kind)], opcode, name ? name : "?", mboxWord(0), mboxWord(1),
+        mboxWord(2), callerLength, capacity, length,
         kviXferDirName(static_cast<KVI_XFER_DIR>(static_cast<std::uint8_t>(direction))), status);
     return text;
-}
-
-void FakeBackend::answer(std::uint32_t opcode, FakeAnswer a) {
-    byOpcode_[opcode] = std::move(a);
-}
-
-void FakeBackend::answerB0(std::uint32_t opcode, std::uint8_t b0, FakeAnswer a) {
-    byB0_[{opcode, b0}] = std::move(a);
-}
-
-void FakeBackend::answerMbox(std::uint32_t opcode, const Mbox& mbox, FakeAnswer a) {
-    byMbox_[{opcode, mbox}] = std::move(a);
-}
-
-void FakeBackend::answerOnce(std::uint32_t opcode, FakeAnswer a) {
-    once_[opcode].push_back(std::move(a));
 }
 
 void FakeBackend::clearScript() {
     byOpcode_.clear();
     byB0_.clear();
-    byMbox_.clear();
     once_.clear();
     default_ = FakeAnswer();
     smp_ = FakeAnswer();
@@ -87,11 +43,6 @@ FakeAnswer FakeBackend::pick(const kvi::DirectCommand& cmd) {
         once->second.pop_front();
         return a;
     }
-    Mbox mbox{};
-    std::memcpy(mbox.data(), cmd.mbox, mbox.size());
-    auto full = byMbox_.find({cmd.opcode, mbox});
-    if (full != byMbox_.end())
-        return full->second;
     auto b0 = byB0_.find({cmd.opcode, cmd.mbox[0]});
     if (b0 != byB0_.end())
         return b0->second;
@@ -147,17 +98,9 @@ int FakeBackend::submitSmp(kvi::SmpCommand& cmd) {
     return smp_.status;
 }
 
-int FakeBackend::pciLocation(kvi::PciLocation& out) {
-    if (pciStatus == 0)
-        out = pci;
-    return pciStatus;
-}
-
 std::size_t FakeBackend::count(std::uint32_t opcode) const {
-    return static_cast<std::size_t>(
-        std::count_if(requests_.begin(), requests_.end(), [&](const FakeRequest& r) {
-            return r.kind != RequestKind::Smp && r.opcode == opcode;
-        }));
+    const std::vector<std::uint32_t> all = opcodes();
+    return static_cast<std::size_t>(std::count(all.begin(), all.end(), opcode));
 }
 
 std::size_t FakeBackend::countB0(std::uint32_t opcode, std::uint8_t b0) const {
@@ -174,10 +117,6 @@ const FakeRequest* FakeBackend::last(std::uint32_t opcode) const {
     return nullptr;
 }
 
-const FakeRequest* FakeBackend::lastRequest() const {
-    return requests_.empty() ? nullptr : &requests_.back();
-}
-
 std::vector<std::uint32_t> FakeBackend::opcodes() const {
     std::vector<std::uint32_t> out;
     for (const FakeRequest& r : requests_)
@@ -187,18 +126,18 @@ std::vector<std::uint32_t> FakeBackend::opcodes() const {
 }
 
 int FakeController::execute(DpParams* params) {
-    std::size_t before = fake.requests().size();
+    std::size_t before = requests().size();
     int status = BackendController::execute(params);
     if (!params)
         return status;
     // Complete the backend's record with what the caller passed; a request that
     // never reached the backend is recorded all the same.
-    if (fake.requests().size() == before) {
+    if (requests().size() == before) {
         FakeRequest r;
         r.status = status;
-        fake.mutableRequests().push_back(r);
+        mutableRequests().push_back(r);
     }
-    FakeRequest& r = fake.mutableRequests().back();
+    FakeRequest& r = mutableRequests().back();
     switch (params->kind()) {
     case DpParams::Kind::Dcmd:
     case DpParams::Kind::DcmdPrivate:
@@ -210,7 +149,7 @@ int FakeController::execute(DpParams* params) {
             r.kind = RequestKind::Driver;
         if (!r.reachedBackend) {
             r.opcode = dcmd->getOpcode();
-            r.mbox = toMbox(dcmd->getMbox());
+            std::memcpy(r.mbox.data(), dcmd->getMbox().b, r.mbox.size());
         }
         r.callerLength = dcmd->getLength();
         r.capacity = dcmd->getCapacity();

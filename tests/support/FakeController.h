@@ -5,13 +5,8 @@
 // FakeController is a BackendController over its own FakeBackend, so requests
 // go through the real standard-size rule and buffer bound, and each record
 // also holds what the caller passed (length, capacity, request kind).
-//
-//   kvitest::FakeController ctrl;
-//   ctrl.answer(KV_DCMD_CTRL_GET_INFO, kvitest::FakeAnswer::record(info));
-//   ctrl.answer(KV_DCMD_CTRL_ALARM_GET, kvitest::FakeAnswer::fail(KVI_STAT_NO_HW_PRESENT));
-//   ... run the code under test with &ctrl ...
-//   EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
-//   EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent.size(), 64u);
+// E.g. ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info)), run the code
+// under test with &ctrl, then EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u).
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -32,8 +27,12 @@ namespace kvitest {
 using Bytes = std::vector<std::uint8_t>;
 using Mbox = std::array<std::uint8_t, 12>;
 
-Mbox toMbox(const DCMD_MBOX& mbox);
-Mbox mboxWords(std::uint32_t w0, std::uint32_t w1 = 0, std::uint32_t w2 = 0);
+inline Mbox mboxWords(std::uint32_t w0, std::uint32_t w1 = 0, std::uint32_t w2 = 0) {
+    const std::uint32_t words[3] = {w0, w1, w2};
+    Mbox out{};
+    std::memcpy(out.data(), words, out.size());
+    return out;
+}
 
 // One scripted answer.
 struct FakeAnswer {
@@ -47,9 +46,8 @@ struct FakeAnswer {
     // The bytes of a record (any trivially copyable type).
     template <class T> static FakeAnswer record(const T& value, int status = 0) {
         static_assert(std::is_trivially_copyable<T>::value, "records are plain bytes");
-        Bytes bytes(sizeof(T));
-        std::memcpy(bytes.data(), &value, sizeof(T));
-        return FakeAnswer{status, std::move(bytes), {}, {}};
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&value);
+        return FakeAnswer{status, Bytes(bytes, bytes + sizeof(T)), {}, {}};
     }
     // The controller answers in mailbox word i (0..2); the other words stay as sent.
     FakeAnswer& withMboxWord(int i, std::uint32_t value) {
@@ -63,7 +61,6 @@ struct FakeAnswer {
 };
 
 enum class RequestKind { Firmware, Private, Driver, Smp };
-const char* requestKindName(RequestKind kind);
 
 // One recorded request.
 struct FakeRequest {
@@ -95,13 +92,13 @@ class FakeBackend : public kvi::Backend {
 public:
     // ---- script ----
     // Answers by opcode, for any mailbox.
-    void answer(std::uint32_t opcode, FakeAnswer a);
+    void answer(std::uint32_t opcode, FakeAnswer a) { byOpcode_[opcode] = std::move(a); }
     // Answers by opcode and mailbox byte 0 (takes precedence over the opcode alone).
-    void answerB0(std::uint32_t opcode, std::uint8_t b0, FakeAnswer a);
-    // Answers by opcode and the full mailbox (takes precedence over both above).
-    void answerMbox(std::uint32_t opcode, const Mbox& mbox, FakeAnswer a);
+    void answerB0(std::uint32_t opcode, std::uint8_t b0, FakeAnswer a) {
+        byB0_[{opcode, b0}] = std::move(a);
+    }
     // One-shot answers for an opcode, used in order before any standing answer.
-    void answerOnce(std::uint32_t opcode, FakeAnswer a);
+    void answerOnce(std::uint32_t op, FakeAnswer a) { once_[op].push_back(std::move(a)); }
     // The answer to everything unscripted (default: status 0, no bytes).
     void setDefault(FakeAnswer a) { default_ = std::move(a); }
     // Decides answers in code; returns nullopt to fall through to the script.
@@ -124,14 +121,20 @@ public:
     std::size_t count(std::uint32_t opcode) const;
     std::size_t countB0(std::uint32_t opcode, std::uint8_t b0) const;
     const FakeRequest* last(std::uint32_t opcode) const; // nullptr when none
-    const FakeRequest* lastRequest() const;              // nullptr when none
-    std::vector<std::uint32_t> opcodes() const;          // in order
+    const FakeRequest* lastRequest() const {             // nullptr when none
+        return requests_.empty() ? nullptr : &requests_.back();
+    }
+    std::vector<std::uint32_t> opcodes() const; // in order
     void clear() { requests_.clear(); }
 
     // ---- Backend ----
     int submit(kvi::DirectCommand& cmd) override;
     int submitSmp(kvi::SmpCommand& cmd) override;
-    int pciLocation(kvi::PciLocation& out) override;
+    int pciLocation(kvi::PciLocation& out) override {
+        if (pciStatus == 0)
+            out = pci;
+        return pciStatus;
+    }
     std::string driverName() override { return driverNameText; }
     std::string driverVersion() override { return driverVersionText; }
 
@@ -140,7 +143,6 @@ private:
 
     std::map<std::uint32_t, FakeAnswer> byOpcode_;
     std::map<std::pair<std::uint32_t, std::uint8_t>, FakeAnswer> byB0_;
-    std::map<std::pair<std::uint32_t, Mbox>, FakeAnswer> byMbox_;
     std::map<std::uint32_t, std::deque<FakeAnswer>> once_;
     FakeAnswer default_;
     FakeAnswer smp_;
@@ -148,41 +150,16 @@ private:
     std::vector<FakeRequest> requests_;
 };
 
-namespace detail {
-struct FakeBackendHolder {
-    FakeBackend fake;
-};
-} // namespace detail
-
-class FakeController : private detail::FakeBackendHolder, public BackendController {
+// The script and the log are the controller's own: ctrl.answer(...), ctrl.count(...).
+class FakeController : public FakeBackend, public BackendController {
 public:
     explicit FakeController(const ControllerId& id = ControllerId())
-        : BackendController(fake, id) {}
+        : BackendController(static_cast<FakeBackend&>(*this), id) {}
 
-    FakeBackend& backend() { return fake; }
-    const FakeBackend& backend() const { return fake; }
+    FakeBackend& backend() { return *this; }
+    const FakeBackend& backend() const { return *this; }
 
     int execute(DpParams* params) override;
-
-    // Shortcuts to the backend's script and log.
-    void answer(std::uint32_t opcode, FakeAnswer a) { fake.answer(opcode, std::move(a)); }
-    void answerB0(std::uint32_t opcode, std::uint8_t b0, FakeAnswer a) {
-        fake.answerB0(opcode, b0, std::move(a));
-    }
-    void answerMbox(std::uint32_t opcode, const Mbox& mbox, FakeAnswer a) {
-        fake.answerMbox(opcode, mbox, std::move(a));
-    }
-    void answerOnce(std::uint32_t opcode, FakeAnswer a) { fake.answerOnce(opcode, std::move(a)); }
-    void setDefault(FakeAnswer a) { fake.setDefault(std::move(a)); }
-    const std::vector<FakeRequest>& requests() const { return fake.requests(); }
-    std::size_t count(std::uint32_t opcode) const { return fake.count(opcode); }
-    std::size_t countB0(std::uint32_t opcode, std::uint8_t b0) const {
-        return fake.countB0(opcode, b0);
-    }
-    const FakeRequest* last(std::uint32_t opcode) const { return fake.last(opcode); }
-    const FakeRequest* lastRequest() const { return fake.lastRequest(); }
-    std::vector<std::uint32_t> opcodes() const { return fake.opcodes(); }
-    void clear() { fake.clear(); }
 };
 
 } // namespace kvitest

@@ -2,11 +2,13 @@
 // Test helpers for the process-wide state of the provider: the debug log and
 // the process-wide inputs. Each installs on construction and restores what was
 // there on destruction.
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
 
 #include "provider/DebugLog.h"
+#include "provider/KviDataProvider.h"
 #include "provider/ProcessInputs.h"
 
 namespace kvitest {
@@ -14,16 +16,29 @@ namespace kvitest {
 // Captures DEBUG_LOG lines in memory (at every level, unless told otherwise).
 class LogCapture {
 public:
-    explicit LogCapture(int maxLevel = EVERYTHING);
-    ~LogCapture();
+    explicit LogCapture(int maxLevel = EVERYTHING)
+        : previousSink_(kvi::setLogSink(&sink_)), previousLevel_(kvi::setLogLevel(maxLevel)) {}
+    ~LogCapture() {
+        kvi::setLogSink(previousSink_);
+        kvi::setLogLevel(previousLevel_);
+    }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
     const std::vector<kvi::LogLine>& lines() const { return sink_.lines(); }
-    std::vector<std::string> texts() const;           // every line's text, in order
-    std::vector<std::string> texts(int level) const;  // lines of one level
-    bool contains(const std::string& text) const;     // a line equal to text
-    std::size_t count(const std::string& text) const; // lines equal to text
+    // The texts of the lines in order: every line's, or (level >= 0) one level's.
+    std::vector<std::string> texts(int level = -1) const {
+        std::vector<std::string> out;
+        for (const kvi::LogLine& line : sink_.lines())
+            if (level < 0 || line.level == level)
+                out.push_back(line.text);
+        return out;
+    }
+    std::size_t count(const std::string& text) const { // lines equal to text
+        const std::vector<std::string> all = texts();
+        return static_cast<std::size_t>(std::count(all.begin(), all.end(), text));
+    }
+    bool contains(const std::string& text) const { return count(text) > 0; }
     void clear() { sink_.clear(); }
 
 private:
@@ -33,21 +48,17 @@ private:
 };
 
 // Sets the process-wide inputs for one test and restores the defaults after it.
-class ProcessInputsGuard {
-public:
-    explicit ProcessInputsGuard(const kvi::ProcessInputs& inputs = kvi::ProcessInputs());
-    ~ProcessInputsGuard();
-    ProcessInputsGuard(const ProcessInputsGuard&) = delete;
-    ProcessInputsGuard& operator=(const ProcessInputsGuard&) = delete;
+struct ProcessInputsGuard {
+    explicit ProcessInputsGuard(const kvi::ProcessInputs& inputs = kvi::ProcessInputs()) {
+        kvi::setProcessInputs(inputs);
+    }
+    ~ProcessInputsGuard() { kvi::resetProcessInputs(); }
 };
 
 // Switches the data provider off for one test.
-class ProviderOffGuard {
-public:
-    ProviderOffGuard();
-    ~ProviderOffGuard();
-    ProviderOffGuard(const ProviderOffGuard&) = delete;
-    ProviderOffGuard& operator=(const ProviderOffGuard&) = delete;
+struct ProviderOffGuard {
+    ProviderOffGuard() { KviDataProvider::setAvailable(false); }
+    ~ProviderOffGuard() { KviDataProvider::setAvailable(true); }
 };
 
 } // namespace kvitest

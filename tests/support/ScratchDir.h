@@ -3,14 +3,29 @@
 // the temporary folder would be shared, and overwritten, between them.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace kvitest {
 
 class ScratchDir {
 public:
-    explicit ScratchDir(const std::string& prefix = "kvi-test");
-    ~ScratchDir();
+    explicit ScratchDir(const std::string& prefix = "kvi-test") {
+        // testing::TempDir() honours TEST_TMPDIR and TMPDIR and ends in '/'.
+        std::string pattern = ::testing::TempDir() + prefix + "-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("cannot create a folder under " + ::testing::TempDir());
+        path_ = pattern;
+    }
+    ~ScratchDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
     ScratchDir(const ScratchDir&) = delete;
     ScratchDir& operator=(const ScratchDir&) = delete;
 
