@@ -47,12 +47,15 @@ protected:
     std::string path_ = dir_.file("state.json");
 };
 
-// The passphrase record of a lock key request (create or verify).
-template <class T> T withPass(const char* pass) {
+// A lock key request (create or verify) with its passphrase record.
+template <class T>
+int sendPass(kvi::sim::SimController& c, std::uint32_t opcode, const char* pass) {
     T p{};
     std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
-    return p;
+    return sendRecord(c, opcode, p).status;
 }
+const auto create = sendPass<KV_CTRL_LOCK_KEY_PARAMS>;
+const auto verify = sendPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>;
 
 TEST_F(SimState, ChangesSurviveASaveAndLoad) {
     {
@@ -64,10 +67,7 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
         ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_PROPERTIES_SET, p).status, 0);
         ASSERT_EQ(send(c, KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 2}, {1, 4}})).status,
                   0);
-        ASSERT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_CREATE,
-                             withPass<KV_CTRL_LOCK_KEY_PARAMS>("Keep#It#9"))
-                      .status,
-                  0);
+        ASSERT_EQ(create(c, KV_DCMD_CTRL_LOCK_KEY_CREATE, "Keep#It#9"), 0);
         ASSERT_EQ(send(c, KV_DCMD_CTRL_PR_START).status, 0);
         send(c, KV_DCMD_CTRL_PR_GET_STATUS);
         ASSERT_EQ(send(c, KV_DCMD_CTRL_EVENT_CLEAR).status, 0);
@@ -88,13 +88,8 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
                   .phy[2]
                   .linkSpeedControl,
               4u);
-    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW,
-                         withPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>("Keep#It#9"))
-                  .status,
-              0);
-    EXPECT_EQ(sendRecord(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW,
-                         withPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>("keep#it#9"))
-                  .status,
+    EXPECT_EQ(verify(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, "Keep#It#9"), 0);
+    EXPECT_EQ(verify(c, KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, "keep#it#9"),
               kvi::sim::kStatusWrongPassphrase);
     KV_PR_STATUS pr = as<KV_PR_STATUS>(send(c, KV_DCMD_CTRL_PR_GET_STATUS));
     EXPECT_EQ(pr.state, 2);
