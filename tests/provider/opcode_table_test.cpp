@@ -1,5 +1,5 @@
-// The opcode and status tables: names, values, uniqueness, standard sizes and
-// directions, and the mailbox views.
+// The opcode and status tables: names, uniqueness, standard sizes and
+// directions.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -31,32 +31,11 @@ TEST(OpcodeTable, EveryRowIsNamedUniqueAndFoundByValue) {
         std::set<unsigned> classes = {0x01, 0x03, 0x04, 0x05, 0x07, 0x0A, 0x0B, 0x0C, 0xF0};
         EXPECT_TRUE(classes.count(row.opcode >> 24)) << std::hex << row.opcode;
     }
+    // The opcode values themselves are pinned by the walk's goldens (hex opcode of
+    // each request); the driver's, sent outside the walk, here.
+    EXPECT_EQ(std::uint32_t(KV_DRV_GET_DRIVER_VERSION), 0xF0010100u);
     EXPECT_EQ(kvDcmdInfo(0x01010001), nullptr);
     EXPECT_EQ(kvDcmdName(0xDEADBEEF), nullptr);
-}
-
-TEST(OpcodeTable, ValuesOfTheEnumerationAreTheFirmwareValues) {
-    const struct {
-        std::uint32_t value, expected;
-        const char* name;
-    } rows[] = {
-        {KV_DCMD_CTRL_GET_INFO, 0x01010000, "KV_DCMD_CTRL_GET_INFO"},
-        {KV_DCMD_CTRL_TIME_GET, 0x01080101, "KV_DCMD_CTRL_TIME_GET"},
-        {KV_DCMD_CTRL_OEM_ID_GET, 0x010E8481, "KV_DCMD_CTRL_OEM_ID_GET"},
-        {KV_DCMD_CTRL_MFC_MFG_2_GET, 0x010E0302, "KV_DCMD_CTRL_MFC_MFG_2_GET"},
-        {KV_DCMD_CTRL_SSC_FLUSH_STATUS, 0x01102000, "KV_DCMD_CTRL_SSC_FLUSH_STATUS"},
-        {KV_DCMD_CTRL_LOCK_KEY_KEYID_SET, 0x01150302, "KV_DCMD_CTRL_LOCK_KEY_KEYID_SET"},
-        {KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV, 0x01190000, "KV_DCMD_CTRL_DOWNGRADE_KV_TO_iKV"},
-        {KV_DCMD_LD_GET_PINNED_LIST, 0x030D0000, "KV_DCMD_LD_GET_PINNED_LIST"},
-        {KV_DCMD_CFG_AUTOCFG, 0x04070100, "KV_DCMD_CFG_AUTOCFG"},
-        {KV_DCMD_BBU_PROPERTIES_SET, 0x05050200, "KV_DCMD_BBU_PROPERTIES_SET"},
-        {KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, 0x07050000, "KV_DCMD_SAS_CONFIG_SET_LINK_SPEED"},
-        {KV_DCMD_PCIE_NVME_REPAIR, 0x0C060000, "KV_DCMD_PCIE_NVME_REPAIR"},
-        {KV_DRV_GET_DRIVER_VERSION, 0xF0010100, "KV_DRV_GET_DRIVER_VERSION"}};
-    for (const auto& r : rows) {
-        EXPECT_EQ(r.value, r.expected) << r.name;
-        EXPECT_STREQ(kvDcmdName(r.expected), r.name);
-    }
 }
 
 // Standard sizes and directions: a record command's size is its record's, so a record that
@@ -108,18 +87,6 @@ TEST(OpcodeTable, StandardSizesAndDirections) {
     }
 }
 
-TEST(Mailbox, ViewsShareLittleEndianBytes) {
-    DCMD_MBOX mbox{};
-    mbox.w[0] = 0x04030201u;
-    mbox.s[3] = 0xBBAA; // bytes 6 and 7
-    mbox.b[8] = 0x7F;
-    const unsigned char expected[12] = {1, 2, 3, 4, 0, 0, 0xAA, 0xBB, 0x7F, 0, 0, 0};
-    EXPECT_EQ(std::memcmp(mbox.b, expected, 12), 0);
-    EXPECT_EQ(mbox.s[1], 0x0403);
-    EXPECT_EQ(mbox.w[1], 0xBBAA0000u);
-    EXPECT_EQ(mbox.w[2], 0x7Fu);
-}
-
 TEST(StatusNames, KnownStatusesByNameAndUnknownAsHex) {
     struct Row {
         int status;
@@ -129,20 +96,15 @@ TEST(StatusNames, KnownStatusesByNameAndUnknownAsHex) {
         {0x00, "KVI_STAT_OK"},
         {0x01, "KVI_STAT_INVALID_CMD"},
         {0x02, "KVI_STAT_INVALID_DCMD"},
-        {0x03, "KVI_STAT_INVALID_PARAMETER"},
-        {0x22, "KVI_STAT_NO_HW_PRESENT"},
-        {0xFF, "KVI_STAT_INVALID_STATUS"},
         {0x9a, "0x9a"},
         {0x21, "0x21"},
-        {0x0c, "0x0c"},
-        {0x04, "0x04"}, // numbers the interface gives no meaning keep none
+        {0x0c, "0x0c"}, // numbers the interface gives no meaning keep none
         {0x07, "0x07"},
-    };
+    }; // 0x03, 0x04, 0x22 and 0xFF are named in the fault matrix's messages
     for (const Row& r : rows)
         EXPECT_EQ(kviStatusName(r.status), r.name);
     EXPECT_EQ(kviStatusEnumName(0x9a), nullptr);
     EXPECT_EQ(kviStatusDescription(0x9a), nullptr);
-    EXPECT_EQ(KVI_STAT_NO_HW_PRESENT, 0x22);
 }
 
 TEST(StatusNames, TableRowsAreUniqueAndDescribed) {
