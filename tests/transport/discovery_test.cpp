@@ -9,6 +9,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <tuple>
 #include <unistd.h>
 
 #include "firmware/kvistat.h"
@@ -69,29 +70,19 @@ protected:
 TEST_F(FakeSysfs, ListsHostsInHostNumberOrderWithTheirFacts) {
     auto hosts = kvi::listScsiHosts(root.string());
     ASSERT_EQ(hosts.size(), 3u);
-    EXPECT_EQ(hosts[0].number, 2u);
-    EXPECT_EQ(hosts[1].number, 3u);
-    EXPECT_EQ(hosts[2].number, 10u);
-
-    EXPECT_EQ(hosts[0].driverName, "kvdrv");
-    EXPECT_EQ(hosts[0].driverVersion, "07.725.01.00");
-    ASSERT_TRUE(hosts[0].hasPci);
-    EXPECT_EQ(hosts[0].pciName, "0000:3b:00.0");
-    EXPECT_EQ(hosts[0].pci.domain, 0u);
-    EXPECT_EQ(hosts[0].pci.bus, 0x3bu);
-    EXPECT_EQ(hosts[0].pci.device, 0u);
-    EXPECT_EQ(hosts[0].pci.function, 0u);
-    EXPECT_EQ(hosts[0].pci.linkWidth, 8u);
-
-    EXPECT_EQ(hosts[1].driverName, "ahci");
-    EXPECT_EQ(hosts[1].driverVersion, "") << "no module version file";
-    EXPECT_EQ(hosts[1].pciName, "0000:00:17.0");
-
-    ASSERT_TRUE(hosts[2].hasPci);
-    EXPECT_EQ(hosts[2].pci.domain, 1u);
-    EXPECT_EQ(hosts[2].pci.bus, 0xafu);
-    EXPECT_EQ(hosts[2].pci.function, 1u);
-    EXPECT_EQ(hosts[2].pci.linkWidth, 16u);
+    // number, driver, its version, PCI name, domain, bus, device, function, link width
+    using Facts = std::tuple<unsigned, std::string, std::string, std::string, unsigned, unsigned,
+                             unsigned, unsigned, unsigned>;
+    const Facts want[] = {{2, "kvdrv", "07.725.01.00", "0000:3b:00.0", 0, 0x3b, 0, 0, 8},
+                          {3, "ahci", "", "0000:00:17.0", 0, 0, 0x17, 0, 1}, // no module version
+                          {10, "kvdrv", "07.725.01.00", "0001:af:00.1", 1, 0xaf, 0, 1, 16}};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const kvi::ScsiHost& h = hosts[i];
+        EXPECT_TRUE(h.hasPci);
+        EXPECT_EQ(Facts(h.number, h.driverName, h.driverVersion, h.pciName, h.pci.domain, h.pci.bus,
+                        h.pci.device, h.pci.function, h.pci.linkWidth),
+                  want[i]);
+    }
 }
 
 // A device that answers the controller-information read for some hosts only.
@@ -118,137 +109,79 @@ struct ProbeDevice {
     }
 };
 
+// The controllers are the hosts that answer the controller-information read,
+// each backend with its host's facts; when none does, the exit status and
+// why each host was not taken, named after the host, and the command line's
+// message that names the reason and what to do, once.
 TEST_F(FakeSysfs, ControllersAreTheHostsThatAnswerTheInformationRead) {
-    ProbeDevice dev;
-    dev.errnoByHost[3] = ENODEV;
-    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", dev.ops());
-    kvi::Discovery found =
-        kvi::discoverControllers(root.string(), kvi::controllerInfoProbe(device));
-
-    EXPECT_EQ(found.fault, kvi::TransportFault::None);
-    ASSERT_EQ(found.controllers.size(), 2u);
-    EXPECT_EQ(found.controllers[0].name, "host2");
-    EXPECT_EQ(found.controllers[1].name, "host10");
-    ASSERT_EQ(found.others.size(), 1u);
-    EXPECT_EQ(found.others[0].host.name, "host3");
-    EXPECT_EQ(found.others[0].answer.error, ENODEV);
-    ASSERT_EQ(dev.seen.size(), 3u);
-    for (const auto& s : dev.seen)
-        EXPECT_EQ(s.second, 0x01010000u) << "probe is the controller-information read";
-    EXPECT_EQ(dev.seen[0].first, 2u);
-    EXPECT_EQ(dev.seen[2].first, 10u);
-
-    // Each backend answers from its host's facts.
-    kvi::PassThroughBackend second(device, found.controllers[1]);
-    kvi::PciLocation loc;
-    ASSERT_EQ(second.pciLocation(loc), 0);
-    EXPECT_EQ(loc.linkWidth, 16u);
-    EXPECT_EQ(second.driverVersion(), "07.725.01.00");
-}
-
-TEST_F(FakeSysfs, FirmwareStatusMeansNotAController) {
-    kvi::Discovery found = kvi::discoverControllers(root.string(), [](const kvi::ScsiHost& h) {
-        return kvi::ProbeResult{h.number == 10 ? 0 : 1, kvi::TransportFault::None, ""};
-    });
-    ASSERT_EQ(found.controllers.size(), 1u);
-    EXPECT_EQ(found.controllers[0].number, 10u);
-    EXPECT_EQ(found.others.size(), 2u);
-}
-
-TEST_F(FakeSysfs, OpenPassThroughGivesOneBackendPerControllerOrAnExitStatus) {
     ProbeDevice dev;
     dev.errnoByHost[3] = ENODEV;
     kvi::TransportSet set = kvi::openPassThrough("/dev/kvtest", root.string(), dev.ops());
     ASSERT_EQ(set.controllers.size(), 2u) << set.error;
-    EXPECT_EQ(set.controllers[1]->driverName(), "kvdrv");
     kvi::PciLocation loc;
+    ASSERT_EQ(set.controllers[0]->pciLocation(loc), 0);
+    EXPECT_EQ(loc.bus, 0x3bu);
     ASSERT_EQ(set.controllers[1]->pciLocation(loc), 0);
     EXPECT_EQ(loc.bus, 0xafu);
+    EXPECT_EQ(loc.linkWidth, 16u);
+    EXPECT_EQ(set.controllers[1]->driverName(), "kvdrv");
+    EXPECT_EQ(set.controllers[1]->driverVersion(), "07.725.01.00");
+    const std::vector<std::pair<unsigned, std::uint32_t>> probes = {
+        {2, 0x01010000}, {3, 0x01010000}, {10, 0x01010000}}; // the controller-information read
+    EXPECT_EQ(dev.seen, probes);
 
-    ProbeDevice none;
-    none.errnoByHost = {{2, ENODEV}, {3, ENODEV}, {10, EINVAL}};
-    set = kvi::openPassThrough("/dev/kvtest", root.string(), none.ops());
-    EXPECT_TRUE(set.controllers.empty());
-    EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
-    EXPECT_EQ(set.error, "no controller answered through /dev/kvtest; hosts tried: "
-                         "host2 (kvdrv: not a controller of the driver (ENODEV)), "
-                         "host3 (ahci: not a controller of the driver (ENODEV)), "
-                         "host10 (kvdrv: driver rejected EINVAL)");
-
-    ProbeDevice denied;
-    denied.openResult = -EPERM;
-    set = kvi::openPassThrough("/dev/kvtest", root.string(), denied.ops());
-    EXPECT_EQ(kvi::exitCodeFor(set.fault), 4);
-    EXPECT_EQ(set.error, "permission denied opening /dev/kvtest: run as root");
-    EXPECT_TRUE(denied.seen.empty()) << "an unusable device stops discovery at once";
-
-    set = kvi::openPassThrough("/dev/kvtest", (root / "nothing").string(), dev.ops());
-    EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
-    EXPECT_NE(set.error.find("no SCSI hosts"), std::string::npos);
-}
-
-// Why each host was not taken, as the message names it after the host.
-TEST_F(FakeSysfs, NoControllerNamesWhyEachHostWasRejected) {
-    struct Case {
-        const char* name;
+    const struct {
         int err;             // errno of host10's probe (0: answered)
         std::uint8_t status; // firmware status of its answer
         const char* why;
+    } rejected[] = {
+        {EINVAL, 0, "driver rejected EINVAL"},
+        {EFAULT, 0, "driver rejected EFAULT"},
+        {ETIMEDOUT, 0, "timeout"},
+        {ENXIO, 0, "not a controller of the driver (ENXIO)"},
+        {EIO, 0, "failed with EIO"},
+        {200, 0, "failed with errno 200"},
+        {0, KVI_STAT_INVALID_DCMD, "KVI_STAT_INVALID_DCMD"},
+        {0, 0xF7, "0xf7"},
     };
-    const Case cases[] = {
-        {"driver rejected", EINVAL, 0, "driver rejected EINVAL"},
-        {"bad buffer", EFAULT, 0, "driver rejected EFAULT"},
-        {"timeout", ETIMEDOUT, 0, "timeout"},
-        {"not a controller", ENXIO, 0, "not a controller of the driver (ENXIO)"},
-        {"i/o error", EIO, 0, "failed with EIO"},
-        {"unnamed errno", 200, 0, "failed with errno 200"},
-        {"firmware status", 0, KVI_STAT_INVALID_DCMD, "KVI_STAT_INVALID_DCMD"},
-        {"unnamed firmware status", 0, 0xF7, "0xf7"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        ProbeDevice dev;
-        dev.errnoByHost = {{2, ENODEV}, {3, ENODEV}};
-        if (c.err != 0)
-            dev.errnoByHost[10] = c.err;
-        else
-            dev.statusByHost[10] = c.status;
-        kvi::TransportSet set = kvi::openPassThrough("/dev/kvtest", root.string(), dev.ops());
-        ASSERT_TRUE(set.controllers.empty());
+    for (const auto& c : rejected) {
+        ProbeDevice none;
+        none.errnoByHost = {{2, ENODEV}, {3, ENODEV}, {10, c.err}};
+        none.statusByHost = {{10, c.status}};
+        set = kvi::openPassThrough("/dev/kvtest", root.string(), none.ops());
+        EXPECT_TRUE(set.controllers.empty());
         EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
-        const std::string tail = std::string("host10 (kvdrv: ") + c.why + ")";
-        ASSERT_GE(set.error.size(), tail.size()) << set.error;
-        EXPECT_EQ(set.error.substr(set.error.size() - tail.size()), tail) << set.error;
+        EXPECT_EQ(set.error, std::string("no controller answered through /dev/kvtest; hosts tried: "
+                                         "host2 (kvdrv: not a controller of the driver (ENODEV)), "
+                                         "host3 (ahci: not a controller of the driver (ENODEV)), "
+                                         "host10 (kvdrv: ") +
+                                 c.why + ")");
     }
-}
 
-// The command line's message names the reason and what to do, once.
-TEST_F(FakeSysfs, NoControllerMessageSaysTheHintOnce) {
-    struct Case {
-        const char* name;
-        int openResult; // the device open's answer
-        const char* message;
+    const std::string hint = "check the device and the driver, or try the simulator: kvictl --sim "
+                             "show";
+    const struct {
+        int openResult;
+        int exit;
+        std::string message; // after "no controller reachable through /dev/kvtest: "
+    } unusable[] = {
+        {-EPERM, 4, "permission denied opening /dev/kvtest: run as root"},
+        {-EACCES, 4, "permission denied opening /dev/kvtest: run as root"},
+        {-ENOENT, 3,
+         "no device node /dev/kvtest: is the controller driver loaded? (give the node with "
+         "--device); " +
+             hint},
+        {-ENODEV, 3, "no driver behind /dev/kvtest: is the controller driver loaded?; " + hint},
     };
-    const Case cases[] = {
-        {"permission denied", -EACCES,
-         "no controller reachable through /dev/kvtest: permission denied opening /dev/kvtest: "
-         "run as root"},
-        {"no device node", -ENOENT,
-         "no controller reachable through /dev/kvtest: no device node /dev/kvtest: is the "
-         "controller driver loaded? (give the node with --device); check the device and the "
-         "driver, or try the simulator: kvictl --sim show"},
-        {"no driver", -ENODEV,
-         "no controller reachable through /dev/kvtest: no driver behind /dev/kvtest: is the "
-         "controller driver loaded?; check the device and the driver, or try the simulator: "
-         "kvictl --sim show"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        ProbeDevice dev;
-        dev.openResult = c.openResult;
-        kvi::TransportSet set = kvi::openPassThrough("/dev/kvtest", root.string(), dev.ops());
-        ASSERT_TRUE(set.controllers.empty());
-        EXPECT_EQ(kvi::noControllerMessage("/dev/kvtest", set), c.message);
+    for (const auto& c : unusable) {
+        ProbeDevice denied;
+        denied.openResult = c.openResult;
+        set = kvi::openPassThrough("/dev/kvtest", root.string(), denied.ops());
+        EXPECT_TRUE(set.controllers.empty());
+        EXPECT_EQ(kvi::exitCodeFor(set.fault), c.exit) << c.message;
+        EXPECT_EQ(kvi::noControllerMessage("/dev/kvtest", set),
+                  "no controller reachable through /dev/kvtest: " + c.message);
+        EXPECT_TRUE(denied.seen.empty()) << "an unusable device stops discovery at once";
     }
     // A failure found while sending (not while opening) asks for root once too.
     kvi::TransportSet denied;
@@ -256,6 +189,10 @@ TEST_F(FakeSysfs, NoControllerMessageSaysTheHintOnce) {
     denied.error = "permission denied sending X through /dev/kvtest: run as root";
     EXPECT_EQ(kvi::noControllerMessage("/dev/kvtest", denied),
               "no controller reachable through /dev/kvtest: " + denied.error);
+
+    set = kvi::openPassThrough("/dev/kvtest", (root / "nothing").string(), dev.ops());
+    EXPECT_EQ(kvi::exitCodeFor(set.fault), 3);
+    EXPECT_NE(set.error.find("no SCSI hosts"), std::string::npos);
 }
 
 TEST(Discovery, PciNames) {
