@@ -60,6 +60,10 @@ private:
 std::string tempPath(const std::string& name);
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
+// How often `what` occurs in `text`.
+std::size_t countOf(const std::string& text, const std::string& what);
+// The names in a folder, sorted.
+std::vector<std::string> filesIn(const std::string& dir);
 // The words of a command line as a POSIX shell splits them (quotes and
 // backslashes; no expansions).
 std::vector<std::string> shellWords(const std::string& line);

@@ -3,7 +3,6 @@
 // interruptions. Each row runs the real binary and says what must hold.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -15,8 +14,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -87,17 +86,11 @@ bool exists(const std::string& path) {
 }
 
 // Temporary files kvictl left in the folder of `path` (".NAME.*.tmp").
-int leftovers(const std::string& path) {
-    const std::string dir = path.substr(0, path.rfind('/'));
+long leftovers(const std::string& path) {
     const std::string prefix = "." + path.substr(path.rfind('/') + 1) + ".";
-    int n = 0;
-    if (DIR* d = ::opendir(dir.c_str())) {
-        while (dirent* e = ::readdir(d))
-            if (std::string(e->d_name).rfind(prefix, 0) == 0)
-                ++n;
-        ::closedir(d);
-    }
-    return n;
+    const auto names = clitest::filesIn(path.substr(0, path.rfind('/')));
+    return std::count_if(names.begin(), names.end(),
+                         [&](const std::string& n) { return n.rfind(prefix, 0) == 0; });
 }
 
 struct Hostile {
@@ -117,24 +110,23 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
          [&] {
              for (int round = 0; round < 8; ++round) {
                  std::remove(state.c_str());
-                 Result a, b, c;
-                 std::thread ta([&] {
-                     a = runKvictl({"--sim", "--sim-state", state, "set", "rebuild-rate=50"});
-                 });
-                 std::thread tb([&] {
-                     b = runKvictl({"--sim", "--sim-state", state, "set", "cc-rate=40"});
-                 });
-                 std::thread tc([&] {
-                     c = runKvictl({"--sim", "--sim-state", state, "get", "bgi-rate"});
-                 });
-                 ta.join();
-                 tb.join();
-                 tc.join();
-                 ASSERT_EQ(a.exitCode + b.exitCode + c.exitCode, 0) << a.err << b.err << c.err;
-                 Result r =
-                     runKvictl({"--sim", "--sim-state", state, "get", "rebuild-rate", "cc-rate"});
-                 EXPECT_NE(r.out.find("rebuild-rate = 50 percent"), std::string::npos) << r.out;
-                 EXPECT_NE(r.out.find("cc-rate      = 40 percent"), std::string::npos) << r.out;
+                 const char* const runs[][2] = {
+                     {"set", "rebuild-rate=50"}, {"set", "cc-rate=40"}, {"get", "bgi-rate"}};
+                 Result r[3];
+                 std::vector<std::thread> threads;
+                 for (int i = 0; i < 3; ++i)
+                     threads.emplace_back([&, i] {
+                         r[i] = runKvictl({"--sim", "--sim-state", state, runs[i][0], runs[i][1]});
+                     });
+                 for (std::thread& t : threads)
+                     t.join();
+                 ASSERT_EQ(r[0].exitCode + r[1].exitCode + r[2].exitCode, 0)
+                     << r[0].err << r[1].err << r[2].err;
+                 clitest::expectFragments(
+                     "get",
+                     runKvictl({"--sim", "--sim-state", state, "get", "rebuild-rate", "cc-rate"})
+                         .out,
+                     "rebuild-rate = 50 percent\tcc-rate      = 40 percent");
              }
          }},
         {"read-only and unchanged runs never write the state, and work where no lock can be made",
@@ -197,18 +189,12 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                                              "--sim=" + big + " metrics --textfile " + prom})
                  EXPECT_EQ(shell(args + " >/dev/null 2>" + out, true), 5) << args;
              // The last run's failure, and the log's, are each told once.
-             auto told = [](const std::string& err, const std::string& what) {
-                 std::size_t n = 0;
-                 for (std::size_t at = err.find(what); at != std::string::npos;
-                      at = err.find(what, at + 1))
-                     ++n;
-                 return n;
-             };
-             EXPECT_EQ(told(readFile(out), "--textfile"), 1u) << readFile(out);
+             EXPECT_EQ(clitest::countOf(readFile(out), "--textfile"), 1u) << readFile(out);
              EXPECT_EQ(
                  shell("--sim --log " + log + " --log-level 4 show all >/dev/null 2>" + out, true),
                  5);
-             EXPECT_EQ(told(readFile(out), "the debug log is incomplete"), 1u) << readFile(out);
+             EXPECT_EQ(clitest::countOf(readFile(out), "the debug log is incomplete"), 1u)
+                 << readFile(out);
              EXPECT_FALSE(exists(rec)); // a capture is whole or absent
              EXPECT_EQ(readFile(prom), "old\n");
              EXPECT_EQ(leftovers(prom) + leftovers(rec), 0);
@@ -330,27 +316,12 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              for (int round = 0; round < 6; ++round) {
                  std::remove(cap.c_str());
                  writeFile(prom, "old\n");
-                 std::vector<pid_t> pids;
-                 for (const auto& args : runs) {
-                     const pid_t pid = ::fork();
-                     if (pid == 0) {
-                         const int null = ::open("/dev/null", O_WRONLY);
-                         ::dup2(null, 1);
-                         ::dup2(null, 2);
-                         std::vector<char*> argv = {const_cast<char*>(KVICTL_BINARY)};
-                         for (const std::string& a : args)
-                             argv.push_back(const_cast<char*>(a.c_str()));
-                         argv.push_back(nullptr);
-                         ::execv(KVICTL_BINARY, argv.data());
-                         ::_exit(127);
-                     }
-                     pids.push_back(pid);
-                 }
+                 std::vector<std::unique_ptr<clitest::Child>> kids;
+                 for (const auto& args : runs)
+                     kids.push_back(std::make_unique<clitest::Child>(args));
                  ::usleep(100000 + 100000 * round); // only where the signal lands varies
-                 for (pid_t pid : pids) {
-                     ::kill(pid, SIGTERM);
-                     ::waitpid(pid, nullptr, 0);
-                 }
+                 for (auto& kid : kids)
+                     kid->stop(SIGTERM);
                  for (const std::string& p : {cap, prom, state})
                      EXPECT_EQ(leftovers(p), 0) << p;
                  if (exists(cap)) { // finished before the signal: then it is whole
@@ -404,7 +375,8 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
          "controller 0: status unknown\t!lock key (0x04), lock key",
          R"("fail": {"KV_DCMD_CTRL_GET_INFO": 4})"},
         {"unreadable status in check", "@P check", 3,
-         "KVICTL UNKNOWN - c0: controller status unknown\t!lock key unreadable (0x04), lock key",
+         "KVICTL UNKNOWN - c0: controller status unknown (controller information unreadable: "
+         "\t!lock key unreadable (0x04), lock key",
          "", R"("fail": {"KV_DCMD_CTRL_GET_INFO": 4})"},
         {"unreadable status in check JSON", "@P -o json check", 3, R"("state": "unknown")", "",
          R"("fail": {"KV_DCMD_CTRL_GET_INFO": 4})"},
