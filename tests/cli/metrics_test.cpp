@@ -77,20 +77,11 @@ TEST(MetricsE2E, EveryBundledProfileParsesAndChecksOk) {
 }
 
 // Values as the profiles set them, problems in the counts and flags (the
-// default profile's scrape is a golden file of e2e_test.cpp).
+// bundled profiles' scrapes are golden files of e2e_test.cpp).
 TEST(MetricsE2E, ValuesFollowTheProfile) {
 #define C0 "{controller=\"0\"} "
 #define C0_ "{controller=\"0\","
     const clitest::Case cases[] = {
-        {"entry: no battery", "--sim=entry metrics", 0,
-         "model=\"KV 3120-8i\"\tkvictl_battery_present" C0 "0\n"
-         "\tkvictl_alarm_state" C0_ "state=\"absent\"} 1\n\t!kvictl_battery_temperature_celsius"
-         "\t!kvictl_battery_status_flag{"},
-        {"ha-member", "--sim=ha-member metrics", 0,
-         "model=\"KV 9480-8e HA\"\tkvictl_roc_temperature_celsius" C0 "58\n"},
-        {"previous-gen: no controller sensor", "--sim=previous-gen metrics", 0,
-         "model=\"KV 8260-8i\"\tkvictl_roc_temperature_celsius" C0 "63\n"
-         "\t!kvictl_controller_temperature_celsius{\tkvictl_battery_temperature_celsius" C0},
         {"problems", "@P metrics", 0,
          "kvictl_virtual_drives_degraded" C0 "1\n\tkvictl_virtual_drives_offline" C0 "2\n"
          "\tkvictl_physical_disks_failed" C0 "1\n"
