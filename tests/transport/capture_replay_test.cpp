@@ -230,12 +230,10 @@ TEST(CaptureReplay, TamperedCaptureNamesBothRequests) {
             if (c.line == 2) // the shorter length receives 4 bytes less
                 l.erase(l.find("\"received\":\"") + 12, 8);
         }
-        std::ofstream(file) << [&] {
-            std::string text;
-            for (const auto& l : all)
-                text += l + "\n";
-            return text;
-        }();
+        std::ofstream out(file);
+        for (const auto& l : all)
+            out << l << "\n";
+        out.close();
         std::string error;
         auto log = kvi::ReplayLog::load(file, error);
         ASSERT_TRUE(log) << error;
