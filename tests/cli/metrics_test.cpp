@@ -35,16 +35,16 @@ std::string current(const Parsed& p, const std::string& name, const std::string&
 
 } // namespace
 
-// Every bundled profile, two controllers each: a valid exposition, every
-// controller up, state families with exactly one current state; check finds
-// both controllers (no -c: every one) ok and gives temperatures and counts as performance data.
+// Every bundled profile, two controllers each (no -c: a scrape and a check
+// cover every controller): a valid exposition, every controller up, state
+// families with exactly one current state; check finds both ok and gives
+// temperatures and counts as performance data.
 TEST(MetricsE2E, EveryBundledProfileParsesAndChecksOk) {
     for (const auto& e :
          std::filesystem::directory_iterator(std::string(KVI_SOURCE_DIR) + "/sim/profiles")) {
         const std::string profile = e.path().stem().string();
         SCOPED_TRACE(profile);
         TempDir tmp;
-        // No -c: a scrape covers every controller.
         Result r = kvictl({"--sim=" + profile, "--sim-controllers", "2", "metrics"});
         ASSERT_EQ(r.exitCode, 0) << r.err;
         Result check = kvictl({"--sim=" + profile, "--sim-controllers", "2", "check"});
