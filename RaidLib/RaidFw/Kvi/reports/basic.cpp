@@ -13,7 +13,6 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "provider/DebugLog.h"
@@ -288,52 +287,3 @@ int AdapterDataKvi::getBasicCtrlInfo(json::Object& obj) {
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBasicCtrlInfo");
     return rc;
 }
-
-// Typed values of the basic, version and summary sections (see Values.h).
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kBasicRows[] = {
-    {"Model", "model", Kind::Text},
-    {"Serial Number", "serial_number", Kind::Text},
-    {"PCI Slot Number", "pci_slot_number", Kind::Integer},
-    {"Current Controller Date/Time", "controller_time", Kind::LocalTime},
-    {"Current System Date/time", "system_time", Kind::LocalTime},
-    {"SAS Address", "sas_address", Kind::Text},
-    {"PCI Address", "pci_address", Kind::Pci},
-    {"Mfg Date", "manufacturing_date", Kind::Date},
-    {"Rework Date", "rework_date", Kind::Date},
-    {"Revision No", "revision", Kind::Text},
-};
-// The component lines between these are texts under their label in
-// snake_case (componentLabel: "Bios Version" -> bios_version).
-const ValueRow kVersionRows[] = {
-    {"Firmware Package Build", "firmware_package_build", Kind::Text},
-    {"Firmware Version", "firmware_version", Kind::Text},
-    {"CPLD Version", "cpld_version", Kind::Text},
-    {"Driver Name", "driver_name", Kind::Text},
-    {"Driver Version", "driver_version", Kind::Text},
-};
-// Followed by the bus section's members.
-const ValueRow kSummaryRows[] = {
-    {"Product Name", "model", Kind::Text},
-    {"Serial Number", "serial_number", Kind::Text},
-    {"PCI Slot Number", "pci_slot_number", Kind::Integer},
-    {"SAS Address", "sas_address", Kind::Text},
-    {"PCI Address", "pci_address", Kind::Pci},
-    {"System Time", "system_time", Kind::LocalTime},
-    {"Mfg. Date", "manufacturing_date", Kind::Date},
-    {"Controller Time", "controller_time", Kind::LocalTime},
-    {"FW Package Build", "firmware_package_build", Kind::Text},
-    {"FW Version", "firmware_version", Kind::Text},
-    {"BIOS Version", "bios_version", Kind::Text},
-    {"Driver Name", "driver_name", Kind::Text},
-    {"Driver Version", "driver_version", Kind::Text},
-    {"Current Personality", "personalities", Kind::Tokens},
-};
-} // namespace
-const ValueTable kBasicValues = valueTable(kBasicRows);
-const ValueTable kVersionValues = valueTable(kVersionRows, Kind::Text);
-const ValueTable kSummaryValues = valueTable(kSummaryRows, Kind::Skip, &kBusValues);
-} // namespace reports
-} // namespace kvi

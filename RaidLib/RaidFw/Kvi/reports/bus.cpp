@@ -7,7 +7,6 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "provider/ProcessInputs.h"
@@ -195,51 +194,3 @@ int AdapterDataKvi::getShowStatus(json::Object& obj) {
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowStatus retcode = %d", rc);
     return rc;
 }
-
-// Typed values of the bus and status sections (see Values.h).
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kBusRows[] = {
-    {"Vendor Id", "vendor_id", Kind::Integer},
-    {"Device Id", "device_id", Kind::Integer},
-    {"SubVendor Id", "subvendor_id", Kind::Integer},
-    {"SubDevice Id", "subdevice_id", Kind::Integer},
-    {"Host Interface", "host_interface", Kind::Token},
-    {"PCIe Link Rate", "pcie_link_rate_transfers_per_second", Kind::Rate},
-    {"Device Interface", "device_interface", Kind::Token},
-    {"Bus Number", "bus_number", Kind::Integer},
-    {"Device Number", "device_number", Kind::Integer},
-    {"Function Number", "function_number", Kind::Integer},
-    {"Domain ID", "domain_id", Kind::Integer},
-    {"PCIe Link Width", "pcie_link_width_lanes", Kind::HexInteger},
-};
-const ValueRow kStatusRows[] = {
-    {"Controller Status", "controller_status", Kind::Token},
-    {"Memory Correctable Errors", "memory_correctable_errors", Kind::Integer},
-    {"Memory Uncorrectable Errors", "memory_uncorrectable_errors", Kind::Integer},
-    {"ECC Bucket Count", "ecc_bucket_count", Kind::Integer},
-    {"Any Offline VD Cache Preserved", "offline_vd_cache_preserved", Kind::Bool},
-    {"BBU Status|Energy Pack Status", "battery_status", Kind::Integer},
-    {"PD Firmware Download in progress", "pd_firmware_download_in_progress", Kind::Bool},
-    {"Support PD Firmware Download|Support Drive Firmware Download",
-     "pd_firmware_download_supported", Kind::Bool},
-    {"Lock Key Assigned", "lock_key_assigned", Kind::Bool},
-    {"Failed to get lock key on bootup", "lock_key_failed_at_boot", Kind::Bool},
-    {"Lock key has not been backed up", "lock_key_not_backed_up", Kind::Bool},
-    {"Bios was not detected during boot", "bios_not_detected_at_boot", Kind::Bool},
-    {"Controller must be rebooted to complete security operation", "reboot_required_for_security",
-     Kind::Bool},
-    {"A rollback operation is in progress", "rollback_in_progress", Kind::Bool},
-    {"SSC Policy is WB", "ssc_policy_write_back", Kind::Bool},
-    {"Controller has booted into safe mode", "safe_mode_boot", Kind::Bool},
-    {"Controller shutdown required", "shutdown_required", Kind::Bool},
-    {"Controller has booted into certificate provision mode", "certificate_provision_boot",
-     Kind::Bool},
-    {"Current Personality", "personalities", Kind::Tokens},
-};
-} // namespace
-const ValueTable kBusValues = valueTable(kBusRows);
-const ValueTable kStatusValues = valueTable(kStatusRows);
-} // namespace reports
-} // namespace kvi

@@ -11,7 +11,6 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
@@ -223,43 +222,3 @@ int AdapterDataKvi::getSecureBootDetails(json::Object& obj) {
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSecureBootDetails retCode = %d", rc);
     return 0;
 }
-
-// Typed values of the high-availability, scheduled-task and secure-boot
-// sections (see Values.h).
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kClusterRows[] = {
-    {"Topology Type", "topology_type", Kind::Token},
-    {"Cluster Permitted", "cluster_permitted", Kind::Bool},
-    {"Cluster Active", "cluster_active", Kind::Bool},
-    {"Domain Id", "domain_id", Kind::Text},
-    {"Peer Controller Status", "peer_controller_status", Kind::Token},
-    {"Maximum Controller Nodes", "max_controller_nodes", Kind::Integer},
-    // "Not supported" reads as false.
-    {"ConfigAutoBalance|Configuration Auto Balance", "config_auto_balance", Kind::Bool},
-    {"Incompatible Details", "incompatibilities", Kind::Tokens},
-};
-// "Continuous" and "Unknown" intervals are null.
-const ValueRow kTasksRows[] = {
-    {"Consistency Check Reoccurrence", "consistency_check_interval_seconds", Kind::Duration},
-    {"Next Consistency check launch", "next_consistency_check", Kind::LocalTime},
-    {"Patrol Read Reoccurrence", "patrol_read_interval_seconds", Kind::Duration},
-    {"Next Patrol Read launch", "next_patrol_read", Kind::LocalTime},
-    {"Battery learn Reoccurrence", "battery_learn_interval_seconds", Kind::Duration},
-    {"Next Battery Learn", "next_battery_learn", Kind::LocalTime},
-    {"OEMID", "oem", Kind::Token},
-};
-const ValueRow kSecureBootRows[] = {
-    {"Secure Boot Enabled", "secure_boot_enabled", Kind::Bool},
-    {"Controller in Soft Secure Mode", "soft_secure_mode", Kind::Bool},
-    {"Controller in Hard Secure Mode", "hard_secure_mode", Kind::Bool},
-    {"Key Update Pending", "key_update_pending", Kind::Bool},
-    {"Remaining Secure Boot Key Slots", "remaining_key_slots", Kind::Integer},
-};
-} // namespace
-const ValueTable kClusterValues = valueTable(kClusterRows);
-const ValueTable kTasksValues = valueTable(kTasksRows);
-const ValueTable kSecureBootValues = valueTable(kSecureBootRows);
-} // namespace reports
-} // namespace kvi

@@ -45,7 +45,6 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "util/ArList.h"
@@ -200,31 +199,3 @@ int AdapterDataKvi::getShowCapabilities(json::Object& obj) {
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowCapabilities retCode = %d", rc);
     return 0;
 }
-
-// Typed values of the defaults and capabilities sections (see Values.h). The
-// limits of Capabilities are numbers under their report key in snake_case
-// ("Max VDs per Array" -> max_vds_per_array).
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kDefaultsRows[] = {
-    {"SAS Address", "sas_address", Kind::Text},
-    {"Strip Size Code", "strip_size_code", Kind::Integer},
-    {"Write Policy Code", "write_policy_code", Kind::Integer},
-    {"Read Policy Code", "read_policy_code", Kind::Integer},
-    {"Cache Policy Code", "cache_policy_code", Kind::Integer},
-    {"Disk Cache Policy Code", "disk_cache_policy_code", Kind::Integer},
-    {"Write Cache Bad BBU Code", "write_cache_bad_bbu_code", Kind::Integer},
-    {"Disk Certification Policy Code", "disk_certification_policy_code", Kind::Integer},
-    {"Treat RAID1E As RAID10", "treat_raid1e_as_raid10", Kind::Bool},
-    {"Spin Down Mode", "spin_down_mode", Kind::Token},
-    {"Default Max VDs per Array", "max_vds_per_array", Kind::Integer},
-};
-const ValueRow kCapabilitiesRows[] = {
-    {"Supported RAID Levels", "supported_raid_levels", Kind::Tokens},
-};
-} // namespace
-const ValueTable kDefaultsValues = valueTable(kDefaultsRows);
-const ValueTable kCapabilitiesValues = valueTable(kCapabilitiesRows, Kind::Integer);
-} // namespace reports
-} // namespace kvi

@@ -10,7 +10,6 @@
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "RaidLib/RaidFw/Kvi/reports/SizeUnits.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "firmware/kvi.h"
 #include "firmware/kvistat.h"
@@ -122,37 +121,3 @@ int AdapterDataKvi::getShowHwConfig(json::Object& obj) {
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowHwConfig");
     return 0;
 }
-
-// Typed values of the hardware-configuration section (see Values.h).
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kHwConfigRows[] = {
-    {"ChipRevision", "chip_revision", Kind::Text},
-    {"BatteryFRU", "battery_fru", Kind::Text},
-    {"Front End Port Count", "front_end_port_count", Kind::Integer},
-    {"Backend Port Count", "backend_port_count", Kind::Integer},
-    {"BBU|Energy Pack", "battery_present", Kind::Bool},
-    {"Alarm", "alarm", Kind::Token},
-    {"Serial Debugger", "serial_debugger_present", Kind::Bool},
-    {"NVRAM Size", "nvram_size_bytes", Kind::Size},
-    {"Flash Size", "flash_size_bytes", Kind::Size},
-    {"On Board Memory Size", "memory_size_bytes", Kind::Size},
-    {"Pellora Flash Size", "pellora_flash_size_bytes", Kind::Size},
-    {"TPM", "tpm_present", Kind::Bool},
-    {"On Board Expander", "expander_present", Kind::Bool},
-    {"Temperature Sensor for ROC", "roc_temperature_sensor_present", Kind::Bool},
-    {"Temperature Sensor for Controller", "controller_temperature_sensor_present", Kind::Bool},
-    {"Upgradable CPLD", "upgradable_cpld_present", Kind::Bool},
-    {"Upgradable PSOC", "upgradable_psoc_present", Kind::Bool},
-    // A number in GiB as the key says; the text form halves 512-byte blocks
-    // into KiB and prints them with byte units.
-    {"Current Size of Tarvel (GB)", "ssd_cache_size_bytes", Kind::Size, nullptr, kGiB, kKiB},
-    {"Current Size of FW Cache (MB)", "firmware_cache_size_bytes", Kind::Size, nullptr, kMiB},
-    {"ROC temperature(Degree Celsius)", "roc_temperature_celsius", Kind::Integer},
-    {"Ctrl temperature(Degree Celsius)", "controller_temperature_celsius", Kind::Integer},
-};
-} // namespace
-const ValueTable kHwConfigValues = valueTable(kHwConfigRows);
-} // namespace reports
-} // namespace kvi

@@ -10,7 +10,6 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
@@ -112,31 +111,3 @@ int AdapterDataKvi::getShowDualImages(json::Object& obj) {
     }
     return 0;
 }
-
-// Typed values of the image sections (see Values.h).
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kComponentRows[] = {
-    {"Name", "component", Kind::Token},
-    {"Version", "version", Kind::Text},
-};
-const ValueTable kComponentValues = valueTable(kComponentRows);
-// "Image name" is the line shown when nothing is pending: no components.
-const ValueRow kPendingRows[] = {
-    {"Details", "components", Kind::Table, &kComponentValues},
-    {"Image name", "components", Kind::Table, &kComponentValues},
-};
-// An image set: every version text under its key in snake_case
-// ("FW Version" -> fw_version).
-const ValueTable kImageSetValues{nullptr, 0, Kind::Text, nullptr};
-const ValueRow kDualRows[] = {
-    {"Active Firmware", "active", Kind::Object, &kImageSetValues},
-    {"Backup Firmware", "backup", Kind::Object, &kImageSetValues},
-    {"Pending Firmware", "pending", Kind::Object, &kImageSetValues},
-};
-} // namespace
-const ValueTable kPendingImagesValues = valueTable(kPendingRows);
-const ValueTable kDualImagesValues = valueTable(kDualRows);
-} // namespace reports
-} // namespace kvi

@@ -10,7 +10,6 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "provider/ProcessInputs.h"
@@ -160,61 +159,3 @@ int AdapterDataKvi::getShowBoot(json::Object& obj) {
     DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBoot retCode = %d", rc);
     return 0;
 }
-
-// Typed values of the policies and boot sections (see Values.h).
-namespace kvi {
-namespace reports {
-namespace {
-// Rows of the policies table by their "Policy" text; each becomes
-// {"current": ..., "default": ...} in its own unit.
-const ValueRow kPolicyRows[] = {
-    {"Predictive Fail Poll Interval", "predictive_fail_poll_interval_seconds", Kind::Duration},
-    {"Interrupt Throttle Active Count", "interrupt_throttle_active_count", Kind::Integer},
-    {"Interrupt Throttle Completion", "interrupt_throttle_completion_microseconds", Kind::Integer},
-    {"Rebuild Rate", "rebuild_rate_percent", Kind::Integer},
-    {"PR Rate", "patrol_read_rate_percent", Kind::Integer},
-    {"BGI Rate", "bgi_rate_percent", Kind::Integer},
-    {"Check Consistency Rate", "consistency_check_rate_percent", Kind::Integer},
-    {"Reconstruction Rate", "reconstruction_rate_percent", Kind::Integer},
-    {"Cache Flush Interval", "cache_flush_interval_seconds", Kind::Duration},
-};
-const ValueTable kPolicyValues = valueTable(kPolicyRows);
-const ValueRow kPoliciesRows[] = {
-    {"Policies Table", "policies", Kind::Pivot, &kPolicyValues},
-    {"Flush Time(Default)", "default_flush_time_seconds", Kind::Duration},
-    {"Drive Coercion Mode", "drive_coercion_mode", Kind::Token},
-    {"Auto Rebuild", "auto_rebuild", Kind::Bool},
-    {"Battery Warning", "battery_warning", Kind::Bool},
-    {"ECC Bucket Size", "ecc_bucket_size", Kind::Integer},
-    {"ECC Bucket Leak Rate (hrs)", "ecc_bucket_leak_rate_seconds", Kind::Duration, nullptr, kHour},
-    {"Restore Hot Spare on Insertion", "restore_hot_spare_on_insertion", Kind::Bool},
-    {"Expose Enclosure Devices", "expose_enclosure_devices", Kind::Bool},
-    {"Maintain PD Fail History|Maintain Drive Fail History", "maintain_pd_fail_history",
-     Kind::Bool},
-    {"Reorder Host Requests", "reorder_host_requests", Kind::Bool},
-    {"Auto detect BackPlane", "backplane_auto_detect", Kind::Token},
-    {"Load Balance Mode", "load_balance_mode", Kind::Token},
-    {"Security Key Assigned", "security_key_assigned", Kind::Bool},
-    {"Disable Online Controller Reset", "disable_online_controller_reset", Kind::Bool},
-    {"Use drive activity for locate", "drive_activity_for_locate", Kind::Bool},
-};
-const ValueRow kBootRows[] = {
-    {"BIOS Enumerate VDs", "bios_enumerate_vds", Kind::Integer},
-    {"Stop BIOS on Error", "stop_bios_on_error", Kind::Bool},
-    {"Delay during POST", "delay_during_post", Kind::Integer},
-    {"Spin Down Mode", "spin_down_mode", Kind::Token},
-    {"Enable Ctrl-R", "ctrl_r_enabled", Kind::Bool},
-    {"Enable Web BIOS", "web_bios_enabled", Kind::Bool},
-    {"Enable PreBoot CLI", "preboot_cli_enabled", Kind::Bool},
-    {"Enable BIOS", "bios_enabled", Kind::Bool},
-    {"Max Drives to Spinup at One Time", "spinup_drive_count", Kind::Integer},
-    {"Maximum number of direct attached drives to spin up in 1 min",
-     "direct_attached_spinup_per_minute", Kind::Integer},
-    {"Delay Among Spinup Groups (sec)", "spinup_group_delay_seconds", Kind::Duration},
-    {"Allow Boot with Preserved Cache", "boot_with_preserved_cache", Kind::Bool},
-};
-} // namespace
-const ValueTable kPoliciesValues = valueTable(kPoliciesRows);
-const ValueTable kBootValues = valueTable(kBootRows);
-} // namespace reports
-} // namespace kvi

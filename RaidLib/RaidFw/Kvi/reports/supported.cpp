@@ -10,7 +10,6 @@
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
-#include "RaidLib/RaidFw/Kvi/reports/Values.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "provider/ProcessInputs.h"
@@ -355,27 +354,3 @@ int AdapterDataKvi::getSecureEKMSDetails(json::Object& obj) {
               static_cast<unsigned long>(ekmStatus));
     return 0;
 }
-
-// Typed values of the capability sections (see Values.h). The operation lists
-// are long and uniform: each member is a boolean under its report key in
-// snake_case ("Support SSD PatrolRead" -> support_ssd_patrolread); the rows
-// name only the members whose report key changes with the OEM.
-namespace kvi {
-namespace reports {
-namespace {
-const ValueRow kAdapterOpsRows[] = {
-    {"Reconstruct Rate|Reconstruction Rate", "reconstruction_rate", Kind::Bool},
-    {"BBU|Energy Pack", "battery", Kind::Bool},
-};
-const ValueRow kEkmRows[] = {
-    {"Capability", "supported", Kind::Bool},
-    {"Boot Agent", "boot_agent_available", Kind::Bool},
-    {"Configured", "configured", Kind::Bool},
-};
-} // namespace
-const ValueTable kAdapterOpsValues = valueTable(kAdapterOpsRows, Kind::Bool);
-const ValueTable kPdOpsValues{nullptr, 0, Kind::Bool, nullptr};
-const ValueTable kVdOpsValues{nullptr, 0, Kind::Bool, nullptr};
-const ValueTable kEkmValues = valueTable(kEkmRows);
-} // namespace reports
-} // namespace kvi
