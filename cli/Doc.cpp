@@ -1,5 +1,9 @@
 #include "cli/Doc.h"
 
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include <CLI/CLI.hpp>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -83,15 +87,48 @@ CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help
     return group.add_subcommand(name, help);
 }
 
-CLI::App* commandGroup(CLI::App& root, App& app, const std::string& name, const std::string& help,
-                       const std::string& footer, std::function<Command()> fallback) {
-    auto* g = root.add_subcommand(name, help);
+namespace {
+
+struct GroupText {
+    const char* name;
+    const char* help;
+    const char* first;
+    const char* firstHelp;
+    const char* settings;
+    std::vector<const char*> examples;
+};
+
+const GroupText& groupText(const std::string& name) {
+    static const GroupText kGroups[] = {
+#define COMMAND_GROUP(name, help, first, firstHelp, settings, ...)                                 \
+    {name, help, first, firstHelp, settings, {__VA_ARGS__}},
+#include "cli/groups.def"
+    };
+    for (const GroupText& g : kGroups)
+        if (name == g.name)
+            return g;
+    throw std::logic_error("no help texts for the command group " + name);
+}
+
+} // namespace
+
+CLI::App* commandGroup(CLI::App& root, App& app, const std::string& name,
+                       std::function<Command()> show, const std::string& settings) {
+    const GroupText& text = groupText(name);
+    std::string footer = settings.empty() ? text.settings : settings;
+    if (!footer.empty())
+        footer += "\n\n";
+    footer += "Examples:";
+    for (const char* example : text.examples)
+        footer += std::string("\n  ") + example;
+    auto* g = root.add_subcommand(name, text.help);
     g->require_subcommand(0, 1);
     g->footer(footer);
-    g->callback([&app, g, fallback] {
+    g->callback([&app, g, show] {
         if (g->get_subcommands().empty())
-            app.setCommand(fallback());
+            app.setCommand(show());
     });
+    verb(*g, text.first, text.firstHelp)->callback([&app, show] { app.setCommand(show()); });
     return g;
 }
 

@@ -60,10 +60,12 @@ private:
 // that selects the command it builds.
 CLI::App* verb(CLI::App& group, const std::string& name, const std::string& help);
 
-// A command group (alarm, bbu, ...): at most one verb, `footer` under its
-// help, and the command `fallback` builds when no verb is given.
-CLI::App* commandGroup(CLI::App& root, App& app, const std::string& name, const std::string& help,
-                       const std::string& footer, std::function<Command()> fallback);
+// A command group (alarm, bbu, ...) with its help texts from groups.def: at
+// most one verb; the settings and examples under its help. Its first verb
+// selects the command `show` builds, as does the group without a verb.
+// `settings`, when given, stands for the table's (texts built at run time).
+CLI::App* commandGroup(CLI::App& root, App& app, const std::string& name,
+                       std::function<Command()> show, const std::string& settings = "");
 
 // The "done" block of an action that changes something.
 void actionDone(App& app, Target& t, const std::string& title, const std::string& action);

@@ -50,12 +50,7 @@ Command setAlarm(App& app, unsigned char value, const char* action) {
 } // namespace
 
 void registerAlarm(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "alarm", "Show or change the audible alarm (default: show)",
-        "Examples:\n  kvictl --sim alarm\n  kvictl --sim alarm silence\n  kvictl --sim -c "
-        "all alarm off",
-        [&app] { return showAlarm(app); });
-    verb(*g, "show", "Show the alarm state")->callback([&app] { app.setCommand(showAlarm(app)); });
+    auto* g = commandGroup(root, app, "alarm", [&app] { return showAlarm(app); });
     verb(*g, "on", "Enable the alarm")->callback([&app] {
         app.setCommand(setAlarm(app, 1, "on"));
     });

@@ -143,14 +143,7 @@ Command bbuAction(App& app, const char* action, int (AdapterData::*op)()) {
 } // namespace
 
 void registerBbu(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "bbu",
-        "Battery backup unit: status, learn cycle, test, auto-learn mode (default: show)",
-        "Examples:\n  kvictl --sim bbu\n  kvictl --sim bbu learn\n  kvictl --sim bbu set "
-        "auto-learn=disabled\n"
-        "  kvictl --sim -o json bbu show",
-        [&app] { return showBbu(app); });
-    verb(*g, "show", "Show the battery status")->callback([&app] { app.setCommand(showBbu(app)); });
+    auto* g = commandGroup(root, app, "bbu", [&app] { return showBbu(app); });
     verb(*g, "learn", "Start a manual learn cycle")->callback([&app] {
         app.setCommand(bbuAction(app, "learn", &AdapterData::startManualLearnCycle));
     });

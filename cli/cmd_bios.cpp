@@ -70,12 +70,7 @@ std::vector<SettingChange> parseBios(const std::vector<std::string>& assignments
 
 void registerBios(CLI::App& root, App& app) {
     auto* g = commandGroup(
-        root, app, "bios", "Show or change the BIOS settings (default: show)",
-        "Settings: " + biosNames() +
-            "\n\nExamples:\n  kvictl --sim bios\n  kvictl --sim bios set error-mode=pause "
-            "auto-select-boot=off",
-        [&app] { return showBios(app); });
-    verb(*g, "show", "Show the BIOS settings")->callback([&app] { app.setCommand(showBios(app)); });
+        root, app, "bios", [&app] { return showBios(app); }, "Settings: " + biosNames());
     auto* set = verb(*g, "set", "Change BIOS settings in one write: NAME=VALUE...");
     auto args = std::make_shared<std::vector<std::string>>();
     app.complete(set->add_option("assignments", *args, "NAME=VALUE pairs")

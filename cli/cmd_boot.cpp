@@ -83,13 +83,7 @@ std::pair<bool, unsigned short> bootDrive(const std::string& text) {
 } // namespace
 
 void registerBoot(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "boot", "Show, set or clear the boot drive (default: show)",
-        "Examples:\n  kvictl --sim boot\n  kvictl --sim boot set vd=1\n  kvictl --sim boot "
-        "set pd=12\n"
-        "  kvictl --sim boot clear",
-        [&app] { return showBoot(app); });
-    verb(*g, "show", "Show the boot drive")->callback([&app] { app.setCommand(showBoot(app)); });
+    auto* g = commandGroup(root, app, "boot", [&app] { return showBoot(app); });
     auto* set = verb(*g, "set", "Boot from a virtual drive (vd=N) or a physical drive (pd=ID)");
     auto arg = std::make_shared<std::string>();
     app.complete(set->add_option("drive", *arg, "vd=TARGET_ID or pd=DEVICE_ID")

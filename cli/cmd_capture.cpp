@@ -64,16 +64,7 @@ struct MaskArgs {
 } // namespace
 
 void registerCapture(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "capture",
-        "Event capture: settings, start, stop, mode, filter masks, read (default: show)",
-        "Examples:\n  kvictl --sim capture\n  kvictl --sim capture start\n  kvictl --sim "
-        "capture filter 0x10 --fw\n"
-        "  kvictl --sim capture read",
-        [&app] { return showCapture(app); });
-    verb(*g, "show", "Show the capture settings")->callback([&app] {
-        app.setCommand(showCapture(app));
-    });
+    auto* g = commandGroup(root, app, "capture", [&app] { return showCapture(app); });
     auto startValue = std::make_shared<std::string>("0");
     auto* start = verb(*g, "start", "Start capturing events");
     start->add_option("--value", *startValue, "Control value passed to the firmware (default 0)")

@@ -143,14 +143,7 @@ ScheduleSettings parseCcSet(const std::vector<std::string>& args) {
 } // namespace
 
 void registerCc(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "cc", "Consistency-check schedule (default: show)",
-        "Settings of set: mode=disabled|sequential|concurrent delay=HOURS start=\"YYYY-MM-DD "
-        "HH:MM\"\n"
-        "                 exclude=LIST|none\n\nExamples:\n  kvictl --sim cc\n"
-        "  kvictl --sim cc set mode=concurrent delay=672 start=\"2025-07-01 03:00\"",
-        [&app] { return showCc(app); });
-    verb(*g, "show", "Show the schedule")->callback([&app] { app.setCommand(showCc(app)); });
+    auto* g = commandGroup(root, app, "cc", [&app] { return showCc(app); });
     auto args = std::make_shared<std::vector<std::string>>();
     auto* set = verb(*g, "set", "Change the schedule: only the settings that differ are sent");
     app.complete(set->add_option("settings", *args, "KEY=VALUE pairs")

@@ -426,19 +426,7 @@ Command eventsFollow(App& app, std::shared_ptr<ListArgs> args) {
 } // namespace
 
 void registerEvents(CLI::App& root, App& app) {
-    auto* g =
-        commandGroup(root, app, "events",
-                     "The controller's event log: info, count, list, follow, clear (default: info)",
-                     "Examples:\n  kvictl --sim events\n  kvictl --sim events list --last 20\n"
-                     "  kvictl --sim events list --since '2023-11-14 08:00' --class warning\n"
-                     "  kvictl --sim events list --since-boot\n"
-                     "  kvictl --sim events count --class critical\n"
-                     "  kvictl --device /dev/kvictl0 -o json events follow --interval 10\n"
-                     "  kvictl --sim -y events clear",
-                     [&app] { return eventsInfo(app); });
-    verb(*g, "info", "Show the sequence numbers of the log")->callback([&app] {
-        app.setCommand(eventsInfo(app));
-    });
+    auto* g = commandGroup(root, app, "events", [&app] { return eventsInfo(app); });
 
     auto countArgs = std::make_shared<ListArgs>();
     auto* count = verb(*g, "count", "Count the events of the log (from the oldest)");

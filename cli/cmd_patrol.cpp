@@ -184,19 +184,7 @@ PatrolSet parsePatrolSet(const std::vector<std::string>& args) {
 } // namespace
 
 void registerPatrol(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "patrol",
-        "Patrol read: state, start/stop/suspend/resume, schedule (default: show)",
-        "Settings of set: mode=auto|manual|disabled delay=HOURS start=\"YYYY-MM-DD HH:MM\" "
-        "exclude=LIST|none\n"
-        "                 max-concurrent=N ssd=on|off\n\n"
-        "Examples:\n  kvictl --sim patrol\n  kvictl --sim patrol start\n"
-        "  kvictl --sim patrol set mode=auto delay=168 start=\"2025-06-01 02:00\"\n"
-        "  kvictl --sim patrol set exclude=1,4",
-        [&app] { return showPatrol(app); });
-    verb(*g, "show", "Show patrol read state and schedule")->callback([&app] {
-        app.setCommand(showPatrol(app));
-    });
+    auto* g = commandGroup(root, app, "patrol", [&app] { return showPatrol(app); });
     verb(*g, "start", "Start a patrol read pass")->callback([&app] {
         app.setCommand(patrolAction(app, "start", &AdapterData::startPr));
     });

@@ -189,18 +189,7 @@ CLI::App* secVerb(CLI::App& g, const char* name, const char* help, SecurityArgs&
 } // namespace
 
 void registerSecurity(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "security",
-        "Drive security key: show, create, rekey, restore, "
-        "verify, suggest, destroy (default: show)",
-
-        "Passphrases: 8 to 32 characters, asked without echo or read with --passphrase-file PATH\n"
-        "(- = stdin); never given on the command line or in the environment.\n\nExamples:\n"
-        "  kvictl --sim security\n  kvictl --sim security create --key-id rack7\n"
-        "  kvictl --sim security verify --passphrase-file /root/kv.pass\n  kvictl --sim -y "
-        "security destroy",
-        [&app] { return showSecurity(app); });
-    verb(*g, "show", "Show the key state")->callback([&app] { app.setCommand(showSecurity(app)); });
+    auto* g = commandGroup(root, app, "security", [&app] { return showSecurity(app); });
 
     struct Op {
         const char* name;

@@ -257,14 +257,7 @@ unsigned long long sasAddress(const std::string& text) {
 } // namespace
 
 void registerTopology(CLI::App& root, App& app) {
-    auto* g = commandGroup(
-        root, app, "topology",
-        "Connectors, phys, multiplexers, lanes; link speed, mux mode, SAS address (default: show)",
-        "Examples:\n  kvictl --sim topology\n  kvictl --sim topology phys\n"
-        "  kvictl --sim topology set-link-speed 4 6\n  kvictl --sim topology set-mux 0 2\n"
-        "  kvictl --sim topology set-sas-address 0x5000d31f0a94c100",
-        [&app] { return showTopology(app, 0); });
-    verb(*g, "show", "Everything")->callback([&app] { app.setCommand(showTopology(app, 0)); });
+    auto* g = commandGroup(root, app, "topology", [&app] { return showTopology(app, 0); });
     verb(*g, "phys", "The phys")->callback([&app] { app.setCommand(showTopology(app, 1)); });
     verb(*g, "connectors", "The connectors")->callback([&app] {
         app.setCommand(showTopology(app, 2));
