@@ -55,6 +55,21 @@ DCMD_MBOX modeMbox(int mode) {
     return m;
 }
 
+// A request that carries one passphrase: the entry line, -1 for a passphrase
+// that does not fit (nothing sent), `send(record)`, then the record wiped.
+template <typename Send>
+int passPhraseRequest(const char* name, const std::string& passPhrase, Send send) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (!fits(passPhrase, kMaxPassPhrase)) {
+        return -1;
+    }
+    KV_CTRL_LOCK_KEY_FROM_ESCROW rec{};
+    putText(rec.lockKeyPassPhrase.passPhrase, passPhrase);
+    const int rc = send(rec);
+    wipe(&rec, sizeof rec);
+    return rc;
+}
+
 } // namespace
 
 int AdapterDataKvi::isSecurityEnabled(bool* out) {
@@ -82,39 +97,23 @@ int AdapterDataKvi::createLockKey(std::string& passPhrase, std::string& secretKe
 }
 
 int AdapterDataKvi::rekeyLock(std::string& passPhrase) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::rekeyLock");
-    if (!fits(passPhrase, kMaxPassPhrase)) {
-        return -1;
-    }
-    KV_CTRL_LOCK_KEY_FROM_ESCROW rec{};
-    putText(rec.lockKeyPassPhrase.passPhrase, passPhrase);
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_LOCK_KEY_REKEY, kviMbox(), &rec);
-    wipe(&rec, sizeof rec);
-    return rc;
+    return passPhraseRequest("rekeyLock", passPhrase, [this](KV_CTRL_LOCK_KEY_FROM_ESCROW& rec) {
+        return sendDcmdRec(KV_DCMD_CTRL_LOCK_KEY_REKEY, kviMbox(), &rec);
+    });
 }
 
 int AdapterDataKvi::lockKeyFromEscrow(std::string& passPhrase) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::lockKeyFromEscrow");
-    if (!fits(passPhrase, kMaxPassPhrase)) {
-        return -1;
-    }
-    KV_CTRL_LOCK_KEY_FROM_ESCROW rec{};
-    putText(rec.lockKeyPassPhrase.passPhrase, passPhrase);
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, kviMbox(), &rec);
-    wipe(&rec, sizeof rec);
-    return rc;
+    return passPhraseRequest(
+        "lockKeyFromEscrow", passPhrase, [this](KV_CTRL_LOCK_KEY_FROM_ESCROW& rec) {
+            return sendDcmdRec(KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, kviMbox(), &rec);
+        });
 }
 
 int AdapterDataKvi::verifyLockKey(std::string& passPhrase, int mode) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::verifyLockKey");
-    if (!fits(passPhrase, kMaxPassPhrase)) {
-        return -1;
-    }
-    KV_CTRL_LOCK_KEY_FROM_ESCROW rec{};
-    putText(rec.lockKeyPassPhrase.passPhrase, passPhrase);
-    const int rc = sendDcmdRec(KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, modeMbox(mode), &rec);
-    wipe(&rec, sizeof rec);
-    return rc;
+    return passPhraseRequest(
+        "verifyLockKey", passPhrase, [this, mode](KV_CTRL_LOCK_KEY_FROM_ESCROW& rec) {
+            return sendDcmdRec(KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW, modeMbox(mode), &rec);
+        });
 }
 
 // The controller's suggestion is handed to the caller only; the answer
