@@ -43,6 +43,17 @@ const KV_MFC_DEFAULTS* enterMfc(AdapterDataKvi& a, const char* name, const T* ou
     return a.mfcDefaultsOrStatus(rc);
 }
 
+// The opening of the queries that go on from a loaded record themselves: the
+// entry line, -1 for a null out-pointer, then `load`. 0 to go on, else the
+// status to return (with no exit line).
+template <typename T, typename Load> int enterLoaded(const char* name, const T* out, Load load) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        return -1;
+    }
+    return load();
+}
+
 // A request between its entry and exit lines; the exit line carries the
 // request's status, which is returned.
 template <typename Op> int logged(const char* name, Op op) {
@@ -77,9 +88,12 @@ int scratchAnswer(const char* name, T* out, Request request) {
 }
 
 // `load` returns the load's status; `pick` the answer, called only after a
-// successful load. `argsValid` false answers -1 like a null `out`.
-template <typename T, typename Load, typename Pick>
-int loadedAnswer(const char* name, T* out, Load load, Pick pick, bool argsValid = true) {
+// successful load; `exit(answer)` logs the query's own exit line (some
+// queries name the answer in it, some log none). `argsValid` false answers
+// -1 like a null `out`.
+template <typename T, typename Load, typename Pick, typename Exit>
+int loadedAnswerExit(const char* name, T* out, Load load, Pick pick, Exit exit,
+                     bool argsValid = true) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
     if (out == nullptr || !argsValid) {
         return -1;
@@ -89,8 +103,16 @@ int loadedAnswer(const char* name, T* out, Load load, Pick pick, bool argsValid 
         return rc;
     }
     *out = static_cast<T>(pick());
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+    exit(*out);
     return 0;
+}
+
+// The same with the common exit line.
+template <typename T, typename Load, typename Pick>
+int loadedAnswer(const char* name, T* out, Load load, Pick pick, bool argsValid = true) {
+    return loadedAnswerExit(
+        name, out, load, pick,
+        [name](const T&) { DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name); }, argsValid);
 }
 
 // A change of a cached record: the entry line, the record load (whose

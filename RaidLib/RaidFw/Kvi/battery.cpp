@@ -20,7 +20,9 @@
 namespace {
 
 using kvi::adapter::enterInfo;
+using kvi::adapter::enterLoaded;
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::loadedAnswerExit;
 using kvi::adapter::logged;
 
 // Bits of KV_BBU_STATUS.fwStatus.
@@ -108,11 +110,7 @@ int AdapterDataKvi::adpBBUTest() {
 }
 
 int AdapterDataKvi::getBatteryState(int* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryState");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = getCtlrInfo();
+    int rc = enterLoaded("getBatteryState", out, [this] { return getCtlrInfo(); });
     if (rc != 0) {
         return rc;
     }
@@ -207,16 +205,9 @@ int AdapterDataKvi::getBatteryTemperatureStatus(int* out) {
 
 // Logs no exit line.
 int AdapterDataKvi::getBatteryType(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBatteryType");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBatteryInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBatteryInfoPtr_->batteryType;
-    return 0;
+    return loadedAnswerExit(
+        "getBatteryType", out, [this] { return getBatteryInfo(); },
+        [this] { return kvBatteryInfoPtr_->batteryType; }, [](unsigned char) {});
 }
 
 int AdapterDataKvi::getBatterySubType(unsigned char* out) {
@@ -321,11 +312,8 @@ int AdapterDataKvi::setBatteryAutoLearnMode(unsigned char* mode) {
 // Why the controller stopped caching writes. The battery load's status is returned in every
 // case, also with no battery fitted (reason 0).
 int AdapterDataKvi::getWritePolicyChngReason(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getWritePolicyChngReason");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int infoRc = getCtlrInfo();
+    const int infoRc =
+        enterLoaded("getWritePolicyChngReason", out, [this] { return getCtlrInfo(); });
     if (infoRc != 0) {
         return infoRc;
     }
@@ -442,11 +430,7 @@ int AdapterDataKvi::isBriskoPresent(bool* out) {
 // Overall status: 0 good, 1 absent, 2 bad, 3 learning, 4 needs attention, 5 other. Cases
 // that find nothing to say leave the caller's value as it was.
 int AdapterDataKvi::getBbuOverallStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBbuOverallStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = getCtlrInfo();
+    int rc = enterLoaded("getBbuOverallStatus", out, [this] { return getCtlrInfo(); });
     if (rc != 0) {
         return rc;
     }

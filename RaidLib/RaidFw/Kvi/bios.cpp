@@ -17,6 +17,7 @@
 namespace {
 
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::loadedAnswerExit;
 using kvi::adapter::loadedChange;
 constexpr std::uint16_t kNoBootTarget = 0xFFFF;
 } // namespace
@@ -55,18 +56,13 @@ int AdapterDataKvi::setbiosSOEStatus(unsigned char value) {
 }
 
 int AdapterDataKvi::getbiosBEStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getbiosBEStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvBiosDataPtr_->continueOnError != 0 ? 1 : 0;
-    // The exit line keeps its historical spelling; log readers match it.
-    DEBUG_LOG(INFO, "EnterinExitingg AdapterDataKvi::getbiosBEStatus");
-    return 0;
+    return loadedAnswerExit(
+        "getbiosBEStatus", out, [this] { return getBIOSData(); },
+        [this] { return kvBiosDataPtr_->continueOnError != 0 ? 1 : 0; },
+        [](unsigned char) {
+            // The exit line keeps its historical spelling; log readers match it.
+            DEBUG_LOG(INFO, "EnterinExitingg AdapterDataKvi::getbiosBEStatus");
+        });
 }
 
 int AdapterDataKvi::setbiosBEStatus(unsigned char value) {

@@ -19,6 +19,7 @@
 
 namespace {
 
+using kvi::adapter::enterLoaded;
 using kvi::adapter::loadedAnswer;
 using kvi::adapter::schedChangeStart;
 using kvi::adapter::schedExcludedChange;
@@ -213,11 +214,8 @@ int AdapterDataKvi::getCcSchedNumLdDone(unsigned char* out) {
 
 // Appends to the caller's list (not cleared first).
 int AdapterDataKvi::getCcSchedExcludedLdList(ArrayList<unsigned short>* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getCcSchedExcludedLdList");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCcScProperties();
+    const int rc =
+        enterLoaded("getCcSchedExcludedLdList", out, [this] { return getCcScProperties(); });
     if (rc != 0) {
         return rc;
     }

@@ -257,17 +257,13 @@ int AdapterDataKvi::isCpldSupported() {
 }
 
 int AdapterDataKvi::getPerfMode(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPerfMode");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getKvCtlrProp();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCtrlPropPtr_->perfTuners.mode;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPerfMode, mode = %d, retCode = %d", *out, rc);
-    return 0;
+    return loadedAnswerExit(
+        "getPerfMode", out, [this] { return getKvCtlrProp(); },
+        [this] { return kvCtrlPropPtr_->perfTuners.mode; },
+        [](unsigned char mode) {
+            DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPerfMode, mode = %d, retCode = %d", mode,
+                      0);
+        });
 }
 
 int AdapterDataKvi::isCbsupported(bool* out) {

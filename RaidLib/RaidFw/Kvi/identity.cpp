@@ -17,6 +17,7 @@
 namespace {
 
 using kvi::adapter::loadedAnswer;
+using kvi::adapter::loadedAnswerExit;
 using kvi::adapter::loadedChange;
 
 // The component table of KV_CTRL_INFO is declared with eight entries, but the firmware's count
@@ -133,17 +134,12 @@ int AdapterDataKvi::getBootBlkVersion(std::string& out) {
 }
 
 int AdapterDataKvi::getMaxConfigurableSSCSize(unsigned short* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMaxConfigurableSSCSize");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvCtrlInfoPtr_->maxConfigurableSSCSize;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMaxConfigurableSSCSize retCode = %d", rc);
-    return 0;
+    return loadedAnswerExit(
+        "getMaxConfigurableSSCSize", out, [this] { return getCtlrInfo(); },
+        [this] { return kvCtrlInfoPtr_->maxConfigurableSSCSize; },
+        [](unsigned short) {
+            DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMaxConfigurableSSCSize retCode = %d", 0);
+        });
 }
 
 int AdapterDataKvi::getCurrentSSCSize(unsigned short* out) {

@@ -23,6 +23,8 @@
 
 namespace {
 
+using kvi::adapter::enterLoaded;
+using kvi::adapter::loadedAnswerExit;
 using kvi::adapter::logged;
 using kvi::adapter::schedExcludedChange;
 using kvi::adapter::schedStartAnswer;
@@ -225,17 +227,12 @@ unsigned int AdapterDataKvi::getPrConcurrentPd() {
 }
 
 int AdapterDataKvi::getMaxConcurrentPD(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getMaxConcurrentPD");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getPrProperties();
-    if (rc != 0) {
-        return rc;
-    }
-    *out = kvPrPropExt_ != nullptr ? kvPrPropExt_->maxPD : kvPrProp_->maxPD;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMaxConcurrentPD maxPD=%d", *out);
-    return 0;
+    return loadedAnswerExit(
+        "getMaxConcurrentPD", out, [this] { return getPrProperties(); },
+        [this] { return kvPrPropExt_ != nullptr ? kvPrPropExt_->maxPD : kvPrProp_->maxPD; },
+        [](unsigned char maxPD) {
+            DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getMaxConcurrentPD maxPD=%d", maxPD);
+        });
 }
 
 int AdapterDataKvi::setMaxConcurrentPD(unsigned char value) {
@@ -290,11 +287,8 @@ int AdapterDataKvi::setPRSchedExcludedLdList(const ArrayList<unsigned short>* li
 
 // Appends to the caller's list (not cleared first).
 int AdapterDataKvi::getPRSchedExcludedLdList(ArrayList<unsigned short>* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPRSchedExcludedLdList");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getPrProperties();
+    const int rc =
+        enterLoaded("getPRSchedExcludedLdList", out, [this] { return getPrProperties(); });
     if (rc != 0) {
         return rc;
     }
@@ -323,11 +317,7 @@ int AdapterDataKvi::resumePr() {
 }
 
 int AdapterDataKvi::getSSDPrStatus(unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSSDPrStatus");
-    if (out == nullptr) {
-        return -1;
-    }
-    int rc = getKvCtlrProp();
+    int rc = enterLoaded("getSSDPrStatus", out, [this] { return getKvCtlrProp(); });
     if (rc != 0) {
         return rc;
     }

@@ -18,6 +18,7 @@
 
 namespace {
 
+using kvi::adapter::enterLoaded;
 using kvi::adapter::loadedAnswer;
 
 constexpr unsigned kMaxPhys = 24;      // entries of KV_SAS_PHY_CONNECTIONS
@@ -98,11 +99,7 @@ int AdapterDataKvi::getConnectorCount(unsigned char* out) {
 }
 
 int AdapterDataKvi::getConnectorLocation(unsigned char index, unsigned char* out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorLocation");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getConnectors();
+    const int rc = enterLoaded("getConnectorLocation", out, [this] { return getConnectors(); });
     if (rc != 0) {
         return rc;
     }
@@ -118,11 +115,7 @@ int AdapterDataKvi::getConnectorLocation(unsigned char index, unsigned char* out
 // The string belongs to the caller. The name is read up to its terminating
 // zero but never past its 16 bytes.
 int AdapterDataKvi::getConnectorName(unsigned char index, std::string** out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getConnectorName");
-    if (out == nullptr) {
-        return -1;
-    }
-    const int rc = getConnectors();
+    const int rc = enterLoaded("getConnectorName", out, [this] { return getConnectors(); });
     if (rc != 0) {
         return rc;
     }
