@@ -151,12 +151,20 @@ void actionDone(App& app, Target& t, const std::string& title, const std::string
 
 Command actionCommand(App& app, const std::string& name, const std::string& title,
                       std::function<int(AdapterData&)> op) {
+    return confirmedAction(app, name, title, "", name, op);
+}
+
+Command confirmedAction(App& app, const std::string& name, const std::string& title,
+                        const std::string& question, const std::string& failing,
+                        std::function<int(AdapterData&)> op) {
     Command c;
     c.name = name;
-    c.run = [&app, name, title, op](Target& t) {
+    if (!question.empty())
+        c.confirmation = [question] { return question; };
+    c.run = [&app, name, title, failing, op](Target& t) {
         int rc = op(*t.adapter);
         if (rc != 0)
-            app.fail(t, name, rc);
+            app.fail(t, failing, rc);
         actionDone(app, t, title, name);
     };
     return c;

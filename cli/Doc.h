@@ -75,6 +75,12 @@ void actionDone(App& app, Target& t, const std::string& title, const std::string
 Command actionCommand(App& app, const std::string& name, const std::string& title,
                       std::function<int(AdapterData&)> op);
 
+// The same for an action that asks `question` first (answered by -y off a
+// terminal); a failure is named `failing`.
+Command confirmedAction(App& app, const std::string& name, const std::string& title,
+                        const std::string& question, const std::string& failing,
+                        std::function<int(AdapterData&)> op);
+
 // The old -> new report of a command that changes settings (set, bios set, the
 // schedule commands): one row per setting asked for. A row counts as changed only
 // once its write was accepted; an old value that could not be read is "unknown".

@@ -17,10 +17,8 @@ void action(CLI::App& root, App& app, const char* name, const char* help, const 
     sub->footer(std::string("Examples:\n  kvictl --sim ") + name + "\n  kvictl --sim --dry-run " +
                 name + (question ? std::string("\n  kvictl --sim -y ") + name : std::string()));
     sub->callback([&app, name, question, op] {
-        Command c = actionCommand(app, name, "Controller", op);
-        if (question != nullptr)
-            c.confirmation = [question] { return std::string(question); };
-        app.setCommand(std::move(c));
+        app.setCommand(
+            confirmedAction(app, name, "Controller", question ? question : "", name, op));
     });
 }
 

@@ -490,18 +490,9 @@ void registerEvents(CLI::App& root, App& app) {
     follow->callback([&app, followArgs] { app.setCommand(eventsFollow(app, followArgs)); });
 
     verb(*g, "clear", "Clear the event log (asks first; -y off a terminal)")->callback([&app] {
-        Command c;
-        c.name = "events clear";
-        c.confirmation = [] {
-            return std::string("Clear the event log of the selected controllers?");
-        };
-        c.run = [&app](Target& t) {
-            int rc = t.adapter->clearEventLog();
-            if (rc != 0)
-                app.fail(t, "clearing the event log", rc);
-            actionDone(app, t, "Event Log", "events clear");
-        };
-        app.setCommand(std::move(c));
+        app.setCommand(confirmedAction(
+            app, "events clear", "Event Log", "Clear the event log of the selected controllers?",
+            "clearing the event log", [](AdapterData& a) { return a.clearEventLog(); }));
     });
 }
 

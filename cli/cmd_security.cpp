@@ -259,18 +259,10 @@ void registerSecurity(CLI::App& root, App& app) {
         app.setCommand(std::move(c));
     });
     verb(*g, "destroy", "Destroy the lock key (asks first; -y off a terminal)")->callback([&app] {
-        Command c;
-        c.name = "security destroy";
-        c.confirmation = [] {
-            return std::string("Destroy the drive security key of the selected controllers?");
-        };
-        c.run = [&app](Target& t) {
-            int rc = t.adapter->destroyLockKey();
-            if (rc != 0)
-                app.fail(t, "security destroy", rc);
-            actionDone(app, t, "Drive Security", "security destroy");
-        };
-        app.setCommand(std::move(c));
+        app.setCommand(
+            confirmedAction(app, "security destroy", "Drive Security",
+                            "Destroy the drive security key of the selected controllers?",
+                            "security destroy", [](AdapterData& a) { return a.destroyLockKey(); }));
     });
 }
 
