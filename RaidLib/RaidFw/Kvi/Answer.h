@@ -33,6 +33,30 @@ const KV_CTRL_INFO* enterInfo(AdapterDataKvi& a, const char* name, const T* out,
     return a.ctrlInfoOrStatus(rc);
 }
 
+// A report section (or query) built from the cached controller information:
+// the entry line, then the load, whose failure status is returned at once
+// (with no exit line); else what `build(info)` returns.
+template <typename Build> int infoSection(AdapterDataKvi& a, const char* name, Build build) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    int rc = 0;
+    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
+    if (info == nullptr) {
+        return rc;
+    }
+    return build(*info);
+}
+
+// The same from the cached manufacturing defaults.
+template <typename Build> int mfcSection(AdapterDataKvi& a, const char* name, Build build) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    int rc = 0;
+    const KV_MFC_DEFAULTS* mfc = a.mfcDefaultsOrStatus(&rc);
+    if (mfc == nullptr) {
+        return rc;
+    }
+    return build(*mfc);
+}
+
 template <typename T>
 const KV_MFC_DEFAULTS* enterMfc(AdapterDataKvi& a, const char* name, const T* out, int* rc) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);

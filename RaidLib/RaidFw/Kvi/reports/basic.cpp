@@ -11,6 +11,7 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/Clock.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
@@ -19,6 +20,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 
+using kvi::adapter::infoSection;
 using namespace kvi::reports;
 
 namespace {
@@ -112,178 +114,169 @@ int AdapterDataKvi::reportSerialNumber(std::string& out) {
 }
 
 int AdapterDataKvi::getShowBasic(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowBasic");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    KV_MFC_MFG mfg{};
-    rc = sendDcmdRec(KV_DCMD_CTRL_MFC_MFG_GET, kviMboxWords(0), &mfg);
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    const int type = controllerType(controllerIdPtr_);
+    return infoSection(*this, "getShowBasic", [&](const KV_CTRL_INFO& info) {
+        int rc = 0;
+        KV_MFC_MFG mfg{};
+        rc = sendDcmdRec(KV_DCMD_CTRL_MFC_MFG_GET, kviMboxWords(0), &mfg);
+        if (rc != 0) {
+            return rc;
+        }
+        const int type = controllerType(controllerIdPtr_);
 
-    putText(obj, "Model", fieldText(info.productName));
-    putText(obj, "Serial Number", serialNumberText(info, mfg, type));
-    rc = putSlotNumber(*this, info, obj);
-    if (rc != 0) {
-        return rc;
-    }
-    putText(obj, "Current Controller Date/Time",
-            firmwareTimeText([this] { return y2kTime(); }, [this] { return getdstInSec(); },
-                             info.currentFwTime, DateForm::Comma));
-    putText(obj, "Current System Date/time", hostTimeText(true));
+        putText(obj, "Model", fieldText(info.productName));
+        putText(obj, "Serial Number", serialNumberText(info, mfg, type));
+        rc = putSlotNumber(*this, info, obj);
+        if (rc != 0) {
+            return rc;
+        }
+        putText(obj, "Current Controller Date/Time",
+                firmwareTimeText([this] { return y2kTime(); }, [this] { return getdstInSec(); },
+                                 info.currentFwTime, DateForm::Comma));
+        putText(obj, "Current System Date/time", hostTimeText(true));
 
-    // One status variable for the defaults load and the PCI query: the PCI
-    // query's status is what the section returns.
-    rc = getMFCdata();
-    if (rc == 0) {
-        const unsigned long long sasAddr = kvMFCDefPtr_->sasAddr;
-        putText(obj, "SAS Address", sasAddr != 0 ? format("%llx", sasAddr) : std::string("NA"));
-    }
-    putText(obj, "PCI Address", pciAddressText(controllerPtr_, &rc));
-    putText(obj, "Mfg Date", mfcDate(mfg.mfgDate));
-    putText(obj, "Rework Date", mfcDate(mfg.reworkDate));
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBasic retCode = %d", rc);
-    putText(obj, "Revision No",
-            type == kWithholdingType ? std::string("NA") : format("%.8s", mfg.rev));
-    return rc;
+        // One status variable for the defaults load and the PCI query: the PCI
+        // query's status is what the section returns.
+        rc = getMFCdata();
+        if (rc == 0) {
+            const unsigned long long sasAddr = kvMFCDefPtr_->sasAddr;
+            putText(obj, "SAS Address", sasAddr != 0 ? format("%llx", sasAddr) : std::string("NA"));
+        }
+        putText(obj, "PCI Address", pciAddressText(controllerPtr_, &rc));
+        putText(obj, "Mfg Date", mfcDate(mfg.mfgDate));
+        putText(obj, "Rework Date", mfcDate(mfg.reworkDate));
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBasic retCode = %d", rc);
+        putText(obj, "Revision No",
+                type == kWithholdingType ? std::string("NA") : format("%.8s", mfg.rev));
+        return rc;
+    });
 }
 
 int AdapterDataKvi::getShowVersion(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowVersion");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    const bool flashCompInfo = info.adapterOperations4.supportFlashCompInfo != 0;
-    const int type = controllerType(controllerIdPtr_);
+    return infoSection(*this, "getShowVersion", [&](const KV_CTRL_INFO& info) {
+        int rc = 0;
+        const bool flashCompInfo = info.adapterOperations4.supportFlashCompInfo != 0;
+        const int type = controllerType(controllerIdPtr_);
 
-    if (type == kWithholdingType) {
-        putText(obj, "Firmware Package Build", "NA");
-        putText(obj, "Firmware Version", "NA");
-    } else if (!flashCompInfo) {
-        // Both lines show the package on purpose; the "APP" component below
-        // replaces the second.
-        putText(obj, "Firmware Package Build", fieldText(info.packageVersion));
-        putText(obj, "Firmware Version", fieldText(info.packageVersion));
-    }
-    if (info.hwPresent.upgradableCPLD && info.adapterOperations3.supportCPLDUpdate) {
-        putText(obj, "CPLD Version", fieldText(info.cpld.userCodeDefinition));
-    }
-    if (!flashCompInfo && info.imageComponentCount != 0) {
-        const std::size_t at = offsetof(KV_CTRL_INFO, imageComponent);
-        const std::uint32_t n = ctrlInfoComponentLimit(at, info.imageComponentCount);
-        for (std::uint32_t i = 0; i < n; ++i) {
-            const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
-            const char* label = componentLabel(comp->name);
-            if (label != nullptr) {
-                putText(obj, label, fieldText(comp->version));
+        if (type == kWithholdingType) {
+            putText(obj, "Firmware Package Build", "NA");
+            putText(obj, "Firmware Version", "NA");
+        } else if (!flashCompInfo) {
+            // Both lines show the package on purpose; the "APP" component below
+            // replaces the second.
+            putText(obj, "Firmware Package Build", fieldText(info.packageVersion));
+            putText(obj, "Firmware Version", fieldText(info.packageVersion));
+        }
+        if (info.hwPresent.upgradableCPLD && info.adapterOperations3.supportCPLDUpdate) {
+            putText(obj, "CPLD Version", fieldText(info.cpld.userCodeDefinition));
+        }
+        if (!flashCompInfo && info.imageComponentCount != 0) {
+            const std::size_t at = offsetof(KV_CTRL_INFO, imageComponent);
+            const std::uint32_t n = ctrlInfoComponentLimit(at, info.imageComponentCount);
+            for (std::uint32_t i = 0; i < n; ++i) {
+                const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
+                const char* label = componentLabel(comp->name);
+                if (label != nullptr) {
+                    putText(obj, label, fieldText(comp->version));
+                }
             }
         }
-    }
 
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowVersion - Getting driver version");
-    if (type == kWithholdingType) {
-        KV_DRV_DRIVER_VERSION drv{};
-        rc = sendDriverCmd(KV_DRV_GET_DRIVER_VERSION, &drv, sizeof drv, 0);
-        if (rc != 0) {
-            return rc;
+        DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowVersion - Getting driver version");
+        if (type == kWithholdingType) {
+            KV_DRV_DRIVER_VERSION drv{};
+            rc = sendDriverCmd(KV_DRV_GET_DRIVER_VERSION, &drv, sizeof drv, 0);
+            if (rc != 0) {
+                return rc;
+            }
+            putText(obj, "Driver Name", fieldText(drv.driverName));
+            putText(obj, "Driver Version", fieldText(drv.driverVersion));
+        } else {
+            rc = putSystemDriver(obj);
+            if (rc != 0) {
+                return rc;
+            }
         }
-        putText(obj, "Driver Name", fieldText(drv.driverName));
-        putText(obj, "Driver Version", fieldText(drv.driverVersion));
-    } else {
-        rc = putSystemDriver(obj);
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowVersion  retcode = %d", rc);
-    return rc;
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowVersion  retcode = %d", rc);
+        return rc;
+    });
 }
 
 int AdapterDataKvi::getBasicCtrlInfo(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBasicCtrlInfo");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc; // nothing to summarise without the controller information
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    const bool flashCompInfo = info.adapterOperations4.supportFlashCompInfo != 0;
-    const int type = controllerType(controllerIdPtr_);
+    return infoSection(*this, "getBasicCtrlInfo", [&](const KV_CTRL_INFO& info) {
+        int rc = 0;
+        const bool flashCompInfo = info.adapterOperations4.supportFlashCompInfo != 0;
+        const int type = controllerType(controllerIdPtr_);
 
-    KV_MFC_MFG mfg{};
-    rc = sendDcmdRec(KV_DCMD_CTRL_MFC_MFG_GET, kviMboxWords(0), &mfg);
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getMFCdata();
-    if (rc != 0) {
-        return rc;
-    }
-    const std::string systemTime = hostTimeText(false);
-    int oem = 0;
-    (void)getOem(&oem); // a failed query leaves 0
-
-    putText(obj, "Product Name", fieldText(info.productName));
-    putText(obj, "Serial Number", serialNumberText(info, mfg, type));
-    rc = putSlotNumber(*this, info, obj);
-    if (rc != 0) {
-        return rc;
-    }
-    const unsigned long long sasAddr = kvMFCDefPtr_->sasAddr;
-    putText(obj, "SAS Address", sasAddr != 0 ? format(" %llx", sasAddr) : std::string("NA"));
-    int pciStatus = 0;
-    putText(obj, "PCI Address", pciAddressText(controllerPtr_, &pciStatus));
-    putText(obj, "System Time", systemTime);
-    putText(obj, "Mfg. Date", mfcDate(mfg.mfgDate));
-    KV_TIME_STAMP now{};
-    if (getCtrlTime(&now) == 0) {
-        putText(obj, "Controller Time",
-                format("%02d/%02d/%02d %02d:%02d:%02d", now.month, now.day, now.year, now.hour,
-                       now.min, now.sec));
-    }
-    if (!flashCompInfo) {
-        putText(obj, "FW Package Build",
-                type == kWithholdingType ? std::string("NA") : fieldText(info.packageVersion));
-        const std::size_t at = offsetof(KV_CTRL_INFO, imageComponent);
-        const std::uint32_t n = ctrlInfoComponentLimit(at, info.imageComponentCount);
-        // A later component of the same kind replaces the text in place.
-        for (std::uint32_t i = 0; i < n; ++i) {
-            const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
-            if (std::strncmp(comp->name, "APP", 3) == 0) {
-                putText(obj, "FW Version", fieldText(comp->version));
-            }
-        }
-        for (std::uint32_t i = 0; i < n; ++i) {
-            const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
-            if (std::strncmp(comp->name, "BIOS", 4) == 0) {
-                putText(obj, "BIOS Version", fieldText(comp->version));
-            }
-        }
-    }
-    if (type == kWithholdingType) {
-        KV_DRV_DRIVER_VERSION drv{};
-        (void)sendDriverCmd(KV_DRV_GET_DRIVER_VERSION, &drv, sizeof drv, 0);
-        putText(obj, "Driver Name", fieldText(drv.driverName));
-        putText(obj, "Driver Version", fieldText(drv.driverVersion));
-    } else {
-        rc = putSystemDriver(obj);
+        KV_MFC_MFG mfg{};
+        rc = sendDcmdRec(KV_DCMD_CTRL_MFC_MFG_GET, kviMboxWords(0), &mfg);
         if (rc != 0) {
             return rc;
         }
-    }
-    if (info.adapterOperations3.supportPersonalityChange != 0) {
-        KV_CTRL_PERSONALITY_INFO personality{};
-        if (getPersonality(&personality) == 0) {
-            putText(obj, "Current Personality",
-                    personalityText(personality.personalityBitmap, oem, "eHBA-Mode"));
+        rc = getMFCdata();
+        if (rc != 0) {
+            return rc;
         }
-    }
-    rc = getShowBus(obj);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBasicCtrlInfo");
-    return rc;
+        const std::string systemTime = hostTimeText(false);
+        int oem = 0;
+        (void)getOem(&oem); // a failed query leaves 0
+
+        putText(obj, "Product Name", fieldText(info.productName));
+        putText(obj, "Serial Number", serialNumberText(info, mfg, type));
+        rc = putSlotNumber(*this, info, obj);
+        if (rc != 0) {
+            return rc;
+        }
+        const unsigned long long sasAddr = kvMFCDefPtr_->sasAddr;
+        putText(obj, "SAS Address", sasAddr != 0 ? format(" %llx", sasAddr) : std::string("NA"));
+        int pciStatus = 0;
+        putText(obj, "PCI Address", pciAddressText(controllerPtr_, &pciStatus));
+        putText(obj, "System Time", systemTime);
+        putText(obj, "Mfg. Date", mfcDate(mfg.mfgDate));
+        KV_TIME_STAMP now{};
+        if (getCtrlTime(&now) == 0) {
+            putText(obj, "Controller Time",
+                    format("%02d/%02d/%02d %02d:%02d:%02d", now.month, now.day, now.year, now.hour,
+                           now.min, now.sec));
+        }
+        if (!flashCompInfo) {
+            putText(obj, "FW Package Build",
+                    type == kWithholdingType ? std::string("NA") : fieldText(info.packageVersion));
+            const std::size_t at = offsetof(KV_CTRL_INFO, imageComponent);
+            const std::uint32_t n = ctrlInfoComponentLimit(at, info.imageComponentCount);
+            // A later component of the same kind replaces the text in place.
+            for (std::uint32_t i = 0; i < n; ++i) {
+                const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
+                if (std::strncmp(comp->name, "APP", 3) == 0) {
+                    putText(obj, "FW Version", fieldText(comp->version));
+                }
+            }
+            for (std::uint32_t i = 0; i < n; ++i) {
+                const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
+                if (std::strncmp(comp->name, "BIOS", 4) == 0) {
+                    putText(obj, "BIOS Version", fieldText(comp->version));
+                }
+            }
+        }
+        if (type == kWithholdingType) {
+            KV_DRV_DRIVER_VERSION drv{};
+            (void)sendDriverCmd(KV_DRV_GET_DRIVER_VERSION, &drv, sizeof drv, 0);
+            putText(obj, "Driver Name", fieldText(drv.driverName));
+            putText(obj, "Driver Version", fieldText(drv.driverVersion));
+        } else {
+            rc = putSystemDriver(obj);
+            if (rc != 0) {
+                return rc;
+            }
+        }
+        if (info.adapterOperations3.supportPersonalityChange != 0) {
+            KV_CTRL_PERSONALITY_INFO personality{};
+            if (getPersonality(&personality) == 0) {
+                putText(obj, "Current Personality",
+                        personalityText(personality.personalityBitmap, oem, "eHBA-Mode"));
+            }
+        }
+        rc = getShowBus(obj);
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBasicCtrlInfo");
+        return rc;
+    });
 }

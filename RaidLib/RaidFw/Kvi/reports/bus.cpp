@@ -6,12 +6,14 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "provider/ProcessInputs.h"
 #include "provider/RaidManager.h"
 
+using kvi::adapter::infoSection;
 using namespace kvi::reports;
 
 namespace {
@@ -91,48 +93,45 @@ const char* controllerStatusText(int status) {
 } // namespace
 
 int AdapterDataKvi::getShowBus(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowBus");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    // This bit, not a PCIe capability bit, decides whether the two link lines
-    // are shown.
-    const bool linkLines = info.ldOperations.supportFastPathWB != 0;
+    return infoSection(*this, "getShowBus", [&](const KV_CTRL_INFO& info) {
+        int rc = 0;
+        // This bit, not a PCIe capability bit, decides whether the two link lines
+        // are shown.
+        const bool linkLines = info.ldOperations.supportFastPathWB != 0;
 
-    obj["Vendor Id"] = json::Number(info.pci.vendorId, json::Number::HexDump);
-    obj["Device Id"] = json::Number(info.pci.devId, json::Number::HexDump);
-    obj["SubVendor Id"] = json::Number(info.pci.subVendorId, json::Number::HexDump);
-    obj["SubDevice Id"] = json::Number(info.pci.subDevId, json::Number::HexDump);
-    putText(obj, "Host Interface", hostInterfaceText(info));
-    if (info.hostInterface.PCIE && linkLines) {
-        const unsigned int speed = info.hostInterface.pciLinkSpeed;
-        putText(obj, "PCIe Link Rate", format("0x%02x (%s)", speed, linkRateText(speed)));
-    }
-    if (const char* device = deviceInterfaceText(info)) {
-        putText(obj, "Device Interface", device);
-    }
+        obj["Vendor Id"] = json::Number(info.pci.vendorId, json::Number::HexDump);
+        obj["Device Id"] = json::Number(info.pci.devId, json::Number::HexDump);
+        obj["SubVendor Id"] = json::Number(info.pci.subVendorId, json::Number::HexDump);
+        obj["SubDevice Id"] = json::Number(info.pci.subDevId, json::Number::HexDump);
+        putText(obj, "Host Interface", hostInterfaceText(info));
+        if (info.hostInterface.PCIE && linkLines) {
+            const unsigned int speed = info.hostInterface.pciLinkSpeed;
+            putText(obj, "PCIe Link Rate", format("0x%02x (%s)", speed, linkRateText(speed)));
+        }
+        if (const char* device = deviceInterfaceText(info)) {
+            putText(obj, "Device Interface", device);
+        }
 
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowBus - Getting PCI info");
-    KV_DRV_PCI_INFORMATION pci{};
-    rc = static_cast<unsigned char>(controllerPtr_ != nullptr ? controllerPtr_->getPciInfo(&pci)
-                                                              : -1);
-    if (rc != 0) {
+        DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowBus - Getting PCI info");
+        KV_DRV_PCI_INFORMATION pci{};
+        rc = static_cast<unsigned char>(controllerPtr_ != nullptr ? controllerPtr_->getPciInfo(&pci)
+                                                                  : -1);
+        if (rc != 0) {
+            return rc;
+        }
+        putNumber(obj, "Bus Number", pci.busNumber);
+        putNumber(obj, "Device Number", pci.deviceNumber);
+        putNumber(obj, "Function Number", pci.functionNumber);
+        putNumber(obj, "Domain ID", pci.domainID);
+        if (linkLines) {
+            // The maximum width, in hexadecimal on purpose (16 lanes show as X10).
+            putText(obj, "PCIe Link Width",
+                    format("X%x Lane(s)",
+                           static_cast<unsigned int>(pci.capability.linkCapability.linkWidth)));
+        }
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBus retcode = %d", rc);
         return rc;
-    }
-    putNumber(obj, "Bus Number", pci.busNumber);
-    putNumber(obj, "Device Number", pci.deviceNumber);
-    putNumber(obj, "Function Number", pci.functionNumber);
-    putNumber(obj, "Domain ID", pci.domainID);
-    if (linkLines) {
-        // The maximum width, in hexadecimal on purpose (16 lanes show as X10).
-        putText(obj, "PCIe Link Width",
-                format("X%x Lane(s)",
-                       static_cast<unsigned int>(pci.capability.linkCapability.linkWidth)));
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBus retcode = %d", rc);
-    return rc;
+    });
 }
 
 int AdapterDataKvi::getShowStatus(json::Object& obj) {

@@ -10,10 +10,12 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
+using kvi::adapter::infoSection;
 using namespace kvi::reports;
 
 namespace {
@@ -71,64 +73,61 @@ std::string domainIdText(const char (&clusterId)[16]) {
 } // namespace
 
 int AdapterDataKvi::getShowClusterInfo(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowClusterInfo");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    const unsigned int nodes = info.maxHANodes;
-    putText(obj, "Topology Type", nodes >= 2 ? "Server Storage Cluster" : "None");
-    if (nodes < 2) {
-        putText(obj, "Cluster Permitted", yesNo(info.clusterPermitted != 0));
-        putText(obj, "Cluster Active", yesNo(info.clusterActive != 0));
-    } else {
-        putText(obj, "Domain Id", domainIdText(info.clusterId));
-        const char* peer = "Inactive";
-        if (info.cluster.peerIsPresent) {
-            peer = info.cluster.peerIsIncompatible ? "Incompatible" : "Active";
-        }
-        putText(obj, "Peer Controller Status", peer);
-        putNumber(obj, "Maximum Controller Nodes", nodes);
-        if (info.cluster.exclusiveLDNotSupported) {
-            // The two key spellings differ on purpose.
-            if (info.adapterOperations2.supportConfigAutoBalance) {
-                putText(obj, "ConfigAutoBalance",
-                        info.properties.OnOffProperties.enableConfigAutoBalance ? "Enable"
-                                                                                : "Disable");
-            } else {
-                putText(obj, "Configuration Auto Balance", "Not supported");
-            }
-        }
-        struct Flag {
-            bool set;
-            const char* text;
-        };
-        const Flag flags[] = {
-            {info.cluster.hwIncompatible != 0, "Hardware Incompatible"},
-            {info.cluster.fwVersionMismatch != 0, "FW Level Mismatch"},
-            {info.cluster.ctrlPropIncompatible != 0, "Controller Property Mismatch"},
-            {info.cluster.passive != 0, "Cluster is Passive"},
-            {info.cluster.securityKeyMismatch != 0, "Security key mismatch between controllers"},
-        };
-        json::Array details;
-        bool any = false;
-        for (const Flag& flag : flags) {
-            if (flag.set) {
-                json::Object entry;
-                putText(entry, "Details", flag.text);
-                details.Insert(entry);
-                any = true;
-            }
-        }
-        if (any && !details.Empty()) {
-            obj["Incompatible Details"] = details;
+    return infoSection(*this, "getShowClusterInfo", [&](const KV_CTRL_INFO& info) {
+        const unsigned int nodes = info.maxHANodes;
+        putText(obj, "Topology Type", nodes >= 2 ? "Server Storage Cluster" : "None");
+        if (nodes < 2) {
+            putText(obj, "Cluster Permitted", yesNo(info.clusterPermitted != 0));
+            putText(obj, "Cluster Active", yesNo(info.clusterActive != 0));
         } else {
-            putText(obj, "Incompatible Details", "None");
+            putText(obj, "Domain Id", domainIdText(info.clusterId));
+            const char* peer = "Inactive";
+            if (info.cluster.peerIsPresent) {
+                peer = info.cluster.peerIsIncompatible ? "Incompatible" : "Active";
+            }
+            putText(obj, "Peer Controller Status", peer);
+            putNumber(obj, "Maximum Controller Nodes", nodes);
+            if (info.cluster.exclusiveLDNotSupported) {
+                // The two key spellings differ on purpose.
+                if (info.adapterOperations2.supportConfigAutoBalance) {
+                    putText(obj, "ConfigAutoBalance",
+                            info.properties.OnOffProperties.enableConfigAutoBalance ? "Enable"
+                                                                                    : "Disable");
+                } else {
+                    putText(obj, "Configuration Auto Balance", "Not supported");
+                }
+            }
+            struct Flag {
+                bool set;
+                const char* text;
+            };
+            const Flag flags[] = {
+                {info.cluster.hwIncompatible != 0, "Hardware Incompatible"},
+                {info.cluster.fwVersionMismatch != 0, "FW Level Mismatch"},
+                {info.cluster.ctrlPropIncompatible != 0, "Controller Property Mismatch"},
+                {info.cluster.passive != 0, "Cluster is Passive"},
+                {info.cluster.securityKeyMismatch != 0,
+                 "Security key mismatch between controllers"},
+            };
+            json::Array details;
+            bool any = false;
+            for (const Flag& flag : flags) {
+                if (flag.set) {
+                    json::Object entry;
+                    putText(entry, "Details", flag.text);
+                    details.Insert(entry);
+                    any = true;
+                }
+            }
+            if (any && !details.Empty()) {
+                obj["Incompatible Details"] = details;
+            } else {
+                putText(obj, "Incompatible Details", "None");
+            }
         }
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowClusterInfo retcode = %d", rc);
-    return 0;
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowClusterInfo retcode = %d", 0);
+        return 0;
+    });
 }
 
 int AdapterDataKvi::getShowNextSchdTask(json::Object& obj) {
@@ -208,17 +207,13 @@ int AdapterDataKvi::getShowNextSchdTask(json::Object& obj) {
 }
 
 int AdapterDataKvi::getSecureBootDetails(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getSecureBootDetails");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    putText(obj, "Secure Boot Enabled", yesNo(info.secureBootDetails.secureBootEnabled));
-    putText(obj, "Controller in Soft Secure Mode", yesNo(info.secureBootDetails.softSecure));
-    putText(obj, "Controller in Hard Secure Mode", yesNo(info.secureBootDetails.hardSecure));
-    putText(obj, "Key Update Pending", yesNo(info.secureBootDetails.keyUpdatePending));
-    putNumber(obj, "Remaining Secure Boot Key Slots", info.secureBootHashSlotsRemaining);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSecureBootDetails retCode = %d", rc);
-    return 0;
+    return infoSection(*this, "getSecureBootDetails", [&](const KV_CTRL_INFO& info) {
+        putText(obj, "Secure Boot Enabled", yesNo(info.secureBootDetails.secureBootEnabled));
+        putText(obj, "Controller in Soft Secure Mode", yesNo(info.secureBootDetails.softSecure));
+        putText(obj, "Controller in Hard Secure Mode", yesNo(info.secureBootDetails.hardSecure));
+        putText(obj, "Key Update Pending", yesNo(info.secureBootDetails.keyUpdatePending));
+        putNumber(obj, "Remaining Secure Boot Key Slots", info.secureBootHashSlotsRemaining);
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getSecureBootDetails retCode = %d", 0);
+        return 0;
+    });
 }

@@ -44,11 +44,14 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "util/ArList.h"
 
+using kvi::adapter::infoSection;
+using kvi::adapter::mfcSection;
 using namespace kvi::reports;
 
 namespace {
@@ -79,123 +82,122 @@ std::string raidLevelText(unsigned char level) {
 } // namespace
 
 int AdapterDataKvi::getShowDefaults(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowDefaults");
-    const int rc = getMFCdata();
-    if (rc != 0) {
-        return rc;
-    }
-    // Every row with the record field it shows. The code rows take the field
-    // through its rule operation, so they show the code that operation gives.
-    using A = AdapterDataKvi;
-    using V = json::UnknownElement;
-    static const struct {
-        const char* key;
-        const char* field;
-        DefaultValue value;
-    } kRows[] = {
-        {"SAS Address", "KV_MFC_DEFAULTS.sasAddr",
-         [](A& a, V& out) {
-             unsigned long long sas = 0;
-             if (a.getAdpSASAddress(&sas) != 0 || sas == 0) {
-                 return false; // no address is "NA" as well
-             }
-             out = json::String(format("%llx", sas));
-             return true;
-         }},
-        {"Strip Size Code", "KV_MFC_DEFAULTS.stripeSize", ruleCode<&AdapterData::getDefaultStrpSz>},
-        {"Write Policy Code", "KV_MFC_DEFAULTS.writeBack",
-         ruleCode<&AdapterData::getDefaultWrPolicy>},
-        {"Read Policy Code", "KV_MFC_DEFAULTS.readAhead",
-         ruleCode<&AdapterData::getDefaultRdPolicy>},
-        {"Cache Policy Code", "KV_MFC_DEFAULTS.cachedIo",
-         ruleCode<&AdapterData::getDefaultCachePolicy>},
-        {"Disk Cache Policy Code", "the OEM identifier",
-         ruleCode<&AdapterData::getDefaultDiskCachePolicy>},
-        {"Write Cache Bad BBU Code", "KV_MFC_DEFAULTS.cacheWhenBBUBad",
-         ruleCode<&AdapterData::getDefaultWriteCacheBadBBU>},
-        {"Disk Certification Policy Code", "KV_MFC_DEFAULTS.allowUnCertifiedHDDs",
-         ruleCode<&AdapterData::getDiskCertificationPolicy>},
-        {"Treat RAID1E As RAID10", "KV_MFC_DEFAULTS.treatR1EAsR10",
-         [](A& a, V& out) {
-             bool treat = false;
-             if (a.isTreatR1EAsR10(&treat) != 0) {
-                 return false;
-             }
-             out = json::String(yesNo(treat));
-             return true;
-         }},
-        {"Spin Down Mode", "KV_MFC_DEFAULTS.spindownMode",
-         [](A& a, V& out) {
-             out = json::String(spinDownText(a.kvMFCDefPtr_->spindownMode));
-             return true;
-         }},
-        // The factory default, not the controller's limit (Capabilities shows that).
-        {"Default Max VDs per Array", "KV_MFC_DEFAULTS.maxLdsPerArray",
-         [](A& a, V& out) {
-             out = json::Number(a.kvMFCDefPtr_->maxLdsPerArray);
-             return true;
-         }},
-    };
-    for (const auto& row : kRows) {
-        V value;
-        if (row.value(*this, value)) {
-            obj[row.key] = value;
-        } else {
-            DEBUG_LOG(INFO, "AdapterDataKvi::getShowDefaults: no value of %s for \"%s\"", row.field,
-                      row.key);
-            putText(obj, row.key, "NA");
+    return mfcSection(*this, "getShowDefaults", [&](const KV_MFC_DEFAULTS&) {
+        // Every row with the record field it shows. The code rows take the field
+        // through its rule operation, so they show the code that operation gives.
+        using A = AdapterDataKvi;
+        using V = json::UnknownElement;
+        static const struct {
+            const char* key;
+            const char* field;
+            DefaultValue value;
+        } kRows[] = {
+            {"SAS Address", "KV_MFC_DEFAULTS.sasAddr",
+             [](A& a, V& out) {
+                 unsigned long long sas = 0;
+                 if (a.getAdpSASAddress(&sas) != 0 || sas == 0) {
+                     return false; // no address is "NA" as well
+                 }
+                 out = json::String(format("%llx", sas));
+                 return true;
+             }},
+            {"Strip Size Code", "KV_MFC_DEFAULTS.stripeSize",
+             ruleCode<&AdapterData::getDefaultStrpSz>},
+            {"Write Policy Code", "KV_MFC_DEFAULTS.writeBack",
+             ruleCode<&AdapterData::getDefaultWrPolicy>},
+            {"Read Policy Code", "KV_MFC_DEFAULTS.readAhead",
+             ruleCode<&AdapterData::getDefaultRdPolicy>},
+            {"Cache Policy Code", "KV_MFC_DEFAULTS.cachedIo",
+             ruleCode<&AdapterData::getDefaultCachePolicy>},
+            {"Disk Cache Policy Code", "the OEM identifier",
+             ruleCode<&AdapterData::getDefaultDiskCachePolicy>},
+            {"Write Cache Bad BBU Code", "KV_MFC_DEFAULTS.cacheWhenBBUBad",
+             ruleCode<&AdapterData::getDefaultWriteCacheBadBBU>},
+            {"Disk Certification Policy Code", "KV_MFC_DEFAULTS.allowUnCertifiedHDDs",
+             ruleCode<&AdapterData::getDiskCertificationPolicy>},
+            {"Treat RAID1E As RAID10", "KV_MFC_DEFAULTS.treatR1EAsR10",
+             [](A& a, V& out) {
+                 bool treat = false;
+                 if (a.isTreatR1EAsR10(&treat) != 0) {
+                     return false;
+                 }
+                 out = json::String(yesNo(treat));
+                 return true;
+             }},
+            {"Spin Down Mode", "KV_MFC_DEFAULTS.spindownMode",
+             [](A& a, V& out) {
+                 out = json::String(spinDownText(a.kvMFCDefPtr_->spindownMode));
+                 return true;
+             }},
+            // The factory default, not the controller's limit (Capabilities shows that).
+            {"Default Max VDs per Array", "KV_MFC_DEFAULTS.maxLdsPerArray",
+             [](A& a, V& out) {
+                 out = json::Number(a.kvMFCDefPtr_->maxLdsPerArray);
+                 return true;
+             }},
+        };
+        for (const auto& row : kRows) {
+            V value;
+            if (row.value(*this, value)) {
+                obj[row.key] = value;
+            } else {
+                DEBUG_LOG(INFO, "AdapterDataKvi::getShowDefaults: no value of %s for \"%s\"",
+                          row.field, row.key);
+                putText(obj, row.key, "NA");
+            }
         }
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowDefaults retCode = %d", rc);
-    return 0;
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowDefaults retCode = %d", 0);
+        return 0;
+    });
 }
 
 int AdapterDataKvi::getShowCapabilities(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowCapabilities");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    // Each row shows one field of the controller information, named beside it.
-    using Info = KV_CTRL_INFO;
-    static const struct {
-        const char* key;
-        unsigned (*field)(const Info&);
-    } kLimits[] = {
-        {"Max Arms", [](const Info& i) -> unsigned { return i.maxArms; }},
-        {"Max Spans", [](const Info& i) -> unsigned { return i.maxSpans; }},
-        {"Max Arrays", [](const Info& i) -> unsigned { return i.maxArrays; }},
-        {"Max Virtual Drives", [](const Info& i) -> unsigned { return i.maxLDs; }},
-        {"Max Drives", [](const Info& i) -> unsigned { return i.maxPds; }},
-        {"Max Configurable Drives", [](const Info& i) -> unsigned { return i.maxConfigurablePds; }},
-        {"Max Dedicated Hot Spares", [](const Info& i) -> unsigned { return i.maxDedHSPs; }},
-        {"Max Global Hot Spares", [](const Info& i) -> unsigned { return i.maxGlobalHSPs; }},
-        {"Max VDs per Array", [](const Info& i) -> unsigned { return i.maxLdsPerArray; }},
-        {"Min Strip Size Code", [](const Info& i) -> unsigned { return i.stripeSizeOptions.min; }},
-        {"Max Strip Size Code", [](const Info& i) -> unsigned { return i.stripeSizeOptions.max; }},
-    };
-    for (const auto& row : kLimits) {
-        putNumber(obj, row.key, row.field(*kvCtrlInfoPtr_));
-    }
-
-    // The list belongs to this caller.
-    ArrayList<unsigned char>* raw = nullptr;
-    rc = getSupportedRaidLevels(&raw);
-    const std::unique_ptr<ArrayList<unsigned char>> supported(raw);
-    if (rc != 0) {
-        return rc;
-    }
-    json::Array levels;
-    if (supported != nullptr) {
-        for (unsigned char level : *supported) {
-            levels.Insert(json::String(raidLevelText(level)));
+    return infoSection(*this, "getShowCapabilities", [&](const KV_CTRL_INFO&) {
+        int rc = 0;
+        // Each row shows one field of the controller information, named beside it.
+        using Info = KV_CTRL_INFO;
+        static const struct {
+            const char* key;
+            unsigned (*field)(const Info&);
+        } kLimits[] = {
+            {"Max Arms", [](const Info& i) -> unsigned { return i.maxArms; }},
+            {"Max Spans", [](const Info& i) -> unsigned { return i.maxSpans; }},
+            {"Max Arrays", [](const Info& i) -> unsigned { return i.maxArrays; }},
+            {"Max Virtual Drives", [](const Info& i) -> unsigned { return i.maxLDs; }},
+            {"Max Drives", [](const Info& i) -> unsigned { return i.maxPds; }},
+            {"Max Configurable Drives",
+             [](const Info& i) -> unsigned { return i.maxConfigurablePds; }},
+            {"Max Dedicated Hot Spares", [](const Info& i) -> unsigned { return i.maxDedHSPs; }},
+            {"Max Global Hot Spares", [](const Info& i) -> unsigned { return i.maxGlobalHSPs; }},
+            {"Max VDs per Array", [](const Info& i) -> unsigned { return i.maxLdsPerArray; }},
+            {"Min Strip Size Code",
+             [](const Info& i) -> unsigned { return i.stripeSizeOptions.min; }},
+            {"Max Strip Size Code",
+             [](const Info& i) -> unsigned { return i.stripeSizeOptions.max; }},
+        };
+        for (const auto& row : kLimits) {
+            putNumber(obj, row.key, row.field(*kvCtrlInfoPtr_));
         }
-    }
-    obj["Supported RAID Levels"] = levels; // KV_CTRL_INFO.raidLevels
-    int oem = 0;                           // word 0 of the OEM identifier answer
-    if (getOem(&oem) == 0) {
-        putNumber(obj, "OEM Code", oem);
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowCapabilities retCode = %d", rc);
-    return 0;
+
+        // The list belongs to this caller.
+        ArrayList<unsigned char>* raw = nullptr;
+        rc = getSupportedRaidLevels(&raw);
+        const std::unique_ptr<ArrayList<unsigned char>> supported(raw);
+        if (rc != 0) {
+            return rc;
+        }
+        json::Array levels;
+        if (supported != nullptr) {
+            for (unsigned char level : *supported) {
+                levels.Insert(json::String(raidLevelText(level)));
+            }
+        }
+        obj["Supported RAID Levels"] = levels; // KV_CTRL_INFO.raidLevels
+        int oem = 0;                           // word 0 of the OEM identifier answer
+        if (getOem(&oem) == 0) {
+            putNumber(obj, "OEM Code", oem);
+        }
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowCapabilities retCode = %d", rc);
+        return 0;
+    });
 }

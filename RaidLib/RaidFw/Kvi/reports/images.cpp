@@ -9,10 +9,12 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 
+using kvi::adapter::infoSection;
 using namespace kvi::reports;
 
 namespace {
@@ -57,38 +59,34 @@ json::Object imageSet(const KV_FLASH_COMP_INFO_LIST* list) {
 } // namespace
 
 int AdapterDataKvi::getShowPendingImages(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowPendingImages");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_INFO& info = *kvCtrlInfoPtr_;
-    if (info.pendingImageComponentCount == 0) {
-        putText(obj, "Image name", "No pending images");
-        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowPendingImages retcode = %d", rc);
+    return infoSection(*this, "getShowPendingImages", [&](const KV_CTRL_INFO& info) {
+        if (info.pendingImageComponentCount == 0) {
+            putText(obj, "Image name", "No pending images");
+            DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowPendingImages retcode = %d", 0);
+            return 0;
+        }
+        // The firmware's count is followed as far as the record reaches (at most
+        // 23 entries), never beyond its end.
+        const std::size_t at = offsetof(KV_CTRL_INFO, pendingImageComponent);
+        const std::uint32_t n = ctrlInfoComponentLimit(at, info.pendingImageComponentCount);
+        json::Array details;
+        for (std::uint32_t i = 0; i < n; ++i) {
+            const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
+            json::Object component;
+            DEBUG_LOG(INFO, "Component-%s version-%s\n", fieldText(comp->name).c_str(),
+                      fieldText(comp->version).c_str());
+            if (const char* label = componentLabel(comp->name)) {
+                putText(component, "Name", label);
+                putText(component, "Version", fieldText(comp->version));
+            }
+            if (!component.Empty()) {
+                details.Insert(component);
+            }
+        }
+        obj["Details"] = details;
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowPendingImages retcode = %d", 0);
         return 0;
-    }
-    // The firmware's count is followed as far as the record reaches (at most
-    // 23 entries), never beyond its end.
-    const std::size_t at = offsetof(KV_CTRL_INFO, pendingImageComponent);
-    const std::uint32_t n = ctrlInfoComponentLimit(at, info.pendingImageComponentCount);
-    json::Array details;
-    for (std::uint32_t i = 0; i < n; ++i) {
-        const KV_FLASH_COMP_INFO* comp = ctrlInfoComponent(info, at, i);
-        json::Object component;
-        DEBUG_LOG(INFO, "Component-%s version-%s\n", fieldText(comp->name).c_str(),
-                  fieldText(comp->version).c_str());
-        if (const char* label = componentLabel(comp->name)) {
-            putText(component, "Name", label);
-            putText(component, "Version", fieldText(comp->version));
-        }
-        if (!component.Empty()) {
-            details.Insert(component);
-        }
-    }
-    obj["Details"] = details;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowPendingImages retcode = %d", rc);
-    return 0;
+    });
 }
 
 int AdapterDataKvi::getShowDualImages(json::Object& obj) {

@@ -9,11 +9,13 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "provider/ProcessInputs.h"
 
+using kvi::adapter::mfcSection;
 using namespace kvi::reports;
 
 namespace {
@@ -121,41 +123,38 @@ int AdapterDataKvi::getShowPolicies(json::Object& obj) {
 }
 
 int AdapterDataKvi::getShowBoot(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowBoot");
-    int rc = getMFCdata();
-    if (rc != 0) {
-        return rc;
-    }
-    rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    putNumber(obj, "BIOS Enumerate VDs", kvMFCDefPtr_->biosEnumerateLds);
-    rc = getBIOSData();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_MFC_DEFAULTS& mfc = *kvMFCDefPtr_;
-    const KV_BIOS_DATA& bios = *kvBiosDataPtr_;
-    putText(obj, "Stop BIOS on Error", onOff(bios.continueOnError == 0));
-    putNumber(obj, "Delay during POST", mfc.delayPOST);
-    putText(obj, "Spin Down Mode", spinDownText(mfc.spindownMode));
-    putText(obj, "Enable Ctrl-R", yesNo(mfc.disableCtrlR == 0));
-    putText(obj, "Enable Web BIOS", yesNo(mfc.enableWebBios != 0));
-    putText(obj, "Enable PreBoot CLI", yesNo(mfc.disableBootCLI == 0));
-    putText(obj, "Enable BIOS", yesNo(bios.doNotExpose == 0));
+    return mfcSection(*this, "getShowBoot", [&](const KV_MFC_DEFAULTS& mfc) {
+        int rc = 0;
+        rc = getCtlrInfo();
+        if (rc != 0) {
+            return rc;
+        }
+        putNumber(obj, "BIOS Enumerate VDs", kvMFCDefPtr_->biosEnumerateLds);
+        rc = getBIOSData();
+        if (rc != 0) {
+            return rc;
+        }
+        const KV_BIOS_DATA& bios = *kvBiosDataPtr_;
+        putText(obj, "Stop BIOS on Error", onOff(bios.continueOnError == 0));
+        putNumber(obj, "Delay during POST", mfc.delayPOST);
+        putText(obj, "Spin Down Mode", spinDownText(mfc.spindownMode));
+        putText(obj, "Enable Ctrl-R", yesNo(mfc.disableCtrlR == 0));
+        putText(obj, "Enable Web BIOS", yesNo(mfc.enableWebBios != 0));
+        putText(obj, "Enable PreBoot CLI", yesNo(mfc.disableBootCLI == 0));
+        putText(obj, "Enable BIOS", yesNo(bios.doNotExpose == 0));
 
-    rc = getKvCtlrProp();
-    if (rc != 0) {
-        return rc;
-    }
-    const KV_CTRL_PROP& prop = *kvCtrlPropPtr_;
-    putNumber(obj, "Max Drives to Spinup at One Time", prop.spinupDriveCount);
-    putNumber(obj, "Maximum number of direct attached drives to spin up in 1 min",
-              kvCtrlInfoPtr_->maxDAPdCountSpinup60);
-    putNumber(obj, "Delay Among Spinup Groups (sec)", prop.spinupDelay);
-    putText(obj, "Allow Boot with Preserved Cache",
-            onOff(prop.OnOffProperties.allowBootWithPinnedCache));
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBoot retCode = %d", rc);
-    return 0;
+        rc = getKvCtlrProp();
+        if (rc != 0) {
+            return rc;
+        }
+        const KV_CTRL_PROP& prop = *kvCtrlPropPtr_;
+        putNumber(obj, "Max Drives to Spinup at One Time", prop.spinupDriveCount);
+        putNumber(obj, "Maximum number of direct attached drives to spin up in 1 min",
+                  kvCtrlInfoPtr_->maxDAPdCountSpinup60);
+        putNumber(obj, "Delay Among Spinup Groups (sec)", prop.spinupDelay);
+        putText(obj, "Allow Boot with Preserved Cache",
+                onOff(prop.OnOffProperties.allowBootWithPinnedCache));
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowBoot retCode = %d", rc);
+        return 0;
+    });
 }

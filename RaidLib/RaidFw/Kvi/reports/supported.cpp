@@ -9,11 +9,13 @@
 #include <string>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
+#include "RaidLib/RaidFw/Kvi/Answer.h"
 #include "RaidLib/RaidFw/Kvi/reports/ReportText.h"
 #include "firmware/kv.h"
 #include "provider/DebugLog.h"
 #include "provider/ProcessInputs.h"
 
+using kvi::adapter::infoSection;
 using namespace kvi::reports;
 
 namespace {
@@ -285,52 +287,44 @@ void writeRow(json::Object& obj, const Capability& cap, const RowContext& ctx) {
 } // namespace
 
 int AdapterDataKvi::getShowSupportedAdpOperations(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowSupportedAdpOperations");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    int oem = 0;
-    rc = getOem(&oem);
-    if (rc != 0) {
-        return rc;
-    }
-    bool batteryAsked = false;
-    bool batteryPresent = false;
-    for (const Capability& cap : kAdapterOps) {
-        if (cap.row == Row::Battery && !batteryAsked) {
-            batteryPresent = isBatteryHWPresent() != 0;
-            batteryAsked = true;
+    return infoSection(*this, "getShowSupportedAdpOperations", [&](const KV_CTRL_INFO&) {
+        int rc = 0;
+        int oem = 0;
+        rc = getOem(&oem);
+        if (rc != 0) {
+            return rc;
         }
-        writeRow(obj, cap, RowContext{*kvCtrlInfoPtr_, oem, batteryPresent});
-    }
-    return 0;
+        bool batteryAsked = false;
+        bool batteryPresent = false;
+        for (const Capability& cap : kAdapterOps) {
+            if (cap.row == Row::Battery && !batteryAsked) {
+                batteryPresent = isBatteryHWPresent() != 0;
+                batteryAsked = true;
+            }
+            writeRow(obj, cap, RowContext{*kvCtrlInfoPtr_, oem, batteryPresent});
+        }
+        return 0;
+    });
 }
 
 int AdapterDataKvi::getShowSupportedPDOperations(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowSupportedPDOperations");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    for (const Capability& cap : kPdOpsRows) {
-        writeRow(obj, cap, RowContext{*kvCtrlInfoPtr_, 0, false});
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowSupportedPDOperations retcode = %d", rc);
-    return rc;
+    return infoSection(*this, "getShowSupportedPDOperations", [&](const KV_CTRL_INFO& info) {
+        for (const Capability& cap : kPdOpsRows) {
+            writeRow(obj, cap, RowContext{info, 0, false});
+        }
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowSupportedPDOperations retcode = %d", 0);
+        return 0;
+    });
 }
 
 int AdapterDataKvi::getShowSupportedVDOperations(json::Object& obj) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getShowSupportedVDOperations");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    for (const Capability& cap : kVdOpsRows) {
-        writeRow(obj, cap, RowContext{*kvCtrlInfoPtr_, 0, false});
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowSupportedVDOperations retcode = %d", rc);
-    return rc;
+    return infoSection(*this, "getShowSupportedVDOperations", [&](const KV_CTRL_INFO& info) {
+        for (const Capability& cap : kVdOpsRows) {
+            writeRow(obj, cap, RowContext{info, 0, false});
+        }
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getShowSupportedVDOperations retcode = %d", 0);
+        return 0;
+    });
 }
 
 int AdapterDataKvi::getSecureEKMSDetails(json::Object& obj) {
