@@ -19,11 +19,7 @@
 
 namespace {
 
-using kvi::adapter::enterInfo;
-using kvi::adapter::enterLoaded;
-using kvi::adapter::loadedAnswer;
-using kvi::adapter::loadedAnswerExit;
-using kvi::adapter::logged;
+using namespace kvi::adapter;
 
 // Bits of KV_BBU_STATUS.fwStatus.
 enum : std::uint32_t {

@@ -19,11 +19,7 @@
 
 namespace {
 
-using kvi::adapter::enterLoaded;
-using kvi::adapter::loadedAnswer;
-using kvi::adapter::schedChangeStart;
-using kvi::adapter::schedExcludedChange;
-using kvi::adapter::schedStartAnswer;
+using namespace kvi::adapter;
 
 // A value of the consistency-check status, read afresh.
 template <typename T, typename Pick>

@@ -16,6 +16,7 @@
 
 namespace {
 
+using kvi::adapter::infoSection;
 using kvi::adapter::loadedAnswer;
 using kvi::adapter::loadedAnswerExit;
 using kvi::adapter::loadedChange;
@@ -52,15 +53,19 @@ static int findComponentVersion(const KV_CTRL_INFO& info, const char* key, std::
     return -1;
 }
 
-int AdapterDataKvi::getFwVersion(std::string& out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getFwVersion");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
+// The version of the component named `key`, with the query's entry and exit
+// lines; the exit line carries the status, which is returned.
+static int componentVersion(AdapterDataKvi& a, const char* name, const char* key,
+                            std::string& out) {
+    return infoSection(a, name, [&](const KV_CTRL_INFO& info) {
+        const int rc = findComponentVersion(info, key, out);
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s retCode = %d", name, rc);
         return rc;
-    }
-    rc = findComponentVersion(*kvCtrlInfoPtr_, "APP", out);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getFwVersion retCode = %d", rc);
-    return rc;
+    });
+}
+
+int AdapterDataKvi::getFwVersion(std::string& out) {
+    return componentVersion(*this, "getFwVersion", "APP", out);
 }
 
 // The package version of the backup image into the caller's buffer of at least 32 bytes:
@@ -93,25 +98,15 @@ int AdapterDataKvi::getlocaleFwVersion(char* out) {
 }
 
 int AdapterDataKvi::getBIOSVersion(std::string& out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBIOSVersion");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    rc = findComponentVersion(*kvCtrlInfoPtr_, "BIOS", out);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBIOSVersion retCode = %d", rc);
-    return rc;
+    return componentVersion(*this, "getBIOSVersion", "BIOS", out);
 }
 
 int AdapterDataKvi::getProductName(std::string& out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getProductName");
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    out = fieldText(kvCtrlInfoPtr_->productName, sizeof kvCtrlInfoPtr_->productName);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getProductName retCode = %d", rc);
-    return 0;
+    return infoSection(*this, "getProductName", [&](const KV_CTRL_INFO& info) {
+        out = fieldText(info.productName, sizeof info.productName);
+        DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getProductName retCode = %d", 0);
+        return 0;
+    });
 }
 
 int AdapterDataKvi::getPackageVersion(std::string& out) {
@@ -123,14 +118,7 @@ int AdapterDataKvi::getPackageVersion(std::string& out) {
 }
 
 int AdapterDataKvi::getBootBlkVersion(std::string& out) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getBootBlkVersion");
-    int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    rc = findComponentVersion(*kvCtrlInfoPtr_, "BTBL", out);
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getBootBlkVersion retCode = %d", rc);
-    return rc;
+    return componentVersion(*this, "getBootBlkVersion", "BTBL", out);
 }
 
 int AdapterDataKvi::getMaxConfigurableSSCSize(unsigned short* out) {

@@ -23,11 +23,7 @@
 
 namespace {
 
-using kvi::adapter::enterLoaded;
-using kvi::adapter::loadedAnswerExit;
-using kvi::adapter::logged;
-using kvi::adapter::schedExcludedChange;
-using kvi::adapter::schedStartAnswer;
+using namespace kvi::adapter;
 
 constexpr std::uint8_t kPrStateActive = 2; // KV_PR_STATE_ACTIVE
 constexpr std::uint8_t kPrPaused = 3;      // KV_PR_PAUSED

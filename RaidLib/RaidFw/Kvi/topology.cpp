@@ -31,6 +31,28 @@ constexpr std::size_t kConnectorNameSize = 16;
 // The tool's own interface level.
 constexpr unsigned short kAppApiLevel = 0;
 
+// The interface levels of the firmware (`fw` of the controller information)
+// and of the tool, and whether `needs(fw level, tool level)`: the entry line,
+// -1 for a null out-pointer, the load, the exit line ending in `exitTail`, 0.
+template <typename Fw, typename Needs>
+int apiLevelAnswer(AdapterDataKvi& a, const char* name, const char* exitTail, bool* need,
+                   unsigned short* fwLevel, unsigned short* appLevel, Fw fw, Needs needs) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (need == nullptr || fwLevel == nullptr || appLevel == nullptr) {
+        return -1;
+    }
+    int rc = 0;
+    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
+    if (info == nullptr) {
+        return rc;
+    }
+    *fwLevel = fw(*info);
+    *appLevel = kAppApiLevel;
+    *need = needs(*fwLevel, *appLevel);
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s%s", name, exitTail);
+    return 0;
+}
+
 bool phyInRange(int phy) {
     return phy >= 0 && static_cast<unsigned>(phy) < kMaxPhys;
 }
@@ -288,38 +310,20 @@ int AdapterDataKvi::adpSetSASAdd(unsigned long long addr, bool isGen2) {
 // than the tool's own.
 int AdapterDataKvi::doesAppNeedToBeUpdated(bool* need, unsigned short* fwLevel,
                                            unsigned short* appLevel) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::doesAppNeedToBeUpdated");
-    if (need == nullptr || fwLevel == nullptr || appLevel == nullptr) {
-        return -1;
-    }
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *fwLevel = kvCtrlInfoPtr_->kvAPIFwdCompatibility;
-    *appLevel = kAppApiLevel;
-    *need = *fwLevel > *appLevel;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::doesAppNeedToBeUpdated");
-    return 0;
+    return apiLevelAnswer(
+        *this, "doesAppNeedToBeUpdated", "", need, fwLevel, appLevel,
+        [](const KV_CTRL_INFO& info) { return info.kvAPIFwdCompatibility; },
+        [](unsigned short fw, unsigned short app) { return fw > app; });
 }
 
 // The firmware would need an update if it supported only interface levels
 // below the tool's own; with the tool at level 0 that is never the case.
 int AdapterDataKvi::doesFwNeedToBeUpdated(bool* need, unsigned short* fwLevel,
                                           unsigned short* appLevel) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::doesFwNeedToBeUpdated");
-    if (need == nullptr || fwLevel == nullptr || appLevel == nullptr) {
-        return -1;
-    }
-    const int rc = getCtlrInfo();
-    if (rc != 0) {
-        return rc;
-    }
-    *fwLevel = kvCtrlInfoPtr_->kvAPIBkwdCompatibility;
-    *appLevel = kAppApiLevel;
-    *need = *fwLevel < *appLevel;
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::doesFwNeedToBeUpdated retCode = %d", rc);
-    return rc;
+    return apiLevelAnswer(
+        *this, "doesFwNeedToBeUpdated", " retCode = 0", need, fwLevel, appLevel,
+        [](const KV_CTRL_INFO& info) { return info.kvAPIBkwdCompatibility; },
+        [](unsigned short fw, unsigned short app) { return fw < app; });
 }
 
 // Display text of a KV_SAS_PHY_LINK_SPEED code.
