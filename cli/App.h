@@ -128,6 +128,18 @@ struct Command {
     std::function<int(const std::string& message)> earlyFailure;
 };
 
+// A command whose arguments are checked before any controller is asked:
+// `parse()` gives the settings, `apply(target, settings)` applies them.
+template <typename Settings, typename Parse, typename Apply>
+Command parsedCommand(const std::string& name, Parse parse, Apply apply) {
+    auto settings = std::make_shared<Settings>();
+    Command c;
+    c.name = name;
+    c.validate = [parse, settings] { *settings = parse(); };
+    c.run = [apply, settings](Target& t) { apply(t, *settings); };
+    return c;
+}
+
 class App {
 public:
     App();

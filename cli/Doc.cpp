@@ -170,6 +170,18 @@ Command confirmedAction(App& app, const std::string& name, const std::string& ti
     return c;
 }
 
+void requestVerbs(CLI::App& group, App& app, const std::string& title,
+                  std::initializer_list<RequestVerb> verbs) {
+    for (const RequestVerb& v : verbs) {
+        const std::string name = group.get_name() + " " + v.name;
+        const auto op = v.op;
+        verb(group, v.name, v.help)->callback([&app, name, title, op] {
+            app.setCommand(
+                actionCommand(app, name, title, [op](AdapterData& a) { return (a.*op)(); }));
+        });
+    }
+}
+
 ChangeReport::Row& ChangeReport::add(Row row) {
     rows_.push_back(std::move(row));
     return rows_.back();

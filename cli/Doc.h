@@ -5,6 +5,7 @@
 #include <ctime>
 #include <deque>
 #include <functional>
+#include <initializer_list>
 #include <string>
 
 #include "json/elements.h"
@@ -80,6 +81,16 @@ Command actionCommand(App& app, const std::string& name, const std::string& titl
 Command confirmedAction(App& app, const std::string& name, const std::string& title,
                         const std::string& question, const std::string& failing,
                         std::function<int(AdapterData&)> op);
+
+// Verbs of a command group that each send one request (patrol start, bbu
+// learn, ...): the command "<group> <verb>", its done block under `title`.
+struct RequestVerb {
+    const char* name;
+    const char* help;
+    int (AdapterData::*op)();
+};
+void requestVerbs(CLI::App& group, App& app, const std::string& title,
+                  std::initializer_list<RequestVerb> verbs);
 
 // The old -> new report of a command that changes settings (set, bios set, the
 // schedule commands): one row per setting asked for. A row counts as changed only

@@ -135,21 +135,13 @@ Command showBbu(App& app) {
     return c;
 }
 
-Command bbuAction(App& app, const char* action, int (AdapterData::*op)()) {
-    return actionCommand(app, std::string("bbu ") + action, "Battery",
-                         [op](AdapterData& a) { return (a.*op)(); });
-}
-
 } // namespace
 
 void registerBbu(CLI::App& root, App& app) {
     auto* g = commandGroup(root, app, "bbu", [&app] { return showBbu(app); });
-    verb(*g, "learn", "Start a manual learn cycle")->callback([&app] {
-        app.setCommand(bbuAction(app, "learn", &AdapterData::startManualLearnCycle));
-    });
-    verb(*g, "test", "Start a battery retention test")->callback([&app] {
-        app.setCommand(bbuAction(app, "test", &AdapterData::adpBBUTest));
-    });
+    requestVerbs(*g, app, "Battery",
+                 {{"learn", "Start a manual learn cycle", &AdapterData::startManualLearnCycle},
+                  {"test", "Start a battery retention test", &AdapterData::adpBBUTest}});
     auto* set = verb(*g, "set", "Change the auto-learn mode: auto-learn=auto|disabled|warn");
     auto args = std::make_shared<std::vector<std::string>>();
     std::vector<std::string> words;

@@ -152,12 +152,9 @@ void registerCc(CLI::App& root, App& app) {
                      ->required(),
                  scheduleWords(kCcModes));
     set->callback([&app, args] {
-        auto p = std::make_shared<ScheduleSettings>();
-        Command c;
-        c.name = "cc set";
-        c.validate = [args, p] { *p = parseCcSet(*args); };
-        c.run = [&app, p](Target& t) { setCc(app, t, *p); };
-        app.setCommand(std::move(c));
+        app.setCommand(parsedCommand<ScheduleSettings>(
+            "cc set", [args] { return parseCcSet(*args); },
+            [&app](Target& t, const ScheduleSettings& p) { setCc(app, t, p); }));
     });
 }
 

@@ -65,11 +65,6 @@ Command showPatrol(App& app) {
     return c;
 }
 
-Command patrolAction(App& app, const char* action, int (AdapterData::*op)()) {
-    return actionCommand(app, std::string("patrol ") + action, "Patrol Read",
-                         [op](AdapterData& a) { return (a.*op)(); });
-}
-
 // The shared schedule settings plus patrol read's own.
 struct PatrolSet : ScheduleSettings {
     bool hasMax = false, hasSsd = false;
@@ -185,18 +180,11 @@ PatrolSet parsePatrolSet(const std::vector<std::string>& args) {
 
 void registerPatrol(CLI::App& root, App& app) {
     auto* g = commandGroup(root, app, "patrol", [&app] { return showPatrol(app); });
-    verb(*g, "start", "Start a patrol read pass")->callback([&app] {
-        app.setCommand(patrolAction(app, "start", &AdapterData::startPr));
-    });
-    verb(*g, "stop", "Stop patrol read")->callback([&app] {
-        app.setCommand(patrolAction(app, "stop", &AdapterData::stopPr));
-    });
-    verb(*g, "suspend", "Suspend the running pass")->callback([&app] {
-        app.setCommand(patrolAction(app, "suspend", &AdapterData::suspendPr));
-    });
-    verb(*g, "resume", "Resume a suspended pass")->callback([&app] {
-        app.setCommand(patrolAction(app, "resume", &AdapterData::resumePr));
-    });
+    requestVerbs(*g, app, "Patrol Read",
+                 {{"start", "Start a patrol read pass", &AdapterData::startPr},
+                  {"stop", "Stop patrol read", &AdapterData::stopPr},
+                  {"suspend", "Suspend the running pass", &AdapterData::suspendPr},
+                  {"resume", "Resume a suspended pass", &AdapterData::resumePr}});
     auto args = std::make_shared<std::vector<std::string>>();
     auto* set = verb(*g, "set", "Change the patrol read schedule");
     std::vector<std::string> words = scheduleWords(kPrModes);
@@ -207,12 +195,9 @@ void registerPatrol(CLI::App& root, App& app) {
                      ->required(),
                  words);
     set->callback([&app, args] {
-        auto p = std::make_shared<PatrolSet>();
-        Command c;
-        c.name = "patrol set";
-        c.validate = [args, p] { *p = parsePatrolSet(*args); };
-        c.run = [&app, p](Target& t) { setPatrol(app, t, *p); };
-        app.setCommand(std::move(c));
+        app.setCommand(parsedCommand<PatrolSet>(
+            "patrol set", [args] { return parsePatrolSet(*args); },
+            [&app](Target& t, const PatrolSet& p) { setPatrol(app, t, p); }));
     });
 }
 
