@@ -28,6 +28,19 @@ using namespace kvi::adapter;
 constexpr std::uint8_t kPrStateActive = 2; // KV_PR_STATE_ACTIVE
 constexpr std::uint8_t kPrPaused = 3;      // KV_PR_PAUSED
 
+// A value of the patrol-read status, read afresh by `read`: `failed` when it
+// cannot be read (with no exit line), else `pick(status)`.
+template <typename R, typename Read, typename Pick>
+R prStatusValue(const char* name, R failed, Read read, Pick pick) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    KV_PR_STATUS status{};
+    if (read(&status) != 0) {
+        return failed;
+    }
+    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::%s", name);
+    return pick(status);
+}
+
 // mktime's failure value as a 32-bit clock would return it. A 64-bit clock
 // returns -1 instead, which the epoch range test then rejects.
 constexpr std::int64_t kMktime32Failure = 4294967295LL;
@@ -177,34 +190,24 @@ unsigned char AdapterDataKvi::getPrMode() {
 
 // A failed status read reports the paused state, not an error value.
 unsigned char AdapterDataKvi::getPrState() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrState");
-    KV_PR_STATUS status{};
-    if (getPrStatus(&status) != 0) {
-        return kPrPaused;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrState");
-    return status.state;
+    return prStatusValue<unsigned char>(
+        "getPrState", kPrPaused, [this](KV_PR_STATUS* status) { return getPrStatus(status); },
+        [](const KV_PR_STATUS& status) { return status.state; });
 }
 
 unsigned int AdapterDataKvi::getPrNumIteration() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrNumIteration");
-    KV_PR_STATUS status{};
-    if (getPrStatus(&status) != 0) {
-        return 0;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrNumIteration");
-    return status.numIteration;
+    return prStatusValue<unsigned int>(
+        "getPrNumIteration", 0, [this](KV_PR_STATUS* status) { return getPrStatus(status); },
+        [](const KV_PR_STATUS& status) { return status.numIteration; });
 }
 
 // Drives done count only while a pass is running.
 unsigned char AdapterDataKvi::getPrNumPdComplete() {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::getPrNumPdComplete");
-    KV_PR_STATUS status{};
-    if (getPrStatus(&status) != 0) {
-        return 0;
-    }
-    DEBUG_LOG(INFO, "Exiting AdapterDataKvi::getPrNumPdComplete");
-    return status.state == kPrStateActive ? status.numPdDone : 0;
+    return prStatusValue<unsigned char>(
+        "getPrNumPdComplete", 0, [this](KV_PR_STATUS* status) { return getPrStatus(status); },
+        [](const KV_PR_STATUS& status) {
+            return status.state == kPrStateActive ? status.numPdDone : 0;
+        });
 }
 
 unsigned int AdapterDataKvi::getPrExecDelay() {
