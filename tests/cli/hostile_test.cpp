@@ -43,7 +43,8 @@ int shell(const std::string& args, bool fullDisk = false) {
 // Runs kvictl on a new terminal, types `keys` once the passphrase prompt is
 // shown, and returns what the terminal showed; `echo` tells whether the
 // terminal echoes again once kvictl has ended.
-std::string onTerminal(const std::vector<std::string>& args, const std::string& keys, bool& echo) {
+std::string onTerminal(const std::vector<std::string>& args, const std::vector<std::string>& keys,
+                       bool& echo) {
     int master = -1, slave = -1;
     if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0)
         return "no terminal";
@@ -62,16 +63,22 @@ std::string onTerminal(const std::vector<std::string>& args, const std::string& 
     }
     ::close(slave);
     std::string shown;
-    bool typed = false;
+    std::size_t typed = 0, prompts = 0;
     char buf[4096];
     for (;;) {
         const ssize_t n = ::read(master, buf, sizeof buf);
         if (n <= 0)
             break; // EIO: kvictl has ended
         shown.append(buf, static_cast<std::size_t>(n));
-        if (!typed && shown.find("Passphrase: ") != std::string::npos) {
-            typed = ::write(master, keys.data(), keys.size()) > 0;
-        }
+        // One answer per prompt shown ("Passphrase: ", "Passphrase again: "):
+        // the terminal drops what was typed before the echo is turned off.
+        prompts = 0;
+        for (std::size_t at = shown.find("Passphrase"); at != std::string::npos;
+             at = shown.find("Passphrase", at + 1))
+            ++prompts;
+        while (typed < keys.size() &&
+               typed<prompts&& ::write(master, keys[typed].data(), keys[typed].size())> 0)
+            ++typed;
     }
     termios t{};
     echo = ::tcgetattr(master, &t) == 0 && (t.c_lflag & ECHO) != 0;
@@ -266,12 +273,17 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
              const std::vector<std::string> args = {
                  "--sim", "-y", "security", "verify", "--passphrase-file", "-"};
              bool echo = false;
-             const std::string shown = onTerminal(args, "Secret-pass1\n", echo);
+             const std::string shown = onTerminal(args, {"Secret-pass1\n"}, echo);
              EXPECT_NE(shown.find("Passphrase: "), std::string::npos) << shown;
              EXPECT_EQ(shown.find("Secret-pass1"), std::string::npos) << shown;
              EXPECT_TRUE(echo);
-             onTerminal(args, "\x03", echo);
+             onTerminal(args, {"\x03"}, echo);
              EXPECT_TRUE(echo) << "the terminal was left without echo";
+             // A new key is typed twice; two different ones are refused.
+             const std::string twice = onTerminal({"--sim", "-y", "security", "rekey"},
+                                                  {"Secret-pass1\n", "Secret-pass2\n"}, echo);
+             EXPECT_NE(twice.find("Passphrase again: "), std::string::npos) << twice;
+             EXPECT_NE(twice.find("the two passphrases differ"), std::string::npos) << twice;
          }},
         {"a capture replays in the other format; a cut-short last line is never half used",
          [&] {

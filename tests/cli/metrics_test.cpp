@@ -197,7 +197,9 @@ TEST(MetricsE2E, LabelValuesAreEscaped) {
         {R"("Quote \"16i\" model")", "Quote \"16i\" model"},
         {R"("back\\slash \\\\ two \\n not a newline")", "back\\slash \\\\ two \\n not a newline"},
         {R"("line one\nline two\n")", "line one\nline two\n"},
-        {R"("Contr\u00f4leur \u65e5\u672c \u2603")", "Contr\u00f4leur \u65e5\u672c \u2603"},
+        // The smallest code point of each sequence length is no overlong form.
+        {R"("Contr\u00f4leur \u65e5\u672c \u2603 \u0800 \ud800\udc00")",
+         "Contr\u00f4leur \u65e5\u672c \u2603 \u0800 \U00010000"},
         {R"("} 1\nkvictl_up{controller=\"9\"} 0")", "} 1\nkvictl_up{controller=\"9\"} 0"},
         {R"("tab\there")", "tab\xEF\xBF\xBDhere"},
         {R"("hex:41ff42c328")", "A\xEF\xBF\xBD"

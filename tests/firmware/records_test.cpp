@@ -253,5 +253,9 @@ TEST(Registry, WritesCheckTheFieldWidthAndKeepNeighbours) {
     std::vector<std::uint8_t> bbu(64, 0);
     EXPECT_TRUE(writeSigned(bbu.data(), current, -2));
     EXPECT_EQ(readSigned(bbu.data(), current), -2);
-    EXPECT_FALSE(writeSigned(bbu.data(), current, 40000));
+    // The ends of the s16 range are stored; one past either end is refused.
+    for (std::int64_t v : {-32768, 32767})
+        EXPECT_TRUE(writeSigned(bbu.data(), current, v) && readSigned(bbu.data(), current) == v);
+    EXPECT_FALSE(writeSigned(bbu.data(), current, 32768));
+    EXPECT_FALSE(writeSigned(bbu.data(), current, -32769));
 }
