@@ -70,6 +70,15 @@ protected:
 
 // ---- lock key ----
 TEST_F(Roundtrip, LockKeyLifecycleChecksThePassphrase) {
+    // "class locale code description" of the newest event.
+    auto newest = [this] {
+        const kvi::sim::EventLog& log = sim_.controller(0).state().events;
+        kvi::sim::SimEvent e;
+        EXPECT_TRUE(log.get(log.newestSeqNum(), e));
+        char head[40];
+        std::snprintf(head, sizeof head, "%d 0x%04x 0x%x ", e.eventClass, e.locale, e.code);
+        return head + e.description;
+    };
     bool flag = true;
     ASSERT_EQ(fresh()->isLockKeyAssigned(&flag), 0);
     ASSERT_FALSE(flag);
@@ -79,12 +88,15 @@ TEST_F(Roundtrip, LockKeyLifecycleChecksThePassphrase) {
     EXPECT_TRUE(flag);
     ASSERT_EQ(fresh()->getKeyID(id, 0), 0);
     EXPECT_EQ(id, keyId);
+    EXPECT_EQ(newest(), "0 0x0080 0x70 Lock key created");
     EXPECT_NE(fresh()->createLockKey(next, secret, keyId, 0), 0) << "one key at a time";
     EXPECT_EQ(fresh()->verifyLockKey(next, 0), kvi::sim::kStatusWrongPassphrase);
+    EXPECT_EQ(newest(), "1 0x0080 0x74 Lock key passphrase refused");
     EXPECT_EQ(fresh()->verifyLockKey(pass, 0), 0);
     EXPECT_EQ(fresh()->lockKeyFromEscrow(pass), 0);
     // A new key takes effect at once but the controller asks for a restart.
     ASSERT_EQ(fresh()->rekeyLock(next), 0);
+    EXPECT_EQ(newest(), "0 0x0080 0x71 Lock key re-keyed");
     ASSERT_EQ(fresh()->islockKeyRebootRequired(&flag), 0);
     EXPECT_TRUE(flag);
     EXPECT_EQ(fresh()->verifyLockKey(pass, 0), kvi::sim::kStatusWrongPassphrase);

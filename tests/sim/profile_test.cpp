@@ -69,6 +69,19 @@ TEST(SimProfiles, ProfileFileWithRelativeBase) {
     EXPECT_STRNE(sim.controller(0).state().mfg.sn, sim.controller(1).state().mfg.sn);
     EXPECT_NE(sim.controller(0).state().mfc.sasAddr, sim.controller(2).state().mfc.sasAddr);
     EXPECT_NE(sim.controller(0).state().pci.bus, sim.controller(1).state().pci.bus);
+    // A chain of 8 files on a bundled profile loads; a ninth is refused.
+    std::string below = "default";
+    for (int i = 1; i <= 9; ++i) {
+        const std::string file = dir.file("chain" + std::to_string(i) + ".json");
+        std::ofstream(file) << R"({"base": ")" << below << R"("})";
+        below = file;
+        try {
+            kvi::sim::buildFromProfile(file, Clock(kNow));
+            EXPECT_LE(i, 8);
+        } catch (const SimError& e) {
+            EXPECT_EQ(i, 9) << e.what();
+        }
+    }
 }
 
 TEST(SimProfiles, MalformedProfilesNameFileFieldAndReason) {

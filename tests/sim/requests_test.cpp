@@ -252,6 +252,13 @@ TEST_F(SimTest, PatrolReadStateMachine) {
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, 0);
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_STOP).status, 0);
     EXPECT_EQ(status().state, 0);
+    // A pass covers at most the 255 drives its 32-byte drive map can name.
+    c().state().info.pdDiskPresentCount = 300;
+    ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, 0);
+    const auto& st = c().state();
+    const std::uint8_t* map = st.prExt.curPdMap.b[0] ? st.prExt.curPdMap.b : st.pr.curPdMap;
+    EXPECT_EQ(map[30], 0xFF);
+    EXPECT_EQ(map[31], 0x7F);
 }
 
 TEST_F(SimTest, PatrolReadScheduleReadsBackAndAdvances) {
@@ -319,6 +326,10 @@ TEST_F(SimTest, EventCaptureCatchesNewEvents) {
     ASSERT_EQ(got.status, 0);
     EXPECT_EQ(got.word(1), 1u);
     EXPECT_STREQ(reinterpret_cast<const char*>(got.data.data() + 128), "Alarm silenced");
+    // The newest 128 are kept: exactly what one 32 KiB read holds.
+    for (int i = 0; i < 130; ++i)
+        send(c(), KV_DCMD_CTRL_ALARM_SILENCE);
+    EXPECT_EQ(send(c(), KV_DCMD_CTRL_AEC_GET, mboxWords(0)).word(1), 128u);
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_AEC_CONTROL, mboxWords(1)).status, 0);
     EXPECT_EQ(lastEvent(), "Event capture stopped");
 }
