@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -53,6 +54,16 @@ inline Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes)
 }
 
 } // namespace kvitest
+
+// A getter `op(T*)` as a row of a table: the out-value goes in as `io` (so that an untouched
+// value shows) and comes back widened to the type of `io`.
+#define KVI_OUT(op, T)                                                                             \
+    [](AdapterDataKvi& a, auto& io) {                                                              \
+        T v = static_cast<T>(io);                                                                  \
+        const int rc = a.op(&v);                                                                   \
+        io = static_cast<std::remove_reference_t<decltype(io)>>(v);                                \
+        return rc;                                                                                 \
+    }
 
 class AdapterFixture : public ::testing::Test {
 protected:

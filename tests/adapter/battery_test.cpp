@@ -210,13 +210,6 @@ TEST_F(BatteryTest, WritePolicyChangeReasonInOrder) {
 TEST_F(BatteryTest, ReadersOfTheCachedRecords) {
     const std::uint32_t status = KV_DCMD_BBU_GET_STATUS, cap = KV_DCMD_BBU_GET_CAPACITY_INFO,
                         design = KV_DCMD_BBU_GET_DESIGN_INFO, props = KV_DCMD_BBU_PROPERTIES_GET;
-#define GET(op, T)                                                                                 \
-    [](AdapterDataKvi& x, std::uint64_t& io) {                                                     \
-        T v = static_cast<T>(io);                                                                  \
-        const int rc = x.op(&v);                                                                   \
-        io = static_cast<std::uint64_t>(v);                                                        \
-        return rc;                                                                                 \
-    }
     const struct {
         const char* name;
         std::uint32_t opcode;
@@ -224,23 +217,23 @@ TEST_F(BatteryTest, ReadersOfTheCachedRecords) {
         std::uint64_t want;
         std::uint64_t onFail = 1; // what the output holds after a failed load (1 as given)
     } rows[] = {
-        {"temperature: low byte", status, GET(getBatteryTemperature, unsigned char), 0x29},
-        {"temperature status", status, GET(getBatteryTemperatureStatus, int), 1},
-        {"type", status, GET(getBatteryType, unsigned char), 5},
-        {"subtype", status, GET(getBatterySubType, unsigned char), 0x33},
-        {"transparent learn: bit 13", status, GET(isBBUTransparentLearnSet, bool), 1},
-        {"i2c errors: bit 9", status, GET(isI2cErrorsDetected, bool), 1},
-        {"pack present: bit 0 clear", status, GET(isBriskoPresent, bool), 1, 0},
-        {"full capacity", cap, GET(getBatteryFullCapacity, unsigned short), 0x0320},
-        {"remaining capacity", cap, GET(getBatteryRemainingCapacity, unsigned short), 0x0210},
-        {"relative charge", cap, GET(getBattRelativeStateOfCharge, unsigned short), 0x5F},
-        {"time to empty", cap, GET(getBattAvgTimeToEmpty, unsigned short), 0x3C},
-        {"transparent learns", design, GET(getBatteryDesignInfoTransparentLearnsSupport, bool), 1},
-        {"auto-learn mode", props, GET(getBatteryAutoLearnMode, unsigned char), 2},
-        {"auto-learn period", props, GET(getBatteryAutoLearnPeriod, unsigned int), 0x093A00},
-        {"next learn", props, GET(getBatteryNextLearnTime, unsigned int), 0x12345678},
+        {"temperature: low byte", status, KVI_OUT(getBatteryTemperature, unsigned char), 0x29},
+        {"temperature status", status, KVI_OUT(getBatteryTemperatureStatus, int), 1},
+        {"type", status, KVI_OUT(getBatteryType, unsigned char), 5},
+        {"subtype", status, KVI_OUT(getBatterySubType, unsigned char), 0x33},
+        {"transparent learn: bit 13", status, KVI_OUT(isBBUTransparentLearnSet, bool), 1},
+        {"i2c errors: bit 9", status, KVI_OUT(isI2cErrorsDetected, bool), 1},
+        {"pack present: bit 0 clear", status, KVI_OUT(isBriskoPresent, bool), 1, 0},
+        {"full capacity", cap, KVI_OUT(getBatteryFullCapacity, unsigned short), 0x0320},
+        {"remaining capacity", cap, KVI_OUT(getBatteryRemainingCapacity, unsigned short), 0x0210},
+        {"relative charge", cap, KVI_OUT(getBattRelativeStateOfCharge, unsigned short), 0x5F},
+        {"time to empty", cap, KVI_OUT(getBattAvgTimeToEmpty, unsigned short), 0x3C},
+        {"transparent learns", design, KVI_OUT(getBatteryDesignInfoTransparentLearnsSupport, bool),
+         1},
+        {"auto-learn mode", props, KVI_OUT(getBatteryAutoLearnMode, unsigned char), 2},
+        {"auto-learn period", props, KVI_OUT(getBatteryAutoLearnPeriod, unsigned int), 0x093A00},
+        {"next learn", props, KVI_OUT(getBatteryNextLearnTime, unsigned int), 0x12345678},
     };
-#undef GET
     Bytes capRec(48, 0);
     capRec[0] = 0x5F; // relativeStateOfCharge
     capRec[4] = 0x10; // remainingCapacity

@@ -90,20 +90,6 @@ protected:
         info();
         serve(record());
     }
-    // Every schedule request sent carries its form's mailbox, length and direction.
-    void TearDown() override {
-        for (const auto& r : ctrl.requests()) {
-            if (r.opcode == getOp() || r.opcode == setOp()) {
-                Mbox want{};
-                want[0] = f().ext ? 1 : 0;
-                EXPECT_EQ(r.mbox, want) << r.describe();
-                EXPECT_EQ(r.callerLength, f().length) << r.describe();
-                EXPECT_EQ(r.capacity, f().length) << r.describe();
-                EXPECT_EQ(r.direction,
-                          r.opcode == getOp() ? kvi::Direction::Read : kvi::Direction::Write);
-            }
-        }
-    }
     void info(bool ssdPatrolRead = true) {
         KV_CTRL_INFO info{};
         info.adapterOperations3.supportMaxExtLDs = f().ext ? 1 : 0;
