@@ -268,7 +268,7 @@ std::vector<RequestRow> requestRows() {
          KV_DCMD_OOB_METHOD_GET, mboxBytes({{0, 2}}), 0, 16, D::Read},
         {"getMfgExtPage", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getMfgExtPage(4, &bytes, &len)); },
          KV_DCMD_CTRL_CONFIG_PAGE_GET, mboxBytes({{0, 1}, {1, 4}}), 0, 256, D::Read},
-        // From the other families: events, alarm, shutdown, link speed, SAS address, key id.
+        // From the other families: events, alarm, shutdown, link speed, key id.
         {"startAEC", [](AdapterDataKvi& a) { return a.startAEC(0x55667788); },
          0x01180100, mboxWords(2, 0x55667788), 0, 0, D::None},
         {"setAECCaptureMode", [](AdapterDataKvi& a) { return a.setAECCaptureMode(0x9C); },
@@ -281,8 +281,6 @@ std::vector<RequestRow> requestRows() {
          KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{1, 1}}), 0, 0, D::None},
         {"setLinkSpeed", [](AdapterDataKvi& a) { return a.setLinkSpeed(0x105, 0x208); },
          KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 5}, {1, 8}}), 0, 0, D::None},
-        {"adpSetSASAdd: the address high half first", [](AdapterDataKvi& a) { return a.adpSetSASAdd(0x5000000012345678ull, true); },
-         KV_DCMD_CTRL_MFC_DEFAULTS_SASADDR_SET, mboxWords(0x50000000, 0x12345678), 0, 0, D::None},
         {"getKeyID", [](AdapterDataKvi& a) { return a.getKeyID(text, 0x42); },
          0x01150301, mboxBytes({{0, 0xFF}, {1, 0xFF}, {2, 0x42}}), 0, 256, D::Read},
     };

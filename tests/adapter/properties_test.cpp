@@ -518,12 +518,6 @@ TEST_F(PropertiesTest, KeyIdReadAndWrite) {
     EXPECT_EQ(a().getKeyID(id, 0), kFail);
     EXPECT_EQ(id, std::string(256, 'z'));
 
-    std::string newId = "escrow-1";
-    EXPECT_EQ(a().setKeyID(newId), 0);
-    Bytes sent(256, 0);
-    std::memcpy(sent.data(), newId.data(), newId.size());
-    EXPECT_EQ(ctrl.last(0x01150302)->sent, sent);
-
     // An identifier without room for its terminator is refused unsent.
     ctrl.clear();
     std::string tooLong(256, 'q');

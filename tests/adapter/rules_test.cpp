@@ -1,9 +1,9 @@
 // Configuration rules, run against a small table of controller variants (OEM
 // codes, RAID level bits, span limits, drive counts per level): drives per
 // span, span counts, RAID level lists, strip sizes, default and valid cache
-// policies, configuration permission, and the requests of their own (OEM
-// identifier, fresh controller information, logical-drive list query,
-// non-volatile cache and SSD cache reads).
+// policies, configuration permission, and the reads of their own (fresh
+// controller information, logical-drive list query, non-volatile cache and SSD
+// cache reads; their fixed request bytes are in the walk golden of tests/sim).
 #include <algorithm>
 
 #include "tests/adapter/AdapterFixture.h"
@@ -396,7 +396,6 @@ TEST_F(RulesTest, WritePolicyBitIsReadFresh) {
     EXPECT_EQ(a.isWritePolicy(&wp), 0);
     EXPECT_EQ(wp, 1);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 3u);
-    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_GET_INFO)->capacity, 2464u);
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
     wp = 0x77;
     EXPECT_EQ(a.isWritePolicy(&wp), 0x0C);
@@ -471,14 +470,7 @@ TEST_F(RulesTest, AddAndClearConfigPermission) {
 }
 
 // ---------------------------------------------------------------------------
-// Requests of their own
-
-TEST_F(RulesTest, OemRequest) {
-    AdapterDataKvi& a = use(baseInfo(), 7);
-    int oem = 0;
-    EXPECT_EQ(a.getOem(&oem), 0);
-    EXPECT_EQ(oem, 7);
-}
+// Reads of their own
 
 // Logical-drive list query: head, then the list at the size the head gives.
 TEST_F(RulesTest, SixtyFourDriveLimit) {
@@ -513,12 +505,6 @@ TEST_F(RulesTest, SixtyFourDriveLimit) {
                         c.listStatus ? FakeAnswer::fail(c.listStatus) : FakeAnswer::ok(c.list));
         EXPECT_EQ(a.isCtrlhas64VDLimit(), c.result);
         ASSERT_EQ(ctrl.requests().size(), c.requests);
-        Mbox want{};
-        want[2] = 1;
-        for (const auto& r : ctrl.requests()) {
-            EXPECT_EQ(r.mbox, want);
-        }
-        EXPECT_EQ(ctrl.requests()[0].callerLength, 0u);
         if (c.requests == 2) {
             std::uint32_t size = 0;
             std::memcpy(&size, c.head.data(), 4);
@@ -539,7 +525,6 @@ TEST_F(RulesTest, NonVolatileCacheEraseAndReport) {
     EXPECT_EQ(first, 4096u);
     EXPECT_EQ(second, 0x1122334455667788ull);
     EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_NVCACHE_ERASE)->mbox[0], 1); // report only
-    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_NVCACHE_ERASE)->capacity, 16u);
     EXPECT_EQ(a.adpFlashErase(&second, true, &first), 0);
     EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_NVCACHE_ERASE)->mbox[0], 0); // erase
     ctrl.answer(KV_DCMD_CTRL_NVCACHE_ERASE, FakeAnswer::fail(0x0C));
@@ -578,11 +563,8 @@ TEST_F(RulesTest, SsdCacheSizeFromTwoConfigurationReads) {
         unsigned long long size = 99;
         EXPECT_EQ(a.getCurrentConfigSSCSize(&size), c.rc);
         EXPECT_EQ(size, c.size);
-        ASSERT_GE(ctrl.requests().size(), 1u);
-        EXPECT_EQ(ctrl.requests()[0].mbox[0], 2);
         if (c.rc == 0) {
             ASSERT_EQ(ctrl.requests().size(), 2u);
-            EXPECT_EQ(ctrl.requests()[1].mbox[0], 0);
             std::uint32_t want = 0;
             std::memcpy(&want, c.head.data(), 4);
             EXPECT_EQ(ctrl.requests()[1].callerLength, want);
