@@ -245,6 +245,10 @@ TEST_F(BiosTest, BootDeviceFailures) {
     EXPECT_EQ(a().setBootVd(&broken), 0x0C);
     EXPECT_EQ(a().setBootVd(static_cast<VirtualDisk*>(nullptr)), -1);
     EXPECT_EQ(a().setBootVd(static_cast<PhysicalDevice*>(nullptr)), -1);
+    unsigned short devId = 0;
+    EXPECT_EQ(broken.PhysicalDevice::getDeviceId(nullptr), -1);
+    EXPECT_EQ(broken.PhysicalDevice::getDeviceId(&devId), 0);
+    EXPECT_EQ(devId, 7);
     EXPECT_EQ(a().getBootVdId(nullptr), -1);
     EXPECT_TRUE(ctrl.requests().empty()); // nothing loaded for any of them
     EXPECT_FALSE(P::biosChanged(a()));

@@ -420,7 +420,6 @@ TEST(PatrolRead, StatusReadersAndTheirFailureAnswers) {
     st.state = 2;                         // active
     ctrl.answer(KV_DCMD_CTRL_PR_GET_STATUS, FakeAnswer::record(st));
     EXPECT_EQ(a.getPrNumPdComplete(), 9);
-    EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PR_GET_STATUS)->capacity, 16u);
 
     ctrl.answer(KV_DCMD_CTRL_PR_GET_STATUS, FakeAnswer::fail(0x0C));
     EXPECT_EQ(a.getPrState(), 3); // reported as paused
@@ -574,25 +573,19 @@ TEST(ConsistencyCheck, StatusReadersWriteOnlyOnSuccess) {
     st.numIteration = 0x0A0B0C0D;
     st.state = 4;
     st.numLdDone = 17;
-    ctrl.answer(KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, FakeAnswer::record(st));
-    unsigned char state = 0, done = 0;
-    unsigned int iter = 0;
-    EXPECT_EQ(a.getCcSchedState(&state), 0);
-    EXPECT_EQ(a.getCcSchedNumIteration(&iter), 0);
-    EXPECT_EQ(a.getCcSchedNumLdDone(&done), 0);
-    EXPECT_EQ(state, 4);
-    EXPECT_EQ(iter, 0x0A0B0C0Du);
-    EXPECT_EQ(done, 17);
-
-    ctrl.answer(KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, FakeAnswer::fail(0x0C));
-    state = done = 0x77;
-    iter = 0x77;
-    EXPECT_EQ(a.getCcSchedState(&state), 0x0C);
-    EXPECT_EQ(a.getCcSchedNumIteration(&iter), 0x0C);
-    EXPECT_EQ(a.getCcSchedNumLdDone(&done), 0x0C);
-    EXPECT_EQ(state, 0x77);
-    EXPECT_EQ(iter, 0x77u);
-    EXPECT_EQ(done, 0x77);
+    for (int status : {0, 0x0C}) {
+        SCOPED_TRACE(status);
+        ctrl.answer(KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS,
+                    status == 0 ? FakeAnswer::record(st) : FakeAnswer::fail(status));
+        unsigned char state = 0x77, done = 0x77;
+        unsigned int iter = 0x77;
+        EXPECT_EQ(a.getCcSchedState(&state), status);
+        EXPECT_EQ(a.getCcSchedNumIteration(&iter), status);
+        EXPECT_EQ(a.getCcSchedNumLdDone(&done), status);
+        EXPECT_EQ(state, status == 0 ? 4 : 0x77);
+        EXPECT_EQ(iter, status == 0 ? 0x0A0B0C0Du : 0x77u);
+        EXPECT_EQ(done, status == 0 ? 17 : 0x77);
+    }
 }
 
 } // namespace
