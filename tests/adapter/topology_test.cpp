@@ -39,13 +39,9 @@ Bytes phyTable() {
 
 TEST_F(TopologyTest, PhyFieldsAndBitPositions) {
     ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::ok(phyTable()));
-    unsigned int count = 0, port = 0, valid = 0, speed = 0;
-    unsigned long long addr = 0;
+    // The count and the 64-bit address are in the walk golden of tests/sim.
+    unsigned int port = 0, valid = 0, speed = 0;
     unsigned char connector = 0, viaConnection = 0;
-    EXPECT_EQ(a.getPhyCount(&count), 0);
-    EXPECT_EQ(count, 8u);
-    EXPECT_EQ(a.getSASAddress(3, &addr), 0);
-    EXPECT_EQ(addr, 0x5000C500AABBCCDDull);
     EXPECT_EQ(a.getSASPortNumber(3, &port), 0);
     EXPECT_EQ(port, 0x3Fu);
     EXPECT_EQ(a.getSASPortNumberValid(3, &valid), 0);
