@@ -98,56 +98,74 @@ TEST_F(BatteryTest, StateAndOverallStatusPerTypeAndBits) {
     }
 }
 
-TEST_F(BatteryTest, NoBatteryFitted) {
-    // The controller information says no battery: every answer says "missing".
-    battery(1, 0, /*fitted=*/false);
-    int state = 9;
-    EXPECT_EQ(a().getBatteryState(&state), 0);
-    EXPECT_EQ(state, 0);
-    unsigned char overall = 9;
-    EXPECT_EQ(a().getBbuOverallStatus(&overall), 0);
-    EXPECT_EQ(overall, 1);
-    unsigned char reason = 9;
-    EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
-    EXPECT_EQ(reason, 0);
-    EXPECT_EQ(a().isBatteryHWPresent(), 0);
-    // Nothing to read in the unit itself for the overall status.
-    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u);
+// ---------------------------------------------------------------------------
+// No battery, or none that can be read: what each answer says
 
-    // The battery read answers "no hardware" (0x22) although the information says fitted.
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kNoHw));
-    state = 9;
-    EXPECT_EQ(a().getBatteryState(&state), 0);
-    EXPECT_EQ(state, 0);
-    bool present = true;
-    EXPECT_EQ(a().isBBUPresent(&present), kNoHw);
-    EXPECT_FALSE(present);
-    EXPECT_EQ(a().isBatteryHWPresent(), 1);
-    bool brisko = true;
-    EXPECT_EQ(a().isBriskoPresent(&brisko), kNoHw);
-    EXPECT_FALSE(brisko);
-}
+constexpr int kSkip = -1000; // not looked at in this row
+constexpr int kKept = -2000; // the caller's value is left as it was
 
-TEST_F(BatteryTest, StateOnFailures) {
-    // Controller information fails: its status, nothing written.
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
-    int state = 42;
-    EXPECT_EQ(a().getBatteryState(&state), kFail);
-    EXPECT_EQ(state, 42);
-    EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 0u);
+struct AbsentCase {
+    const char* what;
+    int info;   // -1: the controller information fails; else whether it says a battery is fitted
+    int unit;   // status of the battery status read (0: a type 1 record without bits)
+    int reads;  // battery status reads after the state and the overall status (kSkip: any)
+    int rc[5];  // getBatteryState, getBbuOverallStatus, getWritePolicyChngReason, isBBUPresent,
+                // isBriskoPresent
+    int out[5]; // what each handed back (a present answer as 0/1)
+    int hw;     // isBatteryHWPresent
+};
 
-    // The battery read fails with anything but 0x22: -1, nothing written (never 255).
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
-    EXPECT_EQ(a().getBatteryState(&state), -1);
-    EXPECT_EQ(state, 42);
+// clang-format off
+const AbsentCase kAbsentCases[] = {
+    {"information fails", -1, 0, 0, {kFail, kSkip, kSkip, kFail, kSkip}, {kKept, 0, 0, kKept, 0}, 0},
+    {"none fitted", 0, 0, 1, {0, 0, 0, 0, kSkip}, {0, 1, 0, 1, 0}, 0},
+    {"none fitted, the unit read fails", 0, kFail, kSkip, {kSkip, kSkip, kSkip, kFail, kSkip}, {0, 0, 0, 0, 0}, kSkip},
+    {"none fitted, the unit has no hardware", 0, kNoHw, kSkip, {kSkip, kSkip, kNoHw, kSkip, kSkip}, {0, 0, 0, 0, 0}, kSkip},
+    {"fitted, the unit has no hardware", 1, kNoHw, kSkip, {0, kSkip, kSkip, kNoHw, kNoHw}, {0, 0, 0, 0, 0}, 1},
+    {"fitted, the unit read fails", 1, kFail, kSkip, {-1, kFail, kFail, kFail, kSkip}, {kKept, kKept, kKept, kKept, 0}, kSkip},
+    {"fitted and read", 1, 0, kSkip, {kSkip, kSkip, kSkip, 0, kSkip}, {0, 0, 0, 1, 0}, kSkip},
+};
+// clang-format on
+
+TEST_F(BatteryTest, AbsentOrUnreadableBattery) {
+    for (const AbsentCase& c : kAbsentCases) {
+        // A kept value is looked for twice, starting from 0 and from 9 (true); any other output
+        // starts as the opposite of what is expected.
+        for (int keptStart : {0, 9}) {
+            SCOPED_TRACE(testing::Message() << c.what << ", kept values start at " << keptStart);
+            reset();
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, c.info < 0 ? FakeAnswer::fail(kFail)
+                                                          : FakeAnswer::ok(ctrlInfo(c.info == 1)));
+            ctrl.answer(KV_DCMD_BBU_GET_STATUS,
+                        c.unit == 0 ? FakeAnswer::ok(bbuStatus(1, 0)) : FakeAnswer::fail(c.unit));
+            auto start = [&](int i) { return c.out[i] == kKept ? keptStart : c.out[i] == 0; };
+            int state = start(0);
+            auto overall = static_cast<unsigned char>(start(1));
+            auto reason = static_cast<unsigned char>(start(2));
+            bool present = start(3) != 0, brisko = start(4) != 0;
+            const int init[5] = {state, overall, reason, present, brisko};
+            int rc[5];
+            rc[0] = a().getBatteryState(&state);
+            rc[1] = a().getBbuOverallStatus(&overall);
+            rc[2] = a().getWritePolicyChngReason(&reason);
+            if (c.reads != kSkip) {
+                EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), static_cast<std::size_t>(c.reads));
+            }
+            rc[3] = a().isBBUPresent(&present);
+            rc[4] = a().isBriskoPresent(&brisko);
+            const int out[5] = {state, overall, reason, present, brisko};
+            for (int i = 0; i < 5; ++i) {
+                if (c.rc[i] != kSkip) {
+                    EXPECT_EQ(rc[i], c.rc[i]) << i;
+                    EXPECT_EQ(out[i], c.out[i] == kKept ? init[i] : c.out[i]) << i;
+                }
+            }
+            if (c.hw != kSkip) {
+                EXPECT_EQ(a().isBatteryHWPresent(), c.hw);
+            }
+        }
+    }
     EXPECT_EQ(a().getBatteryState(nullptr), -1);
-    unsigned char overall = 9;
-    EXPECT_EQ(a().getBbuOverallStatus(&overall), kFail);
-    EXPECT_EQ(overall, 9);
 }
 
 // ---------------------------------------------------------------------------
@@ -186,20 +204,6 @@ TEST_F(BatteryTest, WritePolicyChangeReasonInOrder) {
         EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
         EXPECT_EQ(reason, c.reason < 0 ? 0xEE : c.reason);
     }
-    // A failed battery read is returned, with nothing written.
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(true)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kFail));
-    unsigned char reason = 0xEE;
-    EXPECT_EQ(a().getWritePolicyChngReason(&reason), kFail);
-    EXPECT_EQ(reason, 0xEE);
-    // Without a battery fitted the reason is "missing" and the battery read's
-    // status is still what is returned.
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(false)));
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(0x22));
-    EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0x22);
-    EXPECT_EQ(reason, 0);
 }
 
 // ---------------------------------------------------------------------------
@@ -363,49 +367,6 @@ TEST_F(BatteryTest, StatusReadsAreFreshAndIntoTheCallersRecord) {
     fw = 9;
     EXPECT_EQ(a().getBbuFwStatus(&fw), kFail);
     EXPECT_EQ(fw, 9u);
-}
-
-TEST_F(BatteryTest, PresenceAnswers) {
-    struct Case {
-        int statusRead;
-        bool fitted;
-        int rc;
-        int present; // -1: left as it was
-    };
-    const Case cases[] = {
-        {0, true, 0, 1},
-        {0, false, 0, 1}, // a status record that reads back means a
-                          // battery
-        {kNoHw, true, kNoHw, 0},
-        {kFail, false, kFail, 0},
-        {kFail, true, kFail, -1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.statusRead << " fitted " << c.fitted);
-        reset();
-        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(ctrlInfo(c.fitted)));
-        FakeAnswer s = FakeAnswer::ok(bbuStatus(1, 0));
-        s.status = c.statusRead;
-        ctrl.answer(KV_DCMD_BBU_GET_STATUS, s);
-        bool present = true;
-        bool untouched = false;
-        EXPECT_EQ(a().isBBUPresent(&present), c.rc);
-        EXPECT_EQ(a().isBBUPresent(&untouched), c.rc);
-        if (c.present < 0) {
-            EXPECT_TRUE(present);
-            EXPECT_FALSE(untouched);
-        } else {
-            EXPECT_EQ(present, c.present == 1);
-            EXPECT_EQ(untouched, c.present == 1);
-        }
-    }
-    // Controller information failing wins.
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kFail));
-    bool present = true;
-    EXPECT_EQ(a().isBBUPresent(&present), kFail);
-    EXPECT_TRUE(present);
-    EXPECT_EQ(a().isBatteryHWPresent(), 0);
 }
 
 } // namespace
