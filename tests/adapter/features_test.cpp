@@ -318,12 +318,14 @@ TEST_F(FeaturesTest, RequestBytesOfEachFamily) {
 }
 
 TEST_F(FeaturesTest, WritesCarryTheCallersBytesThenZeros) {
-    // Nothing to write, or more than the record holds: refused, nothing sent.
+    // Nothing to write, more than the record holds, or no room for a read: refused, nothing sent.
     const unsigned char cert[] = {'C', 'E', 'R', 'T'};
     const Bytes big(17, 1);
+    unsigned int length = 0;
     EXPECT_EQ(a().setOOBInfo(big.data(), 17), -1);
     EXPECT_EQ(a().setFirmwareDebug(nullptr, 4), -1);
     EXPECT_EQ(a().importCSR(cert, 0), -1);
+    EXPECT_EQ(a().getDPMCfg(nullptr, &length), -1);
     EXPECT_TRUE(ctrl.requests().empty());
 
     // setAutoConfigParam sends its value in byte 0 of the record.
