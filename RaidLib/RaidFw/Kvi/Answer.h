@@ -20,51 +20,49 @@ inline ArrayList<unsigned char>* newList() {
     return new (std::nothrow) ArrayList<unsigned char>(ArrayList<unsigned char>::kDefaultCapacity);
 }
 
-// The opening of the queries that read the cached controller information or
-// manufacturing defaults themselves: the entry line, -1 for a null
-// out-pointer, then the load. Null when either fails, with the status in *rc.
+// The opening of the queries that read a cached record themselves: the entry
+// line, -1 for a null out-pointer, then `load`. Null when either fails, with
+// the status in *rc.
+template <typename Record, typename T>
+const Record* enterRecord(AdapterDataKvi& a, const Record* (AdapterDataKvi::*load)(int*),
+                          const char* name, const T* out, int* rc) {
+    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
+    if (out == nullptr) {
+        *rc = -1;
+        return nullptr;
+    }
+    return (a.*load)(rc);
+}
 template <typename T>
 const KV_CTRL_INFO* enterInfo(AdapterDataKvi& a, const char* name, const T* out, int* rc) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        *rc = -1;
-        return nullptr;
-    }
-    return a.ctrlInfoOrStatus(rc);
+    return enterRecord(a, &AdapterDataKvi::ctrlInfoOrStatus, name, out, rc);
 }
-
-// A report section (or query) built from the cached controller information:
-// the entry line, then the load, whose failure status is returned at once
-// (with no exit line); else what `build(info)` returns.
-template <typename Build> int infoSection(AdapterDataKvi& a, const char* name, Build build) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    int rc = 0;
-    const KV_CTRL_INFO* info = a.ctrlInfoOrStatus(&rc);
-    if (info == nullptr) {
-        return rc;
-    }
-    return build(*info);
-}
-
-// The same from the cached manufacturing defaults.
-template <typename Build> int mfcSection(AdapterDataKvi& a, const char* name, Build build) {
-    DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    int rc = 0;
-    const KV_MFC_DEFAULTS* mfc = a.mfcDefaultsOrStatus(&rc);
-    if (mfc == nullptr) {
-        return rc;
-    }
-    return build(*mfc);
-}
-
 template <typename T>
 const KV_MFC_DEFAULTS* enterMfc(AdapterDataKvi& a, const char* name, const T* out, int* rc) {
+    return enterRecord(a, &AdapterDataKvi::mfcDefaultsOrStatus, name, out, rc);
+}
+
+// A report section (or query) built from a cached record: the entry line,
+// then `load`, whose failure status is returned at once (with no exit line);
+// else what `build(record)` returns.
+template <typename Record, typename Build>
+int recordSection(AdapterDataKvi& a, const Record* (AdapterDataKvi::*load)(int*), const char* name,
+                  Build build) {
     DEBUG_LOG(INFO, "Entering AdapterDataKvi::%s", name);
-    if (out == nullptr) {
-        *rc = -1;
-        return nullptr;
+    int rc = 0;
+    const Record* record = (a.*load)(&rc);
+    if (record == nullptr) {
+        return rc;
     }
-    return a.mfcDefaultsOrStatus(rc);
+    return build(*record);
+}
+// From the cached controller information.
+template <typename Build> int infoSection(AdapterDataKvi& a, const char* name, Build build) {
+    return recordSection(a, &AdapterDataKvi::ctrlInfoOrStatus, name, build);
+}
+// From the cached manufacturing defaults.
+template <typename Build> int mfcSection(AdapterDataKvi& a, const char* name, Build build) {
+    return recordSection(a, &AdapterDataKvi::mfcDefaultsOrStatus, name, build);
 }
 
 // The opening of the queries that go on from a loaded record themselves: the
@@ -154,18 +152,26 @@ int loadedChange(const char* name, Load load, Change change) {
     return 0;
 }
 
-// An answer taken from the cached controller information.
-template <typename T, typename Pick>
-int infoAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    const KV_CTRL_INFO* info = nullptr;
+// An answer taken from a cached record, loaded by `load` (which reports why
+// it could not).
+template <typename Record, typename T, typename Pick>
+int recordAnswer(AdapterDataKvi& a, const Record* (AdapterDataKvi::*load)(int*), const char* name,
+                 T* out, Pick pick) {
+    const Record* record = nullptr;
     return loadedAnswer(
         name, out,
         [&] {
             int rc = 0;
-            info = a.ctrlInfoOrStatus(&rc);
+            record = (a.*load)(&rc);
             return rc;
         },
-        [&] { return pick(*info); });
+        [&] { return pick(*record); });
+}
+
+// An answer taken from the cached controller information.
+template <typename T, typename Pick>
+int infoAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
+    return recordAnswer(a, &AdapterDataKvi::ctrlInfoOrStatus, name, out, pick);
 }
 
 // Like infoAnswer, for the argument-less queries that return the answer: 1
@@ -185,15 +191,7 @@ template <typename Pick> int infoFlag(AdapterDataKvi& a, const char* name, Pick 
 // An answer taken from the cached manufacturing defaults.
 template <typename T, typename Pick>
 int mfcAnswer(AdapterDataKvi& a, const char* name, T* out, Pick pick) {
-    const KV_MFC_DEFAULTS* mfc = nullptr;
-    return loadedAnswer(
-        name, out,
-        [&] {
-            int rc = 0;
-            mfc = a.mfcDefaultsOrStatus(&rc);
-            return rc;
-        },
-        [&] { return pick(*mfc); });
+    return recordAnswer(a, &AdapterDataKvi::mfcDefaultsOrStatus, name, out, pick);
 }
 
 // The start of a schedule change that takes an excluded-drive list: a list
