@@ -19,44 +19,34 @@ struct ReportSection {
 
 // In the order `show all` prints them. The summary comes first and is what
 // plain `show` prints; `show all` skips it because its members repeat the
-// basic and bus sections.
+// basic and bus sections. A row: token, title, the AdapterData member, the
+// section's typed-value table.
+#define KVI_SECTION(token, title, member, values)                                                  \
+    { token, title, #member, &AdapterData::member, &kvi::reports::values }
 inline constexpr ReportSection kReportSections[] = {
-    {"summary", "Summary", "getBasicCtrlInfo", &AdapterData::getBasicCtrlInfo,
-     &kvi::reports::kSummaryValues},
-    {"basic", "Basics", "getShowBasic", &AdapterData::getShowBasic, &kvi::reports::kBasicValues},
-    {"version", "Version", "getShowVersion", &AdapterData::getShowVersion,
-     &kvi::reports::kVersionValues},
-    {"bus", "Bus", "getShowBus", &AdapterData::getShowBus, &kvi::reports::kBusValues},
-    {"images", "Pending Images", "getShowPendingImages", &AdapterData::getShowPendingImages,
-     &kvi::reports::kPendingImagesValues},
-    {"dual-images", "Firmware Images", "getShowDualImages", &AdapterData::getShowDualImages,
-     &kvi::reports::kDualImagesValues},
-    {"status", "Status", "getShowStatus", &AdapterData::getShowStatus,
-     &kvi::reports::kStatusValues},
-    {"adapter-ops", "Supported Controller Operations", "getShowSupportedAdpOperations",
-     &AdapterData::getShowSupportedAdpOperations, &kvi::reports::kAdapterOpsValues},
-    {"pd-ops", "Supported Drive Operations", "getShowSupportedPDOperations",
-     &AdapterData::getShowSupportedPDOperations, &kvi::reports::kPdOpsValues},
-    {"vd-ops", "Supported Virtual Drive Operations", "getShowSupportedVDOperations",
-     &AdapterData::getShowSupportedVDOperations, &kvi::reports::kVdOpsValues},
-    {"ekm", "Key Management", "getSecureEKMSDetails", &AdapterData::getSecureEKMSDetails,
-     &kvi::reports::kEkmValues},
-    {"hwcfg", "Hardware Configuration", "getShowHwConfig", &AdapterData::getShowHwConfig,
-     &kvi::reports::kHwConfigValues},
-    {"policies", "Policies", "getShowPolicies", &AdapterData::getShowPolicies,
-     &kvi::reports::kPoliciesValues},
-    {"boot", "Boot", "getShowBoot", &AdapterData::getShowBoot, &kvi::reports::kBootValues},
-    {"ha", "High Availability", "getShowClusterInfo", &AdapterData::getShowClusterInfo,
-     &kvi::reports::kClusterValues},
-    {"tasks", "Scheduled Tasks", "getShowNextSchdTask", &AdapterData::getShowNextSchdTask,
-     &kvi::reports::kTasksValues},
-    {"secure-boot", "Secure Boot", "getSecureBootDetails", &AdapterData::getSecureBootDetails,
-     &kvi::reports::kSecureBootValues},
-    {"defaults", "Defaults", "getShowDefaults", &AdapterData::getShowDefaults,
-     &kvi::reports::kDefaultsValues},
-    {"capabilities", "Capabilities", "getShowCapabilities", &AdapterData::getShowCapabilities,
-     &kvi::reports::kCapabilitiesValues},
+    KVI_SECTION("summary", "Summary", getBasicCtrlInfo, kSummaryValues),
+    KVI_SECTION("basic", "Basics", getShowBasic, kBasicValues),
+    KVI_SECTION("version", "Version", getShowVersion, kVersionValues),
+    KVI_SECTION("bus", "Bus", getShowBus, kBusValues),
+    KVI_SECTION("images", "Pending Images", getShowPendingImages, kPendingImagesValues),
+    KVI_SECTION("dual-images", "Firmware Images", getShowDualImages, kDualImagesValues),
+    KVI_SECTION("status", "Status", getShowStatus, kStatusValues),
+    KVI_SECTION("adapter-ops", "Supported Controller Operations", getShowSupportedAdpOperations,
+                kAdapterOpsValues),
+    KVI_SECTION("pd-ops", "Supported Drive Operations", getShowSupportedPDOperations, kPdOpsValues),
+    KVI_SECTION("vd-ops", "Supported Virtual Drive Operations", getShowSupportedVDOperations,
+                kVdOpsValues),
+    KVI_SECTION("ekm", "Key Management", getSecureEKMSDetails, kEkmValues),
+    KVI_SECTION("hwcfg", "Hardware Configuration", getShowHwConfig, kHwConfigValues),
+    KVI_SECTION("policies", "Policies", getShowPolicies, kPoliciesValues),
+    KVI_SECTION("boot", "Boot", getShowBoot, kBootValues),
+    KVI_SECTION("ha", "High Availability", getShowClusterInfo, kClusterValues),
+    KVI_SECTION("tasks", "Scheduled Tasks", getShowNextSchdTask, kTasksValues),
+    KVI_SECTION("secure-boot", "Secure Boot", getSecureBootDetails, kSecureBootValues),
+    KVI_SECTION("defaults", "Defaults", getShowDefaults, kDefaultsValues),
+    KVI_SECTION("capabilities", "Capabilities", getShowCapabilities, kCapabilitiesValues),
 };
+#undef KVI_SECTION
 
 inline constexpr std::size_t kReportSectionCount =
     sizeof kReportSections / sizeof kReportSections[0];
