@@ -88,6 +88,11 @@ struct Case {
 };
 // Runs a row and checks it; the result for further checks.
 Result expectCase(const Case& c);
+// Runs and checks every row of a table.
+template <std::size_t N> void expectCases(const Case (&rows)[N]) {
+    for (const Case& c : rows)
+        expectCase(c);
+}
 // Checks that `text` holds the '\t'-separated fragments of `fragments`.
 void expectFragments(const std::string& what, const std::string& text,
                      const std::string& fragments);

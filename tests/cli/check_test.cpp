@@ -16,35 +16,32 @@ namespace {
 // Failures before any controller is read (usage errors, a backend or capture
 // that cannot be opened, no such controller) follow the plugin convention for
 // check only: one UNKNOWN line with the reason, no performance data, exit 3.
+// A profile made degraded (exit 1) or failing (exit 2) by its records: the
+// finding names the row.
+#define WARNS(finding, records)                                                                    \
+    { finding, "@P check", 1, "KVICTL WARNING - \t" finding, "", REC(records) }
+#define CRITICAL(finding, records)                                                                 \
+    { finding, "@P check", 2, "KVICTL CRITICAL - \t" finding, "", REC(records) }
 #define EARLY(args, reason)                                                                        \
     { args, args, 3, "KVICTL UNKNOWN - \t! | \t" reason, reason }
 
 // The table of docs/MONITORING.md, row by row (a healthy controller: the
 // golden check.txt of e2e_test.cpp); the state word starts the one summary line.
 const clitest::Case kCases[] = {
-    {"degraded virtual drive", "@P check", 1, "KVICTL WARNING - \t1 degraded virtual drive", "",
-     REC(R"({"KV_CTRL_INFO": {"ldDegradedCount": 1}})")},
-    {"failed disk", "@P check", 1, "KVICTL WARNING - \t2 failed disks", "",
-     REC(R"({"KV_CTRL_INFO": {"pdDiskFailedCount": 2}})")},
-    {"predictive failure", "@P check", 1, "KVICTL WARNING - \t1 disk predicting failure", "",
-     REC(R"({"KV_CTRL_INFO": {"pdDiskPredFailureCount": 1}})")},
-    {"battery replace pack", "@P check", 1, "KVICTL WARNING - \tbattery needs replacement", "",
-     REC(R"({"KV_BBU_STATUS": {"fwStatus": 1024}})")},
-    {"battery learn failed", "@P check", 1, "KVICTL WARNING - \tbattery learn cycle failed", "",
-     REC(R"({"KV_BBU_STATUS": {"fwStatus": 128}})")},
-    {"battery degraded", "@P check", 1, "KVICTL WARNING - \tbattery degraded", "",
-     REC(R"({"KV_BBU_STATUS": {"fwStatus": 2048}})")},
-    {"pinned cache", "@P check", 1, "KVICTL WARNING - \tpinned cache", "",
-     REC(R"({"KV_CTRL_INFO": {"adapterStatus.cacheIsPinned": 1}})")},
-    {"uncorrectable memory", "@P check", 1, "KVICTL WARNING - \t3 uncorrectable memory errors", "",
-     REC(R"({"KV_CTRL_INFO": {"memUnCorrectableErrorCount": 3}})")},
-    {"offline virtual drive", "@P check", 2, "KVICTL CRITICAL - \t1 offline virtual drive", "",
-     REC(R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})")},
-    {"lock key failed", "@P check", 2, "KVICTL CRITICAL - \tlock key failed", "",
-     REC(R"({"KV_CTRL_INFO": {"adapterStatus.lockKeyAssigned": 1,
-                              "adapterStatus.lockKeyFailed": 1}})")},
-    {"safe mode", "@P check", 2, "KVICTL CRITICAL - \tsafe mode", "",
-     REC(R"({"KV_CTRL_INFO": {"adapterStatus.safeModeBoot": 1}})")},
+    WARNS("1 degraded virtual drive", R"({"KV_CTRL_INFO": {"ldDegradedCount": 1}})"),
+    WARNS("2 failed disks", R"({"KV_CTRL_INFO": {"pdDiskFailedCount": 2}})"),
+    WARNS("1 disk predicting failure", R"({"KV_CTRL_INFO": {"pdDiskPredFailureCount": 1}})"),
+    WARNS("battery needs replacement", R"({"KV_BBU_STATUS": {"fwStatus": 1024}})"),
+    WARNS("battery learn cycle failed", R"({"KV_BBU_STATUS": {"fwStatus": 128}})"),
+    WARNS("battery degraded", R"({"KV_BBU_STATUS": {"fwStatus": 2048}})"),
+    WARNS("pinned cache", R"({"KV_CTRL_INFO": {"adapterStatus.cacheIsPinned": 1}})"),
+    WARNS("3 uncorrectable memory errors",
+          R"({"KV_CTRL_INFO": {"memUnCorrectableErrorCount": 3}})"),
+    CRITICAL("1 offline virtual drive", R"({"KV_CTRL_INFO": {"ldOfflineCount": 1}})"),
+    CRITICAL(
+        "lock key failed",
+        R"({"KV_CTRL_INFO": {"adapterStatus.lockKeyAssigned": 1, "adapterStatus.lockKeyFailed": 1}})"),
+    CRITICAL("safe mode", R"({"KV_CTRL_INFO": {"adapterStatus.safeModeBoot": 1}})"),
     {"critical outranks warning", "@P check", 2,
      "KVICTL CRITICAL - \t1 offline virtual drive, 1 degraded virtual drive", "",
      REC(R"({"KV_CTRL_INFO": {"ldDegradedCount": 1, "ldOfflineCount": 1}})")},
@@ -72,12 +69,9 @@ const clitest::Case kCases[] = {
      "KVICTL OK - \t: ok"},
     {"battery threshold", "--sim check --warn battery=30 --crit battery=40", 1,
      "KVICTL WARNING - \tbattery temperature 31 C (warning at 30)"},
-    {"roc at its default warning", "@P check", 1,
-     "KVICTL WARNING - \tROC temperature 95 C (warning at 95)", "",
-     REC(R"({"KV_CTRL_INFO": {"temperatureROC": 95}})")},
-    {"hot controller", "@P check", 2,
-     "KVICTL CRITICAL - \tcontroller temperature 95 C (critical at 90)", "",
-     REC(R"({"KV_CTRL_INFO": {"temperatureCtrl": 95}})")},
+    WARNS("ROC temperature 95 C (warning at 95)", R"({"KV_CTRL_INFO": {"temperatureROC": 95}})"),
+    CRITICAL("controller temperature 95 C (critical at 90)",
+             R"({"KV_CTRL_INFO": {"temperatureCtrl": 95}})"),
     EARLY("--sim check --warn 90 --crit 80", "must be below its critical one"),
     EARLY("--sim check --warning controller=95",
           "controller warning threshold (95) must be below its critical one (90)"),

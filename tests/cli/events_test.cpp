@@ -212,8 +212,7 @@ TEST(Events, JsonTimesAndRefusedOptions) {
         REFUSED("follow --max 3", "--max"),
     };
 #undef REFUSED
-    for (const clitest::Case& c : cases)
-        clitest::expectCase(c);
+    clitest::expectCases(cases);
 }
 
 // events follow on a state file prints what another kvictl run on the same

@@ -393,8 +393,7 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
         {"unreadable status in check JSON", "@P -o json check", 3, R"("state": "unknown")", "",
          R"("fail": {"KV_DCMD_CTRL_GET_INFO": 4})"},
     };
-    for (const clitest::Case& c : refused)
-        clitest::expectCase(c);
+    clitest::expectCases(refused);
     for (const std::string& p : {state, state + ".lock", victim, link, fifo, big})
         std::remove(p.c_str());
 }

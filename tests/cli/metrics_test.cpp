@@ -106,8 +106,7 @@ TEST(MetricsE2E, ValuesFollowTheProfile) {
     };
 #undef C0
 #undef C0_
-    for (const clitest::Case& c : cases)
-        clitest::expectCase(c);
+    clitest::expectCases(cases);
 }
 
 // A read that fails leaves its series out; the rest is still a valid file,

@@ -144,8 +144,7 @@ TEST(Replay, CaptureContents) {
         {"a redacted request replays", "--replay @C security verify --passphrase-file -", 0, "", "",
          "", "", CREATE "; " KEYED " security verify --passphrase-file -", SECRET},
     };
-    for (const clitest::Case& c : cases)
-        clitest::expectCase(c);
+    clitest::expectCases(cases);
 }
 
 } // namespace
