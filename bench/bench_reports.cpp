@@ -118,31 +118,22 @@ void setRequests(benchmark::State& state, std::uint64_t before, std::uint64_t af
         benchmark::Counter(static_cast<double>(after - before), benchmark::Counter::kAvgIterations);
 }
 
-// Every section of `show all` against the instant controller.
+// Every section of `show all` against the instant controller; with argument
+// 1 also rendered as text and as JSON.
 void BM_ShowAllSections(benchmark::State& state) {
+    const bool rendered = state.range(0) != 0;
     MemoBackend& memo = *rig().memo;
-    buildSections(memo, kFirstShowAll, kSections, false); // fill the memory
-    const std::uint64_t before = memo.requests();
-    for (auto _ : state) {
-        buildSections(memo, kFirstShowAll, kSections, false);
-    }
-    setRequests(state, before, memo.requests());
-}
-BENCHMARK(BM_ShowAllSections);
-
-// The same, rendered as text and as JSON.
-void BM_ShowAllSectionsRendered(benchmark::State& state) {
-    MemoBackend& memo = *rig().memo;
-    buildSections(memo, kFirstShowAll, kSections, true);
+    buildSections(memo, kFirstShowAll, kSections, rendered); // fill the memory
     const std::uint64_t before = memo.requests();
     std::size_t bytes = 0;
     for (auto _ : state) {
-        bytes += buildSections(memo, kFirstShowAll, kSections, true);
+        bytes += buildSections(memo, kFirstShowAll, kSections, rendered);
     }
     setRequests(state, before, memo.requests());
-    state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
+    if (rendered)
+        state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
 }
-BENCHMARK(BM_ShowAllSectionsRendered);
+BENCHMARK(BM_ShowAllSections)->ArgName("rendered")->Arg(0)->Arg(1);
 
 // The same against the live simulator (its request handling included).
 void BM_ShowAllSectionsSimulator(benchmark::State& state) {
