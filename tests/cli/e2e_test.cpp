@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <sstream>
 
 #include "Run.h"
 #include "tests/support/ScratchDir.h"
@@ -223,6 +224,24 @@ const Case kCases[] = {
     REFUSED("malformed time", "patrol set 'start=2025-02-30 10:00'", "not a local time"),
     {"last day of a month", "--sim --dry-run patrol set 'start=2025-01-31 10:00'", 0,
      "2025-01-31 10:00 (not sent: dry run)"},
+    {"the first schedulable year", "--sim --dry-run patrol set 'start=2000-01-01 00:00'", 0,
+     "2000-01-01 00:00 (not sent: dry run)"},
+    {"a leap day", "--sim --dry-run patrol set 'start=2024-02-29 10:00'", 0,
+     "2024-02-29 10:00 (not sent: dry run)"},
+    {"a zone offset without a colon", "--sim events list --since 2023-11-14T10:00+0100", 0,
+     "Sequence"},
+    {"link speed 3", "--sim --dry-run topology set-link-speed 1 3", 0,
+     "mailbox 010200000000000000000000"},
+    {"link speed 12", "--sim --dry-run topology set-link-speed 1 12", 0,
+     "mailbox 010800000000000000000000"},
+    {"a patrol read paused by the user", "@P patrol", 0, "State                 = user_paused", "",
+     R"("records": {"KV_PR_STATUS": {"state": 4}})"},
+    {"a battery of type 4", "@P bbu", 0, "Type                     = itbbu3", "",
+     R"("records": {"KV_BBU_STATUS": {"batteryType": 4}})"},
+    {"exclusions are read before a change", "--sim --sim-state @S --dry-run cc set exclude=4,1", 0,
+     "exclude = 1,4 (unchanged)", "", "", "", "--sim --sim-state @S cc set exclude=4,1"},
+    {"events count without the log information", "@P events count", 1, "",
+     "reading the event log information failed", R"("fail": {"KV_DCMD_CTRL_EVENT_GET_INFO": 4})"},
     {"last schedulable year", "--sim --dry-run patrol set 'start=2105-12-31 23:59'", 0,
      "2105-12-31 23:59 (not sent: dry run)"},
     REFUSED("beyond the last schedulable year", "patrol set 'start=2106-01-01 00:00'",
@@ -420,6 +439,22 @@ const Case kCases[] = {
     {"next learn in UTC, metric", "@P metrics", 0,
      "kvictl_battery_next_learn_timestamp_seconds{controller=\"0\"} 1782907200\n", "", LEARN_JULY},
 };
+
+// Every record `raw` names reads whole on the default profile or, for the
+// short schedule forms, on the previous generation.
+TEST(Cli, RawReadsEveryRecordItNames) {
+    const std::string help = runKvictl({"raw", "--help"}).out;
+    std::istringstream names(help.substr(help.find("Records: ") + 9));
+    int records = 0;
+    for (std::string name; names >> name && name != "Examples:"; ++records) {
+        if (name.back() == ',')
+            name.pop_back();
+        EXPECT_TRUE(runKvictl({"--sim", "raw", name}).exitCode == 0 ||
+                    runKvictl({"--sim=previous-gen", "raw", name}).exitCode == 0)
+            << name;
+    }
+    EXPECT_GE(records, 28);
+}
 
 TEST(Cli, BehaviourTable) {
     for (const Case& c : kCases) {

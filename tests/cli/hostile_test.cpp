@@ -284,6 +284,17 @@ TEST(Hostile, NothingLostNothingSilentlyWrong) {
                                                   {"Secret-pass1\n", "Secret-pass2\n"}, echo);
              EXPECT_NE(twice.find("Passphrase again: "), std::string::npos) << twice;
              EXPECT_NE(twice.find("the two passphrases differ"), std::string::npos) << twice;
+             // A passphrase to check is typed once; a named file is read, not the terminal.
+             const std::string once = onTerminal({"--sim", "-y", "security", "verify"},
+                                                 {"Secret-pass1\n", "Secret-pass1\n"}, echo);
+             EXPECT_NE(once.find("Passphrase: "), std::string::npos) << once;
+             EXPECT_EQ(once.find("again"), std::string::npos) << once;
+             const std::string file = tempPath("hostile-pass");
+             writeFile(file, "Secret-pass1\n");
+             const std::string named =
+                 onTerminal({"--sim", "-y", "security", "verify", "--passphrase-file", file},
+                            {"Secret-pass1\n"}, echo);
+             EXPECT_EQ(named.find("Passphrase"), std::string::npos) << named;
          }},
         {"a capture replays in the other format; a cut-short last line is never half used",
          [&] {

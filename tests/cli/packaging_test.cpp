@@ -162,6 +162,7 @@ TEST(Docs, HelpManPageAndCompletionCoverEveryCommand) {
     for (const char* option : {"--sim-state FILE", "--since TIME", "--interval SECONDS"})
         EXPECT_NE(man.out.find(".TP\n.B " + roff(option) + "\n"), std::string::npos) << option;
     EXPECT_EQ(man.out.find(".B " + roff("--help")), std::string::npos);
+    EXPECT_NE(man.out.find("\n.RS\n.TP\n.B "), std::string::npos) << "option lists are indented";
     std::vector<std::string> lines;
     for (const auto& [path, subs] : tree) {
         SCOPED_TRACE("kvictl " + path);
