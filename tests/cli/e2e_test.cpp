@@ -228,6 +228,10 @@ const Case kCases[] = {
      "2000-01-01 00:00 (not sent: dry run)"},
     {"a leap day", "--sim --dry-run patrol set 'start=2024-02-29 10:00'", 0,
      "2024-02-29 10:00 (not sent: dry run)"},
+    // The zone puts the first event at local midnight.
+    {"a day starts at midnight", "TZ=XXX-1:46:40 --sim events list --since 2023-11-14", 0,
+     "1           2023-11-14 00:00:00"},
+    REFUSED("verify takes no key id", "security verify --key-id rack1", "--key-id"),
     {"a zone offset without a colon", "--sim events list --since 2023-11-14T10:00+0100", 0,
      "Sequence"},
     {"link speed 3", "--sim --dry-run topology set-link-speed 1 3", 0,

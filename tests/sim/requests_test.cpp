@@ -296,9 +296,8 @@ TEST_F(SimTest, BatteryLearnCycleRunsForThreeStatusReads) {
     };
     ASSERT_EQ(send(c(), KV_DCMD_BBU_LEARN).status, 0);
     EXPECT_EQ(send(c(), KV_DCMD_BBU_LEARN).status, kvi::sim::kStatusBusy);
-    EXPECT_TRUE(learning());
-    learning();
-    learning();
+    for (int read = 1; read <= 3; ++read)
+        EXPECT_TRUE(learning()) << "status read " << read;
     EXPECT_FALSE(learning());
     KV_BBU_PROPERTIES p = as<KV_BBU_PROPERTIES>(send(c(), KV_DCMD_BBU_PROPERTIES_GET));
     EXPECT_EQ(p.lastSuccessfulLearnTime, kFwNow);
