@@ -326,6 +326,8 @@ TEST_F(FeaturesTest, WritesCarryTheCallersBytesThenZeros) {
     EXPECT_EQ(a().setFirmwareDebug(nullptr, 4), -1);
     EXPECT_EQ(a().importCSR(cert, 0), -1);
     EXPECT_EQ(a().getDPMCfg(nullptr, &length), -1);
+    EXPECT_EQ(a().getLDSpanList(nullptr, &length), -1);
+    EXPECT_EQ(a().getConfigPageGeneric(1, 0, 0, nullptr, &length), -1);
     EXPECT_TRUE(ctrl.requests().empty());
 
     // setAutoConfigParam sends its value in byte 0 of the record.

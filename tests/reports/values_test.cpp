@@ -87,6 +87,8 @@ const std::vector<Case> kCases = {
     {{"M", "m", Kind::Size, nullptr, kvi::reports::kGiB, kvi::reports::kKiB},
      json::String("1.00 MB"),
      R"({"m":1073741824})"},
+    // A unit name that begins a word is no unit: the first number a unit follows.
+    {{"M", "m", Kind::Size}, json::String("1 Bank, 512 MB"), R"({"m":536870912})"},
     {{"M", "m", Kind::Duration}, json::String("4s"), R"({"m":4})"},
     {{"M", "m", Kind::Rate}, json::String("0x07 (Unrecognized Link Rate)"), R"({"m":null})"},
     {{"M", "m", Kind::Bool}, json::String("Not Supported"), R"({"m":false})"},
@@ -95,6 +97,9 @@ const std::vector<Case> kCases = {
      json::String("07/01/2026, 12:00:00"),
      R"({"m":"2026-07-01T12:00:00+00:00","m_epoch_seconds":1782907200})"},
     {{"M", "m", Kind::LocalTime}, json::String("NA"), R"({"m":null,"m_epoch_seconds":null})"},
+    {{"M", "m", Kind::LocalTime},
+     json::String("12/31/1969, 23:59:58"),
+     R"({"m":"1969-12-31T23:59:58+00:00","m_epoch_seconds":-2})"},
     {{"M", "m", Kind::LocalTime},
      json::String("13/01/2026, 12:00:00"),
      R"({"m":null,"m_epoch_seconds":null})",
