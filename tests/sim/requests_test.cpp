@@ -111,6 +111,7 @@ TEST_F(SimTest, ShortRepliesHoldExactlyTheirBytes) {
          16,
          {0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
          "class 1: NV cache erased"},
+        {"self check", KV_DCMD_CTRL_DIAG_SELF_CHECK, {}, 0, {}, "Controller self check started"},
     };
     for (const ReplyCase& rc : cases) {
         SCOPED_TRACE(rc.what);
@@ -251,6 +252,7 @@ TEST_F(SimTest, PatrolReadStateMachine) {
     EXPECT_EQ(lastEvent(), "Patrol Read complete");
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_START).status, 0);
     ASSERT_EQ(send(c(), KV_DCMD_CTRL_PR_STOP).status, 0);
+    EXPECT_EQ(lastEvent(), "Patrol Read stopped");
     EXPECT_EQ(status().state, 0);
     // A pass covers at most the 255 drives its 32-byte drive map can name.
     c().state().info.pdDiskPresentCount = 300;

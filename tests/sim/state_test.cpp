@@ -2,6 +2,7 @@
 // atomic and a corrupt file is refused and kept.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -166,18 +167,37 @@ TEST_F(SimState, CorruptFilesAreRefusedAndKept) {
         expectRefused("");
         EXPECT_EQ(read(), text);
     }
-    // A damaged field is named.
-    {
-        Simulator sim{Clock(kNow)};
-        sim.load("default");
-        sim.saveState(path_);
+    // A damaged field is named: the text after `field` becomes `value`, up to `end`.
+    const struct {
+        const char* field;
+        const char* end;
+        const char* value;
+        const char* message;
+    } damaged[] = {
+        {"\"KV_BIOS_DATA\": \"", "\"", nullptr,
+         "controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex"},
+        {"\"alarmState\": ", ",", "3", "controllers[0].alarmState: out of range"},
+        {"\"captured\": [", "]", "4294967296",
+         "controllers[0].captured: expected sequence numbers"},
+    };
+    for (const auto& d : damaged) {
+        SCOPED_TRACE(d.field);
+        {
+            Simulator sim{Clock(kNow)};
+            sim.load("default");
+            sim.saveState(path_);
+        }
+        std::string text = read();
+        const std::size_t at = text.find(d.field);
+        ASSERT_NE(at, std::string::npos);
+        const std::size_t from = at + std::strlen(d.field);
+        if (d.value == nullptr)
+            text.erase(from, 2); // one byte short
+        else
+            text.replace(from, text.find(d.end, from) - from, d.value);
+        { std::ofstream(path_) << text; }
+        expectRefused(d.message);
     }
-    std::string text = read();
-    const std::size_t at = text.find("\"KV_BIOS_DATA\": \"");
-    ASSERT_NE(at, std::string::npos);
-    text.erase(at + 17, 2); // one byte short
-    { std::ofstream(path_) << text; }
-    expectRefused("controllers[0].blocks.KV_BIOS_DATA: expected 64 bytes of hex");
 }
 
 TEST_F(SimState, MissingFileIsAnErrorButMayBeCreated) {
