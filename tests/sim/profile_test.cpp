@@ -43,12 +43,17 @@ TEST(SimProfiles, ProfileSetsArrayElementsNegativesAndLists) {
     auto st = kvi::sim::buildFromProfileText(R"({
         "base": "entry",
         "records": {"KV_CTRL_INFO": {"deviceInterface.portAddr[2]": "0x5000000000000abc"},
-                    "KV_BBU_STATUS": {"current": -120}},
+                    "KV_BBU_STATUS": {"current": -120},
+                    "KV_BIOS_DATA": {"reserved[51]": 7}},
         "mux": [1, 3]
     })",
                                              "example.json", "", clock);
     EXPECT_EQ(st->info.deviceInterface.portAddr[2], 0x5000000000000abcULL);
     EXPECT_EQ(st->bbu.current, -120);
+    std::uint8_t biosSum = 0; // the checksum covers every byte before it
+    for (std::size_t i = 0; i < sizeof st->bios; ++i)
+        biosSum = std::uint8_t(biosSum + reinterpret_cast<const std::uint8_t*>(&st->bios)[i]);
+    EXPECT_EQ(biosSum, 0);
     kvi::sim::SimController c(std::move(st), &clock);
     EXPECT_EQ(as<KV_SAS_MUX_LIST>(send(c, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST)).sasMuxMode[1], 3);
 }
