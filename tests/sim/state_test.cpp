@@ -76,6 +76,8 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
         sim.saveState(path_);
     }
     EXPECT_EQ(read().find("Keep#It#9"), std::string::npos) << "no passphrase in the state file";
+    // The salt comes from the serial number, the newest event and the key id: the same every run.
+    EXPECT_NE(read().find(R"("salt": "930bec301fe88784")"), std::string::npos);
     EXPECT_EQ(files(), std::vector<std::string>{"state.json"}) << "no temporary file left behind";
 
     Simulator sim{Clock(kNow)};
