@@ -15,7 +15,7 @@
 #include "provider/RaidManager.h"
 #include "provider/System.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/LogCapture.h" // ProcessInputsGuard, ProviderOffGuard
 
 namespace {
 
@@ -69,32 +69,23 @@ TEST(RaidManager, StatusDerivedFromControllerInformation) {
     }
 }
 
-TEST(RaidManager, QueryReadsControllerInformationOnce) {
-    FakeController ctrl;
+TEST(RaidManager, OneManagerPerControllerReadsControllerInformationOnce) {
+    FakeController ctrl, other;
     auto info = infoWith({kLdDegraded});
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(*info));
     RaidManager* manager = RaidManager::getInstance(&ctrl);
     ASSERT_NE(manager, nullptr);
+    EXPECT_EQ(manager, RaidManager::getInstance(&ctrl));
+    EXPECT_NE(manager, RaidManager::getInstance(&other));
+    EXPECT_EQ(RaidManager::getInstance(&other)->controller(), &other);
+    EXPECT_EQ(RaidManager::getInstance(nullptr), nullptr);
     EXPECT_EQ(manager->getControllerStatus(), CONTROLLER_STATUS_NEED_ATTN);
     ASSERT_EQ(ctrl.requests().size(), 1u);
-    const kvitest::FakeRequest& r = ctrl.requests()[0];
-    EXPECT_EQ(r.opcode, KV_DCMD_CTRL_GET_INFO);
-    EXPECT_EQ(r.callerLength, 0u);
-    EXPECT_EQ(r.length, 2464u);
-    EXPECT_EQ(r.capacity, 2464u);
-    EXPECT_EQ(r.mbox, kvitest::Mbox{});
-
+    EXPECT_EQ(ctrl.requests()[0].describe(),
+              "firmware 0x01010000 (KV_DCMD_CTRL_GET_INFO) mbox 00000000 00000000 "
+              "00000000 caller length 0 capacity 2464 -> length 2464 read status 0");
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(KVI_STAT_INVALID_DCMD));
     EXPECT_EQ(manager->getControllerStatus(), CONTROLLER_STATUS_FAILED);
-}
-
-TEST(RaidManager, OneManagerPerController) {
-    FakeController a;
-    FakeController b;
-    EXPECT_EQ(RaidManager::getInstance(&a), RaidManager::getInstance(&a));
-    EXPECT_NE(RaidManager::getInstance(&a), RaidManager::getInstance(&b));
-    EXPECT_EQ(RaidManager::getInstance(&b)->controller(), &b);
-    EXPECT_EQ(RaidManager::getInstance(nullptr), nullptr);
 }
 
 TEST(RaidManager, StatusNames) {
@@ -102,10 +93,9 @@ TEST(RaidManager, StatusNames) {
         int status;
         const char* name;
     };
-    const Row rows[] = {
-        {0, "optimal"}, {1, "needs_attention"}, {2, "safe_mode"}, {3, "certificate_provisioning"},
-        {15, "failed"}, {7, "unknown"},
-    };
+    const Row rows[] = {{0, "optimal"},   {1, "needs_attention"},
+                        {2, "safe_mode"}, {3, "certificate_provisioning"},
+                        {15, "failed"},   {7, "unknown"}};
     for (const Row& r : rows) {
         EXPECT_STREQ(RaidManager::controllerStatusName(r.status), r.name);
         EXPECT_GT(std::strlen(RaidManager::controllerStatusDescription(r.status)), 0u);
@@ -114,7 +104,7 @@ TEST(RaidManager, StatusNames) {
 
 // The report texts themselves are checked by the golden files (an OEM profile among them);
 // here: the OEM flag switches the battery entry, and entries outside the table are empty.
-TEST(ProcessInputs, ResourceEntries) {
+TEST(ProcessInputs, ResourceEntriesAndControllerType) {
     {
         kvitest::ProcessInputsGuard guard;
         EXPECT_STREQ(gResStr->entry(Resource::kBbuEntry), "BBU");
@@ -125,15 +115,11 @@ TEST(ProcessInputs, ResourceEntries) {
     }
     kvi::ProcessInputs inputs;
     inputs.isOEMhp = true;
+    inputs.controllerType = 1;
     kvitest::ProcessInputsGuard guard(inputs);
     EXPECT_TRUE(isOEMhp);
     EXPECT_STREQ(gResStr->entry(Resource::kBbuEntry), "Energy Pack");
-}
-
-TEST(ProcessInputs, ControllerTypeDefaultsToTheProcessWideType) {
-    kvi::ProcessInputs inputs;
-    inputs.controllerType = 1;
-    kvitest::ProcessInputsGuard guard(inputs);
+    // A controller's type defaults to the process-wide one.
     FakeController ctrl(ControllerId(2));
     ControllerId* id = ctrl.getControllerId();
     EXPECT_EQ(id->getControllerIndex(), 2u);
