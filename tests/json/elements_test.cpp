@@ -101,17 +101,16 @@ TEST(Elements, KindValueOrderAndFlagsDecideEquality) {
         UnknownElement a, b;
         bool equal;
     } cases[] = {
-        {"null, null", Null(), Null(), true},
-        {"same number", Number(1), Number(1), true},
-        {"other number", Number(1), Number(2), false},
-        {"signed and unsigned", Number(1), UNumber(1), false},
+        // clang-format off
+        {"null, null", Null(), Null(), true}, {"same number", Number(1), Number(1), true},
+        {"other number", Number(1), Number(2), false}, {"signed and unsigned", Number(1), UNumber(1), false},
         {"hex flag", Number(0x1000), Number(0x1000, Number::HexDump), false},
-        {"text and number", String("1"), Number(1), false},
-        {"null and empty text", Null(), String(""), false},
+        {"text and number", String("1"), Number(1), false}, {"null and empty text", Null(), String(""), false},
         {"same object", ObjectOf({{"A", 1}, {"B", 2}}), ObjectOf({{"A", 1}, {"B", 2}}), true},
         {"member order", ObjectOf({{"A", 1}, {"B", 2}}), ObjectOf({{"B", 2}, {"A", 1}}), false},
         {"extra member", ObjectOf({{"A", 1}}), ObjectOf({{"A", 1}, {"B", 2}}), false},
         {"empty object and array", Object(), Array(), false},
+        // clang-format on
     };
     for (const auto& c : cases) {
         EXPECT_EQ(c.equal, c.a == c.b) << c.name;

@@ -1,7 +1,8 @@
 // The linked list under the document: links between the sentinels, count,
-// removal of the first equal element, the shared past-end default. Deep copies
-// of lists are checked through the objects and arrays built on them
-// (elements_test).
+// removal of the first equal element, the shared past-end default (deep copies
+// of lists are checked through the objects and arrays built on them, in
+// elements_test); and the array list: order, growth, bounds and deep copies.
+#include "util/ArList.h"
 #include "json/List.h"
 #include "json/elements.h"
 
@@ -102,6 +103,40 @@ TEST(List, PastEndReadsOneSharedDefaultAndInsertStaysBeforeTail) {
     EXPECT_EQ(nullptr, p.element()); // the head sentinel
     a.makeEmpty();
     EXPECT_TRUE(WellFormed(a));
+}
+
+TEST(ArrayList, KeepsOrderGrowsRefusesOutOfRangeAndCopiesDeeply) {
+    ArrayList<unsigned short> list;
+    EXPECT_TRUE(list.isEmpty());
+    for (unsigned short v = 0; v < 9; v = static_cast<unsigned short>(v + 3)) {
+        list.add(static_cast<unsigned short>(v * 100));
+        list.Add(static_cast<unsigned short>(v * 100 + 100));
+        list.append(static_cast<unsigned short>(v * 100 + 200));
+    }
+    ASSERT_EQ(9u, list.getCount());
+    std::vector<unsigned short> seen(list.begin(), list.end());
+    for (unsigned short i = 0; i < 9; ++i) {
+        EXPECT_EQ(i * 100, list.get(i));
+        EXPECT_EQ(i * 100, seen[i]);
+    }
+    EXPECT_TRUE(list.contains(800));
+    EXPECT_FALSE(list.contains(801));
+    EXPECT_EQ(0, list.get(9));
+    EXPECT_EQ(0, list[1000]);
+    EXPECT_FALSE(list.set(9, 1));
+    EXPECT_TRUE(list.set(0, 50));
+    ArrayList<unsigned short> copy(list);
+    copy.set(0, 7);
+    copy.add(3);
+    ArrayList<unsigned short> assigned;
+    assigned = copy;
+    copy.clear();
+    EXPECT_EQ(50, list.get(0));
+    EXPECT_EQ(9u, list.getCount());
+    EXPECT_EQ(0u, copy.getCount());
+    EXPECT_EQ(10u, assigned.getCount());
+    EXPECT_EQ(7, assigned.get(0));
+    EXPECT_TRUE(assigned != list);
 }
 
 } // namespace
