@@ -2,8 +2,6 @@
 // Test helpers for the process-wide state of the provider: the debug log and
 // the process-wide inputs. Each installs on construction and restores what was
 // there on destruction.
-#include <algorithm>
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -34,11 +32,6 @@ public:
                 out.push_back(line.text);
         return out;
     }
-    std::size_t count(const std::string& text) const { // lines equal to text
-        const std::vector<std::string> all = texts();
-        return static_cast<std::size_t>(std::count(all.begin(), all.end(), text));
-    }
-    bool contains(const std::string& text) const { return count(text) > 0; }
     void clear() { sink_.clear(); }
 
 private:
