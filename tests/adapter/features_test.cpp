@@ -2,6 +2,8 @@
 // (bit positions written out from the record layout), where the arguments of the plain commands
 // go in the mailbox, two-pass list and page reads with their cap, write records, the private
 // loopback and SMP requests. The requests themselves are pinned by the simulator walk (tests/sim).
+#include <algorithm>
+
 #include "tests/adapter/AdapterFixture.h"
 #include "json/elements.h"
 
@@ -11,17 +13,11 @@ using namespace kvitest;
 
 constexpr std::uint32_t kCap = 1024u * 1024u;
 
-// Sets `width` bits starting at bit `bit` of the little-endian unit at byte `offset`.
-void setBits(Bytes& rec, std::size_t offset, unsigned bit, unsigned width) {
-    for (unsigned i = 0; i < width; ++i) {
-        const std::size_t abs = offset * 8 + bit + i;
-        rec[abs / 8] = static_cast<std::uint8_t>(rec[abs / 8] | (1u << (abs % 8)));
-    }
-}
-void clearBits(Bytes& rec, std::size_t offset, unsigned bit, unsigned width) {
-    for (unsigned i = 0; i < width; ++i) {
-        const std::size_t abs = offset * 8 + bit + i;
-        rec[abs / 8] = static_cast<std::uint8_t>(rec[abs / 8] & ~(1u << (abs % 8)));
+// Sets (or clears) `width` bits from bit `bit` of the little-endian unit at byte `offset`.
+void setBits(Bytes& rec, std::size_t offset, unsigned bit, unsigned width, bool on = true) {
+    for (std::size_t abs = offset * 8 + bit; abs < offset * 8 + bit + width; ++abs) {
+        const auto mask = static_cast<std::uint8_t>(1u << (abs % 8));
+        rec[abs / 8] = static_cast<std::uint8_t>(on ? rec[abs / 8] | mask : rec[abs / 8] & ~mask);
     }
 }
 
@@ -30,7 +26,7 @@ using FeaturesTest = AdapterFixture;
 // ---------------------------------------------------------------------------
 // The fixed answers
 
-enum class Src { Info, Prop, None };
+enum class Src { Info, Prop, Mfc };
 enum class Ret { Status, Answer }; // status + out-value, or the answer itself
 
 struct FixedRow {
@@ -69,7 +65,6 @@ const std::vector<FixedRow> kFixed = {
     {"isExtMfgVPDFlashSupported", Src::Info, {{2120, 5, 1}}, 1, Ret::Status, KVI_OUT(isExtMfgVPDFlashSupported, bool)},
     {"isNvmeErrorDeviceConnectorIndexSupported", Src::Info, {{2124, 6, 1}}, 1, Ret::Answer, ANSWER(isNvmeErrorDeviceConnectorIndexSupported)},
     {"isPISupported", Src::Info, {{1956, 0, 1}}, 1, Ret::Status, KVI_OUT(isPISupported, bool)},
-    {"isCtrlOstraQuorvex", Src::None, {}, 0, Ret::Answer, ANSWER(isCtrlOstraQuorvex)},
     // Counts and capabilities the properties and rules read.
     {"getEccBucketCount", Src::Info, {{1524, 0, 16}}, 0xFFFF, Ret::Status, KVI_OUT(getEccBucketCount, US)},
     {"getmemUnCorrectableErrorCount", Src::Info, {{1494, 0, 16}}, 0xFFFF, Ret::Status, KVI_OUT(getmemUnCorrectableErrorCount, US)},
@@ -99,103 +94,63 @@ const std::vector<FixedRow> kFixed = {
     {"islockKeyRebootRequired", Src::Info, {{1528, 6, 1}}, 1, Ret::Status, KVI_OUT(islockKeyRebootRequired, bool)},
     {"getlockKeyBinding", Src::Info, {{1930, 0, 8}}, 0xFF, Ret::Status, KVI_OUT(getlockKeyBinding, UC)},
     {"isSecurityKeyMismatch", Src::Info, {{2000, 8, 1}}, 1, Ret::Status, KVI_OUT(isSecurityKeyMismatch, UI)},
+    // The manufacturing defaults.
+    {"isPowerSavingsSupported", Src::Mfc, {{55, 0, 8}}, 0xFF, Ret::Status, KVI_OUT(isPowerSavingsSupported, UC)},
 };
 // clang-format on
 
+// Only the field set: the full answer, from one read. Everything but the field (or, for a
+// two-position answer, one of them missing): no answer. A failed load: its status and the
+// out-value untouched (an answer-only member answers 0).
 TEST_F(FeaturesTest, FixedAnswersReadTheirFieldAndNothingElse) {
     for (const FixedRow& row : kFixed) {
         SCOPED_TRACE(row.name);
-        const std::uint32_t opcode =
-            row.src == Src::Prop ? KV_DCMD_CTRL_PROPERTIES_GET : KV_DCMD_CTRL_GET_INFO;
-        const std::size_t size = row.src == Src::Prop ? 64 : 2464;
-        auto run = [&](const Bytes& rec, std::uint32_t& io) {
+        const std::uint32_t opcode = row.src == Src::Prop  ? KV_DCMD_CTRL_PROPERTIES_GET
+                                     : row.src == Src::Mfc ? KV_DCMD_CTRL_MFC_DEFAULTS_GET
+                                                           : KV_DCMD_CTRL_GET_INFO;
+        const std::size_t size = row.src == Src::Prop ? 64 : row.src == Src::Mfc ? 80 : 2464;
+        auto run = [&](const FakeAnswer& answer, std::uint32_t io, std::uint32_t want, int rc) {
             reset();
-            if (row.src == Src::Prop) {
-                ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
-            }
-            ctrl.answer(opcode, FakeAnswer::ok(rec));
-            return row.call(a(), io);
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
+            ctrl.answer(opcode, answer);
+            const int got = row.call(a(), io);
+            EXPECT_EQ(got, row.ret == Ret::Status ? rc : static_cast<int>(want));
+            EXPECT_EQ(io, row.ret == Ret::Status ? want : io);
         };
-        // Only the field set: the full answer.
         Bytes only(size, 0);
         for (const auto& p : row.pos) {
             setBits(only, p.offset, p.bit, p.width);
         }
-        std::uint32_t io = 0;
-        int rc = run(only, io);
-        if (row.ret == Ret::Status) {
-            EXPECT_EQ(rc, 0);
-            EXPECT_EQ(io, row.full);
-        } else {
-            EXPECT_EQ(rc, static_cast<int>(row.full));
-        }
-        if (row.src == Src::None) {
-            EXPECT_TRUE(ctrl.requests().empty());
-            continue;
-        }
+        run(FakeAnswer::ok(only), 0, row.full, 0);
         EXPECT_EQ(ctrl.count(opcode), 1u);
-
-        // Everything but the field (or, for a two-bit answer, one bit missing): no answer.
-        for (std::size_t missing = 0; missing < row.pos.size(); ++missing) {
+        for (const auto& p : row.pos) {
             Bytes others(size, 0xFF);
-            clearBits(others, row.pos[missing].offset, row.pos[missing].bit,
-                      row.pos[missing].width);
-            io = 0xA5;
-            rc = run(others, io);
-            if (row.ret == Ret::Status) {
-                EXPECT_EQ(rc, 0);
-                EXPECT_EQ(io, 0u);
-            } else {
-                EXPECT_EQ(rc, 0);
-            }
+            setBits(others, p.offset, p.bit, p.width, false);
+            run(FakeAnswer::ok(others), 0xA5, 0, 0);
         }
-
-        // A failed load: its status, the out-value untouched (or answer 0).
-        reset();
-        if (row.src == Src::Prop) {
-            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
-        }
-        ctrl.answer(opcode, FakeAnswer::fail(kFail));
-        io = 1;
-        rc = row.call(a(), io);
-        if (row.ret == Ret::Status) {
-            EXPECT_EQ(rc, kFail);
-            EXPECT_EQ(io, 1u);
-        } else {
-            EXPECT_EQ(rc, 0);
-        }
+        run(FakeAnswer::fail(kFail), 1, row.ret == Ret::Status ? 1 : 0, kFail);
     }
 }
 
+// Byte 32: bit 0 copy-back disabled, bits 1 and 5 copy-back on SMART errors, bits 2-4 left.
 TEST_F(FeaturesTest, SetAllCopybackChangesThreeBitsAndSendsOnlyAtEndUpdate) {
-    struct Case {
+    const struct {
         unsigned char value;
-        bool copyBackDisabled, smarter;
-    };
-    for (const Case c : {Case{1, false, true}, Case{0, true, false}, Case{7, false, true}}) {
+        std::uint8_t before, after;
+    } cases[] = {{1, 0x1D, 0x3E}, {0, 0x3E, 0x1D}, {7, 0x1D, 0x3E}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(static_cast<int>(c.value));
         reset();
-        Bytes prop(64, 0);
-        if (c.value != 0) {
-            setBits(prop, 32, 0, 1); // copyBackDisabled set before
-        } else {
-            setBits(prop, 32, 1, 1);
-            setBits(prop, 32, 5, 1);
-        }
-        setBits(prop, 32, 2, 3); // neighbours stay
+        Bytes prop = pattern(64);
+        prop[32] = c.before;
         ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::ok(Bytes(2464, 0)));
         ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::ok(prop));
         EXPECT_EQ(a().setAllCopyback(c.value), 0);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-        EXPECT_TRUE(P::propChanged(a()));
         ASSERT_EQ(a().endCtlrPropUpdate(), 0);
-        const auto* set = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
-        ASSERT_NE(set, nullptr);
-        const std::uint8_t b32 = set->sent.at(32);
-        EXPECT_EQ((b32 >> 0) & 1, c.copyBackDisabled ? 1 : 0);
-        EXPECT_EQ((b32 >> 1) & 1, c.smarter ? 1 : 0);
-        EXPECT_EQ((b32 >> 5) & 1, c.smarter ? 1 : 0);
-        EXPECT_EQ((b32 >> 2) & 7, 7);
+        ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+        prop[32] = c.after;
+        EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, prop);
     }
     // Carry-on: a failed load returns its status, raises the flag all the same, and the
     // write-back then refuses with -1.
@@ -222,73 +177,51 @@ struct RequestRow {
 
 using D = kvi::Direction;
 
-std::vector<RequestRow> requestRows() {
-    static unsigned char uc;
-    static unsigned char* bytes;
-    static unsigned int len;
-    static std::string text;
-    auto freeBytes = [](int rc) {
-        delete[] bytes;
-        bytes = nullptr;
-        return rc;
-    };
-    // clang-format off
-    return {
-        // Commands without data: every argument in the mailbox.
-        {"setDPMState", [](AdapterDataKvi& a) { return a.setDPMState(0x11223344u, 0x55667788u); },
-         KV_DCMD_DPM_CTRL, mboxBytes({{0, 0x44}, {1, 0x33}, {2, 0x22}, {3, 0x11}, {4, 0x88}, {5, 0x77}, {6, 0x66}, {7, 0x55}, {8, 1}}), 0, 0, D::None},
-        {"clearPreservedCacheData", [](AdapterDataKvi& a) { return a.clearPreservedCacheData(7); },
-         KV_DCMD_LD_DISCARD_PINNED, mboxBytes({{0, 7}, {1, 1}}), 0, 0, D::None},
-        {"sscForceFlush ssc", [](AdapterDataKvi& a) { return a.sscForceFlush(3, false); },
-         KV_DCMD_CTRL_CACHE_FLUSH, mboxBytes({{0, 4}, {1, 3}}), 0, 0, D::None},
-        {"sscForceFlush all", [](AdapterDataKvi& a) { return a.sscForceFlush(9, true); },
-         KV_DCMD_CTRL_CACHE_FLUSH, mboxBytes({{0, 7}, {1, 9}}), 0, 0, D::None},
-        {"setPersonality(p)", [](AdapterDataKvi& a) { return a.setPersonality(0x1208); },
-         KV_DCMD_CTRL_PERSONALITY_SET, mboxBytes({{0, 0x08}, {1, 0x12}}), 0, 0, D::None},
-        {"setPersonality(p,q)", [](AdapterDataKvi& a) { return a.setPersonality(4, 0x0302); },
-         KV_DCMD_CTRL_PERSONALITY_SET, mboxBytes({{0, 4}, {2, 2}, {3, 3}}), 0, 0, D::None},
-        {"setMemScrubPattern", [](AdapterDataKvi& a) { return a.setMemScrubPattern(2, 0xDEADBEEFu); },
-         KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET, mboxBytes({{0, 2}, {4, 0xEF}, {5, 0xBE}, {6, 0xAD}, {7, 0xDE}}), 0, 0, D::None},
-        {"setControllerHA", [](AdapterDataKvi& a) { return a.setControllerHA(2); },
-         KV_DCMD_CTRL_CONTROL_HA_MODE_SET, mboxBytes({{0, 2}}), 0, 0, D::None},
-        {"setMaintenanceMode", [](AdapterDataKvi& a) { return a.setMaintenanceMode(1); },
-         KV_DCMD_CTRL_MAINTENANCE_MODE_SET, mboxBytes({{0, 1}}), 0, 0, D::None},
-        {"sendNVMeRepairRequest", [](AdapterDataKvi& a) { return a.sendNVMeRepairRequest(5); },
-         KV_DCMD_PCIE_NVME_REPAIR, mboxBytes({{0, 5}}), 0, 0, D::None},
-        {"setInvalidateSlot", [](AdapterDataKvi& a) { return a.setInvalidateSlot(3); },
-         KV_DCMD_CTRL_PSEC_SLOT_MGMT, mboxBytes({{0, 3}}), 0, 0, D::None},
-        {"startDiag", [](AdapterDataKvi& a) { return a.startDiag(0x0Bu, nullptr); },
-         KV_DCMD_CTRL_DIAG_SELF_CHECK, mboxBytes({{0, 0x0B}, {4, 3}}), 0, 0, D::None},
-        // Reads whose arguments go into the mailbox or set the length.
-        {"getAutoConfigParam", [](AdapterDataKvi& a) { return a.getAutoConfigParam(&uc, 5, 6); },
-         KV_DCMD_CFG_AUTOCFG, mboxBytes({{4, 5}, {5, 6}}), 0, 8, D::Both},
-        {"getSnapDumpData", [freeBytes](AdapterDataKvi& a) { len = 100; return freeBytes(a.getSnapDumpData(3, 0x1000, &bytes, &len)); },
-         KV_DCMD_CTRL_SNAPDUMP_GET, mboxBytes({{0, 2}, {1, 3}, {5, 0x10}}), 100, 100, D::Read},
-        {"getOOBInfo", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getOOBInfo(2, &bytes, &len)); },
-         KV_DCMD_OOB_METHOD_GET, mboxBytes({{0, 2}}), 0, 16, D::Read},
-        {"getMfgExtPage", [freeBytes](AdapterDataKvi& a) { return freeBytes(a.getMfgExtPage(4, &bytes, &len)); },
-         KV_DCMD_CTRL_CONFIG_PAGE_GET, mboxBytes({{0, 1}, {1, 4}}), 0, 256, D::Read},
-        // From the other families: events, alarm, shutdown, link speed, key id.
-        {"startAEC", [](AdapterDataKvi& a) { return a.startAEC(0x55667788); },
-         0x01180100, mboxWords(2, 0x55667788), 0, 0, D::None},
-        {"setAECCaptureMode", [](AdapterDataKvi& a) { return a.setAECCaptureMode(0x9C); },
-         0x01180100, mboxWords(3, 0x9C), 0, 0, D::None},
-        {"setalarmState(1)", [](AdapterDataKvi& a) { return a.setalarmState(1); }, 0x01030200, Mbox{}, 0, 0, D::None},
-        {"setalarmState(2)", [](AdapterDataKvi& a) { return a.setalarmState(2); }, 0x01030400, Mbox{}, 0, 0, D::None},
-        {"adpShutDown(1)", [](AdapterDataKvi& a) { return a.adpShutDown(true); },
-         KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{0, 1}}), 0, 0, D::None},
-        {"adpRestart(1)", [](AdapterDataKvi& a) { return a.adpRestart(true); },
-         KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{1, 1}}), 0, 0, D::None},
-        {"setLinkSpeed", [](AdapterDataKvi& a) { return a.setLinkSpeed(0x105, 0x208); },
-         KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 5}, {1, 8}}), 0, 0, D::None},
-        {"getKeyID", [](AdapterDataKvi& a) { return a.getKeyID(text, 0x42); },
-         0x01150301, mboxBytes({{0, 0xFF}, {1, 0xFF}, {2, 0x42}}), 0, 256, D::Read},
-    };
-    // clang-format on
+unsigned char uc;
+unsigned char* bytes;
+unsigned int len;
+std::string text;
+int freed(int rc) {
+    delete[] bytes;
+    bytes = nullptr;
+    return rc;
 }
+#define CALL(expr) [](AdapterDataKvi& a) { return expr; }
+
+// clang-format off
+const RequestRow kRequests[] = {
+    // Commands without data: every argument in the mailbox.
+    {"setDPMState", CALL(a.setDPMState(0x11223344u, 0x55667788u)), KV_DCMD_DPM_CTRL, mboxWords(0x11223344u, 0x55667788u, 1), 0, 0, D::None},
+    {"clearPreservedCacheData", CALL(a.clearPreservedCacheData(7)), KV_DCMD_LD_DISCARD_PINNED, mboxBytes({{0, 7}, {1, 1}}), 0, 0, D::None},
+    {"sscForceFlush ssc", CALL(a.sscForceFlush(3, false)), KV_DCMD_CTRL_CACHE_FLUSH, mboxBytes({{0, 4}, {1, 3}}), 0, 0, D::None},
+    {"sscForceFlush all", CALL(a.sscForceFlush(9, true)), KV_DCMD_CTRL_CACHE_FLUSH, mboxBytes({{0, 7}, {1, 9}}), 0, 0, D::None},
+    {"setPersonality(p)", CALL(a.setPersonality(0x1208)), KV_DCMD_CTRL_PERSONALITY_SET, mboxBytes({{0, 0x08}, {1, 0x12}}), 0, 0, D::None},
+    {"setPersonality(p,q)", CALL(a.setPersonality(4, 0x0302)), KV_DCMD_CTRL_PERSONALITY_SET, mboxBytes({{0, 4}, {2, 2}, {3, 3}}), 0, 0, D::None},
+    {"setMemScrubPattern", CALL(a.setMemScrubPattern(2, 0xDEADBEEFu)), KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_SET, mboxWords(2, 0xDEADBEEFu), 0, 0, D::None},
+    {"setControllerHA", CALL(a.setControllerHA(2)), KV_DCMD_CTRL_CONTROL_HA_MODE_SET, mboxBytes({{0, 2}}), 0, 0, D::None},
+    {"setMaintenanceMode", CALL(a.setMaintenanceMode(1)), KV_DCMD_CTRL_MAINTENANCE_MODE_SET, mboxBytes({{0, 1}}), 0, 0, D::None},
+    {"sendNVMeRepairRequest", CALL(a.sendNVMeRepairRequest(5)), KV_DCMD_PCIE_NVME_REPAIR, mboxBytes({{0, 5}}), 0, 0, D::None},
+    {"setInvalidateSlot", CALL(a.setInvalidateSlot(3)), KV_DCMD_CTRL_PSEC_SLOT_MGMT, mboxBytes({{0, 3}}), 0, 0, D::None},
+    {"startDiag", CALL(a.startDiag(0x0Bu, nullptr)), KV_DCMD_CTRL_DIAG_SELF_CHECK, mboxWords(0x0B, 3), 0, 0, D::None},
+    // Reads whose arguments go into the mailbox or set the length.
+    {"getAutoConfigParam", CALL(a.getAutoConfigParam(&uc, 5, 6)), KV_DCMD_CFG_AUTOCFG, mboxBytes({{4, 5}, {5, 6}}), 0, 8, D::Both},
+    {"getSnapDumpData", CALL((len = 100, freed(a.getSnapDumpData(3, 0x1000, &bytes, &len)))), KV_DCMD_CTRL_SNAPDUMP_GET, mboxBytes({{0, 2}, {1, 3}, {5, 0x10}}), 100, 100, D::Read},
+    {"getOOBInfo", CALL(freed(a.getOOBInfo(2, &bytes, &len))), KV_DCMD_OOB_METHOD_GET, mboxBytes({{0, 2}}), 0, 16, D::Read},
+    {"getMfgExtPage", CALL(freed(a.getMfgExtPage(4, &bytes, &len))), KV_DCMD_CTRL_CONFIG_PAGE_GET, mboxBytes({{0, 1}, {1, 4}}), 0, 256, D::Read},
+    // From the other families: events, alarm, shutdown, link speed, key id.
+    {"startAEC", CALL(a.startAEC(0x55667788)), 0x01180100, mboxWords(2, 0x55667788), 0, 0, D::None},
+    {"setAECCaptureMode", CALL(a.setAECCaptureMode(0x9C)), 0x01180100, mboxWords(3, 0x9C), 0, 0, D::None},
+    {"setalarmState(1)", CALL(a.setalarmState(1)), 0x01030200, Mbox{}, 0, 0, D::None},
+    {"setalarmState(2)", CALL(a.setalarmState(2)), 0x01030400, Mbox{}, 0, 0, D::None},
+    {"adpShutDown(1)", CALL(a.adpShutDown(true)), KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{0, 1}}), 0, 0, D::None},
+    {"adpRestart(1)", CALL(a.adpRestart(true)), KV_DCMD_CTRL_SHUTDOWN, mboxBytes({{1, 1}}), 0, 0, D::None},
+    {"setLinkSpeed", CALL(a.setLinkSpeed(0x105, 0x208)), KV_DCMD_SAS_CONFIG_SET_LINK_SPEED, mboxBytes({{0, 5}, {1, 8}}), 0, 0, D::None},
+    {"getKeyID", CALL(a.getKeyID(text, 0x42)), 0x01150301, mboxBytes({{0, 0xFF}, {1, 0xFF}, {2, 0x42}}), 0, 256, D::Read},
+};
+// clang-format on
 
 TEST_F(FeaturesTest, RequestBytesOfEachFamily) {
-    for (const RequestRow& row : requestRows()) {
+    for (const RequestRow& row : kRequests) {
         SCOPED_TRACE(row.what);
         reset();
         EXPECT_EQ(row.call(a()), 0);
@@ -306,15 +239,6 @@ TEST_F(FeaturesTest, RequestBytesOfEachFamily) {
             EXPECT_GE(r.capacity, row.length); // the buffer holds the whole transfer
         }
     }
-    // A firmware refusal of a plain command comes back as it is.
-    reset();
-    ctrl.setDefault(FakeAnswer::fail(kFail));
-    EXPECT_EQ(a().clearEventLog(), kFail);
-    EXPECT_EQ(a().startPr(), kFail);
-    EXPECT_EQ(a().flushCache(), kFail);
-    EXPECT_EQ(a().startManualLearnCycle(), kFail);
-    EXPECT_EQ(a().adpSetSASAdd(1, true), kFail);
-    EXPECT_EQ(a().setalarmState(0), kFail);
 }
 
 TEST_F(FeaturesTest, WritesCarryTheCallersBytesThenZeros) {
@@ -377,77 +301,57 @@ TEST_F(FeaturesTest, SetSnapDumpInfoReadsChangesAndWritesTheWholeRecord) {
 // ---------------------------------------------------------------------------
 // Two-pass list reads
 
-TEST_F(FeaturesTest, TwoPassListReadsTheAnnouncedSizeExactly) {
-    Bytes list(40, 0);
-    std::memcpy(list.data(), le32(40).data(), 4);
-    list[4] = 4;
-    for (std::size_t i = 8; i < 40; ++i) {
-        list[i] = static_cast<std::uint8_t>(i);
+// The head at its standard size (the NVMe error list: an explicit 32 bytes), then the whole list
+// at the size the head announces, up to the cap; a head that announces no more than itself is
+// the whole list. On a failure nothing is handed over.
+TEST_F(FeaturesTest, TwoPassListReads) {
+    using Read = int (AdapterDataKvi::*)(unsigned char**, unsigned int*);
+    const struct {
+        const char* what;
+        Read read;
+        std::uint32_t opcode, announced;
+        int second, rc;
+        std::uint32_t headCaller, headLength;
+        std::size_t requests;
+    } rows[] = {
+        // clang-format off
+        {"scrub patterns", &AdapterDataKvi::getMemScrubPatterns, KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, 40, 0, 0, 0, 8, 2},
+        {"head only", &AdapterDataKvi::getLDSpanList, KV_DCMD_LD_GET_SPAN_LIST, 0, 0, 0, 0, 8, 1},
+        {"at the cap", &AdapterDataKvi::getLDSpanList, KV_DCMD_LD_GET_SPAN_LIST, kCap, 0, 0, 0, 8, 2},
+        {"past the cap", &AdapterDataKvi::getLDSpanList, KV_DCMD_LD_GET_SPAN_LIST, kCap + 1, 0, -1, 0, 8, 1},
+        {"second pass fails", &AdapterDataKvi::getLDSpanList, KV_DCMD_LD_GET_SPAN_LIST, 64, kFail, kFail, 0, 8, 2},
+        {"nvme errors", &AdapterDataKvi::getNVMEErrorList, KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST, 48, 0, 0, 32, 32, 2},
+        // clang-format on
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.what);
+        reset();
+        Bytes list = pattern(64);
+        std::memcpy(list.data(), le32(r.announced).data(), 4);
+        ctrl.answerOnce(r.opcode, FakeAnswer::ok(list));
+        ctrl.answerOnce(r.opcode,
+                        r.second != 0 ? FakeAnswer::fail(r.second) : FakeAnswer::ok(list));
+        unsigned char sentinel = 0;
+        unsigned char* out = &sentinel;
+        unsigned int length = 77;
+        EXPECT_EQ((a().*r.read)(&out, &length), r.rc);
+        ASSERT_EQ(ctrl.requests().size(), r.requests);
+        EXPECT_EQ(ctrl.requests()[0].callerLength, r.headCaller);
+        EXPECT_EQ(ctrl.requests()[0].length, r.headLength);
+        if (r.requests == 2) {
+            EXPECT_EQ(ctrl.requests()[1].callerLength, r.announced);
+            EXPECT_EQ(ctrl.requests()[1].capacity, r.announced);
+        }
+        if (r.rc != 0) {
+            EXPECT_EQ(out, &sentinel);
+            EXPECT_EQ(length, 77u);
+            continue;
+        }
+        ASSERT_EQ(length, std::max(r.announced, r.headLength));
+        EXPECT_EQ(Bytes(out, out + std::min(length, 64u)),
+                  Bytes(list.begin(), list.begin() + std::min(length, 64u)));
+        delete[] out;
     }
-    ctrl.answerOnce(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, FakeAnswer::ok(list));
-    ctrl.answerOnce(KV_DCMD_CTRL_DIAG_MEM_SCRUB_PATTERN_GET, FakeAnswer::ok(list));
-    unsigned char* out = nullptr;
-    unsigned int length = 0;
-    ASSERT_EQ(a().getMemScrubPatterns(&out, &length), 0);
-    ASSERT_EQ(ctrl.requests().size(), 2u);
-    EXPECT_EQ(ctrl.requests()[0].callerLength, 0u); // the head at its standard size
-    EXPECT_EQ(ctrl.requests()[0].length, 8u);
-    EXPECT_EQ(ctrl.requests()[1].callerLength, 40u);
-    EXPECT_EQ(ctrl.requests()[1].capacity, 40u);
-    ASSERT_EQ(length, 40u);
-    EXPECT_EQ(Bytes(out, out + length), list);
-    delete[] out;
-}
-
-TEST_F(FeaturesTest, TwoPassListEdges) {
-    unsigned char* out = reinterpret_cast<unsigned char*>(&ctrl); // a sentinel, never freed
-    unsigned char* const sentinel = out;
-    unsigned int length = 77;
-
-    // A head that announces no more than itself is the whole list: one request.
-    ctrl.answer(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(Bytes(8, 0)));
-    ASSERT_EQ(a().getLDSpanList(&out, &length), 0);
-    EXPECT_EQ(ctrl.requests().size(), 1u);
-    EXPECT_EQ(length, 8u);
-    delete[] out;
-
-    // More than the cap: refused after the head, nothing handed over.
-    reset();
-    out = sentinel;
-    length = 77;
-    ctrl.answer(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(le32(kCap + 1)));
-    EXPECT_EQ(a().getLDSpanList(&out, &length), -1);
-    EXPECT_EQ(ctrl.requests().size(), 1u);
-    EXPECT_EQ(out, sentinel);
-    EXPECT_EQ(length, 77u);
-
-    // Exactly the cap is still read.
-    reset();
-    ctrl.answerOnce(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(le32(kCap)));
-    ASSERT_EQ(a().getLDSpanList(&out, &length), 0);
-    EXPECT_EQ(ctrl.requests().at(1).callerLength, kCap);
-    EXPECT_EQ(length, kCap);
-    delete[] out;
-
-    // A failing second pass: its status, nothing handed over.
-    reset();
-    out = sentinel;
-    length = 77;
-    ctrl.answerOnce(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::ok(le32(64)));
-    ctrl.answerOnce(KV_DCMD_LD_GET_SPAN_LIST, FakeAnswer::fail(kFail));
-    EXPECT_EQ(a().getLDSpanList(&out, &length), kFail);
-    EXPECT_EQ(out, sentinel);
-    EXPECT_EQ(length, 77u);
-
-    // The NVMe error list starts with an explicit 32-byte read.
-    reset();
-    ctrl.answerOnce(KV_DCMD_PCIE_NVME_INIT_ERROR_GET_LIST, FakeAnswer::ok(le32(48)));
-    ASSERT_EQ(a().getNVMEErrorList(&out, &length), 0);
-    ASSERT_EQ(ctrl.requests().size(), 2u);
-    EXPECT_EQ(ctrl.requests()[0].callerLength, 32u);
-    EXPECT_EQ(ctrl.requests()[1].callerLength, 48u);
-    EXPECT_EQ(length, 48u);
-    delete[] out;
 }
 
 TEST_F(FeaturesTest, SscdTargetIdsBothPassesNameTheListAndCountIsBounded) {
@@ -674,8 +578,15 @@ TEST_F(FeaturesTest, GetControllerInfoReadsAFreshCopyAndLeavesTheCacheAlone) {
     EXPECT_EQ(mine.productName[0], 'Y');
 }
 
-TEST_F(FeaturesTest, OutValuesOnlyOnSuccess) {
+// A firmware refusal comes back as it is; out-values are written only on success.
+TEST_F(FeaturesTest, RefusalsAndOutValuesOnlyOnSuccess) {
     ctrl.setDefault(FakeAnswer::fail(kFail));
+    EXPECT_EQ(a().clearEventLog(), kFail);
+    EXPECT_EQ(a().startPr(), kFail);
+    EXPECT_EQ(a().flushCache(), kFail);
+    EXPECT_EQ(a().startManualLearnCycle(), kFail);
+    EXPECT_EQ(a().adpSetSASAdd(1, true), kFail);
+    EXPECT_EQ(a().setalarmState(0), kFail);
     unsigned char uc = 0x5A;
     unsigned long long bits = 0x5A;
     std::string text = "keep";

@@ -190,106 +190,81 @@ protected:
 };
 
 // ---------------------------------------------------------------------------
-// The family, row by row
+// The family, row by row: the getter sees its field alone and nothing of the bits around it; a
+// setter changes only its bits, a getter on the same object sees the change at once, and nothing
+// is sent until the end call of its own record; on a failed load a getter leaves its out-value
+// and a setter either returns early or carries on with the change flag raised.
 
-TEST_F(PropertiesTest, EveryGetterReadsItsOwnBitsAndNothingElse) {
+TEST_F(PropertiesTest, EveryMemberReadsAndWritesOnlyItsBits) {
     for (const SettingRow& r : kRows) {
         SCOPED_TRACE(r.get);
         const std::size_t size = isExt(r) ? 128 : 64;
-        const std::uint32_t full = r.width == 16 ? 0xBEEFu : (1u << r.width) - 1u;
-        const std::uint32_t expected =
-            std::string(r.get) == "getclusterState" ? 1u : (r.width == 8 ? 0xB7u : full);
-
-        // Only the field set: the getter sees it.
-        reset();
-        Bytes only(size, 0);
-        putField(only, r, r.width == 8 ? 0xB7u : full);
-        serveFor(r, only);
-        std::uint32_t out = 0;
-        EXPECT_EQ(r.getter(a(), out), 0);
-        EXPECT_EQ(out, expected);
-        EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
-        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-
-        // Everything but the field set: the getter sees zero.
-        reset();
-        Bytes allBut(size, 0xFF);
-        putField(allBut, r, 0);
-        serveFor(r, allBut);
-        out = 0x5A;
-        EXPECT_EQ(r.getter(a(), out), 0);
-        EXPECT_EQ(out, 0u);
-    }
-}
-
-TEST_F(PropertiesTest, EverySetterChangesOnlyItsBitsAndSendsNothingUntilTheEndCall) {
-    for (const SettingRow& r : kRows) {
-        if (std::string(r.set) == "setLoadBalanceState") {
-            continue; // inverts; below
-        }
-        SCOPED_TRACE(r.set);
-        // Whole fields take the value as given; switches take bit 0 of it; the two-bit fields
-        // take values of their width.
-        std::vector<std::pair<std::uint32_t, std::uint32_t>> cases; // value, stored
-        if (r.bit < 0) {
-            cases = {{r.width == 16 ? 0xC0DEu : 0xA3u, r.width == 16 ? 0xC0DEu : 0xA3u}, {0, 0}};
-        } else if (r.width == 1 && (std::string(r.set) == "setLDRestriction" ||
-                                    std::string(r.set) == "setParityReadCacheByPass")) {
-            cases = {{1, 1}, {0, 0}}; // a bool argument carries only these
-        } else if (r.width == 1) {
-            cases = {{1, 1}, {0, 0}, {2, 0}, {3, 1}};
-        } else {
-            cases = {{2, 2}, {3, 3}, {0, 0}};
-        }
-        for (const auto& c : cases) {
-            SCOPED_TRACE(c.first);
+        const bool nonZero = std::string(r.get) == "getclusterState"; // answers 0 or 1
+        const std::uint32_t full = r.width == 16  ? 0xBEEFu
+                                   : r.width == 8 ? 0xB7u
+                                                  : (1u << r.width) - 1u;
+        for (const bool alone : {true, false}) {
             reset();
-            const Bytes base = mixed(isExt(r) ? 128 : 64);
-            serveFor(r, base);
-            EXPECT_EQ(r.setter(a(), c.first), 0);
-            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-
-            // A getter on the same object sees the change before any write-back.
-            std::uint32_t back = 0x5A;
-            EXPECT_EQ(r.getter(a(), back), 0);
-            EXPECT_EQ(back, std::string(r.get) == "getclusterState" ? (c.second != 0 ? 1u : 0u)
-                                                                    : c.second);
-
-            Bytes expected = base;
-            putField(expected, r, c.second);
-            const int end = isExt(r) ? a().endCtlrPropExtUpdate() : a().endCtlrPropUpdate();
-            EXPECT_EQ(end, 0);
-            ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
-            const FakeRequest* w = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
-            EXPECT_EQ(w->sent, expected);
-            EXPECT_EQ(w->mbox[0], isExt(r) ? 1 : 0);
-            EXPECT_EQ(w->length, isExt(r) ? 128u : 64u);
-            // The other record's transaction has nothing to send.
-            EXPECT_EQ(isExt(r) ? a().endCtlrPropUpdate() : a().endCtlrPropExtUpdate(), 0);
-            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+            Bytes image(size, alone ? 0 : 0xFF);
+            putField(image, r, alone ? full : 0);
+            serveFor(r, image);
+            std::uint32_t out = 0x5A;
+            EXPECT_EQ(r.getter(a(), out), 0);
+            EXPECT_EQ(out, !alone ? 0u : nonZero ? 1u : full);
+            EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
         }
-    }
-}
 
-TEST_F(PropertiesTest, FailedLoadEarlyReturnAgainstCarryOnForEveryMember) {
-    for (const SettingRow& r : kRows) {
-        SCOPED_TRACE(r.get);
         reset();
         ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
         std::uint32_t out = 1; // a value no failed getter may overwrite
         EXPECT_EQ(r.getter(a(), out), kFail);
         EXPECT_EQ(out, 1u);
-
-        SCOPED_TRACE(r.set);
         reset();
         ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));
         EXPECT_EQ(r.setter(a(), 1), kFail);
-        // A carry-on setter raises the change flag all the same, so the write-back finds no
-        // record and refuses; an early one leaves nothing to write.
-        const bool raised = isExt(r) ? P::propExtChanged(a()) : P::propChanged(a());
-        EXPECT_EQ(raised, r.setForm == C);
+        // A carry-on setter raises the flag all the same, so the write-back finds no record.
+        EXPECT_EQ(isExt(r) ? P::propExtChanged(a()) : P::propChanged(a()), r.setForm == C);
         EXPECT_EQ(a().endCtlrPropUpdate(), r.setForm == C ? -1 : 0);
         EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+
+        // Whole fields take the value as given, switches bit 0 of it (a bool argument carries
+        // only 0 and 1), two-bit fields values of their width. The load-balance setter inverts 0
+        // and 1 and keeps the field for any other value, yet raises the flag: the record goes out.
+        const std::uint32_t whole = r.width == 16 ? 0xC0DEu : 0xA3u;
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> cases = {{1, 1}, {0, 0}};
+        if (std::string(r.set) == "setLoadBalanceState") {
+            cases = {{1, 0}, {0, 1}, {5, mixed(64)[29]}};
+        } else if (r.bit < 0) {
+            cases = {{whole, whole}, {0, 0}};
+        } else if (r.width == 1 && std::string(r.set) != "setLDRestriction" &&
+                   std::string(r.set) != "setParityReadCacheByPass") {
+            cases = {{1, 1}, {0, 0}, {2, 0}, {3, 1}};
+        } else if (r.width == 2) {
+            cases = {{2, 2}, {3, 3}, {0, 0}};
+        }
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.first);
+            reset();
+            const Bytes base = mixed(size);
+            serveFor(r, base);
+            EXPECT_EQ(r.setter(a(), c.first), 0);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
+            std::uint32_t back = 0x5A;
+            EXPECT_EQ(r.getter(a(), back), 0);
+            EXPECT_EQ(back, nonZero ? (c.second != 0 ? 1u : 0u) : c.second);
+
+            Bytes expected = base;
+            putField(expected, r, c.second);
+            EXPECT_EQ(isExt(r) ? a().endCtlrPropExtUpdate() : a().endCtlrPropUpdate(), 0);
+            ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+            const FakeRequest* w = ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
+            EXPECT_EQ(w->sent, expected);
+            EXPECT_EQ(w->mbox[0], isExt(r) ? 1 : 0);
+            EXPECT_EQ(w->length, size);
+            // The other record's transaction has nothing to send.
+            EXPECT_EQ(isExt(r) ? a().endCtlrPropUpdate() : a().endCtlrPropExtUpdate(), 0);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
+        }
     }
 }
 
@@ -314,9 +289,9 @@ TEST_F(PropertiesTest, NullPointersAreRefusedBeforeAnyRequest) {
 // ---------------------------------------------------------------------------
 // Transactions over several setters
 
+// The properties are read once for all of it; the flag is cleared by the write.
 TEST_F(PropertiesTest, SeveralSettersGoOutInOneWrite) {
-    const Bytes base(64, 0);
-    serve(base);
+    serve(Bytes(64, 0));
     unsigned char rate = 255;
     unsigned int one = 1;
     ASSERT_EQ(a().beginCtlrPropUpdate(), 0);
@@ -324,51 +299,21 @@ TEST_F(PropertiesTest, SeveralSettersGoOutInOneWrite) {
     ASSERT_EQ(a().setCopyBackState(&one), 0);  // byte 32 bit 0
     ASSERT_EQ(a().setNCQState(1), 0);          // byte 32 bit 4: same byte as the one above
     ASSERT_EQ(a().setSpinDownTime(0x1234), 0); // bytes 38-39
-    ASSERT_EQ(a().setLargeIOSupport(1), 0);    // byte 36 bit 0
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
     ASSERT_EQ(a().endCtlrPropUpdate(), 0);
+    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
     ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
-    Bytes expected = base;
+    Bytes expected(64, 0);
     expected[8] = 255;
     expected[32] = 0x11;
-    expected[36] = 0x01;
     expected[38] = 0x34;
     expected[39] = 0x12;
     EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, expected);
-    // The flag was cleared: a second end call sends nothing more.
-    EXPECT_EQ(a().endCtlrPropUpdate(), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
-    // The properties were read once for all of it.
     EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
 }
 
 // ---------------------------------------------------------------------------
 // Members that differ from the family
-
-TEST_F(PropertiesTest, LoadBalanceSetterInvertsAndTheGetterDoesNot) {
-    struct Case {
-        unsigned int value;
-        std::uint8_t stored;
-    };
-    for (const Case c : {Case{1, 0}, Case{0, 1}, Case{5, 0x77}}) {
-        SCOPED_TRACE(c.value);
-        reset();
-        Bytes prop(64, 0);
-        prop[29] = 0x77;
-        serve(prop);
-        unsigned int v = c.value;
-        ASSERT_EQ(a().setLoadBalanceState(&v), 0);
-        unsigned int back = 99;
-        ASSERT_EQ(a().getLoadBalanceState(&back), 0);
-        EXPECT_EQ(back, c.stored);
-        // Even a value that changes nothing raises the flag: the whole record goes out.
-        ASSERT_EQ(a().endCtlrPropUpdate(), 0);
-        ASSERT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
-        Bytes expected = prop;
-        expected[29] = c.stored;
-        EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, expected);
-    }
-}
 
 TEST_F(PropertiesTest, SpaceValuesOverlayTheLowSwitchesOfTheSecondSet) {
     Bytes prop(64, 0);
@@ -395,20 +340,15 @@ TEST_F(PropertiesTest, SpaceValuesOverlayTheLowSwitchesOfTheSecondSet) {
     EXPECT_EQ(ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET)->sent, expected);
 }
 
-TEST_F(PropertiesTest, PredFailIntervalNeedsTheExtension) {
-    serve(mixed(64)); // no extension on this controller
+// The prediction interval lives in the extension: without it both accessors refuse. The
+// security settings only load the properties and change nothing.
+TEST_F(PropertiesTest, MembersThatDoNothingHere) {
+    serve(mixed(64));
     unsigned short interval = 0x1111;
     EXPECT_EQ(a().getPredFailDAInterval(&interval), -1);
     EXPECT_EQ(interval, 0x1111);
     EXPECT_EQ(a().setPredFailDAInterval(30), -1);
     EXPECT_FALSE(P::propExtChanged(a()));
-    EXPECT_FALSE(P::propChanged(a()));
-    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
-}
-
-TEST_F(PropertiesTest, SecuritySettingsOnlyLoadTheProperties) {
-    serve(mixed(64));
     unsigned int v = 0xDEAD;
     EXPECT_EQ(a().getSecurityKeyPerPD(&v), 0);
     EXPECT_EQ(a().setSecurityKeyPerPD(&v), 0);
@@ -417,6 +357,8 @@ TEST_F(PropertiesTest, SecuritySettingsOnlyLoadTheProperties) {
     EXPECT_EQ(v, 0xDEADu);
     EXPECT_FALSE(P::propChanged(a()));
     EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
+    EXPECT_EQ(a().endCtlrPropExtUpdate(), 0);
+    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 0u);
 
     reset();
     ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(kFail));

@@ -13,6 +13,7 @@ namespace {
 using namespace kvitest;
 
 using List = std::vector<unsigned char>;
+using UC = unsigned char;
 
 constexpr int kNo = -1000; // "this call returns the status below, output untouched"
 
@@ -43,20 +44,14 @@ struct Variant {
     int oemStatus; // status of the OEM request
 };
 
+// clang-format off
 const Variant kPlain{"plain", [](KV_CTRL_INFO&) {}, 0, 0};
-const Variant kOem2Rlq0{"oem2_rlq0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; }, 2,
-                        0};
+const Variant kOem2Rlq0{"oem2_rlq0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; }, 2, 0};
 const Variant kOem2{"oem2", [](KV_CTRL_INFO&) {}, 2, 0};
-const Variant kRlq0Only{"rlq0_oem0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E0_RLQ0 = 1; },
-                        0, 0};
-const Variant kOemFails{"oem_fails_rlq0",
-                        [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; }, 2, 0x0C};
-const Variant kNoSpans{"oem2_rlq0_no_spans",
-                       [](KV_CTRL_INFO& i) {
-                           i.raidLevels.raidLevel_1E_RLQ0 = 1;
-                           i.maxSpans = 0;
-                       },
-                       2, 0};
+const Variant kRlq0Only{"rlq0_oem0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E0_RLQ0 = 1; }, 0, 0};
+const Variant kOemFails{"oem_fails_rlq0", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; }, 2, 0x0C};
+const Variant kNoSpans{"oem2_rlq0_no_spans", [](KV_CTRL_INFO& i) { i.raidLevels.raidLevel_1E_RLQ0 = 1; i.maxSpans = 0; }, 2, 0};
+// clang-format on
 
 class RulesTest : public ::testing::Test {
 protected:
@@ -78,13 +73,6 @@ protected:
         ctrl.clear();
         return *obj;
     }
-    AdapterDataKvi& useMfc(const KV_MFC_DEFAULTS& mfc, bool bbu = false, bool writePolicy = false) {
-        KV_CTRL_INFO info = baseInfo();
-        info.adapterOperations.bbu = bbu ? 1 : 0;
-        info.ldOperations.writePolicy = writePolicy ? 1 : 0;
-        ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::record(mfc));
-        return use(info);
-    }
 };
 
 // ---------------------------------------------------------------------------
@@ -99,6 +87,7 @@ struct PdRow {
 const Variant* const kPdVariants[6] = {&kPlain,    &kOem2Rlq0, &kOem2,
                                        &kRlq0Only, &kOemFails, &kNoSpans};
 // Columns: plain, oem2_rlq0, oem2, rlq0_oem0, oem_fails_rlq0, oem2_rlq0_no_spans.
+// clang-format off
 const PdRow kPdRows[] = {
     {0, {1, 1, 1, 1, 1, 1}, {32, 32, 32, 32, 32, 32}},
     {36, {1, 1, 1, 1, 1, 1}, {32, 32, 32, 32, 32, 32}},
@@ -110,47 +99,28 @@ const PdRow kPdRows[] = {
     {33, {3, 3, 3, 3, 3, 3}, {16, 16, 16, 16, 16, 16}},
     {34, {5, 4, 4, 5, 5, 4}, {16, 16, 16, 16, 16, 16}},
     {35, {7, 7, 7, 7, 7, 7}, {10, 10, 10, 10, 10, 10}},
-    {2, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
-    {3, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
-    {4, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
-    {16, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
-    {37, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
-    {255, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}},
+#define UNKNOWN(level) {level, {kNo, kNo, kNo, kNo, kNo, kNo}, {kNo, kNo, kNo, kNo, kNo, kNo}}
+    UNKNOWN(2), UNKNOWN(3), UNKNOWN(4), UNKNOWN(16), UNKNOWN(37), UNKNOWN(255),
 };
+// clang-format on
 
+// getMinPdPerSpan asks for the OEM only for levels 6 and 60; getMaxPdPerSpan always asks, before
+// it looks at the level. With no spans reported, only the division of level 10 refuses.
 TEST_F(RulesTest, DrivesPerSpanOverVariants) {
     for (int v = 0; v < 6; ++v) {
         for (const PdRow& row : kPdRows) {
             SCOPED_TRACE(std::string(kPdVariants[v]->name) + " level " + std::to_string(row.level));
-            // With no spans reported, only the division of level 10 refuses.
             AdapterDataKvi& a = use(*kPdVariants[v]);
+            const std::size_t asks = row.level == 6 || row.level == 34 ? 1 : 0;
             unsigned char out = 0xEE;
-            const int wantMin = row.min[v];
-            EXPECT_EQ(a.getMinPdPerSpan(&out, row.level), wantMin == kNo ? -1 : 0);
-            EXPECT_EQ(out, wantMin == kNo ? 0xEE : wantMin);
+            EXPECT_EQ(a.getMinPdPerSpan(&out, row.level), row.min[v] == kNo ? -1 : 0);
+            EXPECT_EQ(out, row.min[v] == kNo ? 0xEE : row.min[v]);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_OEM_ID_GET), asks);
             out = 0xEE;
-            const int wantMax = row.max[v];
-            EXPECT_EQ(a.getMaxPdPerSpan(&out, row.level), wantMax == kNo ? -1 : 0);
-            EXPECT_EQ(out, wantMax == kNo ? 0xEE : wantMax);
+            EXPECT_EQ(a.getMaxPdPerSpan(&out, row.level), row.max[v] == kNo ? -1 : 0);
+            EXPECT_EQ(out, row.max[v] == kNo ? 0xEE : row.max[v]);
+            EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_OEM_ID_GET), asks + 1);
         }
-    }
-}
-
-// getMinPdPerSpan asks for the OEM only for levels 6 and 60; getMaxPdPerSpan
-// always asks, before it looks at the level.
-TEST_F(RulesTest, OemIsAskedOnlyWhereItMatters) {
-    const struct {
-        unsigned char level;
-        std::size_t minAsks;
-    } cases[] = {{0, 0}, {6, 1}, {34, 1}, {32, 0}, {99, 0}};
-    for (const auto& c : cases) {
-        AdapterDataKvi& a = use(kOem2);
-        unsigned char out = 0;
-        a.getMinPdPerSpan(&out, c.level);
-        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_OEM_ID_GET), c.minAsks) << int(c.level);
-        ctrl.clear();
-        a.getMaxPdPerSpan(&out, c.level);
-        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_OEM_ID_GET), 1u) << int(c.level);
     }
 }
 
@@ -196,17 +166,15 @@ TEST_F(RulesTest, RaidLevelListsOverLevelBits) {
         List forBv; // levels allowed for an SSD cache volume (the level bit is needed too)
         bool prl11;
     } cases[] = {
+        // clang-format off
         // all eight level bits, 00 supported
         {"all", 0x00FF, {0, 1, 5, 6, 36, 32, 33, 34}, {0}, false},
         // 00 unsupported, SSD-cache bits 1, 5, 1E set, RAID 0 for SSD cache unsupported
-        {"ssc",
-         0x00FF | 1u << 9 | 1u << 12 | 1u << 13 | 1u << 14 | 1u << 15,
-         {0, 1, 5, 6, 32, 33, 34},
-         {1, 5, 35},
-         false},
+        {"ssc", 0x00FF | 1u << 9 | 1u << 12 | 1u << 13 | 1u << 14 | 1u << 15, {0, 1, 5, 6, 32, 33, 34}, {1, 5, 35}, false},
         // only RAID 1 and 1E, RLQ0 bits: 17 and 35 never appear in the list
         {"r1", 1u << 1 | 1u << 3 | 1u << 9 | 1u << 10, {1}, {}, true},
         {"none", 1u << 9 | 1u << 11, {}, {}, true},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -237,152 +205,139 @@ TEST_F(RulesTest, RaidLevelListsOverLevelBits) {
 }
 
 // ---------------------------------------------------------------------------
-// Strip sizes
+// Single queries: the controller as `setup` leaves it (OEM code `oem`, or the OEM request
+// failing when it is kNo), the status and the out-value (0xEE: untouched; a list in order, 0xEE
+// for none handed over). Each runs twice on one object: the manufacturing defaults are read once.
 
-TEST_F(RulesTest, StripSizes) {
-    const struct {
-        unsigned char min, max;
-        List list;
-    } cases[] = {
-        {7, 10, {7, 8, 9, 10}},
-        {10, 7, {}},
-        {254, 255, {254, 255}}, // a maximum of 255 ends the walk
-        {3, 3, {3}},
-    };
-    for (const auto& c : cases) {
+using Setup = void (*)(KV_CTRL_INFO&, KV_MFC_DEFAULTS&);
+using Query = int (*)(AdapterDataKvi&, List&);
+struct QueryRow {
+    const char* what;
+    Setup setup;
+    int oem;
+    Query call;
+    int rc;
+    List out;
+};
+#define SETUP(body)                                                                                \
+    [](KV_CTRL_INFO& i, KV_MFC_DEFAULTS& m) {                                                      \
+        (void)i, (void)m;                                                                          \
+        body;                                                                                      \
+    }
+#define MFC(wb, ra, bad, cio)                                                                      \
+    SETUP(m.writeBack = wb; m.readAhead = ra; m.cacheWhenBBUBad = bad; m.cachedIo = cio)
+#define CHNG(wb, bad, battery, wpBit)                                                              \
+    SETUP(m.writeBack = wb; m.cacheWhenBBUBad = bad; i.adapterOperations.bbu = battery;            \
+          i.ldOperations.writePolicy = wpBit)
+#define STRIP(lo, hi)                                                                              \
+    SETUP(i.stripeSizeOptions.min = lo; i.stripeSizeOptions.max = hi; m.stripeSize = 9)
+#define OUT(op, T)                                                                                 \
+    [](AdapterDataKvi& a, List& o) {                                                               \
+        T v = static_cast<T>(0xEE);                                                                \
+        const int rc = a.op(&v);                                                                   \
+        o = {static_cast<unsigned char>(v)};                                                       \
+        return rc;                                                                                 \
+    }
+#define LIST(op)                                                                                   \
+    [](AdapterDataKvi& a, List& o) {                                                               \
+        ArrayList<unsigned char>* l = nullptr;                                                     \
+        const int rc = a.op(&l);                                                                   \
+        o = l ? List(l->begin(), l->end()) : List{0xEE};                                           \
+        delete l;                                                                                  \
+        return rc;                                                                                 \
+    }
+
+// clang-format off
+const QueryRow kQueries[] = {
+    // Default policies from the manufacturing defaults: unmapped codes answer -1, the read
+    // policy keeps the raw code all the same.
+    {"wr 0", MFC(0, 0, 0, 1), 0, OUT(getDefaultWrPolicy, UC), 0, {1}},
+    {"rd 0", MFC(0, 0, 0, 1), 0, OUT(getDefaultRdPolicy, UC), 0, {2}},
+    {"bad 0", MFC(0, 0, 0, 1), 0, OUT(getDefaultWriteCacheBadBBU, UC), 0, {0}},
+    {"cache 1", MFC(0, 0, 0, 1), 0, OUT(getDefaultCachePolicy, UC), 0, {0}},
+    {"wr 1", MFC(1, 1, 1, 0), 0, OUT(getDefaultWrPolicy, UC), 0, {0}},
+    {"rd 1", MFC(1, 1, 1, 0), 0, OUT(getDefaultRdPolicy, UC), 0, {0}},
+    {"bad 1", MFC(1, 1, 1, 0), 0, OUT(getDefaultWriteCacheBadBBU, UC), 0, {1}},
+    {"cache 0", MFC(1, 1, 1, 0), 0, OUT(getDefaultCachePolicy, UC), 0, {1}},
+    {"wr 2", MFC(2, 2, 0, 2), 0, OUT(getDefaultWrPolicy, UC), 0, {2}},
+    {"rd 2", MFC(2, 2, 0, 2), 0, OUT(getDefaultRdPolicy, UC), 0, {0}},
+    {"cache 2", MFC(2, 2, 0, 2), 0, OUT(getDefaultCachePolicy, UC), 0, {1}},
+    {"wr 3", MFC(3, 3, 2, 1), 0, OUT(getDefaultWrPolicy, UC), -1, {0xEE}},
+    {"rd 3", MFC(3, 3, 2, 1), 0, OUT(getDefaultRdPolicy, UC), -1, {3}},
+    {"bad 2", MFC(3, 3, 2, 1), 0, OUT(getDefaultWriteCacheBadBBU, UC), -1, {0xEE}},
+    // The disk cache default by OEM code.
+    {"disk cache oem 0", SETUP(), 0, OUT(getDefaultDiskCachePolicy, UC), 0, {0}},
+    {"disk cache oem 2", SETUP(), 2, OUT(getDefaultDiskCachePolicy, UC), 0, {0}},
+    {"disk cache oem 6", SETUP(), 6, OUT(getDefaultDiskCachePolicy, UC), 0, {2}},
+    {"disk cache oem 7", SETUP(), 7, OUT(getDefaultDiskCachePolicy, UC), 0, {2}},
+    {"disk cache oem 9", SETUP(), 9, OUT(getDefaultDiskCachePolicy, UC), 0, {2}},
+    {"disk cache oem 10", SETUP(), 10, OUT(getDefaultDiskCachePolicy, UC), 0, {0}},
+    {"disk cache oem fails", SETUP(), kNo, OUT(getDefaultDiskCachePolicy, UC), 0x0C, {0xEE}},
+    // The write policy offered on a change: write-back choices need a battery and the write
+    // policy bit; a default the lists cannot map fails the list.
+    {"chng w0 c0", CHNG(0, 0, 0, 0), 0, OUT(getWrPolicyDefaultChng, UC), 0, {1}},
+    {"chng w0 c0", CHNG(0, 0, 0, 0), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
+    {"chng w0 c1 bbu wp", CHNG(0, 1, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {1}},
+    {"chng w0 c1 bbu wp", CHNG(0, 1, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
+    {"chng w1 c0 wp", CHNG(1, 0, 0, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {1}},
+    {"chng w1 c0 wp", CHNG(1, 0, 0, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
+    {"chng w1 c1", CHNG(1, 1, 0, 0), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
+    {"chng w1 c1", CHNG(1, 1, 0, 0), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
+    {"chng w1 c1 bbu wp", CHNG(1, 1, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
+    {"chng w1 c1 bbu wp", CHNG(1, 1, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
+    {"chng w1 c0 bbu", CHNG(1, 0, 1, 0), 0, OUT(getWrPolicyDefaultChng, UC), 0, {0}},
+    {"chng w1 c0 bbu", CHNG(1, 0, 1, 0), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
+    {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
+    {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
+    {"chng w9 bbu wp", CHNG(9, 0, 1, 1), 0, LIST(getValidWrPolicyLstChng), -1, {0xEE}},
+    // Fixed lists.
+    {"write policies", SETUP(), 0, LIST(getValidWrPolicyLst), 0, {1, 0}},
+    {"read policies", SETUP(), 0, LIST(getValidRdPolicyLst), 0, {2, 0}},
+    {"cache policies", SETUP(), 0, LIST(getValidCachePolicy), 0, {1, 0}},
+    // Strip sizes: the limits as given, the list walked from min to max (a maximum of 255 ends it).
+    {"strip min", STRIP(7, 10), 0, OUT(getMinStrpSz, UC), 0, {7}},
+    {"strip max", STRIP(7, 10), 0, OUT(getMaxStrpSz, UC), 0, {10}},
+    {"strip default", STRIP(7, 10), 0, OUT(getDefaultStrpSz, UC), 0, {9}},
+    {"strips 7-10", STRIP(7, 10), 0, LIST(getValidStrpSzLst), 0, {7, 8, 9, 10}},
+    {"strips 10-7", STRIP(10, 7), 0, LIST(getValidStrpSzLst), 0, {}},
+    {"strips 254-255", STRIP(254, 255), 0, LIST(getValidStrpSzLst), 0, {254, 255}},
+    {"strips 3-3", STRIP(3, 3), 0, LIST(getValidStrpSzLst), 0, {3}},
+    // Capabilities.
+    {"max vds", SETUP(i.maxLDs = 240), 0, OUT(getMaxAllowedVd, UC), 0, {240}},
+    {"certification", SETUP(m.allowUnCertifiedHDDs = 5), 0, OUT(getDiskCertificationPolicy, UC), 0, {5}},
+    {"r1e as r10", SETUP(m.treatR1EAsR10 = 2), 0, OUT(isTreatR1EAsR10, bool), 0, {1}},
+    {"slicing", SETUP(), 0, OUT(isSlicingSupportedWithSpanning, bool), 0, {1}},
+};
+// clang-format on
+
+TEST_F(RulesTest, Queries) {
+    for (const QueryRow& r : kQueries) {
+        SCOPED_TRACE(r.what);
         KV_CTRL_INFO info = baseInfo();
-        info.stripeSizeOptions.min = c.min;
-        info.stripeSizeOptions.max = c.max;
         KV_MFC_DEFAULTS mfc{};
-        mfc.stripeSize = 9;
+        r.setup(info, mfc);
         ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::record(mfc));
-        AdapterDataKvi& a = use(info);
-        unsigned char min = 0, max = 0, def = 0;
-        EXPECT_EQ(a.getMinStrpSz(&min), 0);
-        EXPECT_EQ(a.getMaxStrpSz(&max), 0);
-        EXPECT_EQ(a.getDefaultStrpSz(&def), 0);
-        EXPECT_EQ(min, c.min);
-        EXPECT_EQ(max, c.max);
-        EXPECT_EQ(def, 9);
-        ArrayList<unsigned char>* list = nullptr;
-        ASSERT_EQ(a.getValidStrpSzLst(&list), 0);
-        EXPECT_EQ(List(list->begin(), list->end()), c.list);
-        delete list;
-    }
-}
-
-// ---------------------------------------------------------------------------
-// Cache policies
-
-TEST_F(RulesTest, DefaultPoliciesFromManufacturingDefaults) {
-    const struct {
-        std::uint8_t writeBack, readAhead, badBbu, cachedIo;
-        int wr, rd, bad, cache; // kNo: -1 returned
-        int rdOut;              // what the read policy output holds afterwards
-    } cases[] = {
-        {0, 0, 0, 1, 1, 2, 0, 0, 2},
-        {1, 1, 1, 0, 0, 0, 1, 1, 0},
-        {2, 2, 0, 2, 2, 0, 0, 1, 0},
-        {3, 3, 2, 1, kNo, kNo, kNo, 0, 3},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.writeBack) + "/" + std::to_string(c.readAhead));
-        KV_MFC_DEFAULTS mfc{};
-        mfc.writeBack = c.writeBack;
-        mfc.readAhead = c.readAhead;
-        mfc.cacheWhenBBUBad = c.badBbu;
-        mfc.cachedIo = c.cachedIo;
-        AdapterDataKvi& a = useMfc(mfc);
-        unsigned char wr = 0xEE, rd = 0xEE, bad = 0xEE, cache = 0xEE;
-        EXPECT_EQ(a.getDefaultWrPolicy(&wr), c.wr == kNo ? -1 : 0);
-        EXPECT_EQ(wr, c.wr == kNo ? 0xEE : c.wr);
-        EXPECT_EQ(a.getDefaultRdPolicy(&rd), c.rd == kNo ? -1 : 0);
-        EXPECT_EQ(rd, c.rdOut); // the raw code stays when unmapped
-        EXPECT_EQ(a.getDefaultWriteCacheBadBBU(&bad), c.bad == kNo ? -1 : 0);
-        EXPECT_EQ(bad, c.bad == kNo ? 0xEE : c.bad);
-        EXPECT_EQ(a.getDefaultCachePolicy(&cache), 0);
-        EXPECT_EQ(cache, c.cache);
-        EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
-    }
-}
-
-TEST_F(RulesTest, DiskCachePolicyByOem) {
-    const struct {
-        int oem, status, rc, out;
-    } cases[] = {{0, 0, 0, 0}, {2, 0, 0, 0},  {6, 0, 0, 2},         {7, 0, 0, 2},
-                 {9, 0, 0, 2}, {10, 0, 0, 0}, {6, 0x0C, 0x0C, 0xEE}};
-    for (const auto& c : cases) {
-        AdapterDataKvi& a = use(baseInfo(), c.oem, c.status);
-        unsigned char out = 0xEE;
-        EXPECT_EQ(a.getDefaultDiskCachePolicy(&out), c.rc) << c.oem;
-        EXPECT_EQ(out, c.out) << c.oem;
-    }
-}
-
-TEST_F(RulesTest, WritePolicyOfferedOnChange) {
-    const struct {
-        std::uint8_t w, c;
-        bool bbu, wp;
-        unsigned char def;
-        List valid;
-    } cases[] = {
-        {0, 0, false, false, 1, {1}},     {0, 1, true, true, 1, {1, 0, 3}},
-        {1, 0, false, true, 1, {1}},      {1, 1, false, false, 3, {1}},
-        {1, 1, true, true, 3, {1, 0, 3}}, {1, 0, true, false, 0, {1}},
-        {2, 0, true, true, 3, {1, 0, 3}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE("w" + std::to_string(c.w) + " c" + std::to_string(c.c) +
-                     (c.bbu ? " bbu" : "") + (c.wp ? " wp" : ""));
-        KV_MFC_DEFAULTS mfc{};
-        mfc.writeBack = c.w;
-        mfc.cacheWhenBBUBad = c.c;
-        AdapterDataKvi& a = useMfc(mfc, c.bbu, c.wp);
-        unsigned char def = 0xEE;
-        EXPECT_EQ(a.getWrPolicyDefaultChng(&def), 0);
-        EXPECT_EQ(def, c.def);
-        ArrayList<unsigned char>* list = nullptr;
-        ASSERT_EQ(a.getValidWrPolicyLstChng(&list), 0);
-        EXPECT_EQ(List(list->begin(), list->end()), c.valid);
-        delete list;
+        AdapterDataKvi& a = use(info, r.oem == kNo ? 0 : r.oem, r.oem == kNo ? 0x0C : 0);
+        for (int pass = 0; pass < 2; ++pass) {
+            List out;
+            EXPECT_EQ(r.call(a, out), r.rc);
+            EXPECT_EQ(out, r.out);
+        }
+        EXPECT_LE(ctrl.count(KV_DCMD_CTRL_MFC_DEFAULTS_GET), 1u);
     }
     // A fresh information read that fails offers no write-back choices, battery or not.
+    KV_CTRL_INFO info = baseInfo();
+    info.adapterOperations.bbu = 1;
+    info.ldOperations.writePolicy = 1;
     KV_MFC_DEFAULTS mfc{};
     mfc.writeBack = 1;
-    AdapterDataKvi& b = useMfc(mfc, true, true);
+    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::record(mfc));
+    AdapterDataKvi& b = use(info);
     ASSERT_EQ(b.getCtlrInfo(), 0);
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
-    ArrayList<unsigned char>* offered = nullptr;
-    ASSERT_EQ(b.getValidWrPolicyLstChng(&offered), 0);
-    EXPECT_EQ(List(offered->begin(), offered->end()), List{1});
-    delete offered;
-
-    // A default the lists cannot map fails the list (and releases it).
-    KV_MFC_DEFAULTS bad{};
-    bad.writeBack = 9;
-    AdapterDataKvi& a = useMfc(bad, true, true);
-    ArrayList<unsigned char>* list = nullptr;
-    EXPECT_EQ(a.getValidWrPolicyLstChng(&list), -1);
-    EXPECT_EQ(list, nullptr);
-}
-
-TEST_F(RulesTest, FixedPolicyLists) {
-    AdapterDataKvi& a = use(kPlain);
-    const struct {
-        std::function<int(ArrayList<unsigned char>**)> call;
-        List want;
-    } cases[] = {
-        {[&](ArrayList<unsigned char>** l) { return a.getValidWrPolicyLst(l); }, {1, 0}},
-        {[&](ArrayList<unsigned char>** l) { return a.getValidRdPolicyLst(l); }, {2, 0}},
-        {[&](ArrayList<unsigned char>** l) { return a.getValidCachePolicy(l); }, {1, 0}},
-    };
-    for (const auto& c : cases) {
-        ArrayList<unsigned char>* list = nullptr;
-        ASSERT_EQ(c.call(&list), 0);
-        EXPECT_EQ(List(list->begin(), list->end()), c.want);
-        delete list;
-    }
-    EXPECT_TRUE(ctrl.requests().empty());
+    List offered;
+    ASSERT_EQ(LIST(getValidWrPolicyLstChng)(b, offered), 0);
+    EXPECT_EQ(offered, List{1});
 }
 
 // isWritePolicy reads the controller information afresh every time.
@@ -400,36 +355,10 @@ TEST_F(RulesTest, WritePolicyBitIsReadFresh) {
     wp = 0x77;
     EXPECT_EQ(a.isWritePolicy(&wp), 0x0C);
     EXPECT_EQ(wp, 0x77);
-}
-
-// ---------------------------------------------------------------------------
-// Capability bits
-
-TEST_F(RulesTest, SmallQueries) {
-    KV_CTRL_INFO info = baseInfo();
-    info.maxLDs = 240;
+    // The SMP port-number capability answers the low byte of a failed load's status.
+    EXPECT_EQ(AdapterDataKvi(&ctrl, nullptr).doesControllerSupportPortNumInSmp(), 0x0C);
     info.adapterOperationExt.adapterOperations6.supportKviSmpPortNum = 1;
-    KV_MFC_DEFAULTS mfc{};
-    mfc.allowUnCertifiedHDDs = 5;
-    mfc.treatR1EAsR10 = 2;
-    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::record(mfc));
-    AdapterDataKvi& a = use(info);
-    unsigned char vd = 0, cert = 0;
-    bool r1e = false, slicing = false;
-    EXPECT_EQ(a.getMaxAllowedVd(&vd), 0);
-    EXPECT_EQ(vd, 240);
-    EXPECT_EQ(a.getDiskCertificationPolicy(&cert), 0);
-    EXPECT_EQ(cert, 5);
-    EXPECT_EQ(a.isTreatR1EAsR10(&r1e), 0);
-    EXPECT_TRUE(r1e);
-    EXPECT_EQ(a.isSlicingSupportedWithSpanning(&slicing), 0);
-    EXPECT_TRUE(slicing);
-    EXPECT_EQ(a.doesControllerSupportPortNumInSmp(), 1);
-
-    // A failed load answers the low byte of its status.
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x0C));
-    AdapterDataKvi b{&ctrl, nullptr};
-    EXPECT_EQ(b.doesControllerSupportPortNumInSmp(), 0x0C);
+    EXPECT_EQ(use(info).doesControllerSupportPortNumInSmp(), 1);
 }
 
 // ---------------------------------------------------------------------------
