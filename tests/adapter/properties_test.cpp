@@ -1,8 +1,6 @@
-// Controller property accessors: for every setting, the byte and bit it reads and writes in the
-// 64-byte properties record (positions written out here from the record layout, independently
-// of the implementation's table), that a setter leaves every other bit alone and sends nothing
-// until endCtlrPropUpdate, early-return against carry-on behaviour on a failed load, and the
-// members that differ from the family (alarm, key id, host info, power savings).
+// Controller property accessors: the byte and bit each setting reads and writes in the 64-byte
+// properties record (positions written out from the record layout), the transaction that sends
+// the record, and the members that differ from the family.
 #include <cstddef>
 
 #include "tests/adapter/AdapterFixture.h"
@@ -10,9 +8,6 @@
 namespace {
 
 using namespace kvitest;
-
-// ---------------------------------------------------------------------------
-// The settings, as the record layout places them.
 
 enum class Form { Early, Carry };
 constexpr Form E = Form::Early;
@@ -32,25 +27,17 @@ struct SettingRow {
     SetFn setter;
 };
 
-// Setters take their value by pointer or by value as declared.
-#define SETP(op, T)                                                                                \
-    [](AdapterDataKvi& a, std::uint32_t x) {                                                       \
-        T v = static_cast<T>(x);                                                                   \
-        return a.op(&v);                                                                           \
-    }
-#define SETV(op, T) [](AdapterDataKvi& a, std::uint32_t x) { return a.op(static_cast<T>(x)); }
-
 using UC = unsigned char;
 using US = unsigned short;
 using UI = unsigned int;
 
-// The usual pair: getNAME / setNAME, the setter taking its value by pointer (P)
-// or by value (V).
-#define ROW(name, byte, bit, width, form, T, by)                                                   \
-    {                                                                                              \
-        "get" #name, "set" #name, byte, bit, width, form, KVI_OUT(get##name, T),                   \
-            SET##by(set##name, T)                                                                  \
-    }
+// The usual pair getNAME / setNAME, the setter taking its value by pointer (P) or by value (V).
+// clang-format off
+#define SETP(op, T) [](AdapterDataKvi& a, std::uint32_t x) { T v = static_cast<T>(x); return a.op(&v); }
+#define SETV(op, T) [](AdapterDataKvi& a, std::uint32_t x) { return a.op(static_cast<T>(x)); }
+#define ROW(name, byte, bit, width, form, T, by) \
+    {"get" #name, "set" #name, byte, bit, width, form, KVI_OUT(get##name, T), SET##by(set##name, T)}
+// clang-format on
 
 // clang-format off
 const SettingRow kRows[] = {
@@ -162,17 +149,13 @@ Bytes mixed(std::size_t n) {
     return b;
 }
 
-KV_CTRL_INFO infoWithExtension(bool ext) {
-    KV_CTRL_INFO info{};
-    info.adapterOperationExt.adapterOperations6.supportCtrlPropExt = ext ? 1 : 0;
-    return info;
-}
-
 class PropertiesTest : public AdapterFixture {
 protected:
     // Answers the properties read with `prop`, and with `ext` (extension) when given.
     void serve(const Bytes& prop, const Bytes* ext = nullptr) {
-        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(infoWithExtension(ext != nullptr)));
+        KV_CTRL_INFO info{};
+        info.adapterOperationExt.adapterOperations6.supportCtrlPropExt = ext != nullptr ? 1 : 0;
+        ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::record(info));
         ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 0, FakeAnswer::ok(prop));
         if (ext != nullptr) {
             ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1, FakeAnswer::ok(*ext));
@@ -368,24 +351,6 @@ TEST_F(PropertiesTest, MembersThatDoNothingHere) {
 }
 
 // ---------------------------------------------------------------------------
-// Accessors over the controller information and the manufacturing defaults
-
-TEST_F(PropertiesTest, PowerSavingsPassesTheDisableByteThrough) {
-    Bytes mfc(80, 0);
-    mfc[55] = 1;
-    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::ok(mfc));
-    unsigned char out = 9;
-    ASSERT_EQ(a().isPowerSavingsSupported(&out), 0);
-    EXPECT_EQ(out, 1);
-
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_MFC_DEFAULTS_GET, FakeAnswer::fail(kFail));
-    out = 9;
-    EXPECT_EQ(a().isPowerSavingsSupported(&out), kFail);
-    EXPECT_EQ(out, 9);
-}
-
-// ---------------------------------------------------------------------------
 // Alarm
 
 TEST_F(PropertiesTest, AlarmStateIsReadDirectly) {
@@ -393,16 +358,10 @@ TEST_F(PropertiesTest, AlarmStateIsReadDirectly) {
         int status;
         std::uint8_t byte;
         int rc;
-        unsigned char state; // 0xEE: untouched
+        unsigned char state; // 0xEE: untouched; 3: no alarm hardware
     };
-    const Case cases[] = {
-        {0, 0, 0, 0},
-        {0, 1, 0, 1},
-        {0, 2, 0, 2},
-        {0, 7, 0, 0xEE},
-        {0x22, 0, 0, 3}, // no alarm hardware
-        {kFail, 1, kFail, 0xEE},
-    };
+    const Case cases[] = {{0, 0, 0, 0},    {0, 1, 0, 1},    {0, 2, 0, 2},
+                          {0, 7, 0, 0xEE}, {0x22, 0, 0, 3}, {kFail, 1, kFail, 0xEE}};
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.status << "/" << int(c.byte));
         reset();
@@ -436,38 +395,29 @@ TEST_F(PropertiesTest, AlarmSetterBringsTheCachedEnableInLineWithoutAWrite) {
 }
 
 // ---------------------------------------------------------------------------
-// Direct requests
+// Direct requests (the texts and the slot number read well are in the tests/sim round trip and
+// walk golden)
 
-// The slot number itself is in the walk golden of tests/sim.
-TEST_F(PropertiesTest, FailedHostInfoLeavesTheSlot) {
+TEST_F(PropertiesTest, HostInfoAndKeyIdBounds) {
     ctrl.answer(KV_DCMD_CTRL_HOST_INFO_GET, FakeAnswer::fail(kFail));
     unsigned char slot = 77;
     EXPECT_EQ(a().getHostInfo(&slot), kFail);
     EXPECT_EQ(slot, 77);
-}
 
-TEST_F(PropertiesTest, KeyIdReadAndWrite) {
-    ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET,
-                FakeAnswer::ok(Bytes{'k', 'e', 'y', '-', '7', 0, 'x'}));
-    std::string id = "old";
-    EXPECT_EQ(a().getKeyID(id, 0x42), 0);
-    EXPECT_EQ(id, "key-7");
-
-    // A full transfer without a terminator still gives a bounded text.
+    // A full transfer without a terminator still gives a bounded text; a failure keeps it.
     ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, FakeAnswer::ok(Bytes(256, 'z')));
+    std::string id = "old";
     EXPECT_EQ(a().getKeyID(id, 0), 0);
     EXPECT_EQ(id, std::string(256, 'z'));
-
     ctrl.answer(KV_DCMD_CTRL_LOCK_KEY_KEYID_GET, FakeAnswer::fail(kFail));
     EXPECT_EQ(a().getKeyID(id, 0), kFail);
     EXPECT_EQ(id, std::string(256, 'z'));
 
     // An identifier without room for its terminator is refused unsent.
     ctrl.clear();
-    std::string tooLong(256, 'q');
+    std::string tooLong(256, 'q'), longest(255, 'q');
     EXPECT_EQ(a().setKeyID(tooLong), -1);
     EXPECT_TRUE(ctrl.requests().empty());
-    std::string longest(255, 'q');
     EXPECT_EQ(a().setKeyID(longest), 0);
     EXPECT_EQ(ctrl.last(0x01150302)->sent[254], 'q');
     EXPECT_EQ(ctrl.last(0x01150302)->sent[255], 0);

@@ -1,10 +1,7 @@
-// Patrol read and consistency-check schedules. Each comes in two record forms chosen by the
-// controller's extended-LD support: the short one (mailbox byte 0; 208 bytes for patrol read,
-// 168 for consistency check; excluded drives as an id array) and the extended one (mailbox
-// byte 1, 120 bytes, excluded drives as a 256-bit map). Every form: what is read, kept and
-// written back, the exclusion list and start times in zones with summer time. Then what
-// each schedule does alone: patrol read field setters, options and status; the
-// consistency check's one-call setter, delay rules, support test and status.
+// Patrol read and consistency-check schedules in their two record forms, chosen by the
+// controller's extended-LD support: short (mailbox byte 0; 208 bytes for patrol read, 168 for
+// consistency check; excluded drives as an id array) and extended (mailbox byte 1, 120 bytes,
+// excluded drives as a 256-bit map).
 #include <ctime>
 #include <tuple>
 
@@ -52,12 +49,15 @@ struct Form {
     bool ext; // the extended form
     std::uint32_t length;
     std::size_t nextExec, execFreq;
+    std::uint32_t getOp, setOp;
 };
 
-const Form kPrShort{"PatrolReadShort", false, false, 208, 196, 200};
-const Form kPrExt{"PatrolReadExtended", false, true, 120, 104, 108};
-const Form kCcShort{"ConsistencyCheckShort", true, false, 168, 152, 156};
-const Form kCcExt{"ConsistencyCheckExtended", true, true, 120, 104, 108};
+// clang-format off
+const Form kPrShort{"PatrolReadShort", false, false, 208, 196, 200, KV_DCMD_CTRL_PR_GET_PROPERTIES, KV_DCMD_CTRL_PR_SET_PROPERTIES};
+const Form kPrExt{"PatrolReadExtended", false, true, 120, 104, 108, KV_DCMD_CTRL_PR_GET_PROPERTIES, KV_DCMD_CTRL_PR_SET_PROPERTIES};
+const Form kCcShort{"ConsistencyCheckShort", true, false, 168, 152, 156, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES};
+const Form kCcExt{"ConsistencyCheckExtended", true, true, 120, 104, 108, KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES, KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES};
+// clang-format on
 
 // Local midnight of 1 January 2000 in standard time as a clock value, and the summer-time
 // shift (-1: none, the C library's answer is not pinned).
@@ -81,12 +81,6 @@ protected:
     // The short consistency-check form is kept once read; every other form is read each call.
     bool kept() const { return f().cc && !f().ext; }
 
-    std::uint32_t getOp() const {
-        return f().cc ? KV_DCMD_CTRL_CC_SCHEDULE_GET_PROPERTIES : KV_DCMD_CTRL_PR_GET_PROPERTIES;
-    }
-    std::uint32_t setOp() const {
-        return f().cc ? KV_DCMD_CTRL_CC_SCHEDULE_SET_PROPERTIES : KV_DCMD_CTRL_PR_SET_PROPERTIES;
-    }
     void SetUp() override {
         info();
         serve(record());
@@ -119,13 +113,13 @@ protected:
         put32(b, f().execFreq, 0x0A0B0C0D);
         return b;
     }
-    void serve(const Bytes& b) { ctrl.answer(getOp(), FakeAnswer::ok(b)); }
+    void serve(const Bytes& b) { ctrl.answer(f().getOp, FakeAnswer::ok(b)); }
     // Drops the kept record, so that the next call reads what the firmware answers now.
     void forget() {
         delete P::ccScProp(a());
         P::ccScProp(a()) = nullptr;
     }
-    const Bytes& sent() const { return ctrl.last(setOp())->sent; }
+    const Bytes& sent() const { return ctrl.last(f().setOp)->sent; }
     const void* held(bool ext) {
         if (f().cc) {
             return ext ? static_cast<const void*>(P::ccScPropExt(a())) : P::ccScProp(a());
@@ -167,14 +161,14 @@ TEST_P(ScheduleTest, ReadAfterTheInformationKeptOrReadAgainAndWrittenBackWhole) 
     EXPECT_EQ(set(), 1); // nothing held: nothing sent
     EXPECT_TRUE(ctrl.requests().empty());
     ASSERT_EQ(get(), 0);
-    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, getOp()}));
+    EXPECT_EQ(ctrl.opcodes(), (std::vector<std::uint32_t>{KV_DCMD_CTRL_GET_INFO, f().getOp}));
     EXPECT_EQ(held(!f().ext), nullptr);
 
     Bytes second = record();
     second[1] = 0x44;
     serve(second);
     ASSERT_EQ(get(), 0);
-    EXPECT_EQ(ctrl.count(getOp()), kept() ? 1u : 2u);
+    EXPECT_EQ(ctrl.count(f().getOp), kept() ? 1u : 2u);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_GET_INFO), 1u);
     const Bytes now = kept() ? record() : second;
     ASSERT_NE(held(f().ext), nullptr);
@@ -182,14 +176,14 @@ TEST_P(ScheduleTest, ReadAfterTheInformationKeptOrReadAgainAndWrittenBackWhole) 
     EXPECT_EQ(Bytes(bytes, bytes + f().length), now);
 
     // No change flag: every call sends the held record, and its status is the answer.
-    ctrl.answer(setOp(), FakeAnswer::fail(0x2D));
+    ctrl.answer(f().setOp, FakeAnswer::fail(0x2D));
     EXPECT_EQ(set(), 0x2D);
     EXPECT_EQ(set(), 0x2D);
-    EXPECT_EQ(ctrl.count(setOp()), 2u);
+    EXPECT_EQ(ctrl.count(f().setOp), 2u);
     EXPECT_EQ(sent(), now);
 
     // A failed read drops what was held; the kept form is not read again.
-    ctrl.answer(getOp(), FakeAnswer::fail(5));
+    ctrl.answer(f().getOp, FakeAnswer::fail(5));
     EXPECT_EQ(get(), kept() ? 0 : 5);
     EXPECT_EQ(held(f().ext) == nullptr, !kept());
 
@@ -198,7 +192,7 @@ TEST_P(ScheduleTest, ReadAfterTheInformationKeptOrReadAgainAndWrittenBackWhole) 
     ctrl.clear();
     ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(0x22));
     EXPECT_EQ(get(), 0x22);
-    EXPECT_EQ(ctrl.count(getOp()), 0u);
+    EXPECT_EQ(ctrl.count(f().getOp), 0u);
 }
 
 TEST_P(ScheduleTest, ExclusionListInItsForm) {
@@ -236,7 +230,8 @@ TEST_P(ScheduleTest, ExclusionListInItsForm) {
         EXPECT_EQ(Bytes(sent().begin() + 8, sent().begin() + 40), Bytes(32, 0));
     }
 
-    // The short form holds 64 ids: a longer list is refused before anything is sent.
+    // The short form holds 64 ids: a longer list is refused before anything is sent, and no
+    // more are read whatever the count says.
     Ids many;
     for (unsigned short id = 0; id < 65; ++id) {
         many.push_back(id);
@@ -248,6 +243,17 @@ TEST_P(ScheduleTest, ExclusionListInItsForm) {
     } else {
         EXPECT_EQ(setExcluded(many), -1);
         EXPECT_TRUE(ctrl.requests().empty());
+        Bytes counted = record();
+        counted[3] = 200;
+        for (unsigned i = 0; i < 64; ++i) {
+            counted[4 + 2 * i] = static_cast<std::uint8_t>(i + 1);
+        }
+        forget();
+        serve(counted);
+        ArrayList<unsigned short> back;
+        ASSERT_EQ(getExcluded(&back), 0);
+        ASSERT_EQ(back.getCount(), 64u);
+        EXPECT_EQ(back.get(63), 64);
     }
 }
 
@@ -259,6 +265,10 @@ TEST_P(ScheduleTest, StartTimeIsWallClockTimeWithinTheEpochRange) {
                         wallClock(2031, 11, 20, 23, 5), wallClock(2000, 1, 1, 0, 0)};
     for (const Zone& z : kZones) {
         TzGuard tz(z.tz);
+        EXPECT_EQ(a().y2kTime(), z.epoch);
+        if (z.shift >= 0) {
+            EXPECT_EQ(a().getdstInSec(), z.shift);
+        }
         for (const tm& d : dates) {
             SCOPED_TRACE(std::string(z.tz) + " " + std::to_string(d.tm_year) + "/" +
                          std::to_string(d.tm_mon + 1));
@@ -283,7 +293,7 @@ TEST_P(ScheduleTest, StartTimeIsWallClockTimeWithinTheEpochRange) {
         EXPECT_EQ(setStart(&before), -2);
         const tm far = wallClock(2140, 1, 1, 0, 0);
         EXPECT_EQ(setStart(&far), -2);
-        EXPECT_EQ(ctrl.count(setOp()), 0u);
+        EXPECT_EQ(ctrl.count(f().setOp), 0u);
     }
 }
 
@@ -299,10 +309,10 @@ TEST_P(PatrolTest, ReadersTakeTheirFieldFromAFreshRead) {
     EXPECT_EQ(maxPd, 0x22);
     EXPECT_EQ(a().getSSDPrStatus(&options), 0);
     EXPECT_EQ(options, 0x33);
-    EXPECT_EQ(ctrl.count(getOp()), 5u);
+    EXPECT_EQ(ctrl.count(f().getOp), 5u);
 
     // A failed load: 0 from the value readers, the status from the others, outputs untouched.
-    ctrl.answer(getOp(), FakeAnswer::fail(0x0C));
+    ctrl.answer(f().getOp, FakeAnswer::fail(0x0C));
     EXPECT_EQ(a().getPrMode(), 0);
     EXPECT_EQ(a().getPrConcurrentPd(), 0u);
     EXPECT_EQ(a().getPrExecDelay(), 0u);
@@ -328,11 +338,13 @@ TEST_P(PatrolTest, SettersSendTheWholeRecordWithOneFieldChanged) {
         std::uint32_t value;
         std::size_t width;
     } cases[] = {
+        // clang-format off
         {[](AdapterDataKvi& x) { return x.setPrMode(0x5A); }, 0, 0x5A, 1},
         {[](AdapterDataKvi& x) { return x.setMaxConcurrentPD(7); }, 1, 7, 1},
         {[](AdapterDataKvi& x) { return x.setSSDPrStatus(0x44); }, 2, 0x44, 1},
         {[](AdapterDataKvi& x) { return x.setPrExecDelay(0); }, ~std::size_t{0}, 0, 4},
         {[](AdapterDataKvi& x) { return x.setPrExecDelay(86400); }, ~std::size_t{0}, 86400, 4},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.value);
@@ -342,10 +354,10 @@ TEST_P(PatrolTest, SettersSendTheWholeRecordWithOneFieldChanged) {
         std::memcpy(want.data() + (c.off == ~std::size_t{0} ? f().execFreq : c.off), &c.value,
                     c.width);
         EXPECT_EQ(sent(), want);
-        EXPECT_EQ(ctrl.count(getOp()), 1u);
+        EXPECT_EQ(ctrl.count(f().getOp), 1u);
     }
     ctrl.clear();
-    ctrl.answer(getOp(), FakeAnswer::fail(0x0C));
+    ctrl.answer(f().getOp, FakeAnswer::fail(0x0C));
     EXPECT_EQ(a().setPrMode(1), -1);
     EXPECT_EQ(a().setPrExecDelay(1), -1);
     EXPECT_EQ(a().setMaxConcurrentPD(1), -1);
@@ -353,7 +365,7 @@ TEST_P(PatrolTest, SettersSendTheWholeRecordWithOneFieldChanged) {
     EXPECT_EQ(a().setPrStartTime(&t), -1);
     EXPECT_EQ(a().setPrStartTime(nullptr), -1);
     EXPECT_EQ(setExcluded({}), 0x0C);
-    EXPECT_EQ(ctrl.count(setOp()), 0u);
+    EXPECT_EQ(ctrl.count(f().setOp), 0u);
 }
 
 // The enclosure-drive option is sent from the record read earlier in the same command; the
@@ -371,44 +383,15 @@ TEST_P(PatrolTest, DriveOptions) {
     ctrl.clear();
     info(/*ssdPatrolRead=*/false);
     EXPECT_EQ(a().setSSDPrStatus(1), -1);
-    EXPECT_EQ(ctrl.count(setOp()), 0u);
+    EXPECT_EQ(ctrl.count(f().setOp), 0u);
     info(/*ssdPatrolRead=*/true);
     EXPECT_EQ(a().setSSDPrStatus(1), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 2u); // not served from the cache
-    EXPECT_EQ(ctrl.count(setOp()), 1u);
+    EXPECT_EQ(ctrl.count(f().setOp), 1u);
     ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(0x03));
     EXPECT_EQ(a().setSSDPrStatus(1), 0x03);
     EXPECT_EQ(P::prop(a()), nullptr);
-    EXPECT_EQ(ctrl.count(setOp()), 1u);
-}
-
-TEST(PatrolRead, ShortListReadsAtMost64IdsWhateverTheCount) {
-    FakeController ctrl;
-    AdapterDataKvi a{&ctrl, nullptr};
-    KV_PR_PROPERTIES rec{};
-    rec.excludeLdCount = 200;
-    for (unsigned i = 0; i < 64; ++i) {
-        rec.excludedLD[i] = static_cast<std::uint16_t>(i + 1);
-    }
-    ctrl.answer(KV_DCMD_CTRL_PR_GET_PROPERTIES, FakeAnswer::record(rec));
-    ArrayList<unsigned short> out;
-    ASSERT_EQ(a.getPRSchedExcludedLdList(&out), 0);
-    ASSERT_EQ(out.getCount(), 64u);
-    EXPECT_EQ(out.get(63), 64);
-}
-
-TEST(PatrolRead, EpochAndSummerTimeShiftPerZone) {
-    FakeController ctrl;
-    AdapterDataKvi a{&ctrl, nullptr};
-    for (const Zone& z : kZones) {
-        SCOPED_TRACE(z.tz);
-        TzGuard tz(z.tz);
-        EXPECT_EQ(a.y2kTime(), z.epoch);
-        if (z.shift >= 0) {
-            EXPECT_EQ(a.getdstInSec(), z.shift);
-        }
-    }
-    EXPECT_TRUE(ctrl.requests().empty());
+    EXPECT_EQ(ctrl.count(f().setOp), 1u);
 }
 
 // ---------------------------------------------------------------------------
@@ -423,7 +406,7 @@ TEST_P(CcTest, ReadersAndLoadFailuresPassedThrough) {
     EXPECT_EQ(delay, 0x0A0B0C0Du);
 
     obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-    ctrl.answer(getOp(), FakeAnswer::fail(0x0C));
+    ctrl.answer(f().getOp, FakeAnswer::fail(0x0C));
     mode = 0x77;
     delay = 0x77;
     tm start{};
@@ -439,7 +422,7 @@ TEST_P(CcTest, ReadersAndLoadFailuresPassedThrough) {
     EXPECT_EQ(mode, 0x77);
     EXPECT_EQ(delay, 0x77u);
     EXPECT_EQ(start.tm_mday, 5);
-    EXPECT_EQ(ctrl.count(setOp()), 0u);
+    EXPECT_EQ(ctrl.count(f().setOp), 0u);
     EXPECT_EQ(a().setCcScProperties(), 1); // nothing held
 }
 
@@ -527,10 +510,11 @@ TEST_P(CcTest, SupportTest) {
         int supported;
     } cases[] = {{0, 1}, {2, 0}, {3, 1}, {0x0C, 1}};
     for (const auto& c : cases) {
-        ctrl.answer(getOp(), c.status == 0 ? FakeAnswer::ok(record()) : FakeAnswer::fail(c.status));
-        const std::size_t before = ctrl.count(getOp());
+        ctrl.answer(f().getOp,
+                    c.status == 0 ? FakeAnswer::ok(record()) : FakeAnswer::fail(c.status));
+        const std::size_t before = ctrl.count(f().getOp);
         EXPECT_EQ(a().ccSchedSupported(), c.supported) << c.status;
-        EXPECT_EQ(ctrl.count(getOp()), before + 1);
+        EXPECT_EQ(ctrl.count(f().getOp), before + 1);
     }
     EXPECT_EQ(held(false), nullptr);
     EXPECT_EQ(held(true), nullptr);
