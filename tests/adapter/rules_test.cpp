@@ -1,9 +1,5 @@
-// Configuration rules, run against a small table of controller variants (OEM
-// codes, RAID level bits, span limits, drive counts per level): drives per
-// span, span counts, RAID level lists, strip sizes, default and valid cache
-// policies, configuration permission, and the reads of their own (fresh
-// controller information, logical-drive list query, non-volatile cache and SSD
-// cache reads; their fixed request bytes are in the walk golden of tests/sim).
+// Configuration rules over controller variants (OEM codes, RAID level bits, span limits, drive
+// counts per level), and the reads of their own (their fixed request bytes are in the walk golden).
 #include <algorithm>
 
 #include "tests/adapter/AdapterFixture.h"
