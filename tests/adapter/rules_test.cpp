@@ -225,8 +225,7 @@ struct QueryRow {
 #define CHNG(wb, bad, battery, wpBit)                                                              \
     SETUP(m.writeBack = wb; m.cacheWhenBBUBad = bad; i.adapterOperations.bbu = battery;            \
           i.ldOperations.writePolicy = wpBit)
-#define STRIP(lo, hi)                                                                              \
-    SETUP(i.stripeSizeOptions.min = lo; i.stripeSizeOptions.max = hi; m.stripeSize = 9)
+#define STRIP(lo, hi) SETUP(i.stripeSizeOptions.min = lo; i.stripeSizeOptions.max = hi)
 #define OUT(op, T)                                                                                 \
     [](AdapterDataKvi& a, List& o) {                                                               \
         T v = static_cast<T>(0xEE);                                                                \
@@ -286,20 +285,12 @@ const QueryRow kQueries[] = {
     {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
     {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
     {"chng w9 bbu wp", CHNG(9, 0, 1, 1), 0, LIST(getValidWrPolicyLstChng), -1, {0xEE}},
-    // Fixed lists.
-    {"write policies", SETUP(), 0, LIST(getValidWrPolicyLst), 0, {1, 0}},
-    {"read policies", SETUP(), 0, LIST(getValidRdPolicyLst), 0, {2, 0}},
-    {"cache policies", SETUP(), 0, LIST(getValidCachePolicy), 0, {1, 0}},
-    // Strip sizes: the limits as given, the list walked from min to max (a maximum of 255 ends it).
-    {"strip min", STRIP(7, 10), 0, OUT(getMinStrpSz, UC), 0, {7}},
-    {"strip max", STRIP(7, 10), 0, OUT(getMaxStrpSz, UC), 0, {10}},
-    {"strip default", STRIP(7, 10), 0, OUT(getDefaultStrpSz, UC), 0, {9}},
-    {"strips 7-10", STRIP(7, 10), 0, LIST(getValidStrpSzLst), 0, {7, 8, 9, 10}},
+    // Strip sizes (the plain walk and the fixed policy lists are in the CLI golden of `rules`):
+    // an empty range, a maximum of 255 that ends the walk, a single size.
     {"strips 10-7", STRIP(10, 7), 0, LIST(getValidStrpSzLst), 0, {}},
     {"strips 254-255", STRIP(254, 255), 0, LIST(getValidStrpSzLst), 0, {254, 255}},
     {"strips 3-3", STRIP(3, 3), 0, LIST(getValidStrpSzLst), 0, {3}},
     // Capabilities.
-    {"max vds", SETUP(i.maxLDs = 240), 0, OUT(getMaxAllowedVd, UC), 0, {240}},
     {"certification", SETUP(m.allowUnCertifiedHDDs = 5), 0, OUT(getDiskCertificationPolicy, UC), 0, {5}},
     {"r1e as r10", SETUP(m.treatR1EAsR10 = 2), 0, OUT(isTreatR1EAsR10, bool), 0, {1}},
     {"slicing", SETUP(), 0, OUT(isSlicingSupportedWithSpanning, bool), 0, {1}},
