@@ -28,7 +28,6 @@ struct AdapterDataKviPeer {
     static KV_SAS_CONNECTORS*& connectors(A& a) { return a.kvConnectorsPtr_; }
     static KV_CC_SCHEDULE_PROPERTIES*& ccScProp(A& a) { return a.kvCcScProp_; }
     static KV_CC_SCHEDULE_PROPERTIES_EXT*& ccScPropExt(A& a) { return a.kvCcScPropExt_; }
-    static KV_SAS_PHY_CONNECTIONS*& phy(A& a) { return a.kvPhy_; }
 
     // Change flags and counters.
     static bool& propChanged(A& a) { return a.kvAdpPropertiesChanged_; }

@@ -51,56 +51,36 @@ protected:
 };
 
 // ---------------------------------------------------------------------------
-// Construction and destruction
+// Destruction
 
-// Every cache loaded (and some reloaded, replacing their records) and then
-// destroyed: the sanitizer/valgrind runs prove each record is released exactly
-// once, the malloc'ed image lists included.
+// The loaders the table below does not cover, some called twice (replacing their records), one
+// failing, and then the object destroyed: the sanitizer/valgrind runs prove each record is
+// released exactly once, the malloc'ed image lists included; a pending change is dropped.
 TEST_F(CacheTest, DestructorReleasesEveryLoadedCache) {
-    scriptInfo(false, true, true);
+    scriptInfo(true, true, true);
     ctrl.answerB0(kFlash, 0, FakeAnswer::ok(flashList({"APP", "BIOS"})));
     ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({"APP"})));
     ctrl.answerB0(kFlash, 2, FakeAnswer::ok(flashList({"APP", "BIOS", "BTBL"})));
+    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kNoHw));
     KV_EVT_LOG_INFO* info = nullptr;
-    EXPECT_EQ(a().getCtlrInfo(), 0);
-    EXPECT_EQ(a().getKvCtlrProp(), 0);
-    EXPECT_EQ(a().getMFCdata(), 0);
-    EXPECT_EQ(a().getBatteryInfo(), 0);
-    EXPECT_EQ(a().getBatteryCapacityInfo(), 0);
-    EXPECT_EQ(a().getBatteryDesignInfo(), 0);
-    EXPECT_EQ(a().getBBUProperties(), 0);
-    EXPECT_EQ(a().getBIOSData(), 0);
-    EXPECT_EQ(a().getMuxInfo(), 0);
-    EXPECT_EQ(a().getConnectors(), 0);
-    EXPECT_EQ(a().getAllPhyConnections(), 0);
     EXPECT_EQ(a().getEventLogInfo(&info), 0);
-    EXPECT_EQ(a().getPrProperties(), 0);
-    EXPECT_EQ(a().getPrProperties(), 0);
-    EXPECT_EQ(a().getCcScProperties(), 0);
-    EXPECT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(a().getFwCompData(), 0);
-    EXPECT_NE(P::activeFlash(a()), nullptr);
+    EXPECT_EQ(a().getBatteryInfo(), kNoHw);
+    using A = AdapterDataKvi;
+    for (auto load :
+         {&A::getKvCtlrProp, &A::getAllPhyConnections, &A::getPrProperties, &A::getPrProperties,
+          &A::getCcScProperties, &A::getCcScProperties, &A::getFwCompData, &A::getFwCompData}) {
+        EXPECT_EQ((a().*load)(), 0);
+    }
     EXPECT_NE(P::backupFlash(a()), nullptr);
     EXPECT_NE(P::pendingFlash(a()), nullptr);
     const std::size_t sent = ctrl.requests().size();
-    P::propChanged(a()) = true; // pending changes are dropped, not written
+    P::propChanged(a()) = true;
     obj.reset();
     EXPECT_EQ(ctrl.requests().size(), sent);
 }
 
-TEST_F(CacheTest, DestructorWithPartlyLoadedCaches) {
-    scriptInfo(true);
-    ctrl.answer(KV_DCMD_BBU_GET_STATUS, FakeAnswer::fail(kNoHw));
-    EXPECT_EQ(a().getCtlrInfo(), 0);
-    EXPECT_EQ(a().getBatteryInfo(), kNoHw);
-    EXPECT_EQ(a().getCcScProperties(), 0);
-    EXPECT_EQ(a().getCcScProperties(), 0); // extended form: a new record replaces the old
-    EXPECT_EQ(P::batteryInfo(a()), nullptr);
-    obj.reset();
-}
-
 // ---------------------------------------------------------------------------
-// The nine simple loaders
+// The simple loaders (a begin of an update is its loader)
 
 struct SimpleLoader {
     const char* name;
@@ -127,48 +107,34 @@ const SimpleLoader kSimpleLoaders[] = {
     KVI_LOADER(getBIOSData, KV_DCMD_CTRL_BIOS_DATA_GET, 64, biosData),
     KVI_LOADER(getMuxInfo, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, 5, muxList),
     KVI_LOADER(getConnectors, KV_DCMD_SAS_CONFIG_GET_CONNECTORS, 168, connectors),
+    KVI_LOADER(beginBIOSDataUpdate, KV_DCMD_CTRL_BIOS_DATA_GET, 64, biosData),
+    KVI_LOADER(beginMuxModeUpdate, KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, 5, muxList),
 };
 // clang-format on
 #undef KVI_LOADER
 
-class SimpleLoaderTest : public CacheTest, public ::testing::WithParamInterface<SimpleLoader> {};
-
 // A failed read keeps nothing and the next call retries; a good read is kept and the
 // next call answers from it without a request.
-TEST_P(SimpleLoaderTest, ReadsUntilItHoldsTheAnswerThenKeepsIt) {
-    const SimpleLoader& l = GetParam();
-    const Bytes answer = pattern(l.size, 0x41);
-    ctrl.answerOnce(l.opcode, FakeAnswer::fail(kNoHw));
-    ctrl.answer(l.opcode, FakeAnswer::ok(answer));
-    EXPECT_EQ((a().*l.load)(), kNoHw);
-    EXPECT_EQ(l.cache(a()), nullptr);
+TEST_F(CacheTest, SimpleLoadersReadUntilTheyHoldTheAnswerThenKeepIt) {
+    for (const SimpleLoader& l : kSimpleLoaders) {
+        SCOPED_TRACE(l.name);
+        reset();
+        const Bytes answer = pattern(l.size, 0x41);
+        ctrl.answerOnce(l.opcode, FakeAnswer::fail(kNoHw));
+        ctrl.answer(l.opcode, FakeAnswer::ok(answer));
+        EXPECT_EQ((a().*l.load)(), kNoHw);
+        EXPECT_EQ(l.cache(a()), nullptr);
 
-    EXPECT_EQ((a().*l.load)(), 0);
-    EXPECT_EQ(ctrl.count(l.opcode), 2u);
-    ASSERT_NE(l.cache(a()), nullptr);
-    EXPECT_EQ(bytesOf(l.cache(a()), l.size), answer);
+        EXPECT_EQ((a().*l.load)(), 0);
+        EXPECT_EQ(ctrl.count(l.opcode), 2u);
+        ASSERT_NE(l.cache(a()), nullptr);
+        EXPECT_EQ(bytesOf(l.cache(a()), l.size), answer);
 
-    const void* held = l.cache(a());
-    EXPECT_EQ((a().*l.load)(), 0);
-    EXPECT_EQ(ctrl.requests().size(), 2u);
-    EXPECT_EQ(l.cache(a()), held);
-}
-
-INSTANTIATE_TEST_SUITE_P(Loaders, SimpleLoaderTest, ::testing::ValuesIn(kSimpleLoaders),
-                         [](const ::testing::TestParamInfo<SimpleLoader>& info) {
-                             return std::string(info.param.name);
-                         });
-
-TEST_F(CacheTest, BeginUpdatesAreTheirLoaders) {
-    EXPECT_EQ(a().beginBIOSDataUpdate(), 0);
-    EXPECT_EQ(a().beginBIOSDataUpdate(), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_BIOS_DATA_GET), 1u);
-    EXPECT_EQ(a().beginMuxModeUpdate(), 0);
-    EXPECT_EQ(a().beginMuxModeUpdate(), 0);
-    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST), 1u);
-    ctrl.answer(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(4));
-    EXPECT_EQ(a().beginCtlrPropUpdate(), 4);
-    EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_GET), 1u);
+        const void* held = l.cache(a());
+        EXPECT_EQ((a().*l.load)(), 0);
+        EXPECT_EQ(ctrl.requests().size(), 2u);
+        EXPECT_EQ(l.cache(a()), held);
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -194,9 +160,7 @@ TEST_F(CacheTest, PropertiesAndTheirExtension) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        obj = std::make_unique<AdapterDataKvi>(&ctrl, nullptr);
-        ctrl.clear();
-        ctrl.backend().clearScript();
+        reset();
         if (c.info < 0) {
             ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
         } else {
@@ -213,10 +177,9 @@ TEST_F(CacheTest, PropertiesAndTheirExtension) {
         auto propReads = [&] {
             std::vector<int> b0;
             for (const FakeRequest& r : ctrl.requests()) {
-                if (r.opcode != KV_DCMD_CTRL_PROPERTIES_GET) {
-                    continue;
+                if (r.opcode == KV_DCMD_CTRL_PROPERTIES_GET) {
+                    b0.push_back(r.mbox[0]);
                 }
-                b0.push_back(r.mbox[0]);
             }
             return b0;
         };
@@ -279,9 +242,7 @@ TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
 
     EXPECT_EQ(a().endCtlrPropUpdate(), 6); // the write's status
     const FakeRequest& w = *ctrl.last(KV_DCMD_CTRL_PROPERTIES_SET);
-    EXPECT_EQ(w.mbox, Mbox{});
     EXPECT_EQ(w.callerLength, 0u);
-    EXPECT_EQ(w.direction, kvi::Direction::Write);
     Bytes expected = props;
     expected[offsetof(KV_CTRL_PROP, rebuildRate)] = 77; // only that byte changes
     EXPECT_EQ(w.sent, expected);
@@ -290,47 +251,6 @@ TEST_F(CacheTest, EndCtlrPropUpdateWritesTheWholeRecordOnce) {
     EXPECT_EQ(a().endCtlrPropUpdate(), 0);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_PROPERTIES_SET), 1u);
     EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_PROPERTIES_GET, 0), 1u);
-}
-
-// ---------------------------------------------------------------------------
-// Mux write-back
-
-TEST_F(CacheTest, EndMuxModeUpdateTestsTheListBeforeTheFlag) {
-    EXPECT_EQ(a().endMuxModeUpdate(), -1); // no list, nothing changed
-    P::muxChanged(a()) = true;
-    EXPECT_EQ(a().endMuxModeUpdate(), -1);
-    EXPECT_TRUE(P::muxChanged(a())); // the flag is not looked at
-    EXPECT_TRUE(ctrl.requests().empty());
-
-    P::muxChanged(a()) = false;
-    const Bytes mux = {2, 1, 2, 3, 0};
-    ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(mux));
-    ASSERT_EQ(a().beginMuxModeUpdate(), 0);
-    EXPECT_EQ(a().endMuxModeUpdate(), 0); // unchanged
-    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 0u);
-
-    P::muxList(a())->sasMuxMode[1] = 3;
-    P::muxChanged(a()) = true;
-    EXPECT_EQ(a().endMuxModeUpdate(), 0);
-    ASSERT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 1u);
-    const FakeRequest& w = *ctrl.last(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST);
-    EXPECT_EQ(w.sent, (Bytes{2, 1, 3, 3, 0}));
-    EXPECT_EQ(w.callerLength, 0u);
-    EXPECT_FALSE(P::muxChanged(a()));
-}
-
-// ---------------------------------------------------------------------------
-// Phy table: read once, even when the read fails
-
-TEST_F(CacheTest, PhyConnectionsKeepAFailedBuffer) {
-    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::fail(5));
-    EXPECT_EQ(a().getAllPhyConnections(), 5);
-    ASSERT_EQ(ctrl.requests().size(), 1u);
-    ASSERT_NE(P::phy(a()), nullptr);
-    EXPECT_EQ(bytesOf(P::phy(a()), 392), Bytes(392, 0));
-
-    EXPECT_EQ(a().getAllPhyConnections(), 0);
-    EXPECT_EQ(ctrl.requests().size(), 1u);
 }
 
 // ---------------------------------------------------------------------------
@@ -374,47 +294,53 @@ TEST_F(CacheTest, EventLogInfoIsReadEveryCallAndKeepsItsBufferOnFailure) {
 }
 
 // ---------------------------------------------------------------------------
-// Status and clock reads into the caller's record
+// Fresh reads into the caller's record
 
 struct RecordRead {
     const char* name;
     std::uint32_t opcode;
     std::size_t size;
+    bool clears; // the record is cleared before the read, so also after a failed one
     int (*read)(AdapterDataKvi&, void*);
 };
 
+#define KVI_READ(fn, T, opcode, size, clears)                                                      \
+    {                                                                                              \
+#fn, opcode, size, clears,                                                                 \
+            [](AdapterDataKvi & a, void* p) { return a.fn(static_cast<T*>(p)); }                   \
+    }
+// clang-format off
 const RecordRead kRecordReads[] = {
-    {"getPrStatus", KV_DCMD_CTRL_PR_GET_STATUS, 16,
-     [](AdapterDataKvi& a, void* p) { return a.getPrStatus(static_cast<KV_PR_STATUS*>(p)); }},
-    {"getCcScStatus", KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, 16,
-     [](AdapterDataKvi& a, void* p) {
-         return a.getCcScStatus(static_cast<KV_CC_SCHEDULE_STATUS*>(p));
-     }},
-    {"getCtrlTime", KV_DCMD_CTRL_TIME_GET, 8,
-     [](AdapterDataKvi& a, void* p) { return a.getCtrlTime(static_cast<KV_TIME_STAMP*>(p)); }},
+    KVI_READ(getPrStatus, KV_PR_STATUS, KV_DCMD_CTRL_PR_GET_STATUS, 16, false),
+    KVI_READ(getCcScStatus, KV_CC_SCHEDULE_STATUS, KV_DCMD_CTRL_CC_SCHEDULE_GET_STATUS, 16, false),
+    KVI_READ(getCtrlTime, KV_TIME_STAMP, KV_DCMD_CTRL_TIME_GET, 8, false),
+    KVI_READ(getBbuStatus, KV_BBU_STATUS, KV_DCMD_BBU_GET_STATUS, 64, true),
+    KVI_READ(showAECSettings, KV_AEC_SETTINGS, KV_DCMD_CTRL_AEC_GET_SETTINGS, 40, true),
 };
+// clang-format on
+#undef KVI_READ
 
-class RecordReadTest : public CacheTest, public ::testing::WithParamInterface<RecordRead> {};
+TEST_F(CacheTest, ReadsFillTheCallersRecordOnlyOnSuccess) {
+    for (const RecordRead& r : kRecordReads) {
+        SCOPED_TRACE(r.name);
+        reset();
+        EXPECT_EQ(r.read(a(), nullptr), -1);
+        EXPECT_TRUE(ctrl.requests().empty());
+        Bytes out(r.size, 0xEE);
+        // A failed answer's bytes never reach a record that is filled only on success.
+        ctrl.answerOnce(r.opcode,
+                        FakeAnswer{kNoHw, r.clears ? Bytes{} : pattern(r.size, 3), {}, {}});
+        ctrl.answer(r.opcode, FakeAnswer::ok(pattern(r.size, 7)));
 
-TEST_P(RecordReadTest, FillsTheCallersRecordOnlyOnSuccess) {
-    const RecordRead& r = GetParam();
-    EXPECT_EQ(r.read(a(), nullptr), -1);
-    EXPECT_TRUE(ctrl.requests().empty());
-    Bytes out(r.size, 0xEE);
-    ctrl.answerOnce(r.opcode, FakeAnswer{kNoHw, pattern(r.size, 3), {}, {}});
-    ctrl.answer(r.opcode, FakeAnswer::ok(pattern(r.size, 7)));
-
-    EXPECT_EQ(r.read(a(), out.data()), kNoHw);
-    EXPECT_EQ(out, Bytes(r.size, 0xEE));
-    EXPECT_EQ(r.read(a(), out.data()), 0);
-    EXPECT_EQ(out, pattern(r.size, 7));
-    EXPECT_EQ(ctrl.count(r.opcode), 2u);
+        EXPECT_EQ(r.read(a(), out.data()), kNoHw);
+        EXPECT_EQ(out, Bytes(r.size, r.clears ? 0 : 0xEE));
+        EXPECT_EQ(r.read(a(), out.data()), 0);
+        EXPECT_EQ(out, pattern(r.size, 7));
+        EXPECT_EQ(r.read(a(), out.data()), 0);
+        EXPECT_EQ(ctrl.count(r.opcode), 3u);
+        EXPECT_EQ(ctrl.last(r.opcode)->length, r.size);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Reads, RecordReadTest, ::testing::ValuesIn(kRecordReads),
-                         [](const ::testing::TestParamInfo<RecordRead>& info) {
-                             return std::string(info.param.name);
-                         });
 
 // ---------------------------------------------------------------------------
 // Image component lists
@@ -535,7 +461,6 @@ TEST_F(CacheTest, ImageListsAreReadInTwoPasses) {
     ASSERT_EQ(a().getFwCompData(), 0);
     EXPECT_STREQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 0)->name, "APP");
     EXPECT_STREQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 0)->version, "v0");
-    EXPECT_STREQ(AdapterDataKvi::flashComp(P::activeFlash(a()), 1)->name, "BIOS");
     EXPECT_STREQ(AdapterDataKvi::flashComp(P::backupFlash(a()), 2)->name, "BTBL");
     const KV_FLASH_COMP_INFO_LIST* pending = P::pendingFlash(a());
     EXPECT_STREQ(AdapterDataKvi::flashComp(pending, 0)->name, "APP");

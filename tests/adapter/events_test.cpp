@@ -1,6 +1,6 @@
 // Event log and event capture: the reads into the caller's buffer (mailbox words, length), the
-// mask echo check, the captured-entry count answered in the mailbox, and the capture settings
-// record. The plain commands are rows of the features request table.
+// mask echo check and the captured-entry count answered in the mailbox. The plain commands are
+// rows of the features request table.
 #include "tests/adapter/AdapterFixture.h"
 
 namespace {
@@ -82,7 +82,7 @@ TEST_F(EventsTest, MaskOperationsCheckTheEcho) {
 }
 
 // ---------------------------------------------------------------------------
-// Captured data and settings
+// Captured data (the settings read is a row of the caller's-record reads of the cache tests)
 
 TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
     std::vector<unsigned char> buffer(32768, 0);
@@ -112,29 +112,6 @@ TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
     EXPECT_EQ(a().getAEC(nullptr, 0, &count), -1);
     EXPECT_EQ(a().getAEC(buffer.data(), 0, nullptr), -1);
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_AEC_GET), 3u);
-}
-
-TEST_F(EventsTest, CaptureSettingsAreClearedThenRead) {
-    Bytes settings(40, 0);
-    settings[0] = 1;     // state
-    settings[2] = 3;     // mode
-    settings[16] = 0xAA; // filterMaskHost
-    settings[20] = 0x55; // filterMaskFw
-    ctrl.answer(KV_DCMD_CTRL_AEC_GET_SETTINGS, FakeAnswer::ok(settings));
-    KV_AEC_SETTINGS rec;
-    std::memset(&rec, 0xEE, sizeof rec);
-    EXPECT_EQ(a().showAECSettings(&rec), 0);
-    EXPECT_EQ(rec.state, 1);
-    EXPECT_EQ(rec.mode, 3);
-    EXPECT_EQ(rec.filterMaskHost, 0xAAu);
-    EXPECT_EQ(rec.filterMaskFw, 0x55u);
-
-    ctrl.answer(KV_DCMD_CTRL_AEC_GET_SETTINGS, FakeAnswer::fail(kFail));
-    std::memset(&rec, 0xEE, sizeof rec);
-    EXPECT_EQ(a().showAECSettings(&rec), kFail);
-    const Bytes zeros(40, 0);
-    EXPECT_EQ(std::memcmp(&rec, zeros.data(), 40), 0);
-    EXPECT_EQ(a().showAECSettings(nullptr), -1);
 }
 
 } // namespace

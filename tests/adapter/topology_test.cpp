@@ -8,12 +8,7 @@ namespace {
 
 using namespace kvitest;
 
-class TopologyTest : public ::testing::Test {
-protected:
-    FakeController ctrl;
-    LogCapture log;
-    AdapterDataKvi a{&ctrl, nullptr};
-};
+using TopologyTest = AdapterFixture;
 
 // Phy 3: address 0x5000C500AABBCCDD, connector 2, port 0x2A valid, link speed
 // code 4 (6G) in bits 18-23, every other bit of its flag word set.
@@ -37,65 +32,62 @@ Bytes phyTable() {
     return b;
 }
 
-TEST_F(TopologyTest, PhyFieldsAndBitPositions) {
+TEST_F(TopologyTest, PhyFieldsBitPositionsAndIndexLimits) {
     ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::ok(phyTable()));
     // The count and the 64-bit address are in the walk golden of tests/sim.
     unsigned int port = 0, valid = 0, speed = 0;
     unsigned char connector = 0, viaConnection = 0;
-    EXPECT_EQ(a.getSASPortNumber(3, &port), 0);
+    EXPECT_EQ(a().getSASPortNumber(3, &port), 0);
     EXPECT_EQ(port, 0x3Fu);
-    EXPECT_EQ(a.getSASPortNumberValid(3, &valid), 0);
+    EXPECT_EQ(a().getSASPortNumberValid(3, &valid), 0);
     EXPECT_EQ(valid, 1u);
-    EXPECT_EQ(a.getLinkSpeed(3, &speed), 0);
+    EXPECT_EQ(a().getLinkSpeed(3, &speed), 0);
     EXPECT_EQ(speed, 4u);
-    EXPECT_EQ(a.getConnectorIndex(3, &connector), 0);
+    EXPECT_EQ(a().getConnectorIndex(3, &connector), 0);
     EXPECT_EQ(connector, 2);
-    EXPECT_EQ(a.getPhyConnection(&viaConnection, 3), 0);
+    EXPECT_EQ(a().getPhyConnection(&viaConnection, 3), 0);
     EXPECT_EQ(viaConnection, 2);
-    EXPECT_EQ(a.getSASPortNumberValid(4, &valid), 0);
+    EXPECT_EQ(a().getSASPortNumberValid(4, &valid), 0);
     EXPECT_EQ(valid, 0u);
 
     // Disabled means "no connector", whatever the firmware's disabled bit.
     bool off = false;
-    EXPECT_EQ(a.isPhyDisable(5, &off), 0);
+    EXPECT_EQ(a().isPhyDisable(5, &off), 0);
     EXPECT_TRUE(off);
-    EXPECT_EQ(a.isPhyDisable(6, &off), 0);
+    EXPECT_EQ(a().isPhyDisable(6, &off), 0);
     EXPECT_FALSE(off);
 
     EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS), 1u); // kept
-}
 
-// Indices outside the 24-entry table are refused without touching the output.
-TEST_F(TopologyTest, PhyIndicesOutsideTheTable) {
-    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::ok(phyTable()));
+    // Indices outside the 24-entry table are refused without touching the output.
     for (int phy : {-1, 24, 1000}) {
         unsigned int u = 7;
         unsigned long long addr = 7;
         unsigned char c = 7;
         bool b = true;
-        EXPECT_EQ(a.isPhyDisable(phy, &b), -1);
-        EXPECT_EQ(a.getSASAddress(phy, &addr), -1);
-        EXPECT_EQ(a.getSASPortNumber(phy, &u), -1);
-        EXPECT_EQ(a.getSASPortNumberValid(phy, &u), -1);
-        EXPECT_EQ(a.getConnectorIndex(phy, &c), -1);
-        EXPECT_EQ(a.getLinkSpeed(phy, &u), -1);
+        EXPECT_EQ(a().isPhyDisable(phy, &b), -1);
+        EXPECT_EQ(a().getSASAddress(phy, &addr), -1);
+        EXPECT_EQ(a().getSASPortNumber(phy, &u), -1);
+        EXPECT_EQ(a().getSASPortNumberValid(phy, &u), -1);
+        EXPECT_EQ(a().getConnectorIndex(phy, &c), -1);
+        EXPECT_EQ(a().getLinkSpeed(phy, &u), -1);
         EXPECT_EQ(u, 7u);
         EXPECT_EQ(addr, 7u);
         EXPECT_EQ(c, 7);
         EXPECT_TRUE(b);
     }
     unsigned char c = 7;
-    EXPECT_EQ(a.getPhyConnection(&c, 24), -1);
-    EXPECT_EQ(a.getPhyConnection(&c, 23), 0);
+    EXPECT_EQ(a().getPhyConnection(&c, 24), -1);
+    EXPECT_EQ(a().getPhyConnection(&c, 23), 0);
 }
 
 // A failed read is remembered as an all-zero table.
 TEST_F(TopologyTest, FailedPhyReadAnswersZerosLater) {
     ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::fail(0x0C));
     unsigned int count = 9;
-    EXPECT_EQ(a.getPhyCount(&count), 0x0C);
+    EXPECT_EQ(a().getPhyCount(&count), 0x0C);
     EXPECT_EQ(count, 9u);
-    EXPECT_EQ(a.getPhyCount(&count), 0);
+    EXPECT_EQ(a().getPhyCount(&count), 0);
     EXPECT_EQ(count, 0u);
     EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS), 1u);
 }
@@ -116,40 +108,38 @@ Bytes connectorTable(std::uint32_t count) {
 TEST_F(TopologyTest, Connectors) {
     ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(0x103)));
     unsigned char count = 0, loc = 0;
-    EXPECT_EQ(a.getConnectorCount(&count), 0);
+    EXPECT_EQ(a().getConnectorCount(&count), 0);
     EXPECT_EQ(count, 3); // low byte
-    EXPECT_EQ(a.getConnectorLocation(2, &loc), 0);
+    EXPECT_EQ(a().getConnectorLocation(2, &loc), 0);
     EXPECT_EQ(loc, 0x12);
     std::string* name = nullptr;
-    EXPECT_EQ(a.getConnectorName(1, &name), 0);
+    EXPECT_EQ(a().getConnectorName(1, &name), 0);
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(*name, "Port 1");
     delete name;
-    EXPECT_EQ(a.getConnectorName(0, &name), 0);
+    EXPECT_EQ(a().getConnectorName(0, &name), 0);
     EXPECT_EQ(*name, std::string(16, 'A')); // bounded by the field
     delete name;
 
     name = reinterpret_cast<std::string*>(&loc); // must be overwritten with null
-    EXPECT_EQ(a.getConnectorName(3, &name), -1);
+    EXPECT_EQ(a().getConnectorName(3, &name), -1);
     EXPECT_EQ(name, nullptr);
     loc = 0x77;
-    EXPECT_EQ(a.getConnectorLocation(3, &loc), -1);
+    EXPECT_EQ(a().getConnectorLocation(3, &loc), -1);
     EXPECT_EQ(loc, 0x77);
 
     KV_SAS_CONNECTORS copy{};
-    EXPECT_EQ(a.getConnectorsValue(&copy), 0);
+    EXPECT_EQ(a().getConnectorsValue(&copy), 0);
     EXPECT_EQ(0, std::memcmp(&copy, connectorTable(0x103).data(), sizeof copy));
     EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_CONNECTORS), 1u);
-}
 
-// Whatever count the firmware gives, index 8 is past the table.
-TEST_F(TopologyTest, ConnectorIndexPastTheTable) {
+    // Whatever count the firmware gives, index 8 is past the table.
+    reset();
     ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(200)));
-    unsigned char loc = 0x77;
-    std::string* name = nullptr;
-    EXPECT_EQ(a.getConnectorLocation(8, &loc), -1);
-    EXPECT_EQ(a.getConnectorName(8, &name), -1);
-    EXPECT_EQ(a.getConnectorLocation(7, &loc), 0);
+    loc = 0x77;
+    EXPECT_EQ(a().getConnectorLocation(8, &loc), -1);
+    EXPECT_EQ(a().getConnectorName(8, &name), -1);
+    EXPECT_EQ(a().getConnectorLocation(7, &loc), 0);
     EXPECT_EQ(loc, 0x17);
 }
 
@@ -158,43 +148,46 @@ TEST_F(TopologyTest, MuxTransaction) {
     // reports a count of 2.
     const Bytes list = {2, 1, 0, 3, 3};
     ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(list));
-    EXPECT_EQ(a.setMuxMode(2, 0), -1); // no begin yet
+    EXPECT_EQ(a().setMuxMode(2, 0), -1); // no begin yet
+    P::muxChanged(a()) = true;           // the list is looked for before the flag
+    EXPECT_EQ(a().endMuxModeUpdate(), -1);
+    EXPECT_TRUE(P::muxChanged(a()));
     EXPECT_TRUE(ctrl.requests().empty());
-    EXPECT_EQ(a.endMuxModeUpdate(), -1);
+    P::muxChanged(a()) = false;
 
-    ASSERT_EQ(a.beginMuxModeUpdate(), 0);
+    ASSERT_EQ(a().beginMuxModeUpdate(), 0);
     unsigned char count = 0, mode = 0;
-    EXPECT_EQ(a.getMuxCount(&count), 0);
+    EXPECT_EQ(a().getMuxCount(&count), 0);
     EXPECT_EQ(count, 2);
-    EXPECT_EQ(a.getMuxMode(&mode, 0), 0);
+    EXPECT_EQ(a().getMuxMode(&mode, 0), 0);
     EXPECT_EQ(mode, 1);
     mode = 0x77;
-    EXPECT_EQ(a.getMuxMode(&mode, 2), -1); // beyond the count
+    EXPECT_EQ(a().getMuxMode(&mode, 2), -1); // beyond the count
     EXPECT_EQ(mode, 0x77);
-    EXPECT_EQ(a.endMuxModeUpdate(), 0); // nothing changed: nothing sent
+    EXPECT_EQ(a().endMuxModeUpdate(), 0); // nothing changed: nothing sent
 
-    EXPECT_EQ(a.setMuxMode(2, 3), -1); // beyond the count
-    EXPECT_EQ(a.setMuxMode(0, 0), -1); // mode 0 is never set
-    EXPECT_EQ(a.setMuxMode(2, 1), -1); // mux 1 has no mux
-    EXPECT_FALSE(P::muxChanged(a));
-    EXPECT_EQ(a.setMuxMode(2, 0), 0);
-    EXPECT_TRUE(P::muxChanged(a));
+    EXPECT_EQ(a().setMuxMode(2, 3), -1); // beyond the count
+    EXPECT_EQ(a().setMuxMode(0, 0), -1); // mode 0 is never set
+    EXPECT_EQ(a().setMuxMode(2, 1), -1); // mux 1 has no mux
+    EXPECT_FALSE(P::muxChanged(a()));
+    EXPECT_EQ(a().setMuxMode(2, 0), 0);
+    EXPECT_TRUE(P::muxChanged(a()));
     EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST), 0u);
-    EXPECT_EQ(a.endMuxModeUpdate(), 0);
+    EXPECT_EQ(a().endMuxModeUpdate(), 0);
     const auto* set = ctrl.last(KV_DCMD_SAS_CONFIG_MUX_MODE_SET_LIST);
     ASSERT_NE(set, nullptr);
     EXPECT_EQ(set->sent, (Bytes{2, 2, 0, 3, 3}));
+    EXPECT_EQ(set->callerLength, 0u);
+    EXPECT_FALSE(P::muxChanged(a()));
     EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST), 1u);
-}
 
-// A count above the list's four modes never indexes past them.
-TEST_F(TopologyTest, MuxIndexPastTheList) {
+    // A count above the list's four modes never indexes past them.
+    reset();
     ctrl.answer(KV_DCMD_SAS_CONFIG_MUX_MODE_GET_LIST, FakeAnswer::ok(Bytes{200, 1, 1, 1, 1}));
-    ASSERT_EQ(a.beginMuxModeUpdate(), 0);
-    unsigned char mode = 0;
-    EXPECT_EQ(a.getMuxMode(&mode, 4), -1);
-    EXPECT_EQ(a.setMuxMode(2, 4), -1);
-    EXPECT_EQ(a.getMuxMode(&mode, 3), 0);
+    ASSERT_EQ(a().beginMuxModeUpdate(), 0);
+    EXPECT_EQ(a().getMuxMode(&mode, 4), -1);
+    EXPECT_EQ(a().setMuxMode(2, 4), -1);
+    EXPECT_EQ(a().getMuxMode(&mode, 3), 0);
 }
 
 TEST_F(TopologyTest, LinkSpeedTexts) {
@@ -204,7 +197,7 @@ TEST_F(TopologyTest, LinkSpeedTexts) {
     } texts[] = {{0, "No limit"}, {1, "1.5 Gbps"},  {2, "3.0 Gbps"}, {3, "N/A"},
                  {4, "6.0 Gbps"}, {8, "12.0 Gbps"}, {16, "N/A"},     {255, "N/A"}};
     for (const auto& t : texts) {
-        EXPECT_STREQ(a.GetSASPhyLinkSpeed(t.code), t.text);
+        EXPECT_STREQ(a().GetSASPhyLinkSpeed(t.code), t.text);
     }
 }
 
@@ -217,11 +210,11 @@ TEST_F(TopologyTest, LanesAreReadEachTimeIntoATemporaryTable) {
     }
     ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::ok(table));
     unsigned char out[16] = {};
-    EXPECT_EQ(a.getLaneConnectionInfo(out, 1), 0);
+    EXPECT_EQ(a().getLaneConnectionInfo(out, 1), 0);
     EXPECT_EQ(Bytes(out, out + 16), Bytes(table.begin() + 24, table.begin() + 40));
     unsigned char untouched[16];
     std::memset(untouched, 0x77, sizeof untouched);
-    EXPECT_EQ(a.getLaneConnectionInfo(untouched, 2), 0); // beyond the count
+    EXPECT_EQ(a().getLaneConnectionInfo(untouched, 2), 0); // beyond the count
     EXPECT_EQ(untouched[0], 0x77);
     EXPECT_EQ(ctrl.count(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS), 2u);
 
@@ -229,11 +222,11 @@ TEST_F(TopologyTest, LanesAreReadEachTimeIntoATemporaryTable) {
     const std::uint32_t huge = 1000;
     std::memcpy(table.data(), &huge, 4);
     ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::ok(table));
-    EXPECT_EQ(a.getLaneConnectionInfo(untouched, 24), 0);
+    EXPECT_EQ(a().getLaneConnectionInfo(untouched, 24), 0);
     EXPECT_EQ(untouched[0], 0x77);
 
     ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::fail(0x0C));
-    EXPECT_EQ(a.getLaneConnectionInfo(untouched, 0), 0x0C);
+    EXPECT_EQ(a().getLaneConnectionInfo(untouched, 0), 0x0C);
 }
 
 TEST_F(TopologyTest, InterfaceLevels) {
