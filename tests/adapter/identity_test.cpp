@@ -110,13 +110,11 @@ TEST_F(IdentityTest, ComponentSearchWalksTheFirmwareCountButStaysInTheRecord) {
     EXPECT_EQ(out, "far");
     // No match among all the entries the record holds: -1, nothing read beyond it.
     EXPECT_EQ(a().getBIOSVersion(out), -1);
-}
 
-TEST_F(IdentityTest, VersionTextIsBoundedByItsField) {
-    Bytes b = info(1, {{"APP", std::string(32, 'v')}});
+    // A version filling its 32 bytes is bounded by its field.
+    b = info(1, {{"APP", std::string(32, 'v')}});
     putText(b, kComps + 40, "builddate"); // right after the 32-byte version
     reset(b);
-    std::string out;
     EXPECT_EQ(a().getFwVersion(out), 0);
     EXPECT_EQ(out, std::string(32, 'v'));
 }
