@@ -2,13 +2,17 @@
 // What the adapter tests share: an AdapterDataKvi over the recording fake
 // controller with the log captured (so every log line is formatted, under the
 // sanitizers too), reset() to start over with a fresh object, no recorded
-// requests and no scripted answers, and small helpers that build records.
+// requests and no scripted answers, small helpers that build records, and the
+// comparison of a decision table's text with its golden file.
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -51,6 +55,20 @@ inline Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes)
         m[static_cast<std::size_t>(p.first)] = p.second;
     }
     return m;
+}
+
+// Compares `actual` with tests/golden/adapter/<name>; KVI_UPDATE_GOLDEN=1 rewrites the file.
+inline void expectGolden(const std::string& name, const std::string& actual) {
+    const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/adapter/" + name;
+    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
+    if (update != nullptr && std::string(update) == "1") {
+        std::ofstream(path, std::ios::binary) << actual;
+    }
+    std::ifstream in(path, std::ios::binary);
+    ASSERT_TRUE(in.good()) << "missing golden file " << path;
+    std::stringstream expected;
+    expected << in.rdbuf();
+    EXPECT_EQ(expected.str(), actual) << "golden file " << path;
 }
 
 } // namespace kvitest

@@ -42,134 +42,96 @@ protected:
 // ---------------------------------------------------------------------------
 // getBatteryState, getBbuOverallStatus and getWritePolicyChngReason
 
-struct StateCase {
-    const char* what;
-    std::uint8_t type;
-    std::uint32_t fw;
-    int state;
-    int overall, reason; // -1: the caller's value is left as it was
-};
-
-// clang-format off
-const StateCase kStateCases[] = {
-    {"type 1 healthy", 1, bit(3) | bit(13), 1, 0, -1},
-    {"type 1 replace pack beats capacity low", 1, bit(10) | bit(11), 2, -1, 1},
-    {"type 1 capacity low beats learn requested", 1, bit(11) | bit(5), 3, -1, 2},
-    {"type 4 replace pack", 4, bit(10), 2, -1, 1},
-    {"type 2 replace pack", 2, bit(10), 2, -1, 1},
-    {"type 2 voltage low is not a health bit of type 2", 2, bit(1), 1, 0, -1},
-    {"type 1 learning", 1, bit(6), 3, -1, 3},
-    {"type 1 discharging", 1, bit(4), 3, -1, 3},
-    {"type 1 voltage low beats no space", 1, bit(1) | bit(14), 3, -1, 3},
-    {"type 1 learn requested", 1, bit(5), 4, -1, 3},
-    {"type 5 replace and learn requested", 5, bit(10) | bit(5), 4, -1, 1},
-    {"type 5 replace, learn requested and learning", 5, bit(10) | bit(5) | bit(6), 3, -1, 1},
-    {"type 5 replace pack alone", 5, bit(10), 2, -1, 1},
-    {"type 6 replace pack alone", 6, bit(10), 2, -1, 1},
-    {"type 6 predictive failure alone", 6, bit(15), 7, 0, -1},
-    {"type 6 microcode with learn requested", 6, bit(17) | bit(5), 6, -1, 3},
-    {"type 6 microcode beats i2c", 6, bit(17) | bit(9), 6, -1, 6},
-    {"type 6 no space beats microcode", 6, bit(14) | bit(17), 3, -1, 5},
-    {"type 7 charging only", 7, bit(3), 255, 5, -1},
-    {"type 7 i2c errors", 7, bit(9), 255, 5, 7},
-    {"type 7 learning is not a health bit of type 7", 7, bit(6), 1, 3, 3},
-    {"type 7 learn requested with predictive failure", 7, bit(5) | bit(15), 1, 4, 3},
-    {"type 7 replace pack with microcode", 7, bit(10) | bit(17), 6, 4, 1},
-    {"type 7 replace pack alone", 7, bit(10), 255, -1, 1},
-    {"type 3 no health bits known", 3, bit(0) | bit(10), 0, 1, 1}, // pack missing wins
-    {"type 3 with learn requested", 3, bit(5), 1, -1, 3},
-    {"pack missing", 1, bit(0), 0, 1, -1},
-    {"type 0 is no battery", 0, bit(10), 0, 1, 0},
-};
-// clang-format on
-
+// Every battery type (8: one unknown) against each status bit and the combinations whose order
+// matters: the three answers ('-': the caller's value left as it was) are in
+// tests/golden/adapter/battery-decisions.txt.
 TEST_F(BatteryTest, StateOverallStatusAndWritePolicyReasonPerTypeAndBits) {
-    for (const StateCase& c : kStateCases) {
-        SCOPED_TRACE(c.what);
-        reset();
-        battery(c.type, c.fw);
-        int state = -7;
-        EXPECT_EQ(a().getBatteryState(&state), 0);
-        EXPECT_EQ(state, c.state);
-        EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u); // the cached record, read once
-
-        unsigned char overall = 0xEE, reason = 0xEE;
-        EXPECT_EQ(a().getBbuOverallStatus(&overall), 0);
-        EXPECT_EQ(overall, c.overall < 0 ? 0xEE : c.overall);
-        // The overall status reads a fresh record every time.
-        EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 2u);
-        EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
-        EXPECT_EQ(reason, c.reason < 0 ? 0xEE : c.reason);
+    const std::vector<std::vector<int>> bitSets = {
+        {},      {0},     {1},        {3},     {4},     {5},      {6},     {9},      {10},
+        {11},    {13},    {14},       {15},    {17},    {19},     {3, 13}, {10, 11}, {11, 5},
+        {1, 14}, {10, 5}, {10, 5, 6}, {17, 5}, {17, 9}, {14, 17}, {5, 15}, {10, 17}, {0, 10}};
+    auto show = [](unsigned char v) { return v == 0xEE ? std::string("-") : std::to_string(v); };
+    std::ostringstream table;
+    for (std::uint8_t type = 0; type <= 8; ++type) {
+        for (const auto& bits : bitSets) {
+            std::uint32_t fw = 0;
+            table << "type " << int(type) << " bits";
+            for (int n : bits) {
+                fw |= bit(n);
+                table << ' ' << n;
+            }
+            reset();
+            battery(type, fw);
+            int state = -7;
+            unsigned char overall = 0xEE, reason = 0xEE;
+            EXPECT_EQ(a().getBatteryState(&state), 0);
+            EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 1u); // the cached record, read once
+            EXPECT_EQ(a().getBbuOverallStatus(&overall), 0);
+            EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), 2u); // a fresh record every time
+            EXPECT_EQ(a().getWritePolicyChngReason(&reason), 0);
+            table << ": state " << state << ", overall " << show(overall) << ", reason "
+                  << show(reason) << '\n';
+        }
     }
+    expectGolden("battery-decisions.txt", table.str());
 }
 
 // ---------------------------------------------------------------------------
-// No battery, or none that can be read: what each answer says
-
-constexpr int kSkip = -1000; // not looked at in this row
-constexpr int kKept = -2000; // the caller's value is left as it was
-
-struct AbsentCase {
-    const char* what;
-    int info;   // -1: the controller information fails; else whether it says a battery is fitted
-    int unit;   // status of the battery status read (0: a type 1 record without bits)
-    int reads;  // battery status reads after the state and the overall status (kSkip: any)
-    int rc[5];  // getBatteryState, getBbuOverallStatus, getWritePolicyChngReason, isBBUPresent,
-                // isBriskoPresent
-    int out[5]; // what each handed back (a present answer as 0/1)
-    int hw;     // isBatteryHWPresent
-};
-
-// clang-format off
-const AbsentCase kAbsentCases[] = {
-    {"information fails", -1, 0, 0, {kFail, kSkip, kSkip, kFail, kSkip}, {kKept, 0, 0, kKept, 0}, 0},
-    {"none fitted", 0, 0, 1, {0, 0, 0, 0, kSkip}, {0, 1, 0, 1, 0}, 0},
-    {"none fitted, the unit read fails", 0, kFail, kSkip, {kSkip, kSkip, kSkip, kFail, kSkip}, {0, 0, 0, 0, 0}, kSkip},
-    {"none fitted, the unit has no hardware", 0, kNoHw, kSkip, {kSkip, kSkip, kNoHw, kSkip, kSkip}, {0, 0, 0, 0, 0}, kSkip},
-    {"fitted, the unit has no hardware", 1, kNoHw, kSkip, {0, kSkip, kSkip, kNoHw, kNoHw}, {0, 0, 0, 0, 0}, 1},
-    {"fitted, the unit read fails", 1, kFail, kSkip, {-1, kFail, kFail, kFail, kSkip}, {kKept, kKept, kKept, kKept, 0}, kSkip},
-    {"fitted and read", 1, 0, kSkip, {kSkip, kSkip, kSkip, 0, kSkip}, {0, 0, 0, 1, 0}, kSkip},
-};
-// clang-format on
-
+// No battery, or none that can be read: what each answer says for every controller information
+// (fails, no battery, battery fitted) and battery status read (a type 1 record without bits,
+// failure, no hardware). tests/golden/adapter/battery-absent.txt holds the status reads after
+// the first three calls, then each call's status and output ('-': the caller's value left as it
+// was, from a 0 and from a 1 start).
 TEST_F(BatteryTest, AbsentOrUnreadableBattery) {
-    for (const AbsentCase& c : kAbsentCases) {
-        // A kept value is looked for twice, starting from 0 and from 9 (true); any other output
-        // starts as the opposite of what is expected.
-        for (int keptStart : {0, 9}) {
-            SCOPED_TRACE(testing::Message() << c.what << ", kept values start at " << keptStart);
-            reset();
-            ctrl.answer(KV_DCMD_CTRL_GET_INFO, c.info < 0 ? FakeAnswer::fail(kFail)
-                                                          : FakeAnswer::ok(ctrlInfo(c.info == 1)));
-            ctrl.answer(KV_DCMD_BBU_GET_STATUS,
-                        c.unit == 0 ? FakeAnswer::ok(bbuStatus(1, 0)) : FakeAnswer::fail(c.unit));
-            auto start = [&](int i) { return c.out[i] == kKept ? keptStart : c.out[i] == 0; };
-            int state = start(0);
-            auto overall = static_cast<unsigned char>(start(1));
-            auto reason = static_cast<unsigned char>(start(2));
-            bool present = start(3) != 0, brisko = start(4) != 0;
-            const int init[5] = {state, overall, reason, present, brisko};
-            int rc[5];
-            rc[0] = a().getBatteryState(&state);
-            rc[1] = a().getBbuOverallStatus(&overall);
-            rc[2] = a().getWritePolicyChngReason(&reason);
-            if (c.reads != kSkip) {
-                EXPECT_EQ(ctrl.count(KV_DCMD_BBU_GET_STATUS), static_cast<std::size_t>(c.reads));
+    std::ostringstream table;
+    for (const int info : {-1, 0, 1}) {
+        for (const int unit : {0, kFail, kNoHw}) {
+            table << "information "
+                  << (info < 0    ? "fails"
+                      : info == 1 ? "fitted"
+                                  : "no battery")
+                  << ", battery "
+                  << (unit == 0       ? "read"
+                      : unit == kNoHw ? "no hardware"
+                                      : "fails")
+                  << ":";
+            int rcs[2][6], outs[2][5];
+            std::size_t reads = 0;
+            for (const int start : {0, 1}) {
+                reset();
+                ctrl.answer(KV_DCMD_CTRL_GET_INFO, info < 0 ? FakeAnswer::fail(kFail)
+                                                            : FakeAnswer::ok(ctrlInfo(info == 1)));
+                ctrl.answer(KV_DCMD_BBU_GET_STATUS,
+                            unit == 0 ? FakeAnswer::ok(bbuStatus(1, 0)) : FakeAnswer::fail(unit));
+                int state = start;
+                auto overall = static_cast<unsigned char>(start), reason = overall;
+                bool present = start != 0, pack = present;
+                int* rc = rcs[start];
+                rc[0] = a().getBatteryState(&state);
+                rc[1] = a().getBbuOverallStatus(&overall);
+                rc[2] = a().getWritePolicyChngReason(&reason);
+                reads = ctrl.count(KV_DCMD_BBU_GET_STATUS);
+                rc[3] = a().isBBUPresent(&present);
+                rc[4] = a().isBriskoPresent(&pack);
+                rc[5] = a().isBatteryHWPresent();
+                const int out[5] = {state, overall, reason, present, pack};
+                std::copy(out, out + 5, outs[start]);
             }
-            rc[3] = a().isBBUPresent(&present);
-            rc[4] = a().isBriskoPresent(&brisko);
-            const int out[5] = {state, overall, reason, present, brisko};
-            for (int i = 0; i < 5; ++i) {
-                if (c.rc[i] != kSkip) {
-                    EXPECT_EQ(rc[i], c.rc[i]) << i;
-                    EXPECT_EQ(out[i], c.out[i] == kKept ? init[i] : c.out[i]) << i;
+            table << " reads " << reads;
+            const char* names[] = {"state", "overall", "reason", "present", "pack", "hardware"};
+            for (int i = 0; i < 6; ++i) {
+                EXPECT_EQ(rcs[0][i], rcs[1][i]) << table.str();
+                table << (i ? ", " : "; ") << names[i] << ' ' << rcs[0][i];
+                if (i < 5) {
+                    const bool kept = outs[0][i] == 0 && outs[1][i] == 1;
+                    EXPECT_TRUE(kept || outs[0][i] == outs[1][i]) << table.str();
+                    table << ' ' << (kept ? "-" : std::to_string(outs[0][i]));
                 }
             }
-            if (c.hw != kSkip) {
-                EXPECT_EQ(a().isBatteryHWPresent(), c.hw);
-            }
+            table << '\n';
         }
     }
+    expectGolden("battery-absent.txt", table.str());
     EXPECT_EQ(a().getBatteryState(nullptr), -1);
 }
 
