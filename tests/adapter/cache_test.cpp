@@ -141,58 +141,55 @@ TEST_F(CacheTest, SimpleLoadersReadUntilTheyHoldTheAnswerThenKeepIt) {
 // Controller properties and their extension
 
 // The properties (mailbox byte 0, 64 bytes at the standard size) and, where the controller
-// information announces it, the extension (mailbox byte 1, 128 bytes); what is held afterwards,
-// and which reads a second call sends.
+// information announces it, the extension (mailbox byte 1, 128 bytes), for each answer of the
+// three reads: tests/golden/adapter/properties-loads.txt holds the status, the properties reads
+// (mailbox byte 0), the records held afterwards and the reads of a second call.
 TEST_F(CacheTest, PropertiesAndTheirExtension) {
-    struct Case {
-        const char* what;
-        int info; // -1: the information read fails; else whether it announces the extension
-        int propStatus, extStatus, rc;
-        bool prop, ext;
-        std::vector<int> reads, rereads; // mailbox byte 0 of each properties read
-    };
-    const Case cases[] = {
-        {"no extension", 0, 0, 0, 0, true, false, {0}, {}},
-        {"extension", 1, 0, 0, 0, true, true, {0, 1}, {}},
-        {"extension fails, never seen by the caller", 1, 0, 3, 0, true, false, {0, 1}, {}},
-        {"properties fail, read again with the extension", 1, 4, 0, 4, false, true, {0, 1}, {0, 1}},
-        {"no controller information", -1, 0, 0, 0, true, false, {0}, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        reset();
-        if (c.info < 0) {
-            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
-        } else {
-            scriptInfo(false, c.info == 1);
-        }
-        const Bytes ext = pattern(128, 0x80);
-        ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1,
-                      c.extStatus ? FakeAnswer::fail(c.extStatus) : FakeAnswer::ok(ext));
-        if (c.propStatus) {
-            ctrl.answerOnce(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(c.propStatus));
-        }
-        EXPECT_EQ(a().getKvCtlrProp(), c.rc);
-        EXPECT_EQ(ctrl.opcodes().front(), static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
-        auto propReads = [&] {
-            std::vector<int> b0;
-            for (const FakeRequest& r : ctrl.requests()) {
-                if (r.opcode == KV_DCMD_CTRL_PROPERTIES_GET) {
-                    b0.push_back(r.mbox[0]);
-                }
+    const Bytes ext = pattern(128, 0x80);
+    auto propReads = [&] {
+        std::string b0;
+        for (const FakeRequest& r : ctrl.requests()) {
+            if (r.opcode == KV_DCMD_CTRL_PROPERTIES_GET) {
+                b0 += " " + std::to_string(r.mbox[0]);
             }
-            return b0;
-        };
-        EXPECT_EQ(propReads(), c.reads);
-        EXPECT_EQ(P::prop(a()) != nullptr, c.prop);
-        EXPECT_EQ(P::propExt(a()) != nullptr, c.ext);
-        if (c.ext) {
-            EXPECT_EQ(bytesOf(P::propExt(a()), 128), ext);
         }
-        ctrl.clear();
-        EXPECT_EQ(a().getKvCtlrProp(), 0);
-        EXPECT_EQ(propReads(), c.rereads);
+        return b0;
+    };
+    std::ostringstream table;
+    for (const int info : {-1, 0, 1}) {
+        for (const int propStatus : {0, 4}) {
+            for (const int extStatus : {0, 3}) {
+                reset();
+                if (info < 0) {
+                    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
+                } else {
+                    scriptInfo(false, info == 1);
+                }
+                ctrl.answerB0(KV_DCMD_CTRL_PROPERTIES_GET, 1,
+                              extStatus ? FakeAnswer::fail(extStatus) : FakeAnswer::ok(ext));
+                if (propStatus) {
+                    ctrl.answerOnce(KV_DCMD_CTRL_PROPERTIES_GET, FakeAnswer::fail(propStatus));
+                }
+                table << "information "
+                      << (info < 0 ? "fails"
+                          : info   ? "announces the extension"
+                                   : "no extension")
+                      << ", properties " << propStatus << ", extension " << extStatus << ": status "
+                      << a().getKvCtlrProp() << ", reads" << propReads() << ", held"
+                      << (P::prop(a()) ? " properties" : "")
+                      << (P::propExt(a()) ? " extension" : "");
+                EXPECT_EQ(ctrl.opcodes().front(),
+                          static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
+                if (P::propExt(a()) != nullptr) {
+                    EXPECT_EQ(bytesOf(P::propExt(a()), 128), ext);
+                }
+                ctrl.clear();
+                EXPECT_EQ(a().getKvCtlrProp(), 0);
+                table << "; again" << propReads() << '\n';
+            }
+        }
     }
+    expectGolden("properties-loads.txt", table.str());
 }
 
 // ---------------------------------------------------------------------------
@@ -360,17 +357,15 @@ TEST_F(CacheTest, DriverCommandsCarryAnEmptyMailbox) {
     EXPECT_EQ(req(1).capacity, 0u);
 }
 
-using Reads = std::vector<std::pair<int, std::uint32_t>>;
-
-// The image component lists as (mailbox byte 0, caller length) per read, in order.
-Reads flashReads(const FakeController& ctrl) {
-    Reads out;
+// The image component list reads as " mailbox-byte-0/caller-length", in order.
+std::string flashReads(const FakeController& ctrl) {
+    std::string out;
     for (const FakeRequest& r : ctrl.requests()) {
         if (r.opcode == kFlash) {
             EXPECT_EQ(Bytes(r.mbox.begin() + 1, r.mbox.end()), Bytes(11, 0)) << r.describe();
             // Room for the head and every entry.
             EXPECT_GE(r.capacity, r.length + (r.callerLength != 0 ? 8u : 0u));
-            out.emplace_back(r.mbox[0], r.callerLength);
+            out += " " + std::to_string(r.mbox[0]) + "/" + std::to_string(r.callerLength);
         }
     }
     return out;
@@ -379,6 +374,8 @@ Reads flashReads(const FakeController& ctrl) {
 // Running (mailbox byte 0), backup (2, dual-image controllers only) and pending (1) lists: a
 // head read at the standard size, then the entries (count x 72) unless there are none; a count
 // above 1024 is refused before the second read, a failure stops everything after it.
+// tests/golden/adapter/image-lists.txt holds each case's status, reads, the lists held
+// (running, backup, pending), the running list's count and the pending count.
 TEST_F(CacheTest, ImageListsAreReadInTwoPasses) {
     constexpr std::uint32_t kListed = ~0u;
     struct L {
@@ -388,39 +385,32 @@ TEST_F(CacheTest, ImageListsAreReadInTwoPasses) {
     };
     const struct {
         const char* what;
-        bool dual;
+        int dual; // -1: the controller information (loaded first) fails
         L active, backup, pending;
-        int rc;
-        Reads reads;
-        const char* held; // running, backup, pending list held ('-': none, '?': not checked)
-        int activeCount, pendingCount;
     } cases[] = {
         // clang-format off
-        {"no dual image: no backup", false, {{"APP", "BIOS"}}, {{"APP"}}, {}, 0,
-         {{0, 0}, {0, 144}, {1, 0}}, "a--", 2, 0},
-        {"dual image and pending", true, {{"APP"}}, {{"APP", "BIOS", "BTBL"}}, {{"APP", "BIOS"}}, 0,
-         {{0, 0}, {0, 72}, {2, 0}, {2, 216}, {1, 0}, {1, 144}}, "abp", 1, 2},
-        {"running count above 1024", true, {{}, 1025}, {}, {}, -1, {{0, 0}}, "???", -1, -1},
-        {"backup count above 1024", true, {{"APP"}}, {{}, 0xFFFFFFFEu}, {}, -1,
-         {{0, 0}, {0, 72}, {2, 0}}, "???", -1, -1},
-        {"pending count above 1024", true, {{"APP"}}, {{"APP"}}, {{}, 1025}, -1,
-         {{0, 0}, {0, 72}, {2, 0}, {2, 72}, {1, 0}}, "???", -1, 0},
-        {"1024 is read", true, {{"APP"}}, {{"APP"}}, {{}, 1024}, 0,
-         {{0, 0}, {0, 72}, {2, 0}, {2, 72}, {1, 0}, {1, 1024 * 72}}, "abp", 1, 1024},
-        {"empty running image: standard length", false, {}, {}, {}, 0,
-         {{0, 0}, {0, 0}, {1, 0}}, "a--", 0, 0},
-        {"second answer claiming more: capped", false, {{"APP", "BIOS"}, 1, 40}, {}, {}, 0,
-         {{0, 0}, {0, 72}, {1, 0}}, "a--", 1, 0},
-        {"backup list fails", true, {{"APP"}}, {{"APP"}, kListed, kListed, 0, 8}, {{"APP"}}, 8,
-         {{0, 0}, {0, 72}, {2, 0}, {2, 72}}, "a--", 1, -1},
-        {"pending head fails", false, {{"APP"}}, {}, {{}, kListed, kListed, 2}, 2,
-         {{0, 0}, {0, 72}, {1, 0}}, "a--", 1, 0},
+        {"no dual image: no backup", 0, {{"APP", "BIOS"}}, {{"APP"}}, {}},
+        {"dual image and pending", 1, {{"APP"}}, {{"APP", "BIOS", "BTBL"}}, {{"APP", "BIOS"}}},
+        {"running count above 1024", 1, {{}, 1025}, {}, {}},
+        {"backup count above 1024", 1, {{"APP"}}, {{}, 0xFFFFFFFEu}, {}},
+        {"pending count above 1024", 1, {{"APP"}}, {{"APP"}}, {{}, 1025}},
+        {"1024 is read", 1, {{"APP"}}, {{"APP"}}, {{}, 1024}},
+        {"empty running image: standard length", 0, {}, {}, {}},
+        {"second answer claiming more: capped", 0, {{"APP", "BIOS"}, 1, 40}, {}, {}},
+        {"backup list fails", 1, {{"APP"}}, {{"APP"}, kListed, kListed, 0, 8}, {{"APP"}}},
+        {"pending head fails", 0, {{"APP"}}, {}, {{}, kListed, kListed, 2}},
+        {"no controller information", -1, {{"APP"}}, {}, {}},
         // clang-format on
     };
+    std::ostringstream table;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         reset();
-        scriptInfo(false, false, c.dual);
+        if (c.dual < 0) {
+            ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
+        } else {
+            scriptInfo(false, false, c.dual == 1);
+        }
         ctrl.backend().setHandler([&c](const kvi::DirectCommand& cmd) -> std::optional<FakeAnswer> {
             if (cmd.opcode != kFlash) {
                 return std::nullopt;
@@ -433,25 +423,19 @@ TEST_F(CacheTest, ImageListsAreReadInTwoPasses) {
                                : FakeAnswer::ok(
                                      flashList(l.names, count == kListed ? l.names.size() : count));
         });
-        EXPECT_EQ(a().getFwCompData(), c.rc);
-        EXPECT_EQ(ctrl.opcodes().front(), static_cast<std::uint32_t>(KV_DCMD_CTRL_GET_INFO));
-        EXPECT_EQ(flashReads(ctrl), c.reads);
-        const KV_FLASH_COMP_INFO_LIST* lists[3] = {P::activeFlash(a()), P::backupFlash(a()),
-                                                   P::pendingFlash(a())};
-        for (int i = 0; i < 3; ++i) {
-            if (c.held[i] != '?') {
-                EXPECT_EQ(lists[i] != nullptr, c.held[i] != '-') << i;
-            }
+        table << c.what << ": status " << a().getFwCompData() << ", reads" << flashReads(ctrl)
+              << ", held " << (P::activeFlash(a()) ? 'a' : '-') << (P::backupFlash(a()) ? 'b' : '-')
+              << (P::pendingFlash(a()) ? 'p' : '-') << ", pending count " << P::pendingCount(a());
+        if (P::activeFlash(a()) != nullptr) {
+            const std::uint32_t count = P::activeFlash(a())->count;
+            table << ", running count " << count;
+            EXPECT_EQ(AdapterDataKvi::flashComp(P::activeFlash(a()), static_cast<int>(count)),
+                      nullptr);
         }
-        if (c.activeCount >= 0) {
-            ASSERT_NE(lists[0], nullptr);
-            EXPECT_EQ(lists[0]->count, static_cast<std::uint32_t>(c.activeCount));
-            EXPECT_EQ(AdapterDataKvi::flashComp(lists[0], c.activeCount), nullptr);
-        }
-        if (c.pendingCount >= 0) {
-            EXPECT_EQ(P::pendingCount(a()), c.pendingCount);
-        }
+        table << '\n';
     }
+    expectGolden("image-lists.txt", table.str());
+
     // The entries of the lists held: name at +0, version at +8.
     reset();
     scriptInfo(false, false, true);
@@ -469,16 +453,10 @@ TEST_F(CacheTest, ImageListsAreReadInTwoPasses) {
     ctrl.answerB0(kFlash, 1, FakeAnswer::ok(flashList({})));
     ctrl.clear();
     ASSERT_EQ(a().getFwCompData(), 0);
-    EXPECT_EQ(flashReads(ctrl), (Reads{{0, 0}, {0, 144}, {2, 0}, {2, 216}, {1, 0}}));
+    EXPECT_EQ(flashReads(ctrl), " 0/0 0/144 2/0 2/216 1/0");
     EXPECT_EQ(P::pendingCount(a()), 0);
     EXPECT_EQ(P::pendingFlash(a()), pending);
     EXPECT_STREQ(AdapterDataKvi::flashComp(pending, 0)->name, "APP");
-
-    // The controller information is loaded first; its failure stops everything.
-    reset();
-    ctrl.answer(KV_DCMD_CTRL_GET_INFO, FakeAnswer::fail(kNoHw));
-    EXPECT_EQ(a().getFwCompData(), kNoHw);
-    EXPECT_EQ(ctrl.count(kFlash), 0u);
 }
 
 } // namespace
