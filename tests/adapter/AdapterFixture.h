@@ -6,6 +6,7 @@
 // comparison of a decision table's text with its golden file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "RaidLib/RaidFw/Kvi/ADataKvi.h"
@@ -55,6 +57,21 @@ inline Mbox mboxBytes(std::initializer_list<std::pair<int, std::uint8_t>> bytes)
         m[static_cast<std::size_t>(p.first)] = p.second;
     }
     return m;
+}
+
+// An image component list as the firmware sends it: head (size, the given count), then one
+// 72-byte entry per component (name at +0, version at +8); room for one entry at least.
+inline Bytes imageList(const std::vector<std::pair<std::string, std::string>>& comps,
+                       std::uint32_t count) {
+    Bytes b(8 + std::max<std::size_t>(comps.size(), 1) * 72, 0);
+    const auto size = static_cast<std::uint32_t>(comps.size() * 72);
+    std::memcpy(b.data(), &size, 4);
+    std::memcpy(b.data() + 4, &count, 4);
+    for (std::size_t i = 0; i < comps.size(); ++i) {
+        std::memcpy(b.data() + 8 + i * 72, comps[i].first.data(), comps[i].first.size());
+        std::memcpy(b.data() + 16 + i * 72, comps[i].second.data(), comps[i].second.size());
+    }
+    return b;
 }
 
 // Compares `actual` with tests/golden/adapter/<name>; KVI_UPDATE_GOLDEN=1 rewrites the file.

@@ -30,20 +30,6 @@ Bytes info(std::uint32_t count, const std::vector<std::pair<std::string, std::st
     return b;
 }
 
-// An image component list as the firmware sends it: head (size, count) and 72-byte entries.
-Bytes flashList(const std::vector<std::pair<std::string, std::string>>& comps) {
-    Bytes b(8 + std::max<std::size_t>(comps.size(), 1) * kCompSize, 0);
-    const auto count = static_cast<std::uint32_t>(comps.size());
-    const std::uint32_t size = count * kCompSize;
-    std::memcpy(b.data(), &size, 4);
-    std::memcpy(b.data() + 4, &count, 4);
-    for (std::size_t i = 0; i < comps.size(); ++i) {
-        putText(b, 8 + i * kCompSize, comps[i].first);
-        putText(b, 16 + i * kCompSize, comps[i].second);
-    }
-    return b;
-}
-
 class IdentityTest : public AdapterFixture {
 protected:
     void reset(const Bytes& ctrlInfo) {
@@ -165,9 +151,10 @@ protected:
         b[2045] = dualImage ? 0x02 : 0x00; // adapterOperations4.supportDualFWUpdate
         reset(b);
         ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0,
-                      FakeAnswer::ok(flashList({{"APP", "1"}})));
-        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 1, FakeAnswer::ok(flashList({})));
-        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2, FakeAnswer::ok(flashList(backup)));
+                      FakeAnswer::ok(imageList({{"APP", "1"}}, 1)));
+        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 1, FakeAnswer::ok(imageList({}, 0)));
+        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2,
+                      FakeAnswer::ok(imageList(backup, backup.size())));
     }
 };
 
