@@ -108,10 +108,7 @@ TEST_F(IdentityTest, ComponentSearchWalksTheFirmwareCountButStaysInTheRecord) {
 // Product name and package version as such are in the walk golden of tests/sim.
 TEST_F(IdentityTest, PlainFields) {
     Bytes b(kInfoSize, 0);
-    b[1936] = 0x00;
-    b[1937] = 0x02; // maxConfigurableSSCSize 512
-    b[1938] = 0x80;
-    b[1939] = 0x00; // currentSSCsize 128
+    putText(b, 1936, std::string("\x00\x02\x80\x00", 4)); // maximum SSC size 512, current 128
     reset(b);
     std::string name;
     unsigned short maxSsc = 0, curSsc = 0;
@@ -144,53 +141,43 @@ TEST_F(IdentityTest, PlainFields) {
 // ---------------------------------------------------------------------------
 // Backup image package version
 
-class BackupVersionTest : public IdentityTest {
-protected:
-    void serve(bool dualImage, const std::vector<std::pair<std::string, std::string>>& backup) {
-        Bytes b(kInfoSize, 0);
-        b[2045] = dualImage ? 0x02 : 0x00; // adapterOperations4.supportDualFWUpdate
-        reset(b);
-        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0,
-                      FakeAnswer::ok(imageList({{"APP", "1"}}, 1)));
-        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 1, FakeAnswer::ok(imageList({}, 0)));
-        ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2,
-                      FakeAnswer::ok(imageList(backup, backup.size())));
-    }
-};
-
 // The last PACKAGE entry of the backup list wins and is zero-padded to its 32 bytes; a text
 // filling the field is not terminated; no entry leaves the buffer alone.
-TEST_F(BackupVersionTest, PackageEntryOfTheBackupList) {
+TEST_F(IdentityTest, PackageEntryOfTheBackupList) {
     using Comps = std::vector<std::pair<std::string, std::string>>;
-    const std::string p32(32, 'p');
+    const std::string p32(32, 'p'), untouched(33, '#');
     const struct {
         bool dual;
         Comps backup;
         int listStatus, rc;
         std::string want; // the 33 bytes of the buffer ('#' untouched)
     } cases[] = {
-        {true,
-         {{"PACKAGE", "24.1.0-0001"}, {"APP", "x"}, {"PACKAGEX", "24.2.0-0007"}},
-         0,
-         0,
+        // clang-format off
+        {true, {{"PACKAGE", "24.1.0-0001"}, {"APP", "x"}, {"PACKAGEX", "24.2.0-0007"}}, 0, 0,
          "24.2.0-0007" + std::string(21, '\0') + "#"},
         {true, {{"PACKAGE", p32}}, 0, 0, p32 + "#"},
-        {true, {{"APP", "1"}, {"BIOS", "2"}}, 0, 0, std::string(33, '#')},
-        {false, {{"PACKAGE", "never"}}, 0, -1, std::string(33, '#')},
-        {true, {{"PACKAGE", "x"}}, kFail, kFail, std::string(33, '#')},
+        {true, {{"APP", "1"}, {"BIOS", "2"}}, 0, 0, untouched},
+        {false, {{"PACKAGE", "never"}}, 0, -1, untouched},
+        {true, {{"PACKAGE", "x"}}, kFail, kFail, untouched},
+        // clang-format on
     };
+    constexpr std::uint32_t kList = KV_DCMD_CTRL_FLASH_COMP_INFO_GET;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.want);
-        serve(c.dual, c.backup);
-        if (c.listStatus) {
-            ctrl.answerB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 0, FakeAnswer::fail(c.listStatus));
-        }
+        Bytes b(kInfoSize, 0);
+        b[2045] = c.dual ? 0x02 : 0x00; // adapterOperations4.supportDualFWUpdate
+        reset(b);
+        ctrl.answerB0(kList, 0,
+                      c.listStatus ? FakeAnswer::fail(c.listStatus)
+                                   : FakeAnswer::ok(imageList({{"APP", "1"}}, 1)));
+        ctrl.answerB0(kList, 1, FakeAnswer::ok(imageList({}, 0)));
+        ctrl.answerB0(kList, 2, FakeAnswer::ok(imageList(c.backup, c.backup.size())));
         char out[40];
         std::memset(out, '#', sizeof out);
         EXPECT_EQ(a().getlocaleFwVersion(out), c.rc);
         EXPECT_EQ(std::string(out, 33), c.want);
         if (!c.dual) {
-            EXPECT_EQ(ctrl.countB0(KV_DCMD_CTRL_FLASH_COMP_INFO_GET, 2), 0u);
+            EXPECT_EQ(ctrl.countB0(kList, 2), 0u);
             EXPECT_EQ(a().getlocaleFwVersion(nullptr), -1);
         }
     }
