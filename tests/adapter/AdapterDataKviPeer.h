@@ -7,7 +7,7 @@
 struct AdapterDataKviPeer {
     using A = AdapterDataKvi;
 
-    // Cached records.
+    // Cached records, change flags and counters.
     static KV_CTRL_PROP*& prop(A& a) { return a.kvCtrlPropPtr_; }
     static KV_CTRL_PROP_EXT*& propExt(A& a) { return a.kvCtrlPropExtPtr_; }
     static KV_EVT_LOG_INFO*& eventLogInfo(A& a) { return a.kvEventLogInfoPtr_; }
@@ -28,8 +28,6 @@ struct AdapterDataKviPeer {
     static KV_SAS_CONNECTORS*& connectors(A& a) { return a.kvConnectorsPtr_; }
     static KV_CC_SCHEDULE_PROPERTIES*& ccScProp(A& a) { return a.kvCcScProp_; }
     static KV_CC_SCHEDULE_PROPERTIES_EXT*& ccScPropExt(A& a) { return a.kvCcScPropExt_; }
-
-    // Change flags and counters.
     static bool& propChanged(A& a) { return a.kvAdpPropertiesChanged_; }
     static bool& muxChanged(A& a) { return a.kvMuxPropertiesChanged_; }
     static bool& propExtChanged(A& a) { return a.kvCtrlPropertiesExtChanged_; }

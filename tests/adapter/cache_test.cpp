@@ -258,28 +258,24 @@ TEST_F(CacheTest, AllowedOpsAreReadEveryCall) {
 }
 
 TEST_F(CacheTest, EventLogInfoIsReadEveryCallAndKeepsItsBufferOnFailure) {
-    KV_EVT_LOG_INFO first{};
-    first.newestSeqNum = 900;
-    first.bootSeqNum = 12;
-    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::record(first));
+    const Bytes first = pattern(sizeof(KV_EVT_LOG_INFO), 1);
+    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::ok(first));
     KV_EVT_LOG_INFO* out = nullptr;
     EXPECT_EQ(a().getEventLogInfo(nullptr), -1);
     EXPECT_TRUE(ctrl.requests().empty());
     EXPECT_EQ(a().getEventLogInfo(&out), 0);
     ASSERT_NE(out, nullptr);
     EXPECT_EQ(out, P::eventLogInfo(a())); // the object's own record
-    EXPECT_EQ(out->newestSeqNum, 900u);
-    EXPECT_EQ(out->bootSeqNum, 12u);
+    EXPECT_EQ(bytesOf(out, first.size()), first);
 
     KV_EVT_LOG_INFO* second = nullptr;
-    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer::record(first, 9)); // fails, fills bytes
+    ctrl.answer(KV_DCMD_CTRL_EVENT_GET_INFO, FakeAnswer{9, first, {}, {}}); // fails, fills bytes
     EXPECT_EQ(a().getEventLogInfo(&second), 9);
     EXPECT_EQ(second, nullptr); // out untouched
     EXPECT_EQ(ctrl.count(KV_DCMD_CTRL_EVENT_GET_INFO), 2u);
     // The pointer handed out before still points to live, cleared memory.
     EXPECT_EQ(P::eventLogInfo(a()), out);
-    EXPECT_EQ(out->newestSeqNum, 0u);
-    EXPECT_EQ(out->bootSeqNum, 0u);
+    EXPECT_EQ(bytesOf(out, first.size()), Bytes(first.size(), 0));
 }
 
 // ---------------------------------------------------------------------------
