@@ -2,8 +2,6 @@
 // and mux tables, the mux update transaction, lanes, link speed texts and the
 // interface-level checks. The controller SAS address (mailbox and record forms)
 // is read back through the simulator in tests/sim.
-#include <tuple>
-
 #include "tests/adapter/AdapterFixture.h"
 
 namespace {
@@ -34,50 +32,33 @@ Bytes phyTable() {
     return b;
 }
 
+// Every phy-level answer for phys of the table above and indices at and outside its 24 entries
+// (outputs start at 7; the disabled flag from false and from true):
+// tests/golden/adapter/phy-table.txt. The count and the 64-bit address are in the walk golden of
+// tests/sim.
 TEST_F(TopologyTest, PhyFieldsBitPositionsAndIndexLimits) {
     ctrl.answer(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS, FakeAnswer::ok(phyTable()));
-    // The count and the 64-bit address are in the walk golden of tests/sim.
-    unsigned int port = 0, valid = 0, speed = 0;
-    unsigned char connector = 0, viaConnection = 0;
-    EXPECT_EQ(a().getSASPortNumber(3, &port), 0);
-    EXPECT_EQ(port, 0x3Fu);
-    EXPECT_EQ(a().getSASPortNumberValid(3, &valid), 0);
-    EXPECT_EQ(valid, 1u);
-    EXPECT_EQ(a().getLinkSpeed(3, &speed), 0);
-    EXPECT_EQ(speed, 4u);
-    EXPECT_EQ(a().getConnectorIndex(3, &connector), 0);
-    EXPECT_EQ(connector, 2);
-    EXPECT_EQ(a().getPhyConnection(&viaConnection, 3), 0);
-    EXPECT_EQ(viaConnection, 2);
-    EXPECT_EQ(a().getSASPortNumberValid(4, &valid), 0);
-    EXPECT_EQ(valid, 0u);
-
-    // Disabled means "no connector", whatever the firmware's disabled bit.
-    bool off = false;
-    EXPECT_EQ(a().isPhyDisable(5, &off), 0);
-    EXPECT_TRUE(off);
-    EXPECT_EQ(a().isPhyDisable(6, &off), 0);
-    EXPECT_FALSE(off);
-
-    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS), 1u); // kept
-
-    // Indices outside the 24-entry table are refused without touching the output.
-    for (int phy : {-1, 24, 1000}) {
-        unsigned int u = 7;
+    std::ostringstream table;
+    for (const int phy : {-1, 3, 4, 5, 6, 23, 24, 1000}) {
+        unsigned int port = 7, valid = 7, speed = 7;
         unsigned long long addr = 7;
-        unsigned char c = 7;
-        bool b = true;
-        EXPECT_EQ(a().isPhyDisable(phy, &b), -1);
-        EXPECT_EQ(a().getSASAddress(phy, &addr), -1);
-        EXPECT_EQ(a().getSASPortNumber(phy, &u), -1);
-        EXPECT_EQ(a().getSASPortNumberValid(phy, &u), -1);
-        EXPECT_EQ(a().getConnectorIndex(phy, &c), -1);
-        EXPECT_EQ(a().getLinkSpeed(phy, &u), -1);
-        EXPECT_EQ(std::make_tuple(u, addr, c, b), std::make_tuple(7u, 7ull, 7, true));
+        unsigned char connector = 7, via = 7;
+        bool off[2] = {false, true};
+        table << "phy " << phy << ": port " << a().getSASPortNumber(phy, &port) << " " << port
+              << ", valid " << a().getSASPortNumberValid(phy, &valid) << " " << valid << ", speed "
+              << a().getLinkSpeed(phy, &speed) << " " << speed << ", connector "
+              << a().getConnectorIndex(phy, &connector) << " " << int(connector) << ", via "
+              << a().getPhyConnection(&via, phy) << " " << int(via) << ", disabled "
+              << a().isPhyDisable(phy, &off[0]) << " " << off[0] << "/"
+              << a().isPhyDisable(phy, &off[1]) << " " << off[1];
+        if (phy < 0 || phy >= 24) {
+            EXPECT_EQ(a().getSASAddress(phy, &addr), -1);
+            EXPECT_EQ(addr, 7u);
+        }
+        table << '\n';
     }
-    unsigned char c = 7;
-    EXPECT_EQ(a().getPhyConnection(&c, 24), -1);
-    EXPECT_EQ(a().getPhyConnection(&c, 23), 0);
+    expectGolden("phy-table.txt", table.str());
+    EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS), 1u); // kept
 
     // A failed read is remembered as an all-zero table.
     reset();
@@ -103,42 +84,30 @@ Bytes connectorTable(std::uint32_t count) {
     return b;
 }
 
+// Location and name of each connector around the count (3, the low byte of 0x103) and the table's
+// eight entries (outputs start at 0x77 and as a pointer that must be nulled):
+// tests/golden/adapter/connectors.txt.
 TEST_F(TopologyTest, Connectors) {
-    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(0x103)));
-    unsigned char count = 0, loc = 0;
-    EXPECT_EQ(a().getConnectorCount(&count), 0);
-    EXPECT_EQ(count, 3); // low byte
-    EXPECT_EQ(a().getConnectorLocation(2, &loc), 0);
-    EXPECT_EQ(loc, 0x12);
-    std::string* name = nullptr;
-    EXPECT_EQ(a().getConnectorName(1, &name), 0);
-    ASSERT_NE(name, nullptr);
-    EXPECT_EQ(*name, "Port 1");
-    delete name;
-    EXPECT_EQ(a().getConnectorName(0, &name), 0);
-    EXPECT_EQ(*name, std::string(16, 'A')); // bounded by the field
-    delete name;
-
-    name = reinterpret_cast<std::string*>(&loc); // must be overwritten with null
-    EXPECT_EQ(a().getConnectorName(3, &name), -1);
-    EXPECT_EQ(name, nullptr);
-    loc = 0x77;
-    EXPECT_EQ(a().getConnectorLocation(3, &loc), -1);
-    EXPECT_EQ(loc, 0x77);
-
+    std::ostringstream table;
+    for (const std::uint32_t count : {0x103u, 200u}) {
+        reset();
+        ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(count)));
+        unsigned char n = 0x77;
+        table << "count " << count << ": " << a().getConnectorCount(&n) << " " << int(n) << '\n';
+        for (int i = 0; i <= 8; ++i) {
+            unsigned char loc = 0x77;
+            std::string* name = reinterpret_cast<std::string*>(&loc);
+            table << "  " << i << ": location " << a().getConnectorLocation(i, &loc) << " "
+                  << int(loc) << ", name " << a().getConnectorName(i, &name) << " "
+                  << (name != nullptr ? "\"" + *name + "\"" : "null") << '\n';
+            delete name;
+        }
+    }
+    expectGolden("connectors.txt", table.str());
     KV_SAS_CONNECTORS copy{};
     EXPECT_EQ(a().getConnectorsValue(&copy), 0);
-    EXPECT_EQ(0, std::memcmp(&copy, connectorTable(0x103).data(), sizeof copy));
+    EXPECT_EQ(0, std::memcmp(&copy, connectorTable(200).data(), sizeof copy));
     EXPECT_EQ(ctrl.count(KV_DCMD_SAS_CONFIG_GET_CONNECTORS), 1u);
-
-    // Whatever count the firmware gives, index 8 is past the table.
-    reset();
-    ctrl.answer(KV_DCMD_SAS_CONFIG_GET_CONNECTORS, FakeAnswer::ok(connectorTable(200)));
-    loc = 0x77;
-    EXPECT_EQ(a().getConnectorLocation(8, &loc), -1);
-    EXPECT_EQ(a().getConnectorName(8, &name), -1);
-    EXPECT_EQ(a().getConnectorLocation(7, &loc), 0);
-    EXPECT_EQ(loc, 0x17);
 }
 
 TEST_F(TopologyTest, MuxTransaction) {
