@@ -38,22 +38,15 @@ protected:
     }
 };
 
-using SearchFn = int (AdapterDataKvi::*)(std::string&);
-
-struct Search {
-    const char* name;
-    SearchFn fn;
-    const char* key;
-};
-
-const Search kSearches[] = {
-    {"getFwVersion", &AdapterDataKvi::getFwVersion, "APP"},
-    {"getBIOSVersion", &AdapterDataKvi::getBIOSVersion, "BIOS"},
-    {"getBootBlkVersion", &AdapterDataKvi::getBootBlkVersion, "BTBL"},
-};
-
 TEST_F(IdentityTest, ComponentSearchMatchesTheKeyAsAPrefixAndTakesTheFirst) {
-    for (const Search& s : kSearches) {
+    const struct {
+        const char* name;
+        int (AdapterDataKvi::*fn)(std::string&);
+        const char* key;
+    } searches[] = {{"getFwVersion", &AdapterDataKvi::getFwVersion, "APP"},
+                    {"getBIOSVersion", &AdapterDataKvi::getBIOSVersion, "BIOS"},
+                    {"getBootBlkVersion", &AdapterDataKvi::getBootBlkVersion, "BTBL"}};
+    for (const auto& s : searches) {
         SCOPED_TRACE(s.name);
         const std::string key = s.key;
         const std::string shortKey = key.substr(0, key.size() - 1);

@@ -169,12 +169,9 @@ TEST_F(TopologyTest, LinkSpeedTexts) {
 }
 
 TEST_F(TopologyTest, LanesAreReadEachTimeIntoATemporaryTable) {
-    Bytes table(392, 0);
+    Bytes table = pattern(392, 0x10);
     const std::uint32_t count = 2;
     std::memcpy(table.data(), &count, 4);
-    for (int i = 0; i < 16; ++i) {
-        table[8 + 16 + i] = static_cast<std::uint8_t>(0xA0 + i); // lane 1
-    }
     ctrl.answer(KV_DCMD_PCIE_CONFIG_GET_LANE_CONNECTIONS, FakeAnswer::ok(table));
     unsigned char out[16] = {};
     EXPECT_EQ(a().getLaneConnectionInfo(out, 1), 0);
