@@ -82,10 +82,7 @@ TEST_F(EventsTest, MaskOperationsCheckTheEcho) {
 
 TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
     std::vector<unsigned char> buffer(32768, 0);
-    Bytes data(32768, 0x6B);
-    FakeAnswer ans = FakeAnswer::ok(data);
-    ans.withMboxWord(1, 321);
-    ctrl.answer(KV_DCMD_CTRL_AEC_GET, ans);
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET, FakeAnswer::ok(Bytes(32768, 0x6B)).withMboxWord(1, 321));
     unsigned int count = 0;
     EXPECT_EQ(a().getAEC(buffer.data(), 2, &count), 0);
     EXPECT_EQ(count, 321u);
@@ -93,15 +90,11 @@ TEST_F(EventsTest, CapturedDataWithItsCountFromMailboxWordOne) {
     EXPECT_EQ(ctrl.last(0x01180200)->mbox, mboxWords(2));
 
     // Any failure but "invalid parameter" still stores the count.
-    FakeAnswer failed = FakeAnswer::fail(kFail);
-    failed.withMboxWord(1, 9);
-    ctrl.answer(KV_DCMD_CTRL_AEC_GET, failed);
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET, FakeAnswer::fail(kFail).withMboxWord(1, 9));
     EXPECT_EQ(a().getAEC(buffer.data(), 0, &count), kFail);
     EXPECT_EQ(count, 9u);
 
-    FakeAnswer invalid = FakeAnswer::fail(3);
-    invalid.withMboxWord(1, 77);
-    ctrl.answer(KV_DCMD_CTRL_AEC_GET, invalid);
+    ctrl.answer(KV_DCMD_CTRL_AEC_GET, FakeAnswer::fail(3).withMboxWord(1, 77));
     EXPECT_EQ(a().getAEC(buffer.data(), 0, &count), 3);
     EXPECT_EQ(count, 9u);
 
