@@ -7,36 +7,31 @@
 struct AdapterDataKviPeer {
     using A = AdapterDataKvi;
 
-    // Cached records, change flags and counters.
-    static KV_CTRL_PROP*& prop(A& a) { return a.kvCtrlPropPtr_; }
-    static KV_CTRL_PROP_EXT*& propExt(A& a) { return a.kvCtrlPropExtPtr_; }
-    static KV_EVT_LOG_INFO*& eventLogInfo(A& a) { return a.kvEventLogInfoPtr_; }
-    static KV_BIOS_DATA*& biosData(A& a) { return a.kvBiosDataPtr_; }
-    static KV_FLASH_COMP_INFO_LIST*& activeFlash(A& a) { return a.getActiveFlashInfo_; }
-    static KV_FLASH_COMP_INFO_LIST*& backupFlash(A& a) { return a.getBackupFlashInfo_; }
-    static KV_FLASH_COMP_INFO_LIST*& pendingFlash(A& a) { return a.getPendingFlashInfo_; }
-    static KV_CTRL_INFO*& ctrlInfo(A& a) { return a.kvCtrlInfoPtr_; }
-    static KV_BBU_STATUS*& batteryInfo(A& a) { return a.kvBatteryInfoPtr_; }
-    static KV_BBU_CAPACITY_INFO*& battCapacity(A& a) { return a.kvBattCapacityInfoPtr_; }
-    static KV_BBU_DESIGN_INFO*& battDesign(A& a) { return a.kvBattDesignInfoPtr_; }
-    static KV_BBU_PROPERTIES*& bbuProp(A& a) { return a.kvBBUPropPtr_; }
-    static KV_MFC_DEFAULTS*& mfcDefaults(A& a) { return a.kvMFCDefPtr_; }
-    static KV_PR_PROPERTIES*& prProp(A& a) { return a.kvPrProp_; }
-    static KV_PR_PROPERTIES_EXT*& prPropExt(A& a) { return a.kvPrPropExt_; }
-    static KV_CONFIG_ALLOWED_OPS& cfgAllowedOps(A& a) { return a.kvCfgAllowedOps_; }
-    static KV_SAS_MUX_LIST*& muxList(A& a) { return a.kvMuxListPtr_; }
-    static KV_SAS_CONNECTORS*& connectors(A& a) { return a.kvConnectorsPtr_; }
-    static KV_CC_SCHEDULE_PROPERTIES*& ccScProp(A& a) { return a.kvCcScProp_; }
-    static KV_CC_SCHEDULE_PROPERTIES_EXT*& ccScPropExt(A& a) { return a.kvCcScPropExt_; }
-    static bool& propChanged(A& a) { return a.kvAdpPropertiesChanged_; }
-    static bool& muxChanged(A& a) { return a.kvMuxPropertiesChanged_; }
-    static bool& propExtChanged(A& a) { return a.kvCtrlPropertiesExtChanged_; }
-    static bool& biosChanged(A& a) { return a.kvBIOSDataChanged_; }
-    static int& pendingCount(A& a) { return a.PendingCount; }
+// One accessor per cached record, change flag and counter: name(a) is a reference to the member.
+#define KVI_PEER(name, member)                                                                     \
+    static auto& name(A& a) {                                                                      \
+        return a.member;                                                                           \
+    }
+    // clang-format off
+    KVI_PEER(prop, kvCtrlPropPtr_)                  KVI_PEER(propExt, kvCtrlPropExtPtr_)
+    KVI_PEER(eventLogInfo, kvEventLogInfoPtr_)      KVI_PEER(biosData, kvBiosDataPtr_)
+    KVI_PEER(activeFlash, getActiveFlashInfo_)      KVI_PEER(backupFlash, getBackupFlashInfo_)
+    KVI_PEER(pendingFlash, getPendingFlashInfo_)    KVI_PEER(ctrlInfo, kvCtrlInfoPtr_)
+    KVI_PEER(batteryInfo, kvBatteryInfoPtr_)        KVI_PEER(battCapacity, kvBattCapacityInfoPtr_)
+    KVI_PEER(battDesign, kvBattDesignInfoPtr_)      KVI_PEER(bbuProp, kvBBUPropPtr_)
+    KVI_PEER(mfcDefaults, kvMFCDefPtr_)             KVI_PEER(prProp, kvPrProp_)
+    KVI_PEER(prPropExt, kvPrPropExt_)               KVI_PEER(cfgAllowedOps, kvCfgAllowedOps_)
+    KVI_PEER(muxList, kvMuxListPtr_)                KVI_PEER(connectors, kvConnectorsPtr_)
+    KVI_PEER(ccScProp, kvCcScProp_)                 KVI_PEER(ccScPropExt, kvCcScPropExt_)
+    KVI_PEER(propChanged, kvAdpPropertiesChanged_)  KVI_PEER(muxChanged, kvMuxPropertiesChanged_)
+    KVI_PEER(propExtChanged, kvCtrlPropertiesExtChanged_)
+    KVI_PEER(biosChanged, kvBIOSDataChanged_)       KVI_PEER(pendingCount, PendingCount)
+    // clang-format on
+#undef KVI_PEER
 
-    // The driver-command path of the report sections.
-    static int sendDriverCmd(A& a, std::uint32_t op, void* buf, std::uint32_t cap,
-                             std::uint32_t len) {
+        // The driver-command path of the report sections.
+        static int sendDriverCmd(A& a, std::uint32_t op, void* buf, std::uint32_t cap,
+                                 std::uint32_t len) {
         return a.sendDriverCmd(op, buf, cap, len);
     }
 };
