@@ -72,171 +72,152 @@ kvi::ScsiHost hostNumber(unsigned n) {
     return host;
 }
 
-struct PacketCase {
-    const char* name;
-    std::uint32_t opcode;
-    bool driver;
-    std::uint32_t callerLength; // 0 = standard size
-    std::uint8_t mboxB0;
-    std::uint16_t flags;  // expected frame flags
-    std::uint32_t length; // expected transfer length
-};
-
-// gtest would otherwise dump the struct's bytes, padding included.
-void PrintTo(const PacketCase& c, std::ostream* os) {
-    *os << c.name;
-}
-
-class PacketBytes : public ::testing::TestWithParam<PacketCase> {};
-
-TEST_P(PacketBytes, FrameAndPacketAtTheirOffsets) {
-    const PacketCase& c = GetParam();
-    FakeDevice fake;
-    std::vector<std::uint8_t> seen; // what the "driver" found in the user buffer
-    fake.answer = [&](KviIoctlPacket& p) {
-        const kvi::KviDcmdFrame frame = kvi::frameOf(p);
-        if (p.sgeCount) {
-            auto* user =
-                reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(p.iov[0].base));
-            seen.assign(user, user + p.iov[0].len);
-            if (frame.flags & kvi::kFrameFlagRead)
-                std::memset(user, 0xA5, p.iov[0].len);
-        }
-        // The driver hands back the firmware status and mailbox words 1 and 2.
-        p.frame[2] = 0x22;
-        const std::uint32_t w1 = 0x00001234, w2 = 0xCAFEF00D;
-        std::memcpy(p.frame + 28 + 4, &w1, 4);
-        std::memcpy(p.frame + 28 + 8, &w2, 4);
+// One request of each kind through the backend: the packet at its offsets, the
+// caller's bytes sent, the driver's bytes, status and mailbox words 1 and 2
+// handed back.
+TEST(PassThrough, FrameAndPacketAtTheirOffsets) {
+    const struct {
+        const char* name;
+        std::uint32_t opcode;
+        bool driver;
+        std::uint32_t callerLength; // 0 = standard size
+        std::uint8_t mboxB0;
+        std::uint16_t flags;  // expected frame flags
+        std::uint32_t length; // expected transfer length
+    } cases[] = {
+        // clang-format off
+        {"read", KV_DCMD_CTRL_GET_INFO, false, 0, 0, 0x0010, 2464},
+        {"write", KV_DCMD_CTRL_PROPERTIES_SET, false, 0, 0, 0x0008, 64},
+        {"both", KV_DCMD_CFG_AUTOCFG, false, 0, 3, 0x0018, 8},
+        {"none", KV_DCMD_CTRL_PR_SUSPEND_RESUME, false, 0, 1, 0x0000, 0},
+        {"explicit", KV_DCMD_CTRL_PROPERTIES_GET, false, 128, 1, 0x0010, 128},
+        {"large", KV_DCMD_CTRL_AEC_GET, false, 32768, 5, 0x0010, 32768},
+        {"driver", KV_DRV_GET_DRIVER_VERSION, true, 0, 0, 0x0010, 112},
+        // clang-format on
     };
-    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
-    kvi::PassThroughBackend backend(device, hostNumber(0x0102));
-    BackendController ctrl(backend);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeDevice fake;
+        std::vector<std::uint8_t> seen; // what the "driver" found in the user buffer
+        fake.answer = [&](KviIoctlPacket& p) {
+            if (p.sgeCount) {
+                auto* user =
+                    reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(p.iov[0].base));
+                seen.assign(user, user + p.iov[0].len);
+                if (kvi::frameOf(p).flags & kvi::kFrameFlagRead)
+                    std::memset(user, 0xA5, p.iov[0].len);
+            }
+            p.frame[2] = 0x22;
+            const std::uint32_t w1 = 0x00001234, w2 = 0xCAFEF00D;
+            std::memcpy(p.frame + 28 + 4, &w1, 4);
+            std::memcpy(p.frame + 28 + 8, &w2, 4);
+        };
+        auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+        kvi::PassThroughBackend backend(device, hostNumber(0x0102));
+        BackendController ctrl(backend);
 
-    std::vector<unsigned char> buffer(c.length ? c.length : 1, 0x3C);
-    DCMD_MBOX mbox{};
-    mbox.b[0] = c.mboxB0;
-    mbox.b[11] = 0xEE;
-    if (c.driver) {
-        DriverKviDPParams params(c.opcode, mbox.w[0], mbox.w[1], mbox.w[2], buffer.data(),
-                                 c.callerLength, 0, 0);
-        ASSERT_EQ(ctrl.execute(&params), 0x22) << backend.lastError();
-    } else {
-        DcmdKviDpParams params(c.opcode, mbox, c.length ? buffer.data() : nullptr, c.callerLength,
-                               0, 0);
-        ASSERT_EQ(ctrl.execute(&params), 0x22) << backend.lastError();
-        EXPECT_EQ(params.getmboxW0(), mbox.w[0]);
-        EXPECT_EQ(params.getmboxW1(), 0x1234u);
-        EXPECT_EQ(params.getmboxW2(), 0xCAFEF00Du);
-    }
-    ASSERT_EQ(fake.packets.size(), 1u);
-    const auto& p = fake.packets[0];
-    EXPECT_EQ(fake.requests[0], 0xC1944D01ul);
-    EXPECT_EQ(fake.fds[0], 7);
+        std::vector<unsigned char> buffer(c.length ? c.length : 1, 0x3C);
+        DCMD_MBOX mbox{};
+        mbox.b[0] = c.mboxB0;
+        mbox.b[11] = 0xEE;
+        if (c.driver) {
+            DriverKviDPParams params(c.opcode, mbox.w[0], mbox.w[1], mbox.w[2], buffer.data(),
+                                     c.callerLength, 0, 0);
+            ASSERT_EQ(ctrl.execute(&params), 0x22) << backend.lastError();
+        } else {
+            DcmdKviDpParams params(c.opcode, mbox, c.length ? buffer.data() : nullptr,
+                                   c.callerLength, 0, 0);
+            ASSERT_EQ(ctrl.execute(&params), 0x22) << backend.lastError();
+            EXPECT_EQ(params.getmboxW0(), mbox.w[0]);
+            EXPECT_EQ(params.getmboxW1(), 0x1234u);
+            EXPECT_EQ(params.getmboxW2(), 0xCAFEF00Du);
+        }
+        ASSERT_EQ(fake.packets.size(), 1u);
+        const auto& p = fake.packets[0];
+        EXPECT_EQ(fake.requests[0], 0xC1944D01ul);
+        EXPECT_EQ(fake.fds[0], 7);
 
-    const bool data = c.length != 0;
-    EXPECT_EQ(at<std::uint16_t>(p, 0), 0x0102u) << "host";
-    EXPECT_EQ(at<std::uint16_t>(p, 2), 0u) << "pad";
-    EXPECT_EQ(at<std::uint32_t>(p, 4), 40u) << "sglOffset";
-    EXPECT_EQ(at<std::uint32_t>(p, 8), data ? 1u : 0u) << "packet sgeCount";
-    EXPECT_EQ(at<std::uint32_t>(p, 12), 0u) << "senseOffset";
-    EXPECT_EQ(at<std::uint32_t>(p, 16), 0u) << "senseLength";
-    EXPECT_EQ(p[20 + 0], 5u) << "frame cmd";
-    EXPECT_EQ(p[20 + 2], 0u) << "status is clear when sent";
-    EXPECT_EQ(p[20 + 7], data ? 1u : 0u) << "frame sgeCount";
-    EXPECT_EQ(at<std::uint16_t>(p, 20 + 16), c.flags) << "flags";
-    EXPECT_EQ(at<std::uint32_t>(p, 20 + 20), c.length) << "dataLength";
-    EXPECT_EQ(at<std::uint32_t>(p, 20 + 24), c.opcode) << "opcode";
-    EXPECT_EQ(p[20 + 28], c.mboxB0) << "mailbox b[0]";
-    EXPECT_EQ(p[20 + 28 + 11], 0xEEu) << "mailbox b[11]";
-    EXPECT_EQ(at<std::uint32_t>(p, 20 + 40), 0u) << "sge address (the driver's)";
-    EXPECT_EQ(at<std::uint32_t>(p, 20 + 44), c.length) << "sge length";
-    EXPECT_EQ(at<std::uint64_t>(p, 148 + 8), std::uint64_t(c.length)) << "iov[0].len";
-    EXPECT_EQ(at<std::uint64_t>(p, 148) != 0, data) << "iov[0].base";
-    for (std::size_t i = 148 + 16; i < 404; ++i)
-        ASSERT_EQ(p[i], 0u) << "iov entries past the first are clear, offset " << i;
-
-    // Writes carry the caller's bytes; reads land in the caller's buffer.
-    if (c.flags & kvi::kFrameFlagWrite) {
-        EXPECT_EQ(seen, std::vector<std::uint8_t>(c.length, 0x3C));
-    }
-    if (c.flags & kvi::kFrameFlagRead) {
-        EXPECT_EQ(buffer[c.length - 1], 0xA5);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Directions, PacketBytes,
-    ::testing::Values(PacketCase{"read", KV_DCMD_CTRL_GET_INFO, false, 0, 0, 0x0010, 2464},
-                      PacketCase{"write", KV_DCMD_CTRL_PROPERTIES_SET, false, 0, 0, 0x0008, 64},
-                      PacketCase{"both", KV_DCMD_CFG_AUTOCFG, false, 0, 3, 0x0018, 8},
-                      PacketCase{"none", KV_DCMD_CTRL_PR_SUSPEND_RESUME, false, 0, 1, 0x0000, 0},
-                      PacketCase{"explicit", KV_DCMD_CTRL_PROPERTIES_GET, false, 128, 1, 0x0010,
-                                 128},
-                      PacketCase{"large", KV_DCMD_CTRL_AEC_GET, false, 32768, 5, 0x0010, 32768},
-                      PacketCase{"driver", KV_DRV_GET_DRIVER_VERSION, true, 0, 0, 0x0010, 112}),
-    [](const ::testing::TestParamInfo<PacketCase>& info) { return std::string(info.param.name); });
-
-struct ErrnoCase {
-    int err;
-    bool opening;
-    kvi::TransportFault fault;
-    const char* text; // part of the message
-};
-
-void PrintTo(const ErrnoCase& c, std::ostream* os) {
-    *os << "errno " << c.err << (c.opening ? " opening" : "");
-}
-
-class ErrnoMapping : public ::testing::TestWithParam<ErrnoCase> {};
-
-TEST_P(ErrnoMapping, NegativeStatusFaultAndMessage) {
-    const ErrnoCase& c = GetParam();
-    FakeDevice fake;
-    if (c.opening)
-        fake.openResult = -c.err;
-    else
-        fake.errnos.assign(kvi::kMaxEintrRetries + 1, c.err);
-    auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
-    kvi::PassThroughBackend backend(device, hostNumber(4));
-
-    std::vector<std::uint8_t> buffer(64);
-    kvi::DirectCommand cmd;
-    cmd.opcode = KV_DCMD_CTRL_BIOS_DATA_GET;
-    cmd.data = buffer.data();
-    cmd.length = 64;
-    cmd.direction = kvi::Direction::Read;
-    cmd.mbox[0] = 9;
-    EXPECT_EQ(backend.submit(cmd), kvi::kTransportFailed);
-    EXPECT_EQ(backend.lastErrno(), c.err);
-    EXPECT_EQ(backend.lastFault(), c.fault);
-    EXPECT_NE(backend.lastError().find(c.text), std::string::npos) << backend.lastError();
-    EXPECT_EQ(cmd.mbox[0], 9u) << "a failed ioctl leaves the mailbox as sent";
-    if (c.opening) {
-        EXPECT_TRUE(fake.packets.empty());
+        const bool data = c.length != 0;
+        EXPECT_EQ(at<std::uint16_t>(p, 0), 0x0102u) << "host";
+        EXPECT_EQ(at<std::uint16_t>(p, 2), 0u) << "pad";
+        EXPECT_EQ(at<std::uint32_t>(p, 4), 40u) << "sglOffset";
+        EXPECT_EQ(at<std::uint32_t>(p, 8), data ? 1u : 0u) << "packet sgeCount";
+        EXPECT_EQ(at<std::uint64_t>(p, 12), 0u) << "senseOffset and senseLength";
+        EXPECT_EQ(p[20 + 0], 5u) << "frame cmd";
+        EXPECT_EQ(p[20 + 2], 0u) << "status is clear when sent";
+        EXPECT_EQ(p[20 + 7], data ? 1u : 0u) << "frame sgeCount";
+        EXPECT_EQ(at<std::uint16_t>(p, 20 + 16), c.flags) << "flags";
+        EXPECT_EQ(at<std::uint32_t>(p, 20 + 20), c.length) << "dataLength";
+        EXPECT_EQ(at<std::uint32_t>(p, 20 + 24), c.opcode) << "opcode";
+        EXPECT_EQ(p[20 + 28], c.mboxB0) << "mailbox b[0]";
+        EXPECT_EQ(p[20 + 28 + 11], 0xEEu) << "mailbox b[11]";
+        EXPECT_EQ(at<std::uint32_t>(p, 20 + 40), 0u) << "sge address (the driver's)";
+        EXPECT_EQ(at<std::uint32_t>(p, 20 + 44), c.length) << "sge length";
+        EXPECT_EQ(at<std::uint64_t>(p, 148 + 8), std::uint64_t(c.length)) << "iov[0].len";
+        EXPECT_EQ(at<std::uint64_t>(p, 148) != 0, data) << "iov[0].base";
+        EXPECT_EQ(std::vector<std::uint8_t>(p.begin() + 148 + 16, p.begin() + 404),
+                  std::vector<std::uint8_t>(404 - 148 - 16))
+            << "iov entries past the first are clear";
+        if (c.flags & kvi::kFrameFlagWrite) {
+            EXPECT_EQ(seen, std::vector<std::uint8_t>(c.length, 0x3C)) << "the caller's bytes";
+        }
+        if (c.flags & kvi::kFrameFlagRead) {
+            EXPECT_EQ(buffer[c.length - 1], 0xA5) << "the driver's bytes reach the caller";
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, ErrnoMapping,
-    ::testing::Values(
-        ErrnoCase{ENOENT, true, kvi::TransportFault::NoDevice, "no device node /dev/kvtest"},
-        ErrnoCase{ENXIO, true, kvi::TransportFault::NoDevice, "no driver behind /dev/kvtest"},
-        ErrnoCase{EACCES, true, kvi::TransportFault::PermissionDenied,
-                  "permission denied opening /dev/kvtest: run as root"},
-        ErrnoCase{EPERM, true, kvi::TransportFault::PermissionDenied, "run as root"},
-        ErrnoCase{EBUSY, true, kvi::TransportFault::Other, "cannot open /dev/kvtest"},
-        ErrnoCase{EACCES, false, kvi::TransportFault::PermissionDenied, "run as root"},
-        ErrnoCase{EPERM, false, kvi::TransportFault::PermissionDenied, "run as root"},
-        ErrnoCase{ENODEV, false, kvi::TransportFault::NotController, "host4 is not a controller"},
-        ErrnoCase{ENOTTY, false, kvi::TransportFault::NoDevice,
-                  "does not take controller commands"},
-        ErrnoCase{EFAULT, false, kvi::TransportFault::DriverRejected,
-                  "KV_DCMD_CTRL_BIOS_DATA_GET (0x010C0100)"},
-        ErrnoCase{EINVAL, false, kvi::TransportFault::DriverRejected,
-                  "rejected KV_DCMD_CTRL_BIOS_DATA_GET"},
-        ErrnoCase{ETIMEDOUT, false, kvi::TransportFault::Timeout, "did not answer"},
-        ErrnoCase{EINTR, false, kvi::TransportFault::Other, "interrupted"},
-        ErrnoCase{EIO, false, kvi::TransportFault::Other, "failed on /dev/kvtest"}));
+// A failing open or ioctl: the negative status, fault, errno and message; the
+// mailbox stays as sent.
+TEST(PassThrough, ErrnoMapsToFaultAndMessage) {
+    using F = kvi::TransportFault;
+    const struct {
+        int err;
+        bool opening;
+        F fault;
+        const char* text; // part of the message
+    } cases[] = {
+        // clang-format off
+        {ENOENT, true, F::NoDevice, "no device node /dev/kvtest"},
+        {ENXIO, true, F::NoDevice, "no driver behind /dev/kvtest"},
+        {EACCES, true, F::PermissionDenied, "permission denied opening /dev/kvtest: run as root"},
+        {EPERM, true, F::PermissionDenied, "run as root"},
+        {EBUSY, true, F::Other, "cannot open /dev/kvtest"},
+        {EACCES, false, F::PermissionDenied, "run as root"},
+        {EPERM, false, F::PermissionDenied, "run as root"},
+        {ENODEV, false, F::NotController, "host4 is not a controller"},
+        {ENOTTY, false, F::NoDevice, "does not take controller commands"},
+        {EFAULT, false, F::DriverRejected, "KV_DCMD_CTRL_BIOS_DATA_GET (0x010C0100)"},
+        {EINVAL, false, F::DriverRejected, "rejected KV_DCMD_CTRL_BIOS_DATA_GET"},
+        {ETIMEDOUT, false, F::Timeout, "did not answer"},
+        {EINTR, false, F::Other, "interrupted"},
+        {EIO, false, F::Other, "failed on /dev/kvtest"},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        FakeDevice fake;
+        if (c.opening)
+            fake.openResult = -c.err;
+        else
+            fake.errnos.assign(kvi::kMaxEintrRetries + 1, c.err);
+        auto device = std::make_shared<kvi::PassThroughDevice>("/dev/kvtest", fake.ops());
+        kvi::PassThroughBackend backend(device, hostNumber(4));
+        std::vector<std::uint8_t> buffer(64);
+        kvi::DirectCommand cmd;
+        cmd.opcode = KV_DCMD_CTRL_BIOS_DATA_GET;
+        cmd.data = buffer.data();
+        cmd.length = 64;
+        cmd.direction = kvi::Direction::Read;
+        cmd.mbox[0] = 9;
+        EXPECT_EQ(backend.submit(cmd), kvi::kTransportFailed);
+        EXPECT_EQ(backend.lastErrno(), c.err);
+        EXPECT_EQ(backend.lastFault(), c.fault);
+        EXPECT_NE(backend.lastError().find(c.text), std::string::npos) << backend.lastError();
+        EXPECT_EQ(cmd.mbox[0], 9u) << "a failed ioctl leaves the mailbox as sent";
+        EXPECT_EQ(fake.packets.empty(), c.opening);
+    }
+}
 
 TEST(PassThrough, InterruptedIoctlIsReissued) {
     FakeDevice fake;
