@@ -30,6 +30,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
+#include "tests/support/TzGuard.h"
 #include "util/ArList.h"
 #include "json/elements.h"
 
@@ -40,32 +41,53 @@ template <class T> constexpr bool isByte() {
     return std::is_same<T, char>::value || std::is_same<T, unsigned char>::value;
 }
 
-template <class T, class = void> struct Arg;
+// What an out-value shows in the walk's listing: numbers, texts, times and
+// lists; nothing for records (their requests and answers are listed).
+template <class T> std::string text(const T& v) {
+    if constexpr (std::is_arithmetic<T>::value)
+        return " " + std::to_string(v);
+    else
+        return "";
+}
+std::string text(const std::string& s) {
+    return " \"" + s + "\"";
+}
+std::string text(const std::tm& t) {
+    char out[32];
+    std::strftime(out, sizeof out, " %Y-%m-%d %H:%M", &t);
+    return out;
+}
+template <class E> std::string text(const ArrayList<E>& list) {
+    std::string out = " [";
+    for (std::size_t i = 0; i < list.size(); ++i)
+        out += (i ? " " : "") + std::to_string(list.get(i));
+    return out + "]";
+}
 
-template <class T> struct Arg<T, std::enable_if_t<std::is_arithmetic<T>::value>> {
-    T get() { return T(); }
+// Plain values: the type's zero.
+template <class A> struct Arg {
+    A get() { return A(); }
     std::string show() const { return ""; }
 };
 
-template <class T> struct Arg<T*, std::enable_if_t<std::is_arithmetic<T>::value && !isByte<T>()>> {
-    T v = T();
-    T* get() { return &v; }
-    std::string show() const { return " " + std::to_string(v); }
+// A pointer to an out-value; a byte pointer is a caller buffer, with room for
+// the largest buffer an operation states (the event capture answer).
+template <class T> struct Arg<T*> {
+    using V = std::remove_const_t<T>;
+    std::unique_ptr<V[]> v{new V[isByte<V>() ? 32768 : 1]()};
+    T* get() { return v.get(); }
+    std::string show() const { return std::is_const<T>::value ? "" : text(v[0]); }
 };
 
-// A plain byte pointer is an out-value or a caller buffer: room for the
-// largest buffer an operation states (the event capture answer).
-template <class T> struct Arg<T*, std::enable_if_t<isByte<T>()>> {
-    std::vector<T> buf = std::vector<T>(32768);
-    T* get() { return buf.data(); }
-    std::string show() const { return " " + std::to_string(int(buf[0])); }
-};
-
-template <class T>
-struct Arg<T*, std::enable_if_t<std::is_class<T>::value && std::is_trivially_copyable<T>::value>> {
+template <class T> struct Arg<T&> {
     T v{};
-    T* get() { return &v; }
-    std::string show() const { return ""; }
+    T& get() { return v; }
+    std::string show() const {
+        if constexpr (std::is_same<T, bool>::value)
+            return v ? " true" : " false";
+        else
+            return text(v);
+    }
 };
 
 // 1 July 2025 02:30 local time: a start time inside the firmware epoch.
@@ -85,15 +107,6 @@ template <> struct Arg<const std::tm*> {
     const std::tm* get() { return &t; }
     std::string show() const { return ""; }
 };
-template <> struct Arg<std::tm*> {
-    std::tm t{};
-    std::tm* get() { return &t; }
-    std::string show() const {
-        char text[32];
-        std::strftime(text, sizeof text, " %Y-%m-%d %H:%M", &t);
-        return text;
-    }
-};
 
 // Results handed back through T** belong to the caller, except the two
 // operations that point into the object (released by the walk's owner flag).
@@ -112,47 +125,6 @@ template <class T> struct Arg<T**> {
             delete p;
     }
     T** get() { return &p; }
-    std::string show() const { return ""; }
-};
-
-template <class E> struct Arg<ArrayList<E>*> {
-    ArrayList<E> list;
-    ArrayList<E>* get() { return &list; }
-    std::string show() const {
-        std::string out = " [";
-        for (std::size_t i = 0; i < list.size(); ++i)
-            out += (i ? " " : "") + std::to_string(list.get(i));
-        return out + "]";
-    }
-};
-template <class E> struct Arg<const ArrayList<E>*> {
-    ArrayList<E> list;
-    const ArrayList<E>* get() { return &list; }
-    std::string show() const { return ""; }
-};
-template <> struct Arg<std::string&> {
-    std::string s;
-    std::string& get() { return s; }
-    std::string show() const { return " \"" + s + "\""; }
-};
-template <> struct Arg<bool&> {
-    bool b = false;
-    bool& get() { return b; }
-    std::string show() const { return b ? " true" : " false"; }
-};
-template <> struct Arg<json::Object&> {
-    json::Object o;
-    json::Object& get() { return o; }
-    std::string show() const { return ""; }
-};
-template <> struct Arg<json::Array&> {
-    json::Array a;
-    json::Array& get() { return a; }
-    std::string show() const { return ""; }
-};
-template <> struct Arg<json::Array*> {
-    json::Array a;
-    json::Array* get() { return &a; }
     std::string show() const { return ""; }
 };
 
@@ -177,8 +149,27 @@ struct Operation {
     std::function<void(AdapterData&)> call;
 };
 
-// Operations whose plain arguments need a value a user would give.
-std::vector<Operation> explicitCalls() {
+// ---- the operations, one per name the interface declares ----
+#define KVI_FUZZ_OP(n) {#n, [](AdapterData& a) { invoke(a, &AdapterData::n); }},
+#define KVI_FUZZ_OVERLOADED(n, count) // called by hand in sensibleCalls()
+const std::vector<Operation> kGenerated = {
+#include "adapter_operations.inc"
+};
+#undef KVI_FUZZ_OVERLOADED
+#undef KVI_FUZZ_OP
+
+const char kPass[] = "Sim-Pass#2025";
+const char kNewPass[] = "Sim-Pass#2026";
+const unsigned char kBytes[16] = {1, 2, 3};
+// A text argument the operation may change: the temporary lives until the end
+// of the call's full expression.
+std::string& lv(std::string&& text) {
+    return text;
+}
+
+// Values a user would give where the type's zero is not one, and the
+// overloaded operations (named with their parameters).
+std::vector<Operation> sensibleCalls() {
     std::vector<Operation> ops;
     auto add = [&](const char* n, std::function<void(AdapterData&)> f) {
         ops.push_back({n, std::move(f)});
@@ -194,40 +185,6 @@ std::vector<Operation> explicitCalls() {
     add("setPersonality(unsigned short)", [](AdapterData& a) { (void)a.setPersonality(1); });
     add("setPersonality(unsigned short, unsigned short)",
         [](AdapterData& a) { (void)a.setPersonality(1, 0); });
-    return ops;
-}
-
-} // namespace
-
-namespace {
-
-// ---- the operations, one per name the interface declares ----
-#define KVI_FUZZ_OP(n) {#n, [](AdapterData& a) { invoke(a, &AdapterData::n); }},
-#define KVI_FUZZ_OVERLOADED(n, count) // called by explicitCalls()
-const std::vector<Operation>& generatedCalls() {
-    static const std::vector<Operation> ops = {
-#include "adapter_operations.inc"
-    };
-    return ops;
-}
-#undef KVI_FUZZ_OVERLOADED
-#undef KVI_FUZZ_OP
-
-const char kPass[] = "Sim-Pass#2025";
-const char kNewPass[] = "Sim-Pass#2026";
-const unsigned char kBytes[16] = {1, 2, 3};
-// A text argument the operation may change: the temporary lives until the end
-// of the call's full expression.
-std::string& lv(std::string&& text) {
-    return text;
-}
-
-// Values a user would give where the type's zero is not one.
-std::vector<Operation> sensibleCalls() {
-    std::vector<Operation> ops = explicitCalls();
-    auto add = [&](const char* n, std::function<void(AdapterData&)> f) {
-        ops.push_back({n, std::move(f)});
-    };
     add("adpSetSASAdd", [](AdapterData& a) { (void)a.adpSetSASAdd(0x500605B000001234ULL, false); });
     add("createLockKey",
         [](AdapterData& a) { (void)a.createLockKey(lv(kPass), lv(""), lv("walk-key"), 0); });
@@ -315,7 +272,7 @@ std::vector<Operation> allCalls() {
     std::vector<Operation> ops;
     std::vector<Operation> special = sensibleCalls();
     std::vector<bool> used(special.size(), false);
-    for (const Operation& op : generatedCalls()) {
+    for (const Operation& op : kGenerated) {
         const Operation* chosen = &op;
         for (std::size_t i = 0; i < special.size(); ++i) {
             if (std::strcmp(special[i].name, op.name) == 0) {
@@ -370,104 +327,88 @@ private:
     kvi::sim::SimController& sim_;
 };
 
-class AdapterWalk : public ::testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override {
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-        tzset();
-    }
-    void TearDown() override {
-        System::getInstance()->setBackend(nullptr);
-        kvi::resetProcessInputs();
-    }
-};
-
-TEST(AdapterWalkList, EveryOverloadedOperationIsCalledByHand) {
-    std::set<std::string> explicitNames;
-    for (const Operation& op : explicitCalls())
-        explicitNames.insert(std::string(op.name).substr(0, std::string(op.name).find('(')));
+TEST(AdapterWalk, EveryOverloadedOperationIsCalledByHand) {
+    std::set<std::string> byHand;
+    for (const Operation& op : sensibleCalls())
+        byHand.insert(std::string(op.name).substr(0, std::string(op.name).find('(')));
 #define KVI_FUZZ_OP(n)
-#define KVI_FUZZ_OVERLOADED(n, forms) EXPECT_EQ(explicitNames.count(#n), 1u) << #n;
+#define KVI_FUZZ_OVERLOADED(n, forms) EXPECT_EQ(byHand.count(#n), 1u) << #n;
 #include "adapter_operations.inc"
 #undef KVI_FUZZ_OVERLOADED
 #undef KVI_FUZZ_OP
 }
 
-TEST_P(AdapterWalk, SimulatorUnderstandsEveryRequest) {
-    kvi::sim::Simulator sim{kvi::sim::Clock(1748779200)};
-    sim.load(GetParam());
-    kvi::sim::SimController& backend = sim.controller(0);
-    kvi::setProcessInputs(sim.processInputs());
-    System::getInstance()->setBackend(&backend);
-    WriteRecorder recorder(backend);
-    BackendController ctrl(recorder, ControllerId(0));
-
-    std::vector<std::string> unexpected;
-    std::string requests;
-    for (const Operation& op : allCalls()) {
-        backend.resetIntrospection();
-        recorder.written.clear();
-        gAnswer.clear();
-        {
-            ControllerId id(0);
-            AdapterDataKvi adapter(&ctrl, &id);
-            // Inside every transaction, so that a setter's change is written back.
-            (void)adapter.beginCtlrPropUpdate();
-            (void)adapter.beginBIOSDataUpdate();
-            (void)adapter.beginMuxModeUpdate();
-            std::string name = op.name;
-            gBorrowed = name == "getEventLogInfo" || name == "getBatteryDeviceName";
-            gStatus = 0;
-            op.call(adapter);
-            gBorrowed = false;
-            // A backend that cannot carry a request (SMP and the like) answers a
-            // negative local status: the simulator must carry everything.
-            if (gStatus == kvi::kTransportFailed || gStatus == kvi::kReplayMismatch ||
-                gStatus == kvi::kUnsupported)
-                unexpected.push_back(name + ": the simulator could not carry the request (" +
-                                     std::to_string(gStatus) + ")");
-            (void)adapter.endCtlrPropUpdate();
-            (void)adapter.endCtlrPropExtUpdate();
-            (void)adapter.endBIOSDataUpdate();
-            (void)adapter.endMuxModeUpdate();
+// Over every bundled profile: no request refused as malformed or unknown,
+// none the simulator could not carry. Over the default profile and the one
+// with the older record forms, every request with what each operation
+// answered and the bytes each request wrote is compared with a golden file
+// (regenerate with KVI_UPDATE_GOLDEN=1 and review the diff): an operation
+// whose body stops asking the controller, asks or writes otherwise, or
+// decodes the answer otherwise, shows.
+TEST(AdapterWalk, SimulatorUnderstandsEveryRequest) {
+    kvitest::TzGuard tz("CET-1CEST,M3.5.0,M10.5.0/3");
+    for (const std::string& profile : kvi::sim::Simulator::bundledProfiles()) {
+        SCOPED_TRACE(profile);
+        kvi::sim::Simulator sim{kvi::sim::Clock(1748779200)};
+        sim.load(profile);
+        kvi::sim::SimController& backend = sim.controller(0);
+        kvi::setProcessInputs(sim.processInputs());
+        System::getInstance()->setBackend(&backend);
+        WriteRecorder recorder(backend);
+        BackendController ctrl(recorder, ControllerId(0));
+        std::vector<std::string> unexpected;
+        std::string requests;
+        for (const Operation& op : allCalls()) {
+            backend.resetIntrospection();
+            recorder.written.clear();
+            gAnswer.clear();
+            {
+                ControllerId id(0);
+                AdapterDataKvi adapter(&ctrl, &id);
+                // Inside every transaction, so that a setter's change is written back.
+                (void)adapter.beginCtlrPropUpdate();
+                (void)adapter.beginBIOSDataUpdate();
+                (void)adapter.beginMuxModeUpdate();
+                std::string name = op.name;
+                gBorrowed = name == "getEventLogInfo" || name == "getBatteryDeviceName";
+                gStatus = 0;
+                op.call(adapter);
+                gBorrowed = false;
+                // A backend that cannot carry a request (SMP and the like)
+                // answers a negative local status: the simulator carries all.
+                if (gStatus == kvi::kTransportFailed || gStatus == kvi::kReplayMismatch ||
+                    gStatus == kvi::kUnsupported)
+                    unexpected.push_back(name + ": the simulator could not carry the request (" +
+                                         std::to_string(gStatus) + ")");
+                (void)adapter.endCtlrPropUpdate();
+                (void)adapter.endCtlrPropExtUpdate();
+                (void)adapter.endBIOSDataUpdate();
+                (void)adapter.endMuxModeUpdate();
+            }
+            requests += std::string(op.name) + " " + gAnswer + "\n";
+            for (std::size_t i = 0; i < backend.trace().size(); ++i) {
+                const kvi::sim::TraceEntry& t = backend.trace()[i];
+                requests += "  " + describe(t) + recorder.written.at(i) + "\n";
+                if (t.status == KVI_STAT_INVALID_PARAMETER || !t.handled)
+                    unexpected.push_back(std::string(op.name) + ": " + describe(t));
+            }
         }
-        requests += std::string(op.name) + " " + gAnswer + "\n";
-        for (std::size_t i = 0; i < backend.trace().size(); ++i) {
-            const kvi::sim::TraceEntry& t = backend.trace()[i];
-            requests += "  " + describe(t) + recorder.written.at(i) + "\n";
-            if (t.status == KVI_STAT_INVALID_PARAMETER || !t.handled)
-                unexpected.push_back(std::string(op.name) + ": " + describe(t));
-        }
+        System::getInstance()->setBackend(nullptr);
+        kvi::resetProcessInputs();
+        EXPECT_TRUE(unexpected.empty()) << unexpected.size() << " requests refused or unknown, "
+                                        << "first: " << (unexpected.empty() ? "" : unexpected[0]);
+        if (profile != "default" && profile != "previous-gen")
+            continue;
+        const std::string path =
+            std::string(KVI_SOURCE_DIR) + "/tests/golden/sim/walk-" + profile + ".txt";
+        const char* update = std::getenv("KVI_UPDATE_GOLDEN");
+        if (update != nullptr && std::string(update) == "1")
+            std::ofstream(path, std::ios::binary | std::ios::trunc) << requests;
+        std::ifstream in(path, std::ios::binary);
+        std::stringstream golden;
+        golden << in.rdbuf();
+        EXPECT_TRUE(golden.str() == requests) << "the walk's requests differ from " << path;
     }
-    EXPECT_TRUE(unexpected.empty()) << unexpected.size() << " requests refused or unknown, first: "
-                                    << (unexpected.empty() ? "" : unexpected.front());
-    // Every request of the walk over the default profile and the one with the
-    // older record forms, as golden files
-    // with what each operation answered and the bytes each request wrote
-    // (regenerate with KVI_UPDATE_GOLDEN=1 and review the diff): an operation
-    // whose body stops asking the controller, asks or writes otherwise, or
-    // decodes the answer otherwise, shows.
-    if (GetParam() != "default" && GetParam() != "previous-gen")
-        return;
-    const std::string path =
-        std::string(KVI_SOURCE_DIR) + "/tests/golden/sim/walk-" + GetParam() + ".txt";
-    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1")
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << requests;
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream golden;
-    golden << in.rdbuf();
-    EXPECT_TRUE(golden.str() == requests) << "the walk's requests differ from " << path;
 }
-
-INSTANTIATE_TEST_SUITE_P(BundledProfiles, AdapterWalk,
-                         ::testing::ValuesIn(kvi::sim::Simulator::bundledProfiles()),
-                         [](const ::testing::TestParamInfo<std::string>& info) {
-                             std::string n = info.param;
-                             for (char& c : n)
-                                 if (!std::isalnum(static_cast<unsigned char>(c)))
-                                     c = '_';
-                             return n;
-                         });
 
 } // namespace
