@@ -2,6 +2,7 @@
 // Helpers for the simulator tests: one request straight to a SimController.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -62,6 +63,15 @@ template <class T>
 inline Reply sendRecord(kvi::sim::SimController& c, std::uint32_t opcode, const T& record,
                         DCMD_MBOX mbox = DCMD_MBOX{}) {
     return send(c, opcode, mbox, sizeof(T), &record, sizeof(T));
+}
+
+// A lock key request (create, verify, re-key) with its passphrase record.
+template <class T>
+inline int sendPass(kvi::sim::SimController& c, std::uint32_t opcode, const char* pass) {
+    T p{};
+    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass,
+                std::min(std::strlen(pass), sizeof p.lockKeyPassPhrase.passPhrase));
+    return sendRecord(c, opcode, p).status;
 }
 
 template <class T> inline T as(const Reply& r) {

@@ -203,10 +203,55 @@ TEST_F(SimTest, SasAddressSetInTheMailboxOrInTheRecord) {
     EXPECT_EQ(c().state().mfc.sasAddr, 0x500605B0000B4560ULL);
 }
 
-TEST_F(SimTest, LockKeyRequestsRejectUnterminatedTexts) {
-    KV_CTRL_LOCK_KEY_PARAMS p{};
-    std::memset(p.lockKeyPassPhrase.passPhrase, 'A', sizeof p.lockKeyPassPhrase.passPhrase);
-    EXPECT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, p).status, KVI_STAT_INVALID_PARAMETER);
+// A lock key's life request by request: one key at a time, the passphrase
+// checked, a re-key in effect at once but asking for a restart, and the
+// newest event after each step (nullptr: none logged).
+TEST_F(SimTest, LockKeyLifecycle) {
+    const std::uint32_t create = KV_DCMD_CTRL_LOCK_KEY_CREATE,
+                        verify = KV_DCMD_CTRL_LOCK_KEY_VERIFY_ESCROW,
+                        rekey = KV_DCMD_CTRL_LOCK_KEY_REKEY,
+                        destroy = KV_DCMD_CTRL_LOCK_KEY_DESTROY, restart = KV_DCMD_CTRL_SHUTDOWN;
+    const int bad = KVI_STAT_INVALID_PARAMETER, wrong = kvi::sim::kStatusWrongPassphrase,
+              none = kvi::sim::kStatusNoLockKey;
+    const std::string unterminated(sizeof(KV_CTRL_LOCK_KEY_PASSPHRASE::passPhrase), 'A');
+    const struct {
+        std::uint32_t opcode;
+        const char* pass; // nullptr: no record (restart: mailbox b[1] 1)
+        int status;
+        bool rebootRequired; // afterwards
+        const char* event;
+    } steps[] = {
+        // clang-format off
+        {create, unterminated.c_str(), bad, false, nullptr},
+        {verify, "First-Pass-1", none, false, nullptr},
+        {create, "First-Pass-1", 0, false, "Lock key created"},
+        {create, "Second-Pass-2", bad, false, nullptr},
+        {verify, "Second-Pass-2", wrong, false, "class 1: Lock key passphrase refused"},
+        {KV_DCMD_CTRL_LOCK_KEY_FROM_ESCROW, "First-Pass-1", 0, false, "Lock key restored from escrow"},
+        {rekey, "Second-Pass-2", 0, true, "Lock key re-keyed"},
+        {verify, "First-Pass-1", wrong, true, "class 1: Lock key passphrase refused"},
+        {verify, "Second-Pass-2", 0, true, nullptr},
+        {restart, nullptr, 0, false, "Controller booted"},
+        {destroy, nullptr, 0, false, "class 1: Lock key destroyed"},
+        {destroy, nullptr, none, false, nullptr},
+        {create, "", 0, false, "Lock key created through the key manager"},
+        // clang-format on
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(std::to_string(&s - steps) + ": " + kvDcmdInfo(s.opcode)->name);
+        const std::uint32_t before = newest();
+        const int status =
+            s.opcode == create ? sendPass<KV_CTRL_LOCK_KEY_PARAMS>(c(), create, s.pass)
+            : s.pass           ? sendPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>(c(), s.opcode, s.pass)
+                               : send(c(), s.opcode, mboxBytes({{1, s.opcode == restart}})).status;
+        EXPECT_EQ(status, s.status);
+        EXPECT_EQ(c().state().info.adapterStatus.lockKeyRebootRequired, s.rebootRequired);
+        EXPECT_EQ(newest() != before, s.event != nullptr);
+        if (s.event) {
+            EXPECT_EQ(lastEvent(), s.event);
+        }
+    }
+    EXPECT_TRUE(c().state().lockKey.external);
     auto suggest = [&] {
         return std::string(reinterpret_cast<const char*>(
             as<KV_CTRL_LOCK_KEY_PASSPHRASE>(send(c(), KV_DCMD_CTRL_LOCK_KEY_SUGGEST_PASSPHRASE))
@@ -216,9 +261,29 @@ TEST_F(SimTest, LockKeyRequestsRejectUnterminatedTexts) {
     EXPECT_GE(suggested.size(), 8u);
     EXPECT_LE(suggested.size(), 32u);
     EXPECT_NE(suggest(), suggested) << "each suggestion differs from the one before";
-    // An empty passphrase means the external key manager.
-    ASSERT_EQ(sendRecord(c(), KV_DCMD_CTRL_LOCK_KEY_CREATE, KV_CTRL_LOCK_KEY_PARAMS{}).status, 0);
-    EXPECT_TRUE(c().state().lockKey.external);
+}
+
+// An SMP REPORT GENERAL is answered at the address of an expander on a phy
+// (28 phys), refused at any other.
+TEST(SimSmp, ExpanderAnswersReportGeneralOnlyAtItsAddress) {
+    Clock clock(kNow);
+    SimController c(kvi::sim::buildFromProfileText(
+                        R"({"base": "default", "phys": [{"sasAddr": "0x500605b000e0c0ff",
+                            "phyIdentifier": 0, "connectorIndex": 0, "deviceType": 2, "smpTarget": 1}]})",
+                        "p.json", "", clock),
+                    &clock);
+    for (const std::uint64_t address : {0x500605B000E0C0FFULL, 0x500605B000E0C0FEULL}) {
+        std::uint8_t request[8] = {0x40, 0x00}, response[28] = {};
+        kvi::SmpCommand smp;
+        smp.sasAddress = address;
+        smp.request = request;
+        smp.requestLength = sizeof request;
+        smp.response = response;
+        smp.responseLength = sizeof response;
+        const bool expander = address & 1;
+        EXPECT_EQ(c.submitSmp(smp), expander ? 0 : KVI_STAT_INVALID_PARAMETER);
+        EXPECT_EQ(response[9], expander ? 28 : 0);
+    }
 }
 
 // ---- patrol read, battery learn cycle, event capture ----

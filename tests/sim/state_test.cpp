@@ -48,13 +48,6 @@ protected:
     std::string path_ = dir_.file("state.json");
 };
 
-// A lock key request (create or verify) with its passphrase record.
-template <class T>
-int sendPass(kvi::sim::SimController& c, std::uint32_t opcode, const char* pass) {
-    T p{};
-    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
-    return sendRecord(c, opcode, p).status;
-}
 const auto create = sendPass<KV_CTRL_LOCK_KEY_PARAMS>;
 const auto verify = sendPass<KV_CTRL_LOCK_KEY_FROM_ESCROW>;
 
@@ -73,6 +66,7 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
         send(c, KV_DCMD_CTRL_PR_GET_STATUS);
         ASSERT_EQ(send(c, KV_DCMD_CTRL_EVENT_CLEAR).status, 0);
         ASSERT_EQ(send(c, KV_DCMD_BBU_LEARN).status, 0);
+        c.state().sscVolumes = {2097152, 256};
         sim.saveState(path_);
     }
     EXPECT_EQ(read().find("Keep#It#9"), std::string::npos) << "no passphrase in the state file";
@@ -86,6 +80,7 @@ TEST_F(SimState, ChangesSurviveASaveAndLoad) {
     EXPECT_EQ(sim.profile(), "default");
     auto& c = sim.controller(1);
     EXPECT_EQ(as<KV_CTRL_PROP>(send(c, KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 77);
+    EXPECT_EQ(c.state().sscVolumes, (std::vector<std::uint64_t>{2097152, 256}));
     EXPECT_EQ(as<KV_CTRL_PROP>(send(sim.controller(0), KV_DCMD_CTRL_PROPERTIES_GET)).ccRate, 30);
     EXPECT_EQ(as<KV_SAS_PHY_CONNECTIONS>(send(c, KV_DCMD_SAS_CONFIG_GET_PHY_CONNECTIONS))
                   .phy[2]
