@@ -103,17 +103,6 @@ class SimTest : public ::testing::Test {
 protected:
     void SetUp() override { sim.load("default"); }
     kvi::sim::SimController& c() { return sim.controller(0); }
-    std::uint32_t newest() {
-        return as<KV_EVT_LOG_INFO>(send(c(), KV_DCMD_CTRL_EVENT_GET_INFO)).newestSeqNum;
-    }
-    // Description of the newest event, after its class when that is not 0 (info).
-    std::string lastEvent() {
-        Reply r = send(c(), KV_DCMD_CTRL_EVENT_GET, mboxWords(newest(), 0xFE00FFFF), 8 + 256);
-        EXPECT_EQ(r.status, 0);
-        const std::int8_t cls = std::int8_t(r.data[8 + 15]);
-        return (cls ? "class " + std::to_string(cls) + ": " : std::string()) +
-               reinterpret_cast<const char*>(r.data.data() + 8 + 128);
-    }
     kvitest::TzGuard tz{"UTC0"};
     kvi::sim::Simulator sim{kvi::sim::Clock(kNow)};
 };
