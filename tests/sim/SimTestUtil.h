@@ -2,7 +2,6 @@
 // Helpers for the simulator tests: one request straight to a SimController.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -69,8 +68,7 @@ inline Reply sendRecord(kvi::sim::SimController& c, std::uint32_t opcode, const 
 template <class T>
 inline int sendPass(kvi::sim::SimController& c, std::uint32_t opcode, const char* pass) {
     T p{};
-    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass,
-                std::min(std::strlen(pass), sizeof p.lockKeyPassPhrase.passPhrase));
+    std::memcpy(p.lockKeyPassPhrase.passPhrase, pass, std::strlen(pass));
     return sendRecord(c, opcode, p).status;
 }
 
