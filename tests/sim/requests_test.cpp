@@ -149,10 +149,11 @@ TEST(SimScripts, EachRequestGetsItsAnswerAndEvent) {
                 if (item[0] == '$')
                     fields >> std::quoted(text);
                 const Field f(item[0] == '@' ? item : item + ".0=0");
-                if (item[0] == '@')
-                    std::memcpy(data.data() + f.offset, &f.value, f.size);
-                else
-                    std::memcpy(data.data() + f.offset, text.data(), text.size());
+                const bool value = item[0] == '@';
+                const std::size_t size = value ? f.size : text.size();
+                ASSERT_LE(f.offset + size, data.size()) << item;
+                std::memcpy(data.data() + f.offset,
+                            value ? static_cast<const void*>(&f.value) : text.data(), size);
             } else {
                 setMailbox(m, item);
             }
@@ -174,8 +175,10 @@ TEST(SimScripts, EachRequestGetsItsAnswerAndEvent) {
             } else if (item[0] == '$') {
                 std::string text;
                 fields >> std::quoted(text);
-                EXPECT_EQ(reinterpret_cast<const char*>(&r.data.at(Field(item + ".0=0").offset)),
-                          text);
+                const std::size_t at = Field(item + ".0=0").offset;
+                ASSERT_LT(at, r.data.size()) << item;
+                const char* got = reinterpret_cast<const char*>(r.data.data() + at);
+                EXPECT_EQ(std::string(got, strnlen(got, r.data.size() - at)), text);
             } else {
                 const Field f(item);
                 std::uint64_t v = 0;
