@@ -24,6 +24,7 @@
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/support/FakeController.h"
+#include "tests/support/Golden.h"
 #include "tests/support/LogCapture.h"
 
 namespace kvitest {
@@ -76,16 +77,7 @@ inline Bytes imageList(const std::vector<std::pair<std::string, std::string>>& c
 
 // Compares `actual` with tests/golden/adapter/<name>; KVI_UPDATE_GOLDEN=1 rewrites the file.
 inline void expectGolden(const std::string& name, const std::string& actual) {
-    const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/adapter/" + name;
-    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1") {
-        std::ofstream(path, std::ios::binary) << actual;
-    }
-    std::ifstream in(path, std::ios::binary);
-    ASSERT_TRUE(in.good()) << "missing golden file " << path;
-    std::stringstream expected;
-    expected << in.rdbuf();
-    EXPECT_EQ(expected.str(), actual) << "golden file " << path;
+    EXPECT_EQ(golden("tests/golden/adapter/" + name, actual), actual) << "golden file " << name;
 }
 
 } // namespace kvitest

@@ -3,6 +3,7 @@
 // through a real JSON parser.
 //
 // Set KVI_UPDATE_GOLDEN=1 to rewrite the golden files from the current output.
+#include "tests/support/Golden.h"
 #include "json/Envelope.h"
 #include "json/JsonWriter.h"
 #include "json/TextWriter.h"
@@ -72,21 +73,9 @@ Object SampleSection() {
     return s;
 }
 
-std::string GoldenPath(const std::string& name) {
-    return std::string(KVI_SOURCE_DIR) + "/tests/golden/json/" + name;
-}
-
 void ExpectGolden(const std::string& name, const std::string& actual) {
-    const std::string path = GoldenPath(name);
-    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1") {
-        std::ofstream(path, std::ios::binary) << actual;
-    }
-    std::ifstream in(path, std::ios::binary);
-    ASSERT_TRUE(in.good()) << "missing golden file " << path;
-    std::stringstream expected;
-    expected << in.rdbuf();
-    EXPECT_EQ(expected.str(), actual) << "golden file " << path;
+    EXPECT_EQ(kvitest::golden("tests/golden/json/" + name, actual), actual)
+        << "golden file " << name;
 }
 
 TEST(Renderers, TextPrettyAndCompactMatchTheirGoldens) {

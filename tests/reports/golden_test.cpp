@@ -24,6 +24,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
+#include "tests/support/Golden.h"
 #include "tests/support/TzGuard.h"
 #include "json/JsonWriter.h"
 #include "json/TextWriter.h"
@@ -75,16 +76,9 @@ json::Array requests(kvi::sim::SimController& c) {
 }
 
 std::string compare(const std::string& file, const std::string& rendered) {
-    const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/reports/" + file;
-    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1") {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << rendered;
-        return "";
-    }
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream expected;
-    expected << in.rdbuf();
-    return expected.str() == rendered ? "" : "differs from " + path + "\n" + rendered;
+    const std::string path = "tests/golden/reports/" + file;
+    return kvitest::golden(path, rendered) == rendered ? ""
+                                                       : "differs from " + path + "\n" + rendered;
 }
 
 class GoldenReports : public ::testing::TestWithParam<GoldenRun> {

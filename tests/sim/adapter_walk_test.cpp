@@ -30,6 +30,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
+#include "tests/support/Golden.h"
 #include "tests/support/TzGuard.h"
 #include "util/ArList.h"
 #include "json/elements.h"
@@ -399,15 +400,9 @@ TEST(AdapterWalk, SimulatorUnderstandsEveryRequest) {
                                         << "first: " << (unexpected.empty() ? "" : unexpected[0]);
         if (profile != "default" && profile != "previous-gen")
             continue;
-        const std::string path =
-            std::string(KVI_SOURCE_DIR) + "/tests/golden/sim/walk-" + profile + ".txt";
-        const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-        if (update != nullptr && std::string(update) == "1")
-            std::ofstream(path, std::ios::binary | std::ios::trunc) << requests;
-        std::ifstream in(path, std::ios::binary);
-        std::stringstream golden;
-        golden << in.rdbuf();
-        EXPECT_TRUE(golden.str() == requests) << "the walk's requests differ from " << path;
+        const std::string path = "tests/golden/sim/walk-" + profile + ".txt";
+        EXPECT_TRUE(kvitest::golden(path, requests) == requests)
+            << "the walk's requests differ from " << path;
     }
 }
 

@@ -15,6 +15,7 @@
 #include "provider/Controller.h"
 #include "provider/DpParams.h"
 #include "tests/support/FakeController.h"
+#include "tests/support/Golden.h"
 #include "tests/support/ScratchDir.h"
 #include "transport/Capture.h"
 #include "transport/Replay.h"
@@ -140,15 +141,7 @@ TEST(CaptureReplay, CaptureHoldsEachRequestAndReplaysItsAnswer) {
     std::string text;
     for (const std::string& l : linesOf(dir.file("c.jsonl")))
         text += l + "\n";
-    const std::string golden =
-        std::string(KVI_SOURCE_DIR) + "/tests/transport/data/script-capture.jsonl";
-    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1")
-        std::ofstream(golden, std::ios::binary | std::ios::trunc) << text;
-    std::string want;
-    for (const std::string& l : linesOf(golden))
-        want += l + "\n";
-    EXPECT_EQ(text, want);
+    EXPECT_EQ(text, kvitest::golden("tests/transport/data/script-capture.jsonl", text));
 
     std::string error;
     auto log = kvi::ReplayLog::load(dir.file("c.jsonl"), error);
