@@ -241,6 +241,15 @@ struct QueryRow {
         delete l;                                                                                  \
         return rc;                                                                                 \
     }
+// The write policy offered on a change: its default, then the list of choices.
+#define CHOICES                                                                                    \
+    [](AdapterDataKvi& a, List& o) {                                                               \
+        List list;                                                                                 \
+        const int rc = OUT(getWrPolicyDefaultChng, UC)(a, o);                                      \
+        const int listRc = LIST(getValidWrPolicyLstChng)(a, list);                                 \
+        o.insert(o.end(), list.begin(), list.end());                                               \
+        return rc != 0 ? rc : listRc;                                                              \
+    }
 
 // clang-format off
 const QueryRow kQueries[] = {
@@ -268,22 +277,15 @@ const QueryRow kQueries[] = {
     {"disk cache oem 9", SETUP(), 9, OUT(getDefaultDiskCachePolicy, UC), 0, {2}},
     {"disk cache oem 10", SETUP(), 10, OUT(getDefaultDiskCachePolicy, UC), 0, {0}},
     {"disk cache oem fails", SETUP(), kNo, OUT(getDefaultDiskCachePolicy, UC), 0x0C, {0xEE}},
-    // The write policy offered on a change: write-back choices need a battery and the write
-    // policy bit; a default the lists cannot map fails the list.
-    {"chng w0 c0", CHNG(0, 0, 0, 0), 0, OUT(getWrPolicyDefaultChng, UC), 0, {1}},
-    {"chng w0 c0", CHNG(0, 0, 0, 0), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
-    {"chng w0 c1 bbu wp", CHNG(0, 1, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {1}},
-    {"chng w0 c1 bbu wp", CHNG(0, 1, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
-    {"chng w1 c0 wp", CHNG(1, 0, 0, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {1}},
-    {"chng w1 c0 wp", CHNG(1, 0, 0, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
-    {"chng w1 c1", CHNG(1, 1, 0, 0), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
-    {"chng w1 c1", CHNG(1, 1, 0, 0), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
-    {"chng w1 c1 bbu wp", CHNG(1, 1, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
-    {"chng w1 c1 bbu wp", CHNG(1, 1, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
-    {"chng w1 c0 bbu", CHNG(1, 0, 1, 0), 0, OUT(getWrPolicyDefaultChng, UC), 0, {0}},
-    {"chng w1 c0 bbu", CHNG(1, 0, 1, 0), 0, LIST(getValidWrPolicyLstChng), 0, {1}},
-    {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, OUT(getWrPolicyDefaultChng, UC), 0, {3}},
-    {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, LIST(getValidWrPolicyLstChng), 0, {1, 0, 3}},
+    // The write policy offered on a change (default, then the choices): write-back choices need
+    // a battery and the write policy bit; a default the lists cannot map fails the list.
+    {"chng w0 c0", CHNG(0, 0, 0, 0), 0, CHOICES, 0, {1, 1}},
+    {"chng w0 c1 bbu wp", CHNG(0, 1, 1, 1), 0, CHOICES, 0, {1, 1, 0, 3}},
+    {"chng w1 c0 wp", CHNG(1, 0, 0, 1), 0, CHOICES, 0, {1, 1}},
+    {"chng w1 c1", CHNG(1, 1, 0, 0), 0, CHOICES, 0, {3, 1}},
+    {"chng w1 c1 bbu wp", CHNG(1, 1, 1, 1), 0, CHOICES, 0, {3, 1, 0, 3}},
+    {"chng w1 c0 bbu", CHNG(1, 0, 1, 0), 0, CHOICES, 0, {0, 1}},
+    {"chng w2 c0 bbu wp", CHNG(2, 0, 1, 1), 0, CHOICES, 0, {3, 1, 0, 3}},
     {"chng w9 bbu wp", CHNG(9, 0, 1, 1), 0, LIST(getValidWrPolicyLstChng), -1, {0xEE}},
     // Strip sizes (the plain walk and the fixed policy lists are in the CLI golden of `rules`):
     // an empty range, a maximum of 255 that ends the walk, a single size.
