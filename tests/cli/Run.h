@@ -68,33 +68,12 @@ std::vector<std::string> filesIn(const std::string& dir);
 // backslashes; no expansions).
 std::vector<std::string> shellWords(const std::string& line);
 
-// One end-to-end row. `args` are shell words; leading NAME=VALUE words set the
-// environment, and @P (the row's profile: `profile` members on top of the
-// default one), @S (state file), @C (capture file) and @D (the row's folder)
-// name files of a fresh folder. `before` holds commands (';' between them) run
-// first on the same files, each to exit 0 unless it starts with '!'. `out`, `err` and `file` (the
-// text of @C) are fragments separated by '\t' that must appear, or with
-// a leading '!' must not.
-struct Case {
-    const char* name;
-    const char* args;
-    int exit;
-    const char* out = "";
-    const char* err = "";
-    const char* profile = "";
-    const char* file = "";
-    const char* before = "";
-    const char* input = ""; // stdin of every command of the row
-};
-// Runs a row and checks it; the result for further checks.
-Result expectCase(const Case& c);
-// Runs and checks every row of a table.
-template <std::size_t N> void expectCases(const Case (&rows)[N]) {
-    for (const Case& c : rows)
-        expectCase(c);
-}
-// Checks that `text` holds the '\t'-separated fragments of `fragments`.
+// Fragments that must appear in `text`, or with a leading '!' must not.
 void expectFragments(const std::string& what, const std::string& text,
-                     const std::string& fragments);
+                     const std::vector<std::string>& fragments);
+// Cuts the capture at `path` after its first `keep` controller requests, as a
+// controller that stops answering part-way leaves it: replayed, the later
+// requests fail with a replay mismatch.
+void cutCapture(const std::string& path, int keep);
 
 } // namespace clitest

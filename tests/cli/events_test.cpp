@@ -1,7 +1,7 @@
 // kvictl events list and events follow end to end: which events a start
 // (--from, --since, --since-boot) and a count (--max, --last) select, in a
-// summer-time zone and in UTC; contradictory options refused before anything
-// is sent; follow picking up what a concurrent command on the same state file
+// summer-time zone and in UTC (refusals and JSON times: data/events.cases);
+// follow picking up what a concurrent command on the same state file
 // logs, ending cleanly on a signal, and a capture of it replaying.
 #include <gtest/gtest.h>
 
@@ -176,43 +176,6 @@ TEST(Events, LastOfALargeLogReadsOnlyItsEnd) {
         EXPECT_LT(clitest::countOf(readFile(cap), R"("type":"dcmd")"), 40u)
             << "the log was read, not counted";
     }
-}
-
-// JSON times: ISO 8601 with the summer offset and epoch seconds; a
-// boot-relative stamp gives seconds since boot and null times. A start given
-// twice, or the oldest and the newest N at once, is refused before anything
-// is sent; so are values out of range.
-TEST(Events, JsonTimesAndRefusedOptions) {
-#define REFUSED(args, message)                                                                     \
-    { args, "--sim --record @C events " args, 2, "", message, "", "!\"type\":\"dcmd\"" }
-    const clitest::Case cases[] = {
-        {"summer",
-         "TZ=Europe/Berlin KVICTL_SIM_TIME=1782900000 --sim -o json-compact events list "
-         "--last 1",
-         0,
-         R"({"sequence":5,"time":"2026-07-01T11:00:00+02:00",)"
-         R"("time_epoch_seconds":1782896400,"class":"info","locale":2,"code":259,)"
-         R"("description":"Patrol Read complete on drive 7"})"},
-        {"since boot", "@P -o json-compact events list --from 7 --max 1", 0,
-         R"({"sequence":7,"time":null,"time_epoch_seconds":null,"seconds_since_boot":5,)"
-         R"("class":"info","locale":0,"code":264,"description":"Time established"})",
-         "", R"("events": [{"code": 1, "description": "Controller booted", "age": 100},
-             {"code": 264, "description": "Time established", "bootSeconds": 5}])"},
-        REFUSED("list --from 2 --since-boot", "give one of them"),
-        REFUSED("list --since 2023-11-14 --from 3", "give one of them"),
-        REFUSED("follow --since-boot --since 2023-11-14", "give one of them"),
-        REFUSED("list --max 2 --last 2", "contradict each other"),
-        REFUSED("list --since yesterday", "is not a time"),
-        REFUSED("list --since 2023-02-30", "is not a time"),
-        REFUSED("list --since 1969-12-31", "is not a time"),
-        REFUSED("list --since 2106-01-01", "is not a time"),
-        REFUSED("list --since 2023-11-14T10:00+25:00", "is not a time"),
-        REFUSED("list --last 0", "--last"),
-        REFUSED("follow --interval 0", "--interval"),
-        REFUSED("follow --max 3", "--max"),
-    };
-#undef REFUSED
-    clitest::expectCases(cases);
 }
 
 // events follow on a state file prints what another kvictl run on the same
