@@ -195,7 +195,7 @@ void expectCase(const Case& c) {
     expectFragments("stderr", r.err, c.err);
     expectFragments("file @C", readFile(capture), c.file);
     // A usage error is one line; so is a monitoring plugin's verdict.
-    if (c.exit == 2 && !c.err.empty()) {
+    if (c.exit == 2 && !r.err.empty()) {
         EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     }
     if (r.out.rfind("KVICTL ", 0) == 0) {
