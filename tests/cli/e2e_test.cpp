@@ -15,6 +15,7 @@
 #include <sstream>
 
 #include "Run.h"
+#include "tests/support/Golden.h"
 #include "tests/support/ScratchDir.h"
 
 using namespace clitest;
@@ -84,13 +85,8 @@ std::string runGolden(const GoldenCase& c, const std::string& globals) {
 }
 
 void expectGolden(const std::string& name, const std::string& actual) {
-    const std::string path = std::string(KVI_SOURCE_DIR) + "/tests/golden/cli/" + name;
-    const char* update = std::getenv("KVI_UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1")
-        return writeFile(path, actual);
-    const std::string expected = readFile(path);
-    ASSERT_FALSE(expected.empty()) << "missing " << path << " (run with KVI_UPDATE_GOLDEN=1)";
-    EXPECT_EQ(expected, actual) << "output of " << name << " differs from its golden file";
+    EXPECT_EQ(kvitest::golden("tests/golden/cli/" + name, actual), actual)
+        << "output of " << name << " differs from its golden file";
 }
 
 // Every command group, in text and in JSON, on a fresh default controller.
