@@ -24,8 +24,8 @@
 #include "firmware/kvi.h"
 #include "tests/adapter/AdapterDataKviPeer.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/Golden.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/TestData.h"
 
 namespace kvitest {
 

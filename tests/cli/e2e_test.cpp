@@ -15,16 +15,12 @@
 #include <sstream>
 
 #include "Run.h"
-#include "tests/support/Golden.h"
 #include "tests/support/ScratchDir.h"
+#include "tests/support/TestData.h"
 
 using namespace clitest;
 
 namespace {
-
-std::string dataFile(const std::string& name) {
-    return std::string(KVI_SOURCE_DIR) + "/tests/cli/data/" + name;
-}
 
 // A value with the escapes \n, \t, \r, \\ and \xHH replaced.
 std::string unescape(const std::string& v) {
@@ -45,15 +41,9 @@ std::string unescape(const std::string& v) {
     return out;
 }
 
-// The lines of a data file that are not blank or comments, with their numbers.
+// The case lines of a file in tests/cli/data.
 std::vector<std::pair<int, std::string>> dataLines(const std::string& name) {
-    std::vector<std::pair<int, std::string>> out;
-    std::istringstream in(readFile(dataFile(name)));
-    int n = 0;
-    for (std::string line; std::getline(in, line);)
-        if (++n, !line.empty() && line[0] != '#')
-            out.emplace_back(n, line);
-    return out;
+    return kvitest::dataLines("tests/cli/data/" + name);
 }
 
 // A line of goldens.list: "NAME | ARGS [| BEFORE [| STDIN]]", BEFORE holding

@@ -3,7 +3,7 @@
 // through a real JSON parser.
 //
 // Set KVI_UPDATE_GOLDEN=1 to rewrite the golden files from the current output.
-#include "tests/support/Golden.h"
+#include "tests/support/TestData.h"
 #include "json/Envelope.h"
 #include "json/JsonWriter.h"
 #include "json/TextWriter.h"

@@ -24,7 +24,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
-#include "tests/support/Golden.h"
+#include "tests/support/TestData.h"
 #include "tests/support/TzGuard.h"
 #include "json/JsonWriter.h"
 #include "json/TextWriter.h"

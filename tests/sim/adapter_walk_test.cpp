@@ -30,7 +30,7 @@
 #include "provider/ProcessInputs.h"
 #include "provider/System.h"
 #include "sim/Simulator.h"
-#include "tests/support/Golden.h"
+#include "tests/support/TestData.h"
 #include "tests/support/TzGuard.h"
 #include "util/ArList.h"
 #include "json/elements.h"

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <fstream>
 #include <iomanip>
 #include <memory>
 #include <set>
@@ -16,6 +15,7 @@
 
 #include "SimTestUtil.h"
 #include "sim/EventLog.h"
+#include "tests/support/TestData.h"
 
 using namespace simtest;
 using kvi::sim::Clock;
@@ -51,18 +51,14 @@ void setMailbox(DCMD_MBOX& m, const std::string& item) {
 }
 
 TEST(SimRefusals, EachRequestOfTheTableGetsItsStatus) {
-    std::ifstream in(std::string(KVI_SOURCE_DIR) + "/tests/sim/data/refusals.txt");
-    std::string line;
     unsigned rows = 0;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#')
-            continue;
+    for (const auto& [n, line] : kvitest::dataLines("tests/sim/data/refusals.txt")) {
         std::istringstream fields(line);
         std::string profile, opcode, mbox, direction, status, what;
         std::uint32_t length = 0;
         fields >> profile >> opcode >> mbox >> length >> direction >> status;
         std::getline(fields >> std::ws, what);
-        SCOPED_TRACE(profile + ": " + what);
+        SCOPED_TRACE("refusals.txt:" + std::to_string(n) + ": " + profile + ": " + what);
         DCMD_MBOX m{};
         std::istringstream items(mbox == "-" ? "" : mbox);
         for (std::string item; std::getline(items, item, ',');)
@@ -111,13 +107,10 @@ std::string newestEvent(SimController& c) {
 // Runs the request scripts of data/scripts.txt (the format is described there).
 TEST(SimScripts, EachRequestGetsItsAnswerAndEvent) {
     kvitest::TzGuard tz("UTC0");
-    std::ifstream in(std::string(KVI_SOURCE_DIR) + "/tests/sim/data/scripts.txt");
     std::unique_ptr<Simulator> sim;
     std::vector<std::uint8_t> last;
     unsigned requests = 0;
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#')
-            continue;
+    for (const auto& [n, line] : kvitest::dataLines("tests/sim/data/scripts.txt")) {
         if (line.rfind("== ", 0) == 0) {
             sim = std::make_unique<Simulator>(Clock(kNow));
             const std::string profile = line.substr(3, line.find(' ', 3) - 3);
@@ -125,7 +118,7 @@ TEST(SimScripts, EachRequestGetsItsAnswerAndEvent) {
                                                      : profile);
             continue;
         }
-        SCOPED_TRACE(line);
+        SCOPED_TRACE("scripts.txt:" + std::to_string(n) + ": " + line);
         SimController& c = sim->controller(0);
         const std::size_t bar = line.find(" | ");
         std::istringstream fields(line.substr(0, bar));

@@ -15,8 +15,8 @@
 #include "provider/Controller.h"
 #include "provider/DpParams.h"
 #include "tests/support/FakeController.h"
-#include "tests/support/Golden.h"
 #include "tests/support/ScratchDir.h"
+#include "tests/support/TestData.h"
 #include "transport/Capture.h"
 #include "transport/Replay.h"
 
